@@ -1,0 +1,6 @@
+-- Counters of the last run of each site, such as ('patient updates', 3).
+create table replication_counts (
+    unique_key      smallint not null,
+    count_name      varchar(100) not null,
+    count_value     integer not null
+);
