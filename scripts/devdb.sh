@@ -40,9 +40,10 @@ chooseServerUser() {
     [[ $EUID -eq 0 ]] || return 0
     requireCommand setpriv
     asServer=(setpriv --reuid=postgres --regid=postgres --init-groups)
-    if ! "${asServer[@]}" test -x "$repoRoot/build"; then
+    # stat, because test -x asks access(2), which ignores capabilities.
+    if ! "${asServer[@]}" stat "$state/." >/dev/null 2>&1; then
         asServer+=(--inh-caps=+dac_read_search --ambient-caps=+dac_read_search)
-        "${asServer[@]}" test -x "$repoRoot/build" ||
+        "${asServer[@]}" stat "$state/." >/dev/null 2>&1 ||
             die "user postgres cannot reach $repoRoot, and may not be given CAP_DAC_READ_SEARCH; move the working copy"
     fi
 }
@@ -97,6 +98,7 @@ shared_buffers = 64MB
 work_mem = 32MB
 wal_level = minimal
 max_wal_senders = 0
+max_logical_replication_workers = 0
 fsync = off
 full_page_writes = off
 synchronous_commit = off
@@ -258,12 +260,16 @@ start() {
 stop() {
     [[ -d $data ]] || return 0
     takeLock
-    if isRunning; then
-        chooseServerUser
-        serverProgram pg_ctl stop --pgdata="$data" --mode=fast --wait --timeout=60 --silent || die 'the server does not stop'
-    else
+    if ! isRunning; then
         removeStalePidFile
+        return 0
     fi
+    local pid
+    pid="$(serverPid)"
+    chooseServerUser
+    serverProgram pg_ctl stop --pgdata="$data" --mode=fast --wait --timeout=60 --silent || die 'the server does not stop'
+    # pg_ctl waits for the pid file only; the process lives a moment longer.
+    while grep -qs . "/proc/$pid/cmdline"; do sleep 0.01; done
 }
 
 requireRunning() {
