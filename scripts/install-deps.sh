@@ -1,0 +1,91 @@
+#!/usr/bin/env bash
+# Installs what building, running and testing need on Debian 12 (as root), and fetches the interface definitions
+# that widl imports into build/libwine-dev. Does nothing, quickly, when all of it is there.
+# Exit status: 0 all there, 1 failed, 4 root is needed.
+set -euo pipefail
+# shellcheck source=scripts/lib.sh
+source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+
+# The component and its test bed are 32-bit, so are the ODBC manager and the drivers that it loads under Wine.
+readonly kPackages=(
+    cmake ninja-build g++-mingw-w64-i686-posix mingw-w64-tools googletest
+    wine wine32:i386 xvfb
+    libodbc2:i386 odbc-postgresql:i386 tdsodbc:i386 postgresql
+)
+readonly idlDir="$repoRoot/build/libwine-dev"
+
+missingPackages() {
+    local installed package native
+    native="$(dpkg --print-architecture)"
+    installed="$(dpkg-query -W -f '${Package}:${Architecture} ${db:Status-Status}\n' "${kPackages[@]}" 2>/dev/null || true)"
+    for package in "${kPackages[@]}"; do
+        [[ $package == *:* ]] || package="$package:($native|all)"
+        grep -qxE -- "${package//+/\\+} installed" <<<"$installed" || printf '%s\n' "${package/:(*/}"
+    done
+}
+
+# The tests run a server of their own (devdb.sh): Debian's would only occupy memory and port 5432. A machine that
+# has PostgreSQL already keeps its settings.
+keepPackagedClusterAway() {
+    local settings=/etc/postgresql-common/createcluster.conf
+    [[ ! -e $settings ]] || return 0
+    mkdir -p "$(dirname "$settings")"
+    printf 'create_main_cluster = false\nssl = on\n' >"$settings"
+}
+
+aptInstall() {
+    DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "$@"
+}
+
+# The security index of the second architecture can be out of step, which makes the update fail without harm.
+updateIndexes() {
+    apt-get update || note 'apt-get update reported errors; going on with the indexes there are'
+}
+
+installPackages() {
+    local codename
+    [[ $EUID -eq 0 ]] || die -4 "run as root, these packages are missing: $*"
+    # shellcheck source=/dev/null
+    codename="$(. /etc/os-release && printf '%s' "${VERSION_CODENAME-}")"
+    dpkg --add-architecture i386
+    updateIndexes
+    keepPackagedClusterAway
+    # The release itself first: it has both architectures at one version. A machine that already has newer
+    # libraries from the security archive needs their i386 twins from there.
+    aptInstall ${codename:+-t "$codename"} "$@" || aptInstall "$@" ||
+        die 'apt-get could not install the packages; see its messages above (is the package archive reachable?)'
+}
+
+# Only libwine-dev ships oaidl.idl; it is unpacked, not installed, since it drags in a native compiler. It has to
+# fit the type libraries that Wine has installed, so it is fetched in Wine's version.
+fetchInterfaceDefinitions() {
+    local version download
+    version="$(dpkg-query -W -f '${Version}' libwine:i386)"
+    [[ -f $idlDir/usr/include/wine/wine/windows/oaidl.idl && $version == "$(cat "$idlDir/version" 2>/dev/null)" ]] &&
+        return 0
+    mkdir -p "$repoRoot/build"
+    download="$(mktemp -d "$repoRoot/build/libwine-dev.XXXXXX")"
+    # shellcheck disable=SC2064
+    trap "rm -rf $(printf %q "$download")" EXIT
+    (cd "$download" && downloadPackage "libwine-dev=$version") ||
+        die "libwine-dev $version could not be downloaded (is the package archive reachable?)"
+    dpkg -x "$download"/libwine-dev_*.deb "$download/tree"
+    printf '%s\n' "$version" >"$download/tree/version"
+    rm -rf "$idlDir"
+    mv "$download/tree" "$idlDir"
+}
+
+# As root apt would download as its own user, who may not be able to enter the working copy.
+downloadPackage() {
+    apt-get -q -o APT::Sandbox::User=root download "$1" && return 0
+    [[ $EUID -eq 0 ]] || return 1
+    updateIndexes
+    apt-get -q -o APT::Sandbox::User=root download "$1"
+}
+
+[[ -x $(command -v dpkg-query) ]] || die 'this script needs Debian 12'
+mapfile -t missing < <(missingPackages)
+[[ ${#missing[@]} -eq 0 ]] || installPackages "${missing[@]}"
+mapfile -t missing < <(missingPackages)
+[[ ${#missing[@]} -eq 0 ]] || die "still missing after the installation: ${missing[*]}"
+fetchInterfaceDefinitions
