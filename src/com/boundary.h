@@ -1,0 +1,44 @@
+#pragma once
+
+#include "com/error.h"
+
+namespace com {
+
+/// Leaves the error in flight as this thread's error object (number, source, description) and returns its code.
+HRESULT reportCurrentError() noexcept;
+
+/// The edge between COM and C++: runs `body` and turns whatever it throws into a failure code and an error object.
+template <class Body>
+HRESULT comBoundary(Body&& body) noexcept
+{
+    try
+    {
+        body();
+        return S_OK;
+    }
+    catch (...)
+    {
+        return reportCurrentError();
+    }
+}
+
+/// The caller's variable behind an out-pointer, cleared; raises E_POINTER when there is none.
+template <class Value>
+Value& requireOut(Value* out)
+{
+    if (!out)
+        check(E_POINTER);
+    *out = Value{};
+    return *out;
+}
+
+/// The caller's variable behind a by-reference argument; raises E_POINTER when there is none.
+template <class Value>
+Value& requireIn(Value* in)
+{
+    if (!in)
+        check(E_POINTER);
+    return *in;
+}
+
+} // namespace com

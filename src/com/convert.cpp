@@ -1,0 +1,112 @@
+#include "com/convert.h"
+
+#include "com/error.h"
+
+namespace com {
+namespace {
+
+const VARIANT& innermost(const VARIANT& value)
+{
+    const VARIANT* inner = &value;
+    while (inner->vt == (VT_BYREF | VT_VARIANT))
+        inner = inner->pvarVal;
+    return *inner;
+}
+
+bool isNull(const VARIANT& value)
+{
+    return innermost(value).vt == VT_NULL;
+}
+
+bool isNothing(const VARIANT& value)
+{
+    const VARIANT& inner = innermost(value);
+    return (inner.vt == VT_DISPATCH || inner.vt == VT_UNKNOWN) && !inner.punkVal;
+}
+
+} // namespace
+
+_variant_t changeType(const VARIANT& value, VARTYPE type)
+{
+    if (isNull(value))
+        raiseRuntimeError(kInvalidUseOfNull);
+    if (isNothing(value))
+        raiseRuntimeError(kObjectNotSet);
+    _variant_t result;
+    check(VariantChangeTypeEx(&result, const_cast<VARIANT*>(&value), LOCALE_USER_DEFAULT, VARIANT_ALPHABOOL, type));
+    return result;
+}
+
+std::wstring toText(const VARIANT& value)
+{
+    if (value.vt == VT_BSTR)
+        return fromBstr(value.bstrVal);
+    return fromBstr(changeType(value, VT_BSTR).bstrVal);
+}
+
+std::wstring concatText(const VARIANT& value)
+{
+    return isNull(value) ? std::wstring() : toText(value);
+}
+
+DATE toDate(const VARIANT& value)
+{
+    return changeType(value, VT_DATE).date;
+}
+
+short toInt16(const VARIANT& value)
+{
+    return changeType(value, VT_I2).iVal;
+}
+
+long toInt32(const VARIANT& value)
+{
+    return changeType(value, VT_I4).lVal;
+}
+
+bool toBool(const VARIANT& value)
+{
+    return changeType(value, VT_BOOL).boolVal != VARIANT_FALSE;
+}
+
+std::wstring dateText(DATE date)
+{
+    return toText(_variant_t(date, VT_DATE));
+}
+
+_variant_t textVariant(const std::wstring& text)
+{
+    _variant_t result;
+    result.vt = VT_EMPTY;
+    result.bstrVal = newBstr(text);
+    result.vt = VT_BSTR;
+    return result;
+}
+
+BSTR newBstr(const std::wstring& text)
+{
+    BSTR result = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
+    if (!result)
+        raiseRuntimeError(kOutOfMemory);
+    return result;
+}
+
+std::wstring fromBstr(BSTR text)
+{
+    return text ? std::wstring(text, SysStringLen(text)) : std::wstring();
+}
+
+_variant_t missing()
+{
+    _variant_t result;
+    result.vt = VT_ERROR;
+    result.scode = DISP_E_PARAMNOTFOUND;
+    return result;
+}
+
+bool isMissing(const VARIANT& value)
+{
+    return value.vt == VT_ERROR && value.scode == DISP_E_PARAMNOTFOUND;
+}
+
+} // namespace com

@@ -1,0 +1,117 @@
+#include "com/dispatch.h"
+
+#include "com/convert.h"
+#include "com/error.h"
+
+#include <algorithm>
+
+using Microsoft::WRL::ComPtr;
+
+namespace com {
+namespace {
+
+std::wstring take(BSTR text)
+{
+    const _bstr_t owner(text, false);
+    return fromBstr(text);
+}
+
+Error exceptionError(EXCEPINFO& exception)
+{
+    if (exception.pfnDeferredFillIn)
+        exception.pfnDeferredFillIn(&exception);
+    SysFreeString(exception.bstrHelpFile);
+    constexpr long kObjectErrorBase = static_cast<long>(0x80040000);
+    const HRESULT code = exception.scode != 0 ? exception.scode : kObjectErrorBase + exception.wCode;
+    Error error = platformError(code);
+    error.source = take(exception.bstrSource);
+    if (std::wstring description = take(exception.bstrDescription); !description.empty())
+        error.description = std::move(description);
+    return error;
+}
+
+} // namespace
+
+Dispatch Dispatch::create(const wchar_t* progId)
+{
+    CLSID clsid;
+    ComPtr<IDispatch> object;
+    if (FAILED(CLSIDFromProgID(progId, &clsid)))
+        raiseRuntimeError(kCannotCreateObject);
+    check(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&object)));
+    return Dispatch(object.Get());
+}
+
+Dispatch Dispatch::from(const VARIANT& value)
+{
+    _variant_t direct;
+    check(VariantCopyInd(&direct, const_cast<VARIANT*>(&value)));
+    if (direct.vt != VT_DISPATCH && direct.vt != VT_UNKNOWN)
+        raiseRuntimeError(kTypeMismatch);
+    if (!direct.punkVal)
+        raiseRuntimeError(kObjectNotSet);
+    return Dispatch(changeType(direct, VT_DISPATCH).pdispVal);
+}
+
+_variant_t Dispatch::property(const wchar_t* member, std::initializer_list<_variant_t> arguments) const
+{
+    return invoke(find(member), DISPATCH_PROPERTYGET, arguments);
+}
+
+_variant_t Dispatch::property(DISPID id) const
+{
+    return invoke(id, DISPATCH_PROPERTYGET | DISPATCH_METHOD, {});
+}
+
+void Dispatch::put(const wchar_t* member, const _variant_t& value) const
+{
+    invoke(find(member), DISPATCH_PROPERTYPUT, {value});
+}
+
+void Dispatch::putReference(const wchar_t* member, const Dispatch& value) const
+{
+    invoke(find(member), DISPATCH_PROPERTYPUTREF, {_variant_t(value.get())});
+}
+
+_variant_t Dispatch::call(const wchar_t* member, std::initializer_list<_variant_t> arguments) const
+{
+    return invoke(find(member), DISPATCH_METHOD, arguments);
+}
+
+DISPID Dispatch::find(const wchar_t* member) const
+{
+    if (!object_)
+        raiseRuntimeError(kObjectNotSet);
+    for (const auto& [name, id] : ids_)
+        if (name == member)
+            return id;
+    LPOLESTR name = const_cast<LPOLESTR>(member);
+    DISPID id = DISPID_UNKNOWN;
+    check(object_->GetIDsOfNames(IID_NULL, &name, 1, LOCALE_USER_DEFAULT, &id));
+    ids_.emplace_back(member, id);
+    return id;
+}
+
+_variant_t Dispatch::invoke(DISPID id, WORD flags, std::initializer_list<_variant_t> arguments) const
+{
+    if (!object_)
+        raiseRuntimeError(kObjectNotSet);
+    // The call borrows the arguments; the array it wants runs backwards.
+    std::vector<VARIANT> reversed(arguments.begin(), arguments.end());
+    std::reverse(reversed.begin(), reversed.end());
+    DISPID propertyPut = DISPID_PROPERTYPUT;
+    const bool put = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
+    DISPPARAMS params{reversed.data(), put ? &propertyPut : nullptr, static_cast<UINT>(reversed.size()), put ? 1U : 0U};
+
+    _variant_t result;
+    EXCEPINFO exception{};
+    UINT badArgument = 0;
+    const HRESULT code = object_->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &params, put ? nullptr : &result,
+                                         &exception, &badArgument);
+    if (code == DISP_E_EXCEPTION)
+        throw exceptionError(exception);
+    check(code);
+    return result;
+}
+
+} // namespace com

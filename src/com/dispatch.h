@@ -1,0 +1,51 @@
+#pragma once
+
+#include <comdef.h>
+#include <initializer_list>
+#include <string>
+#include <utility>
+#include <vector>
+#include <wrl/client.h>
+
+namespace com {
+
+/// A late-bound object: members are looked up by name, once for each object, and called through IDispatch.
+///
+/// Every failure throws Error: the object's own number, source and description, or the runtime's for a failure of the
+/// call itself. Using an empty Dispatch raises 91.
+class Dispatch
+{
+public:
+    Dispatch() = default;
+    explicit Dispatch(IDispatch* object) : object_(object) {}
+
+    /// A new object of the class `progId`; raises 429 when there is none.
+    static Dispatch create(const wchar_t* progId);
+
+    /// The object in a value; raises 424's sense as 13 for a plain value, 91 for Nothing.
+    static Dispatch from(const VARIANT& value);
+
+    IDispatch* get() const { return object_.Get(); }
+    explicit operator bool() const { return object_ != nullptr; }
+
+    /// Reads a property, with arguments if it takes any. `member` is a literal: its address is the key of the cache.
+    _variant_t property(const wchar_t* member, std::initializer_list<_variant_t> arguments = {}) const;
+
+    void put(const wchar_t* member, const _variant_t& value) const;
+    void putReference(const wchar_t* member, const Dispatch& value) const;
+
+    /// Calls a method. Arguments in their order; a by-reference variant among them is written by the callee.
+    _variant_t call(const wchar_t* member, std::initializer_list<_variant_t> arguments = {}) const;
+
+    /// Reads the member with a fixed id, such as DISPID_NEWENUM.
+    _variant_t property(DISPID id) const;
+
+private:
+    DISPID find(const wchar_t* member) const;
+    _variant_t invoke(DISPID id, WORD flags, std::initializer_list<_variant_t> arguments) const;
+
+    Microsoft::WRL::ComPtr<IDispatch> object_;
+    mutable std::vector<std::pair<const wchar_t*, DISPID>> ids_;
+};
+
+} // namespace com

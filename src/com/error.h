@@ -1,0 +1,70 @@
+#pragma once
+
+#include <string>
+#include <windows.h>
+
+namespace com {
+
+/// The one exception of the component.
+struct Error
+{
+    /// 1 to 65535: a runtime condition or a class's own number; negative: a failure code of the platform or a database.
+    long number = 0;
+    std::wstring source;
+    std::wstring description;
+};
+
+/// Conditions of the automation runtime itself, by their numbers.
+enum RuntimeError : long
+{
+    kInvalidCall = 5,
+    kOverflow = 6,
+    kOutOfMemory = 7,
+    kSubscriptOutOfRange = 9,
+    kTypeMismatch = 13,
+    kBadFileName = 52,
+    kFileNotFound = 53,
+    kDiskFull = 61,
+    kPermissionDenied = 70,
+    kPathFileAccess = 75,
+    kPathNotFound = 76,
+    kObjectNotSet = 91,
+    kInvalidUseOfNull = 94,
+    kCannotCreateObject = 429,
+    kNoSuchMember = 438,
+    kActionNotSupported = 445,
+    kArgumentNotOptional = 449,
+    kWrongArgumentCount = 450,
+    kDuplicateKey = 457,
+};
+
+/// The name under which the component raises what no routine of its own has named.
+inline constexpr wchar_t kComponentName[] = L"QuinmarkRepDLL";
+
+/// The runtime's text for one of its own numbers; an empty text for any other.
+std::wstring runtimeText(long number);
+
+/// Throws the runtime's own error `number` with the runtime's text.
+[[noreturn]] void raiseRuntimeError(long number);
+
+/// The error number of a failed platform call: the low word for facility CONTROL, the runtime's number where there is
+/// one (DISP_E_TYPEMISMATCH is 13), else the code itself.
+long errorNumber(HRESULT code);
+
+/// The failure code that carries `number` to a host: 0x800A0000 + number for 1 to 65535, a negative one unchanged.
+HRESULT errorResult(long number);
+
+/// The error for a failed platform call that left no error object: its number with the runtime's or system's text.
+Error platformError(HRESULT code);
+
+/// Throws `platformError(code)` when `code` is a failure.
+void check(HRESULT code);
+
+/// Throws when an early-bound call failed: with number, source and description of the error object it left, if any.
+void checkCall(HRESULT code);
+
+/// What is in flight, seen from a handler: an Error as it stands, `_com_error` and `std::bad_alloc` (7) translated.
+/// With nothing in flight, number 0 and empty texts.
+Error currentError();
+
+} // namespace com

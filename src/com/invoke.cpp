@@ -1,0 +1,158 @@
+#include "com/invoke.h"
+
+#include "com/boundary.h"
+#include "com/convert.h"
+#include "com/invoke_arguments.h"
+#include "com/module.h"
+
+using Microsoft::WRL::ComPtr;
+
+namespace com {
+namespace {
+
+/// A function description that is given back to its type information.
+class Function
+{
+public:
+    Function(ITypeInfo& info, UINT index) : info_(info) { check(info.GetFuncDesc(index, &description_)); }
+    ~Function() { info_.ReleaseFuncDesc(description_); }
+    Function(const Function&) = delete;
+    Function& operator=(const Function&) = delete;
+
+    const FUNCDESC* operator->() const { return description_; }
+    const FUNCDESC& operator*() const { return *description_; }
+
+private:
+    ITypeInfo& info_;
+    FUNCDESC* description_ = nullptr;
+};
+
+UINT functionCount(ITypeInfo& info)
+{
+    TYPEATTR* attributes = nullptr;
+    check(info.GetTypeAttr(&attributes));
+    const UINT count = attributes->cFuncs;
+    info.ReleaseTypeAttr(attributes);
+    return count;
+}
+
+bool answers(const FUNCDESC& function, const InvokeCall& call)
+{
+    if (function.memid != call.id || (function.wFuncFlags & FUNCFLAG_FRESTRICTED))
+        return false;
+    // Scripts without reference assignment hand an object over by plain assignment.
+    if (function.invkind == INVOKE_PROPERTYPUTREF)
+        return (call.flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
+    return (call.flags & function.invkind) != 0;
+}
+
+UINT findFunction(ITypeInfo& info, const InvokeCall& call)
+{
+    const UINT count = functionCount(info);
+    for (UINT index = 0; index < count; ++index)
+        if (answers(*Function(info, index), call))
+            return index;
+    throw platformError(DISP_E_MEMBERNOTFOUND);
+}
+
+/// Moves the error object that a failed member left into the caller's exception record.
+void fillException(HRESULT code, EXCEPINFO& exception)
+{
+    exception = EXCEPINFO{};
+    exception.scode = code;
+    ComPtr<IErrorInfo> info;
+    if (GetErrorInfo(0, &info) != S_OK)
+        return;
+    info->GetSource(&exception.bstrSource);
+    info->GetDescription(&exception.bstrDescription);
+}
+
+HRESULT callFunction(void* object, ITypeInfo& info, const FUNCDESC& function, const InvokeCall& call)
+{
+    InvokeArguments arguments(info, function, *call.params);
+    const HRESULT bound = arguments.bind(call.badArgument);
+    if (FAILED(bound))
+        return bound;
+
+    SetErrorInfo(0, nullptr);
+    _variant_t callResult;
+    check(DispCallFunc(object, static_cast<ULONG_PTR>(function.oVft), function.callconv, VT_HRESULT, arguments.count(),
+                       arguments.types(), arguments.values(), &callResult));
+    arguments.writeBack();
+    const HRESULT outcome = callResult.scode;
+    if (SUCCEEDED(outcome))
+    {
+        if (call.result)
+            *call.result = arguments.detachResult();
+        return S_OK;
+    }
+    if (!call.exception)
+        return outcome;
+    fillException(outcome, *call.exception);
+    return DISP_E_EXCEPTION;
+}
+
+} // namespace
+
+ITypeInfo& TypeLibraryDispatch::dispatchInfo()
+{
+    if (!dispatchInfo_)
+        dispatchInfo_ = interfaceTypeInfo(interfaceId_);
+    return *dispatchInfo_.Get();
+}
+
+ITypeInfo& TypeLibraryDispatch::vtableInfo()
+{
+    if (!vtableInfo_)
+    {
+        constexpr UINT kVtablePartner = static_cast<UINT>(-1);
+        HREFTYPE partner = 0;
+        check(dispatchInfo().GetRefTypeOfImplType(kVtablePartner, &partner));
+        check(dispatchInfo().GetRefTypeInfo(partner, &vtableInfo_));
+    }
+    return *vtableInfo_.Get();
+}
+
+HRESULT TypeLibraryDispatch::getTypeInfoCount(UINT* count) noexcept
+{
+    return comBoundary([&] { requireOut(count) = 1; });
+}
+
+HRESULT TypeLibraryDispatch::getTypeInfo(UINT index, ITypeInfo** info) noexcept
+{
+    return comBoundary([&] {
+        requireOut(info);
+        if (index != 0)
+            throw Error{DISP_E_BADINDEX, kComponentName, runtimeText(kSubscriptOutOfRange)};
+        check(dispatchInfo().QueryInterface(IID_PPV_ARGS(info)));
+    });
+}
+
+HRESULT TypeLibraryDispatch::getIdsOfNames(REFIID reserved, LPOLESTR* names, UINT count, DISPID* ids) noexcept
+{
+    if (reserved != IID_NULL)
+        return DISP_E_UNKNOWNINTERFACE;
+    if (!names || !ids || count == 0)
+        return E_INVALIDARG;
+    HRESULT result = E_UNEXPECTED;
+    const HRESULT boundary = comBoundary([&] { result = dispatchInfo().GetIDsOfNames(names, count, ids); });
+    return FAILED(boundary) ? boundary : result;
+}
+
+HRESULT TypeLibraryDispatch::invoke(void* object, const InvokeCall& call) noexcept
+{
+    if (call.reserved != IID_NULL)
+        return DISP_E_UNKNOWNINTERFACE;
+    if (!call.params)
+        return E_INVALIDARG;
+    if (call.result)
+        VariantInit(call.result);
+    HRESULT result = E_UNEXPECTED;
+    const HRESULT boundary = comBoundary([&] {
+        ITypeInfo& info = vtableInfo();
+        result = callFunction(object, info, *Function(info, findFunction(info, call)), call);
+    });
+    return FAILED(boundary) ? boundary : result;
+}
+
+} // namespace com

@@ -1,0 +1,79 @@
+#include "com/module.h"
+
+#include "com/error.h"
+
+using Microsoft::WRL::ComPtr;
+
+namespace com {
+namespace {
+
+HINSTANCE g_module = nullptr;
+// Zero-initialised and without destructors: nothing is left to do, or to go wrong, when the module is unloaded.
+SRWLOCK g_lock = SRWLOCK_INIT;
+long g_users = 0;
+ITypeLib* g_typeLibrary = nullptr;
+
+class LockGuard
+{
+public:
+    LockGuard() { AcquireSRWLockExclusive(&g_lock); }
+    ~LockGuard() { ReleaseSRWLockExclusive(&g_lock); }
+    LockGuard(const LockGuard&) = delete;
+    LockGuard& operator=(const LockGuard&) = delete;
+};
+
+} // namespace
+
+void setModuleHandle(HINSTANCE module)
+{
+    g_module = module;
+}
+
+std::wstring modulePath()
+{
+    std::wstring path(MAX_PATH, L'\0');
+    for (;;)
+    {
+        const DWORD length = GetModuleFileNameW(g_module, path.data(), static_cast<DWORD>(path.size()));
+        if (length == 0)
+            check(HRESULT_FROM_WIN32(GetLastError()));
+        if (length < path.size())
+            return path.substr(0, length);
+        path.resize(path.size() * 2);
+    }
+}
+
+void lockModule()
+{
+    const LockGuard guard;
+    ++g_users;
+}
+
+void unlockModule()
+{
+    ComPtr<ITypeLib> released;
+    const LockGuard guard;
+    if (--g_users == 0)
+    {
+        released.Attach(g_typeLibrary);
+        g_typeLibrary = nullptr;
+    }
+}
+
+bool moduleInUse()
+{
+    const LockGuard guard;
+    return g_users != 0;
+}
+
+ComPtr<ITypeInfo> interfaceTypeInfo(REFIID interfaceId)
+{
+    const LockGuard guard;
+    if (!g_typeLibrary)
+        check(LoadTypeLibEx(modulePath().c_str(), REGKIND_NONE, &g_typeLibrary));
+    ComPtr<ITypeInfo> info;
+    check(g_typeLibrary->GetTypeInfoOfGuid(interfaceId, &info));
+    return info;
+}
+
+} // namespace com

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <oaidl.h>
+#include <string>
+#include <wrl/client.h>
+
+/// The loaded module: what keeps it loaded, where it lies, and its type library.
+namespace com {
+
+/// Set once by DllMain (or a program's start) before anything else here is used.
+void setModuleHandle(HINSTANCE module);
+
+/// Full path of the module's file.
+std::wstring modulePath();
+
+/// Counts live objects and server locks; at zero the type library is let go, so that an unloaded module leaves nothing.
+void lockModule();
+void unlockModule();
+
+/// Whether any object or lock is left.
+bool moduleInUse();
+
+/// Type information of one of the module's interfaces, from the type library in its resources.
+Microsoft::WRL::ComPtr<ITypeInfo> interfaceTypeInfo(REFIID interfaceId);
+
+/// Keeps the module loaded for as long as it lives.
+class ModuleLock
+{
+public:
+    ModuleLock() { lockModule(); }
+    ~ModuleLock() { unlockModule(); }
+    ModuleLock(const ModuleLock&) = delete;
+    ModuleLock& operator=(const ModuleLock&) = delete;
+};
+
+} // namespace com
