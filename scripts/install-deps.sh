@@ -27,10 +27,10 @@ missingPackages() {
 # The tests run a server of their own (devdb.sh): Debian's would only occupy memory and port 5432. A machine that
 # has PostgreSQL already keeps its settings.
 keepPackagedClusterAway() {
-    local settings=/etc/postgresql-common/createcluster.conf
-    [[ ! -e $settings ]] || return 0
-    mkdir -p "$(dirname "$settings")"
-    printf 'create_main_cluster = false\nssl = on\n' >"$settings"
+    local settings=/etc/postgresql-common/createcluster.d
+    [[ ! -e /etc/postgresql-common ]] || return 0
+    mkdir -p "$settings"
+    printf 'create_main_cluster = false\n' >"$settings/no-main-cluster.conf"
 }
 
 aptInstall() {

@@ -1,0 +1,3 @@
+drop table dbo.SampleNumber, dbo.SampleName;
+drop function dbo.SampleChanged, dbo.SampleGuid, dbo.SamplePick;
+go
