@@ -13,18 +13,16 @@ readonly log="$state/log/server.log"
 
 usage() {
     cat <<'TEXT'
-usage: devdb.sh start                      start the server; the first time create and load both databases
-       devdb.sh stop                       stop it; fine when it does not run
-       devdb.sh status                     exit 0 when it runs, 1 when not
+usage: devdb.sh start                        start the server; load the databases when new or when their SQL changed
+       devdb.sh stop                         stop it; fine when it does not run
+       devdb.sh status                       exit 0 when it runs, 1 when not
        devdb.sh psql [office|laptop] ARG...  psql as superuser (default office)
-       devdb.sh reset [PATIENTS] [--both]  back to the sample: PATIENTS at the office (2000), or on both sides
+       devdb.sh reset [PATIENTS] [--both]    back to the sample: PATIENTS (2000) at the office or on both sides
 
 Scripts source build/devdb/env.sh after start.
 Exit status: 0 done, 1 failed, 2 wrong usage, 3 a package is missing.
 TEXT
 }
-
-# --- the server process -------------------------------------------------------------------------------------
 
 findServerPrograms() {
     local newest
@@ -89,21 +87,7 @@ createCluster() {
         die 'initdb failed'
     }
     rm -f "$state/owner.password"
-    # Throwaway data: losing it with the machine's power is fine, so nothing waits for the disk.
-    cat >>"$data/postgresql.conf" <<'CONF'
-listen_addresses = '127.0.0.1'
-unix_socket_directories = ''
-max_connections = 100
-shared_buffers = 64MB
-work_mem = 32MB
-wal_level = minimal
-max_wal_senders = 0
-max_logical_replication_workers = 0
-fsync = off
-full_page_writes = off
-synchronous_commit = off
-jit = off
-CONF
+    cat "$sqlDir/development.conf" >>"$data/postgresql.conf"
 }
 
 # Another program may hold the port: then the next one is tried. The first candidate depends on the path, so that
@@ -126,8 +110,6 @@ startServer() {
     die "the server does not start (attempt $attempt); if its data is damaged, delete build/devdb"
 }
 
-# --- databases ----------------------------------------------------------------------------------------------
-
 # superSql DATABASE ARG...: psql without the user's settings; stops at the first error and prints errors only.
 superSql() {
     PGPASSFILE="$state/pgpass" PGOPTIONS='-c client_min_messages=warning' "$bin/psql" -X -q -v ON_ERROR_STOP=1 \
@@ -138,8 +120,18 @@ copyDatabase() { # TEMPLATE DATABASE
     superSql postgres -c "drop database if exists $2 with (force)" -c "create database $2 template $1"
 }
 
+sqlChecksum() {
+    cat "$sqlDir"/*.sql | cksum | cut -d' ' -f1
+}
+
+ensureLogin() {
+    superSql postgres -At -o /dev/stdout -c "select 1 from pg_roles where rolname = 'quinmarkapp_user'" | grep -q 1 ||
+        superSql postgres -v password="$kPassword" -f "$sqlDir/05_login.sql"
+}
+
 createDatabases() {
     local db
+    ensureLogin
     for db in office_template laptop_template; do
         superSql postgres -c "drop database if exists $db with (force)"
     done
@@ -163,7 +155,7 @@ loadSample() {
         copyDatabase "$db" "${db}_template"
         superSql postgres -c "alter database ${db}_template allow_connections false"
     done
-    printf '%s %s\n' "$1" "$2" >"$state/sample"
+    printf '%s %s %s\n' "$1" "$2" "$(sqlChecksum)" >"$state/sample"
 }
 
 restoreSample() {
@@ -174,8 +166,6 @@ restoreSample() {
     done
 }
 
-# --- what others read ---------------------------------------------------------------------------------------
-
 replaceFile() { # PATH, content from stdin; readers never see half a file
     cat >"$1.new"
     mv -f "$1.new" "$1"
@@ -184,24 +174,14 @@ replaceFile() { # PATH, content from stdin; readers never see half a file
 writeDsn() { # NAME DATABASE
     cat <<INI
 [$1]
-Driver = QuinmarkAnsi
 Servername = 127.0.0.1
 Port = $port
 Database = $2
 Username = quinmarkapp_user
-$dsnOptions
+$(grep -v '^;' "$sqlDir/dsn_options.ini")
 
 INI
 }
-
-# The options of both DSNs, as short as the driver's defaults allow: bit columns as such, and text of every declared
-# length as variable-length text.
-readonly dsnOptions='BoolsAsChar = 0
-TextAsLongVarchar = 0
-MaxVarcharSize = 8190
-MaxLongVarcharSize = 8190
-UseServerSidePrepare = 1
-SSLmode = disable'
 
 writeClientFiles() {
     local drivers=/usr/lib/i386-linux-gnu/odbc
@@ -224,8 +204,6 @@ export QUINMARK_LAPTOP_PREFIX=laptop.
 ENV
 }
 
-# --- commands -----------------------------------------------------------------------------------------------
-
 # One command at a time; the lock goes with the process.
 takeLock() {
     mkdir -p "$state"
@@ -244,11 +222,9 @@ ensureStarted() {
     writeClientFiles
 }
 
+# Loaded means: from the SQL files as they are now.
 ensureLoaded() {
-    [[ ! -f $state/sample ]] || return 0
-    superSql postgres -At -o /dev/stdout -c "select 1 from pg_roles where rolname = 'quinmarkapp_user'" | grep -q 1 ||
-        superSql postgres -v password="$kPassword" -f "$sqlDir/05_login.sql"
-    loadSample "$kDefaultPatients" office
+    [[ -f $state/sample && "$(<"$state/sample")" == *" $(sqlChecksum)" ]] || loadSample "$kDefaultPatients" office
 }
 
 start() {
@@ -267,7 +243,8 @@ stop() {
     local pid
     pid="$(serverPid)"
     chooseServerUser
-    serverProgram pg_ctl stop --pgdata="$data" --mode=fast --wait --timeout=60 --silent || die 'the server does not stop'
+    serverProgram pg_ctl stop --pgdata="$data" --mode=fast --wait --timeout=60 --silent ||
+        die 'the server does not stop'
     # pg_ctl waits for the pid file only; the process lives a moment longer.
     while grep -qs . "/proc/$pid/cmdline"; do sleep 0.01; done
 }
@@ -290,7 +267,7 @@ openPsql() {
 }
 
 reset() {
-    local patients='' sides=office wanted argument
+    local patients='' sides=office argument
     for argument in "$@"; do
         case $argument in
             --both) sides=both ;;
@@ -298,15 +275,13 @@ reset() {
         esac
     done
     [[ -z $patients || $patients =~ ^[1-9][0-9]{0,6}$ ]] || die -2 "not a number of patients: $patients"
-    wanted="${patients:-$kDefaultPatients} $sides"
+    patients=${patients:-$kDefaultPatients}
     takeLock
     ensureStarted
-    if [[ -f $state/sample && $wanted == "$(<"$state/sample")" ]]; then
+    if [[ -f $state/sample && "$(<"$state/sample")" == "$patients $sides $(sqlChecksum)" ]]; then
         restoreSample
     else
-        ensureLoaded
-        # shellcheck disable=SC2086
-        [[ $wanted == "$(<"$state/sample")" ]] || loadSample $wanted
+        loadSample "$patients" "$sides"
     fi
 }
 

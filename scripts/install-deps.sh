@@ -17,7 +17,8 @@ readonly idlDir="$repoRoot/build/libwine-dev"
 missingPackages() {
     local installed package native
     native="$(dpkg --print-architecture)"
-    installed="$(dpkg-query -W -f '${Package}:${Architecture} ${db:Status-Status}\n' "${kPackages[@]}" 2>/dev/null || true)"
+    installed="$(dpkg-query -W -f '${Package}:${Architecture} ${db:Status-Status}\n' "${kPackages[@]}" 2>/dev/null ||
+        true)"
     for package in "${kPackages[@]}"; do
         [[ $package == *:* ]] || package="$package:($native|all)"
         grep -qxE -- "${package//+/\\+} installed" <<<"$installed" || printf '%s\n' "${package/:(*/}"
