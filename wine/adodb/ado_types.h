@@ -1,0 +1,101 @@
+#pragma once
+
+#include "odbc_handle.h"
+
+#include <wtypes.h>
+
+namespace adodb {
+
+/// ADO's DataTypeEnum, as far as it can occur here.
+enum AdoType : short
+{
+    adEmpty = 0,
+    adSmallInt = 2,
+    adInteger = 3,
+    adSingle = 4,
+    adDouble = 5,
+    adCurrency = 6,
+    adDate = 7,
+    adBoolean = 11,
+    adDecimal = 14,
+    adTinyInt = 16,
+    adUnsignedTinyInt = 17,
+    adBigInt = 20,
+    adGUID = 72,
+    adBinary = 128,
+    adChar = 129,
+    adWChar = 130,
+    adNumeric = 131,
+    adDBDate = 133,
+    adDBTime = 134,
+    adDBTimeStamp = 135,
+    adVarChar = 200,
+    adLongVarChar = 201,
+    adVarWChar = 202,
+    adLongVarWChar = 203,
+    adVarBinary = 204,
+    adLongVarBinary = 205,
+};
+
+enum ParameterDirection : long
+{
+    adParamInput = 1,
+    adParamOutput = 2,
+    adParamInputOutput = 3,
+    adParamReturnValue = 4
+};
+enum CursorType : long
+{
+    adOpenForwardOnly = 0,
+    adOpenKeyset = 1,
+    adOpenDynamic = 2,
+    adOpenStatic = 3
+};
+enum CursorLocation : long
+{
+    adUseServer = 2,
+    adUseClient = 3
+};
+enum CommandType : long
+{
+    adCmdUnspecified = -1,
+    adCmdText = 1,
+    adCmdTable = 2,
+    adCmdStoredProc = 4,
+    adCmdUnknown = 8
+};
+
+/// How a type crosses ODBC.
+struct TypeInfo
+{
+    AdoType type;
+    SQLSMALLINT sqlType;     ///< as which a parameter is bound
+    SQLSMALLINT cType;       ///< the buffer's type
+    SQLLEN bufferBytes;      ///< of a fixed-size buffer; 0 for variable length
+    VARTYPE variantType;     ///< of the value that ADO hands out
+    long definedSize;        ///< what Field.DefinedSize says; 0 = the column's size
+    unsigned char precision; ///< what Field.Precision says; 0 = the column's, 255 = none
+
+    constexpr bool isText() const { return cType == SQL_C_WCHAR && variantType == VT_BSTR; }
+    constexpr bool isVariable() const { return bufferBytes == 0; }
+    constexpr bool isLong() const { return type == adLongVarChar || type == adLongVarWChar || type == adLongVarBinary; }
+    constexpr bool isDecimal() const { return cType == SQL_C_CHAR; }
+};
+
+/// The row of the type table, or null for a type that cannot be used.
+const TypeInfo* findType(long adoType) noexcept;
+
+/// What the driver says of a column's type.
+struct SqlColumnType
+{
+    SQLSMALLINT sqlType;
+    SQLULEN size;
+    SQLSMALLINT digits;
+    bool isUnsigned;
+};
+
+/// The ADO type of a result column, adEmpty when there is none. `plainText`: the database has no separate national
+/// character types, so wide text is reported as CHAR, VARCHAR and LONGVARCHAR.
+AdoType adoTypeOfColumn(const SqlColumnType& column, bool plainText) noexcept;
+
+} // namespace adodb

@@ -1,0 +1,34 @@
+#include "collection_index.h"
+
+#include "ado_error.h"
+#include "com/convert.h"
+
+namespace adodb {
+
+namespace {
+
+bool sameName(const std::wstring& left, const std::wstring& right)
+{
+    return CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
+                                static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
+}
+
+} // namespace
+
+size_t positionOfItem(const VARIANT& index, size_t count, const std::function<std::wstring(size_t)>& nameAt,
+                      const wchar_t* source)
+{
+    if (V_VT(&index) == VT_BSTR) {
+        const std::wstring name = com::toText(index);
+        for (size_t position = 0; position < count; ++position)
+            if (sameName(nameAt(position), name))
+                return position;
+        raiseAdoError(kItemNotFound, source);
+    }
+    const long position = com::toInt32(index);
+    if (position < 0 || static_cast<size_t>(position) >= count)
+        raiseAdoError(kItemNotFound, source);
+    return static_cast<size_t>(position);
+}
+
+} // namespace adodb

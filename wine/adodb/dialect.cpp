@@ -1,0 +1,395 @@
+#include "dialect.h"
+
+#include "sql_tokens.h"
+
+#include <algorithm>
+#include <array>
+#include <initializer_list>
+#include <optional>
+
+namespace adodb {
+
+namespace {
+
+// PostgreSQL's reserved words: the plain names that mean something else when they stand without quotes.
+constexpr std::array<std::wstring_view, 97> kReserved{
+    L"all",
+    L"analyse",
+    L"analyze",
+    L"and",
+    L"any",
+    L"array",
+    L"as",
+    L"asc",
+    L"asymmetric",
+    L"authorization",
+    L"binary",
+    L"both",
+    L"case",
+    L"cast",
+    L"check",
+    L"collate",
+    L"collation",
+    L"column",
+    L"concurrently",
+    L"constraint",
+    L"create",
+    L"cross",
+    L"current_catalog",
+    L"current_date",
+    L"current_role",
+    L"current_schema",
+    L"current_time",
+    L"current_timestamp",
+    L"current_user",
+    L"default",
+    L"deferrable",
+    L"desc",
+    L"distinct",
+    L"do",
+    L"else",
+    L"end",
+    L"except",
+    L"false",
+    L"fetch",
+    L"for",
+    L"foreign",
+    L"freeze",
+    L"from",
+    L"full",
+    L"grant",
+    L"group",
+    L"having",
+    L"ilike",
+    L"in",
+    L"initially",
+    L"inner",
+    L"intersect",
+    L"into",
+    L"is",
+    L"isnull",
+    L"join",
+    L"lateral",
+    L"leading",
+    L"left",
+    L"like",
+    L"limit",
+    L"localtime",
+    L"localtimestamp",
+    L"natural",
+    L"not",
+    L"notnull",
+    L"null",
+    L"offset",
+    L"on",
+    L"only",
+    L"or",
+    L"order",
+    L"outer",
+    L"overlaps",
+    L"placing",
+    L"primary",
+    L"references",
+    L"returning",
+    L"right",
+    L"select",
+    L"session_user",
+    L"some",
+    L"symmetric",
+    L"table",
+    L"then",
+    L"to",
+    L"trailing",
+    L"true",
+    L"union",
+    L"unique",
+    L"user",
+    L"using",
+    L"variadic",
+    L"when",
+    L"where",
+    L"window",
+    L"with",
+};
+static_assert(std::ranges::is_sorted(kReserved));
+
+bool isReserved(const std::wstring& name)
+{
+    return std::ranges::binary_search(kReserved, name);
+}
+
+bool isPlainName(std::wstring_view name)
+{
+    const auto isPlain = [](wchar_t c) {
+        return (c >= L'a' && c <= L'z') || (c >= L'A' && c <= L'Z') || (c >= L'0' && c <= L'9') || c == L'_';
+    };
+    return !name.empty() && !(name.front() >= L'0' && name.front() <= L'9') && std::ranges::all_of(name, isPlain);
+}
+
+std::wstring lowerAscii(std::wstring_view text)
+{
+    std::wstring lower(text);
+    for (wchar_t& c : lower)
+        if (c >= L'A' && c <= L'Z')
+            c = static_cast<wchar_t>(c - L'A' + L'a');
+    return lower;
+}
+
+std::wstring quoted(std::wstring_view name)
+{
+    std::wstring text = L"\"";
+    for (const wchar_t c : name) {
+        text += c;
+        if (c == L'"')
+            text += c;
+    }
+    return text + L'"';
+}
+
+/// A plain name goes out bare, so that it folds to lower case as unquoted names in the same database do; a reserved
+/// word is folded here, because quoting keeps the case.
+std::wstring nameOfBrackets(std::wstring_view bracketed)
+{
+    std::wstring name;
+    const std::wstring_view inner = bracketed.substr(1, bracketed.size() - (bracketed.ends_with(L']') ? 2 : 1));
+    for (size_t at = 0; at < inner.size(); ++at) {
+        name += inner[at];
+        if (inner[at] == L']')
+            ++at;
+    }
+    if (!isPlainName(name))
+        return quoted(name);
+    const std::wstring lower = lowerAscii(name);
+    return isReserved(lower) ? quoted(lower) : name;
+}
+
+/// Rewrites one list of tokens.
+class Rewriter
+{
+public:
+    explicit Rewriter(std::wstring_view sql) : tokens_(tokenize(sql)) {}
+
+    std::wstring run()
+    {
+        while (at_ < tokens_.size())
+            step();
+        endStatement();
+        return out_;
+    }
+
+private:
+    /// The position after `at` and the gap behind it.
+    size_t past(size_t at) const
+    {
+        for (++at; at < tokens_.size() && tokens_[at].isGap();)
+            ++at;
+        return at;
+    }
+
+    bool isWord(size_t at, std::wstring_view word) const
+    {
+        return at < tokens_.size() && tokens_[at].kind == TokenKind::Word && equalsIgnoringCase(tokens_[at].text, word);
+    }
+    bool isSymbol(size_t at, wchar_t symbol) const { return at < tokens_.size() && tokens_[at].isSymbol(symbol); }
+    bool isKind(size_t at, TokenKind kind) const { return at < tokens_.size() && tokens_[at].kind == kind; }
+
+    /// Follows words and one-character symbols from `at`; the position behind them, or none.
+    std::optional<size_t> follow(size_t at, std::initializer_list<std::wstring_view> pattern) const
+    {
+        for (const std::wstring_view part : pattern) {
+            if (at >= tokens_.size() || !equalsIgnoringCase(tokens_[at].text, part))
+                return std::nullopt;
+            at = past(at);
+        }
+        return at;
+    }
+
+    void step()
+    {
+        const Token& token = tokens_[at_];
+        if (isWord(at_, L"select") && rewriteTop())
+            return;
+        if (isWord(at_, L"dateadd") && rewriteDateAdd())
+            return;
+        if (isWord(at_, L"if") && rewriteConstraintGuard())
+            return;
+        if (token.isSymbol(L'('))
+            limits_.emplace_back();
+        else if (token.isSymbol(L')'))
+            closeParenthesis();
+        else if (token.isSymbol(L';'))
+            endStatement();
+        const bool isName = token.kind == TokenKind::BracketedName && !isSubscript();
+        out_ += isName ? nameOfBrackets(token.text) : std::wstring(token.text);
+        if (!token.isGap())
+            contentEnd_ = out_.size();
+        ++at_;
+    }
+
+    /// `x[1]` and `array[...]`: PostgreSQL's own use of brackets.
+    bool isSubscript() const
+    {
+        if (at_ == 0 || tokens_[at_ - 1].isGap())
+            return false;
+        return isWord(at_ - 1, L"array") || tokens_[at_].text.find_first_not_of(L"[]0123456789:") == std::wstring::npos;
+    }
+
+    /// `select top n` and `select top (n)`: the limit goes to the end of this select.
+    bool rewriteTop()
+    {
+        size_t at = past(at_);
+        const size_t distinct = at;
+        if (isWord(at, L"distinct"))
+            at = past(at);
+        if (!isWord(at, L"top"))
+            return false;
+        size_t number = past(at);
+        const bool inParentheses = isSymbol(number, L'(');
+        if (inParentheses)
+            number = past(number);
+        if (!isKind(number, TokenKind::Number))
+            return false;
+        size_t next = past(number);
+        if (inParentheses && !isSymbol(next, L')'))
+            return false;
+        if (inParentheses)
+            next = past(next);
+        if (isWord(next, L"percent") || isInSetOperation())
+            return false;
+        out_ += tokens_[at_].text;
+        out_ += distinct != at ? L" distinct " : L" ";
+        limits_.back() = L" limit " + std::wstring(tokens_[number].text);
+        at_ = next;
+        return true;
+    }
+
+    /// Whether a union or the like stands beside this select: the limit would fall on the whole of it.
+    bool isInSetOperation() const
+    {
+        const auto isOperator = [this](size_t at) {
+            return isWord(at, L"union") || isWord(at, L"except") || isWord(at, L"intersect");
+        };
+        int depth = 0;
+        for (size_t at = at_; at < tokens_.size() && depth >= 0 && !tokens_[at].isSymbol(L';'); ++at) {
+            depth += tokens_[at].isSymbol(L'(') - tokens_[at].isSymbol(L')');
+            if (depth == 0 && isOperator(at))
+                return true;
+        }
+        depth = 0;
+        for (size_t at = at_; at-- > 0 && depth >= 0 && !tokens_[at].isSymbol(L';');) {
+            depth += tokens_[at].isSymbol(L')') - tokens_[at].isSymbol(L'(');
+            if (depth == 0 && isOperator(at))
+                return true;
+        }
+        return false;
+    }
+
+    /// `dateadd(s, n, x)`; the arguments are rewritten themselves.
+    bool rewriteDateAdd()
+    {
+        const auto unit = past(past(at_));
+        if (!isSymbol(past(at_), L'(') || !(isWord(unit, L"s") || isWord(unit, L"ss") || isWord(unit, L"second")) ||
+            !isSymbol(past(unit), L','))
+            return false;
+        const size_t amount = past(past(unit));
+        const size_t comma = endOfArgument(amount, L',');
+        const size_t close = comma < tokens_.size() ? endOfArgument(comma + 1, L')') : tokens_.size();
+        if (close >= tokens_.size())
+            return false;
+        const bool isLiteral = isKind(past(comma), TokenKind::String) && past(past(comma)) == close;
+        const bool isSimple = past(amount) == comma || (isSymbol(amount, L'-') && past(past(amount)) == comma);
+        const std::wstring count = rewritten(amount, comma);
+        out_ += (isLiteral ? L"(timestamp " : L"(") + rewritten(comma + 1, close) + L" + " +
+                (isSimple ? count : L'(' + count + L')') + L" * interval '1 second')";
+        contentEnd_ = out_.size();
+        at_ = close + 1;
+        return true;
+    }
+
+    /// The position of `end` at this nesting level, or the end of the tokens.
+    size_t endOfArgument(size_t at, wchar_t end) const
+    {
+        for (int depth = 0; at < tokens_.size(); ++at) {
+            if (depth == 0 && tokens_[at].isSymbol(end))
+                break;
+            if (tokens_[at].isSymbol(L'('))
+                ++depth;
+            else if (tokens_[at].isSymbol(L')') && --depth < 0)
+                return tokens_.size();
+        }
+        return at;
+    }
+
+    /// The tokens `first` to `last`, rewritten, without the gaps around them.
+    std::wstring rewritten(size_t first, size_t last) const
+    {
+        while (first < last && tokens_[first].isGap())
+            ++first;
+        while (last > first && tokens_[last - 1].isGap())
+            --last;
+        std::wstring text;
+        for (; first < last; ++first)
+            text += tokens_[first].text;
+        return Rewriter(text).run();
+    }
+
+    /// `IF OBJECT_ID('schema.X', 'F') IS NOT NULL alter table T drop constraint X`.
+    bool rewriteConstraintGuard()
+    {
+        const auto name = follow(at_, {L"if", L"object_id", L"("});
+        if (!name || !isKind(*name, TokenKind::String))
+            return false;
+        const auto rest = follow(past(*name), {L",", L"'F'", L")", L"is", L"not", L"null"});
+        if (!rest || !follow(*rest, {L"alter", L"table"}))
+            return false;
+        for (size_t at = *rest; at < tokens_.size() && !tokens_[at].isSymbol(L';'); ++at) {
+            if (const auto constraint = follow(at, {L"drop", L"constraint"})) {
+                out_ += rewritten(*rest, *constraint) + L" if exists ";
+                at_ = *constraint;
+                return true;
+            }
+        }
+        return false;
+    }
+
+    void flushLimit()
+    {
+        if (limits_.back().empty())
+            return;
+        out_.insert(contentEnd_, limits_.back());
+        limits_.back().clear();
+    }
+
+    void closeParenthesis()
+    {
+        flushLimit();
+        if (limits_.size() > 1)
+            limits_.pop_back();
+    }
+
+    void endStatement()
+    {
+        limits_.resize(1);
+        flushLimit();
+    }
+
+    std::vector<Token> tokens_;
+    size_t at_ = 0;
+    std::wstring out_;
+    size_t contentEnd_ = 0;               ///< in out_, behind the last token that is neither space nor comment
+    std::vector<std::wstring> limits_{1}; ///< the pending limit of the select at each parenthesis level
+};
+
+} // namespace
+
+Dialect dialectOfDatabase(std::wstring_view dbmsName) noexcept
+{
+    return equalsIgnoringCase(dbmsName, L"PostgreSQL") ? Dialect::PostgreSql : Dialect::Untouched;
+}
+
+std::wstring translateSql(Dialect dialect, std::wstring_view sql)
+{
+    return dialect == Dialect::PostgreSql ? Rewriter(sql).run() : std::wstring(sql);
+}
+
+} // namespace adodb

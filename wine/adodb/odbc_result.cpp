@@ -1,0 +1,240 @@
+#include "odbc_result.h"
+
+#include "value_conversion.h"
+
+namespace adodb {
+
+namespace {
+
+// Longer text and binary columns are read with SQLGetData, so that a row costs what its values need.
+constexpr SQLULEN kLongestBoundColumn = 2000;
+constexpr size_t kFirstChunkBytes = 4096;
+
+size_t terminatorBytes(const TypeInfo& type)
+{
+    return type.cType == SQL_C_WCHAR ? sizeof(wchar_t) : type.cType == SQL_C_CHAR ? 1 : 0;
+}
+
+/// Bytes for a bound column; 0 when it is to be read in pieces.
+size_t boundBytes(const TypeInfo& type, SQLULEN size)
+{
+    if (!type.isVariable())
+        return static_cast<size_t>(type.bufferBytes);
+    if (type.isLong() || size == 0 || size > kLongestBoundColumn)
+        return 0;
+    // A database that counts code points may need two UTF-16 units for each.
+    return type.isText() ? (2 * size + 1) * sizeof(wchar_t) : size;
+}
+
+long definedSizeOf(const TypeInfo& type, SQLULEN size)
+{
+    constexpr SQLULEN kMax = 2147483647;
+    if (type.definedSize)
+        return type.definedSize;
+    return static_cast<long>(size == 0 || size > kMax ? kMax : size);
+}
+
+} // namespace
+
+bool Result::Column::isCut() const noexcept
+{
+    const auto room = static_cast<SQLLEN>(buffer.size() - terminatorBytes(*type));
+    return bound && (length == SQL_NO_TOTAL || length > room);
+}
+
+Result::Result(std::shared_ptr<OdbcConnection> connection, std::shared_ptr<StatementHandle> statement)
+    : connection_(std::move(connection)),
+      statement_(std::move(statement))
+{
+    SQLSMALLINT count = 0;
+    odbcCheck(SQLNumResultCols(statement_->get(), &count), *statement_, L"SQLNumResultCols");
+    for (SQLSMALLINT number = 1; number <= count; ++number)
+        describeColumn(static_cast<SQLUSMALLINT>(number));
+    bindColumns();
+    fetch();
+    empty_ = atEnd_;
+}
+
+SqlColumnType Result::columnType(SQLUSMALLINT number, ColumnInfo& info) const
+{
+    wchar_t name[256] = {};
+    SQLSMALLINT nameLength = 0;
+    SQLSMALLINT nullable = 0;
+    SqlColumnType sql = {};
+    odbcCheck(SQLDescribeColW(statement_->get(), number, name, static_cast<SQLSMALLINT>(std::size(name)), &nameLength,
+                              &sql.sqlType, &sql.size, &sql.digits, &nullable),
+              *statement_, L"SQLDescribeCol");
+    info.name = name;
+    if (sql.sqlType == SQL_TINYINT) {
+        SQLLEN isUnsigned = SQL_TRUE;
+        odbcCheck(SQLColAttributeW(statement_->get(), number, SQL_DESC_UNSIGNED, nullptr, 0, nullptr, &isUnsigned),
+                  *statement_, L"SQLColAttribute");
+        sql.isUnsigned = isUnsigned == SQL_TRUE;
+    }
+    return sql;
+}
+
+void Result::describeColumn(SQLUSMALLINT number)
+{
+    ColumnInfo info = {};
+    const SqlColumnType sql = columnType(number, info);
+    info.type = adoTypeOfColumn(sql, connection_->dialect() == Dialect::PostgreSql);
+    const TypeInfo* type = findType(info.type);
+    if (!type)
+        throw com::Error{E_FAIL, kProviderName,
+                         L"Column " + info.name + L" has the unsupported SQL type " + std::to_wstring(sql.sqlType) +
+                             L"."};
+    info.definedSize = definedSizeOf(*type, sql.size);
+    info.precision = type->precision ? type->precision : static_cast<long>(sql.size);
+    const bool hasScale = type->precision == 0 || info.type == adCurrency;
+    info.scale = hasScale ? sql.digits : 255;
+    infos_.push_back(std::move(info));
+    columns_.push_back({type, false, std::vector<std::byte>(boundBytes(*type, sql.size)), 0, {}});
+}
+
+void Result::bindColumns()
+{
+    for (SQLUSMALLINT number = 1; Column & column : columns_) {
+        column.bound = !column.buffer.empty();
+        if (column.bound)
+            odbcCheck(SQLBindCol(statement_->get(), number, column.type->cType, column.buffer.data(),
+                                 static_cast<SQLLEN>(column.buffer.size()), &column.length),
+                      *statement_, L"SQLBindCol");
+        else if (!connection_->allowsAnyGetData())
+            return; // what follows must be read in order, too
+        ++number;
+    }
+}
+
+void Result::readWhole(SQLUSMALLINT number, std::vector<std::byte>& buffer, SQLLEN& length) const
+{
+    const TypeInfo& type = *columns_[number - 1].type;
+    if (buffer.size() < kFirstChunkBytes)
+        buffer.resize(kFirstChunkBytes);
+    const size_t terminator = terminatorBytes(type);
+    for (size_t used = 0;;) {
+        SQLLEN available = 0;
+        const SQLRETURN rc = SQLGetData(statement_->get(), number, type.cType, buffer.data() + used,
+                                        static_cast<SQLLEN>(buffer.size() - used), &available);
+        odbcCheck(rc, *statement_, L"SQLGetData");
+        const size_t room = buffer.size() - used - terminator;
+        const bool complete =
+            rc == SQL_NO_DATA || (available != SQL_NO_TOTAL && available <= static_cast<SQLLEN>(room));
+        if (complete) {
+            const auto last = static_cast<SQLLEN>(used) + (rc == SQL_NO_DATA ? 0 : available);
+            length = available == SQL_NULL_DATA ? available : last;
+            return;
+        }
+        used += room;
+        buffer.resize(available == SQL_NO_TOTAL ? buffer.size() * 2
+                                                : buffer.size() + static_cast<size_t>(available) - room);
+    }
+}
+
+void Result::readUnbound()
+{
+    for (SQLUSMALLINT number = 1; Column & column : columns_) {
+        if (!column.bound) {
+            readWhole(number, column.buffer, column.length);
+        }
+        else if (column.isCut()) {
+            if (!connection_->allowsAnyGetData())
+                throw com::Error{E_FAIL, kProviderName,
+                                 L"The value of column " + infos_[number - 1].name + L" is longer than the column."};
+            readWhole(number, column.spill, column.length);
+        }
+        ++number;
+    }
+}
+
+void Result::fetch()
+{
+    if (odbcCheck(SQLFetch(statement_->get()), *statement_, L"SQLFetch") != SQL_NO_DATA) {
+        readUnbound();
+        return;
+    }
+    atEnd_ = true;
+    drain();
+    releaseStatement();
+}
+
+void Result::drain()
+{
+    // A later statement of a batch reports its failure only when its result is asked for.
+    while (odbcCheck(SQLMoreResults(statement_->get()), *statement_, L"SQLMoreResults") != SQL_NO_DATA) {
+    }
+}
+
+void Result::releaseStatement() noexcept
+{
+    if (statement_) {
+        SQLFreeStmt(statement_->get(), SQL_CLOSE);
+        SQLFreeStmt(statement_->get(), SQL_UNBIND);
+        statement_.reset();
+    }
+}
+
+void Result::close() noexcept
+{
+    releaseStatement();
+    open_ = false;
+    rows_.clear();
+    connection_.reset();
+}
+
+void Result::materialize()
+{
+    if (!statement_) {
+        wholeInMemory_ = wholeInMemory_ || empty_;
+        return;
+    }
+    std::vector<Row> rows;
+    for (; !atEnd_; fetch())
+        rows.push_back(currentRow());
+    rows_ = std::move(rows);
+    rowIndex_ = 0;
+    wholeInMemory_ = position_ == 0;
+    atEnd_ = rows_.empty();
+}
+
+void Result::moveNext()
+{
+    ++position_;
+    if (statement_)
+        fetch();
+    else
+        atEnd_ = ++rowIndex_ >= rows_.size();
+}
+
+void Result::moveFirst() noexcept
+{
+    position_ = rowIndex_ = 0;
+    atEnd_ = rows_.empty();
+}
+
+long Result::rowCount() const noexcept
+{
+    return wholeInMemory_ ? static_cast<long>(rows_.size()) : -1;
+}
+
+Result::Row Result::currentRow() const
+{
+    Row row;
+    row.reserve(columns_.size());
+    for (size_t column = 0; column < columns_.size(); ++column)
+        row.push_back(value(column));
+    return row;
+}
+
+_variant_t Result::value(size_t index) const
+{
+    if (!rows_.empty())
+        return rows_[rowIndex_][index];
+    const Column& column = columns_[index];
+    if (column.length == SQL_NULL_DATA)
+        return nullVariant();
+    const auto& bytes = column.isCut() ? column.spill : column.buffer;
+    return valueOfBuffer(*column.type, bytes.data(), static_cast<size_t>(column.length));
+}
+
+} // namespace adodb

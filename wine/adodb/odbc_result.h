@@ -1,0 +1,92 @@
+#pragma once
+
+#include "ado_types.h"
+#include "odbc_connection.h"
+
+#include <comdef.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace adodb {
+
+/// What ADO tells of a result column.
+struct ColumnInfo
+{
+    std::wstring name;
+    AdoType type;
+    long definedSize; ///< bytes, characters for text
+    long precision;
+    long scale;
+};
+
+/// The rows of one executed statement. It streams, holding the current row only, until it is materialized; the
+/// connection is busy while it streams and free as soon as the last row has been read.
+class Result
+{
+public:
+    /// `statement` has been executed and has columns.
+    Result(std::shared_ptr<OdbcConnection> connection, std::shared_ptr<StatementHandle> statement);
+
+    const std::vector<ColumnInfo>& columns() const noexcept { return infos_; }
+
+    bool isOpen() const noexcept { return open_; }
+    bool isStreaming() const noexcept { return open_ && statement_ != nullptr; }
+    /// Lets the statement go; values are gone with it.
+    void close() noexcept;
+    /// Reads what is left into memory and lets the statement go.
+    void materialize();
+
+    bool isEmpty() const noexcept { return empty_; }
+    bool isAtEnd() const noexcept { return atEnd_; }
+    bool isOnFirstRow() const noexcept { return position_ == 0 && !atEnd_; }
+    /// From the first row to the end, `moveNext` by `moveNext`.
+    void moveNext();
+    /// Only a result that was materialized on its first row can go back.
+    bool canMoveFirst() const noexcept { return wholeInMemory_; }
+    void moveFirst() noexcept;
+    /// Number of rows when all are in memory, else -1.
+    long rowCount() const noexcept;
+
+    /// The value of a column in the current row.
+    _variant_t value(size_t column) const;
+
+private:
+    struct Column
+    {
+        const TypeInfo* type;
+        bool bound;
+        std::vector<std::byte> buffer; ///< bound, or filled by SQLGetData
+        SQLLEN length;                 ///< bytes in the buffer, or SQL_NULL_DATA
+        std::vector<std::byte> spill;  ///< a value that did not fit the bound buffer
+
+        /// Whether the bound buffer holds only the beginning of the value.
+        bool isCut() const noexcept;
+    };
+    using Row = std::vector<_variant_t>;
+
+    void describeColumn(SQLUSMALLINT number);
+    SqlColumnType columnType(SQLUSMALLINT number, ColumnInfo& info) const;
+    void bindColumns();
+    void fetch();
+    void readUnbound();
+    void readWhole(SQLUSMALLINT number, std::vector<std::byte>& buffer, SQLLEN& length) const;
+    void drain();
+    void releaseStatement() noexcept;
+    Row currentRow() const;
+
+    std::shared_ptr<OdbcConnection> connection_;
+    std::shared_ptr<StatementHandle> statement_;
+    std::vector<ColumnInfo> infos_;
+    std::vector<Column> columns_;
+    std::vector<Row> rows_;
+    size_t rowIndex_ = 0; ///< in rows_
+    size_t position_ = 0; ///< rows passed since the first
+    bool open_ = true;
+    bool empty_ = false;
+    bool atEnd_ = false;
+    bool wholeInMemory_ = false;
+};
+
+} // namespace adodb

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace adodb {
+
+enum class TokenKind
+{
+    Space,
+    Comment,
+    Word,
+    Number,
+    String,
+    QuotedName,
+    BracketedName,
+    Symbol
+};
+
+/// A piece of a statement; `text` lies in the statement.
+struct Token
+{
+    TokenKind kind;
+    std::wstring_view text;
+
+    bool isSymbol(wchar_t symbol) const noexcept { return kind == TokenKind::Symbol && text.front() == symbol; }
+    bool isGap() const noexcept { return kind == TokenKind::Space || kind == TokenKind::Comment; }
+};
+
+/// Splits a statement; the tokens' texts joined are the statement. What is left open runs to the end.
+std::vector<Token> tokenize(std::wstring_view sql);
+
+/// Whether the texts are equal but for the case of ASCII letters.
+bool equalsIgnoringCase(std::wstring_view left, std::wstring_view right) noexcept;
+
+} // namespace adodb
