@@ -6,8 +6,7 @@ namespace com {
 
 HRESULT reportCurrentError() noexcept
 {
-    try
-    {
+    try {
         Error error = currentError();
         Microsoft::WRL::ComPtr<ICreateErrorInfo> creator;
         Microsoft::WRL::ComPtr<IErrorInfo> info;
@@ -16,8 +15,7 @@ HRESULT reportCurrentError() noexcept
             SetErrorInfo(0, info.Get());
         return errorResult(error.number);
     }
-    catch (...)
-    {
+    catch (...) {
         return E_OUTOFMEMORY;
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "com/convert.h"
 #include "com/error.h"
 
 namespace com {
@@ -11,13 +12,11 @@ HRESULT reportCurrentError() noexcept;
 template <class Body>
 HRESULT comBoundary(Body&& body) noexcept
 {
-    try
-    {
+    try {
         body();
         return S_OK;
     }
-    catch (...)
-    {
+    catch (...) {
         return reportCurrentError();
     }
 }
@@ -39,6 +38,18 @@ Value& requireIn(Value* in)
     if (!in)
         check(E_POINTER);
     return *in;
+}
+
+/// The text of a by-reference argument; raises E_POINTER when there is none.
+inline std::wstring requireText(BSTR* in)
+{
+    return fromBstr(requireIn(in));
+}
+
+/// The truth of a by-reference argument; raises E_POINTER when there is none.
+inline bool requireBool(VARIANT_BOOL* in)
+{
+    return requireIn(in) != VARIANT_FALSE;
 }
 
 } // namespace com

@@ -38,8 +38,7 @@ HRESULT getClassObject(const Server& server, REFCLSID clsid, REFIID interfaceId,
 {
     return comBoundary([&] {
         requireOut(object);
-        for (const ClassEntry& entry : server.classes)
-        {
+        for (const ClassEntry& entry : server.classes) {
             if (*entry.clsid != clsid)
                 continue;
             check(makeObject<ClassFactory>(entry)->QueryInterface(interfaceId, object));

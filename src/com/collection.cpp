@@ -19,8 +19,7 @@ public:
         if (!values || (!fetched && count != 1))
             return E_POINTER;
         ULONG done = 0;
-        for (; done < count && next_ < items_.size(); ++done, ++next_)
-        {
+        for (; done < count && next_ < items_.size(); ++done, ++next_) {
             VariantInit(&values[done]);
             if (const HRESULT copied = VariantCopy(&values[done], &items_[next_]); FAILED(copied))
                 return copied;
@@ -83,8 +82,7 @@ size_t Collection::position(const VARIANT& index) const
 {
     _variant_t direct;
     check(VariantCopyInd(&direct, const_cast<VARIANT*>(&index)));
-    if (direct.vt == VT_BSTR)
-    {
+    if (direct.vt == VT_BSTR) {
         if (const auto found = findKey(fromBstr(direct.bstrVal)))
             return *found;
         raiseRuntimeError(kInvalidCall);
@@ -134,8 +132,7 @@ HRESULT Collection::get_Count(long* value) noexcept
 
 HRESULT Collection::Remove(VARIANT* index) noexcept
 {
-    return comBoundary(
-        [&] { items_.erase(items_.begin() + static_cast<std::ptrdiff_t>(position(requireIn(index)))); });
+    return comBoundary([&] { items_.erase(items_.begin() + static_cast<std::ptrdiff_t>(position(requireIn(index)))); });
 }
 
 HRESULT Collection::get__NewEnum(IUnknown** value) noexcept

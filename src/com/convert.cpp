@@ -69,6 +69,30 @@ bool toBool(const VARIANT& value)
     return changeType(value, VT_BOOL).boolVal != VARIANT_FALSE;
 }
 
+bool isDate(const VARIANT& value)
+{
+    _variant_t direct;
+    check(VariantCopyInd(&direct, const_cast<VARIANT*>(&value)));
+    if (direct.vt != VT_BSTR)
+        return direct.vt == VT_DATE;
+    DATE ignored = 0;
+    return SUCCEEDED(VarDateFromStr(direct.bstrVal, LOCALE_USER_DEFAULT, 0, &ignored));
+}
+
+std::wstring upperCase(std::wstring text)
+{
+    CharUpperBuffW(text.data(), static_cast<DWORD>(text.size()));
+    return text;
+}
+
+std::wstring trim(const std::wstring& text)
+{
+    const size_t first = text.find_first_not_of(L' ');
+    if (first == std::wstring::npos)
+        return {};
+    return text.substr(first, text.find_last_not_of(L' ') - first + 1);
+}
+
 std::wstring dateText(DATE date)
 {
     return toText(_variant_t(date, VT_DATE));

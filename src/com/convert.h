@@ -20,6 +20,15 @@ short toInt16(const VARIANT& value);
 long toInt32(const VARIANT& value);
 bool toBool(const VARIANT& value);
 
+/// Whether a value is a date, or a text that reads as one; Null and Empty are not.
+bool isDate(const VARIANT& value);
+
+/// `text` in upper case by the user's locale.
+std::wstring upperCase(std::wstring text);
+
+/// `text` without the blanks at both ends.
+std::wstring trim(const std::wstring& text);
+
 /// A date in the locale's short form, followed by the time unless that is midnight.
 std::wstring dateText(DATE date);
 

@@ -22,11 +22,14 @@ public:
     /// A new object of the class `progId`; raises 429 when there is none.
     static Dispatch create(const wchar_t* progId);
 
-    /// The object in a value; raises 424's sense as 13 for a plain value, 91 for Nothing.
+    /// The object in a value; raises 13 for a plain value, 91 for Nothing.
     static Dispatch from(const VARIANT& value);
 
     IDispatch* get() const { return object_.Get(); }
     explicit operator bool() const { return object_ != nullptr; }
+
+    /// Lets the object go without releasing it.
+    void abandon() { object_.Detach(); }
 
     /// Reads a property, with arguments if it takes any. `member` is a literal: its address is the key of the cache.
     _variant_t property(const wchar_t* member, std::initializer_list<_variant_t> arguments = {}) const;

@@ -18,13 +18,11 @@ void forEachInArray(SAFEARRAY* array, VARTYPE elementType, const Visitor& visit)
     LONG last = -1;
     check(SafeArrayGetLBound(array, 1, &first));
     check(SafeArrayGetUBound(array, 1, &last));
-    for (LONG index = first; index <= last; ++index)
-    {
+    for (LONG index = first; index <= last; ++index) {
         _variant_t element;
         if (elementType == VT_VARIANT)
             check(SafeArrayGetElement(array, &index, &element));
-        else
-        {
+        else {
             check(SafeArrayGetElement(array, &index, &element.byref));
             element.vt = elementType;
         }
@@ -39,8 +37,7 @@ void forEachEnumerated(const Dispatch& collection, const Visitor& visit)
     if ((source.vt != VT_UNKNOWN && source.vt != VT_DISPATCH) || !source.punkVal ||
         FAILED(source.punkVal->QueryInterface(IID_PPV_ARGS(&enumerator))))
         raiseRuntimeError(kNoSuchMember);
-    for (;;)
-    {
+    for (;;) {
         _variant_t element;
         ULONG fetched = 0;
         SetErrorInfo(0, nullptr);

@@ -121,8 +121,7 @@ void checkCall(HRESULT code)
         return;
     Error error = platformError(code);
     Microsoft::WRL::ComPtr<IErrorInfo> info;
-    if (GetErrorInfo(0, &info) == S_OK)
-    {
+    if (GetErrorInfo(0, &info) == S_OK) {
         BSTR source = nullptr;
         BSTR description = nullptr;
         if (SUCCEEDED(info->GetSource(&source)))
@@ -137,24 +136,19 @@ Error currentError()
 {
     if (!std::current_exception())
         return {};
-    try
-    {
+    try {
         throw;
     }
-    catch (const Error& error)
-    {
+    catch (const Error& error) {
         return error;
     }
-    catch (const _com_error& error)
-    {
+    catch (const _com_error& error) {
         return platformError(error.Error());
     }
-    catch (const std::bad_alloc&)
-    {
+    catch (const std::bad_alloc&) {
         return platformError(E_OUTOFMEMORY);
     }
-    catch (...)
-    {
+    catch (...) {
         return platformError(E_UNEXPECTED);
     }
 }

@@ -76,12 +76,11 @@ HRESULT callFunction(void* object, ITypeInfo& info, const FUNCDESC& function, co
 
     SetErrorInfo(0, nullptr);
     _variant_t callResult;
-    check(DispCallFunc(object, static_cast<ULONG_PTR>(function.oVft), function.callconv, VT_HRESULT, arguments.count(),
+    check(DispCallFunc(object, static_cast<ULONG_PTR>(function.oVft), function.callconv, VT_ERROR, arguments.count(),
                        arguments.types(), arguments.values(), &callResult));
     arguments.writeBack();
     const HRESULT outcome = callResult.scode;
-    if (SUCCEEDED(outcome))
-    {
+    if (SUCCEEDED(outcome)) {
         if (call.result)
             *call.result = arguments.detachResult();
         return S_OK;
@@ -103,8 +102,7 @@ ITypeInfo& TypeLibraryDispatch::dispatchInfo()
 
 ITypeInfo& TypeLibraryDispatch::vtableInfo()
 {
-    if (!vtableInfo_)
-    {
+    if (!vtableInfo_) {
         constexpr UINT kVtablePartner = static_cast<UINT>(-1);
         HREFTYPE partner = 0;
         check(dispatchInfo().GetRefTypeOfImplType(kVtablePartner, &partner));

@@ -30,8 +30,7 @@ bool isObject(VARTYPE type)
 VARIANTARG* innermost(VARIANTARG* given)
 {
     constexpr int kDeepestReference = 8;
-    for (int depth = 0; depth < kDeepestReference; ++depth)
-    {
+    for (int depth = 0; depth < kDeepestReference; ++depth) {
         if ((given->vt & VT_BYREF) && !given->byref)
             return nullptr;
         if (given->vt != (VT_BYREF | VT_VARIANT))
@@ -67,10 +66,12 @@ HRESULT conversionFailure(HRESULT code)
 } // namespace
 
 InvokeArguments::InvokeArguments(ITypeInfo& info, const FUNCDESC& function, const DISPPARAMS& params)
-    : info_(info), function_(function), params_(params), parameters_(static_cast<size_t>(function.cParams))
+    : info_(info),
+      function_(function),
+      params_(params),
+      parameters_(static_cast<size_t>(function.cParams))
 {
-    for (size_t index = 0; index < parameters_.size(); ++index)
-    {
+    for (size_t index = 0; index < parameters_.size(); ++index) {
         const ELEMDESC& element = function.lprgelemdescParam[index];
         parameters_[index].type = declaredType(element.tdesc);
         parameters_[index].description = &element.paramdesc;
@@ -94,12 +95,10 @@ HRESULT InvokeArguments::bind(UINT* badArgument)
     if (FAILED(assigned))
         return assigned;
     const size_t expected = parameters_.size() - (hasResult_ ? 1 : 0);
-    for (size_t index = 0; index < expected; ++index)
-    {
+    for (size_t index = 0; index < expected; ++index) {
         Parameter& parameter = parameters_[index];
         const HRESULT converted = isLeftOut(parameter.given) ? useDefault(parameter) : convert(parameter);
-        if (FAILED(converted))
-        {
+        if (FAILED(converted)) {
             if (badArgument && parameter.given)
                 *badArgument = static_cast<UINT>(parameter.given - params_.rgvarg);
             return converted;
@@ -115,8 +114,7 @@ HRESULT InvokeArguments::assignGiven(UINT* badArgument)
     const size_t expected = parameters_.size() - (hasResult_ ? 1 : 0);
     if (params_.cArgs > expected || params_.cNamedArgs > params_.cArgs)
         return DISP_E_BADPARAMCOUNT;
-    for (UINT index = 0; index < params_.cArgs; ++index)
-    {
+    for (UINT index = 0; index < params_.cArgs; ++index) {
         const bool named = index < params_.cNamedArgs;
         // The array runs backwards, with the named arguments in front.
         size_t position = params_.cArgs - 1 - index;
@@ -124,8 +122,7 @@ HRESULT InvokeArguments::assignGiven(UINT* badArgument)
             position = expected - 1;
         else if (named)
             position = static_cast<size_t>(params_.rgdispidNamedArgs[index]);
-        if (position >= expected || parameters_[position].given)
-        {
+        if (position >= expected || parameters_[position].given) {
             if (badArgument)
                 *badArgument = index;
             return DISP_E_PARAMNOTFOUND;
@@ -138,8 +135,7 @@ HRESULT InvokeArguments::assignGiven(UINT* badArgument)
 HRESULT InvokeArguments::convert(Parameter& parameter)
 {
     // A variable of just the declared type is handed over itself.
-    if (parameter.given->vt == (VT_BYREF | parameter.type) && parameter.given->byref)
-    {
+    if (parameter.given->vt == (VT_BYREF | parameter.type) && parameter.given->byref) {
         parameter.variable = parameter.given->byref;
         return S_OK;
     }
@@ -152,14 +148,12 @@ HRESULT InvokeArguments::useDefault(Parameter& parameter)
     const PARAMDESC& description = *parameter.description;
     if (!(description.wParamFlags & PARAMFLAG_FOPT))
         return DISP_E_PARAMNOTOPTIONAL;
-    if (parameter.type == VT_VARIANT)
-    {
+    if (parameter.type == VT_VARIANT) {
         parameter.value = missing();
         return S_OK;
     }
     // A type library cannot hold a text behind a pointer as default; the empty text is the only one declared.
-    if (parameter.type == VT_BSTR || !(description.wParamFlags & PARAMFLAG_FHASDEFAULT))
-    {
+    if (parameter.type == VT_BSTR || !(description.wParamFlags & PARAMFLAG_FHASDEFAULT)) {
         parameter.value = changeType(_variant_t(), parameter.type);
         return S_OK;
     }

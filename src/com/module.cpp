@@ -32,8 +32,7 @@ void setModuleHandle(HINSTANCE module)
 std::wstring modulePath()
 {
     std::wstring path(MAX_PATH, L'\0');
-    for (;;)
-    {
+    for (;;) {
         const DWORD length = GetModuleFileNameW(g_module, path.data(), static_cast<DWORD>(path.size()));
         if (length == 0)
             check(HRESULT_FROM_WIN32(GetLastError()));
@@ -53,8 +52,7 @@ void unlockModule()
 {
     ComPtr<ITypeLib> released;
     const LockGuard guard;
-    if (--g_users == 0)
-    {
+    if (--g_users == 0) {
         released.Attach(g_typeLibrary);
         g_typeLibrary = nullptr;
     }

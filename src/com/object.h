@@ -68,7 +68,10 @@ public:
         return interfaceId == __uuidof(Interface) ? S_OK : S_FALSE;
     }
 
-    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) noexcept override { return dispatch_.getTypeInfoCount(count); }
+    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) noexcept override
+    {
+        return dispatch_.getTypeInfoCount(count);
+    }
     HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID, ITypeInfo** info) noexcept override
     {
         return dispatch_.getTypeInfo(index, info);
@@ -81,7 +84,8 @@ public:
     HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID reserved, LCID, WORD flags, DISPPARAMS* params, VARIANT* result,
                                      EXCEPINFO* exception, UINT* badArgument) noexcept override
     {
-        return dispatch_.invoke(static_cast<Interface*>(this), {id, reserved, flags, params, result, exception, badArgument});
+        return dispatch_.invoke(static_cast<Interface*>(this),
+                                {id, reserved, flags, params, result, exception, badArgument});
     }
 
 protected:

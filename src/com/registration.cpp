@@ -56,8 +56,7 @@ void writeKey(const RegistryKey& key)
 
 void removeClass(const ClassEntry& entry)
 {
-    for (const std::wstring& path : {L"CLSID\\" + guidText(*entry.clsid), std::wstring(entry.progId)})
-    {
+    for (const std::wstring& path : {L"CLSID\\" + guidText(*entry.clsid), std::wstring(entry.progId)}) {
         const LSTATUS status = RegDeleteTreeW(HKEY_CLASSES_ROOT, path.c_str());
         if (status != ERROR_FILE_NOT_FOUND)
             checkRegistry(status);

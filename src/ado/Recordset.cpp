@@ -1,0 +1,77 @@
+#include "ado/Recordset.h"
+
+#include "ado/Command.h"
+#include "ado/constants.h"
+#include "com/convert.h"
+
+namespace ado {
+
+std::wstring Field::name() const
+{
+    return com::toText(object_.property(L"Name"));
+}
+
+_variant_t Field::value() const
+{
+    return object_.property(L"Value");
+}
+
+long Field::type() const
+{
+    return com::toInt32(object_.property(L"Type"));
+}
+
+Recordset Recordset::create()
+{
+    return Recordset(com::Dispatch::create(L"ADODB.Recordset"));
+}
+
+void Recordset::setCursorLocation(long location)
+{
+    object_.put(L"CursorLocation", location);
+}
+
+void Recordset::open(const Command& source, long cursorType, long lockType)
+{
+    object_.call(L"Open", {_variant_t(source.object().get()), com::missing(), cursorType, lockType,
+                           static_cast<long>(adOptionUnspecified)});
+}
+
+void Recordset::close()
+{
+    object_.call(L"Close");
+}
+
+bool Recordset::eof() const
+{
+    return com::toBool(object_.property(L"EOF"));
+}
+
+void Recordset::moveNext()
+{
+    object_.call(L"MoveNext");
+}
+
+long Recordset::fieldCount() const
+{
+    return com::toInt32(fields().property(L"Count"));
+}
+
+Field Recordset::field(long index) const
+{
+    return Field(com::Dispatch::from(fields().property(L"Item", {index})));
+}
+
+_variant_t Recordset::value(const std::wstring& name) const
+{
+    return Field(com::Dispatch::from(fields().property(L"Item", {com::textVariant(name)}))).value();
+}
+
+const com::Dispatch& Recordset::fields() const
+{
+    if (!fields_)
+        fields_ = com::Dispatch::from(object_.property(L"Fields"));
+    return fields_;
+}
+
+} // namespace ado

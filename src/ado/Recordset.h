@@ -1,0 +1,60 @@
+#pragma once
+
+#include "com/dispatch.h"
+
+#include <string>
+
+namespace ado {
+
+class Command;
+
+/// ADO Field: one column of a recordset; its value is that of the current row.
+class Field
+{
+public:
+    explicit Field(com::Dispatch object) : object_(std::move(object)) {}
+
+    std::wstring name() const;
+    _variant_t value() const;
+    /// A DataType, or any other of ADO's types.
+    long type() const;
+
+private:
+    com::Dispatch object_;
+};
+
+/// ADO Recordset, our own or one that a host hands in. An empty one stands for "no object": using it raises 91.
+/// Failures throw com::Error. It is closed by whoever opened it, or by its last reference.
+class Recordset
+{
+public:
+    Recordset() = default;
+    explicit Recordset(com::Dispatch object) : object_(std::move(object)) {}
+
+    /// A new, closed recordset object.
+    static Recordset create();
+
+    explicit operator bool() const { return static_cast<bool>(object_); }
+    const com::Dispatch& object() const { return object_; }
+
+    void setCursorLocation(long location);
+    /// Opens on a command, which carries the connection.
+    void open(const Command& source, long cursorType, long lockType);
+    void close();
+
+    bool eof() const;
+    void moveNext();
+
+    long fieldCount() const;
+    Field field(long index) const;
+    /// The current row's value in the column `name`.
+    _variant_t value(const std::wstring& name) const;
+
+private:
+    const com::Dispatch& fields() const;
+
+    com::Dispatch object_;
+    mutable com::Dispatch fields_;
+};
+
+} // namespace ado

@@ -1,0 +1,48 @@
+#include "control/ReplicateFace.h"
+
+#include "com/boundary.h"
+
+using com::comBoundary;
+using com::requireIn;
+using com::requireOut;
+using com::requireText;
+
+HRESULT ReplicateFace::SetReady() noexcept
+{
+    return comBoundary([&] { replicate_.SetReady(); });
+}
+
+HRESULT ReplicateFace::initNextRun(short* iFreq, BSTR* sPgmVersion) noexcept
+{
+    return comBoundary([&] { replicate_.initNextRun(requireIn(iFreq), requireText(sPgmVersion)); });
+}
+
+HRESULT ReplicateFace::go(VARIANT* col) noexcept
+{
+    return comBoundary([&] { replicate_.go(requireIn(col)); });
+}
+
+HRESULT ReplicateFace::get_bError(VARIANT_BOOL* value) noexcept
+{
+    return comBoundary([&] { requireOut(value) = com::toVariantBool(replicate_.bError()); });
+}
+
+HRESULT ReplicateFace::get_bReady(VARIANT_BOOL* value) noexcept
+{
+    return comBoundary([&] { requireOut(value) = com::toVariantBool(replicate_.bReady()); });
+}
+
+HRESULT ReplicateFace::get_dLastReplicate(DATE* value) noexcept
+{
+    return comBoundary([&] { requireOut(value) = replicate_.dLastReplicate(); });
+}
+
+HRESULT ReplicateFace::get_dNextReplicate(DATE* value) noexcept
+{
+    return comBoundary([&] { requireOut(value) = replicate_.dNextReplicate(); });
+}
+
+HRESULT ReplicateFace::get_sErrorMessage(BSTR* value) noexcept
+{
+    return comBoundary([&] { requireOut(value) = com::newBstr(replicate_.sErrorMessage()); });
+}

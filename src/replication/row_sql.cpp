@@ -1,0 +1,112 @@
+#include "replication/row_sql.h"
+
+#include "ado/constants.h"
+#include "com/convert.h"
+#include "control/RaiseError.h"
+#include "control/log.h"
+#include "control/settings.h"
+#include "db/sql_literals.h"
+
+namespace Utils {
+namespace {
+
+constexpr wchar_t kSeparator[] = L", ";
+constexpr size_t kSeparatorLength = std::size(kSeparator) - 1;
+
+/// `list` without its last two characters, the separator behind its last item.
+std::wstring dropSeparator(const std::wstring& list)
+{
+    return list.substr(0, list.size() < kSeparatorLength ? 0 : list.size() - kSeparatorLength);
+}
+
+/// Calls `visit(name, field)` for every column of the row that is copied.
+template <class Visit>
+void forEachCopiedField(const ado::Recordset& rs, const std::wstring& sTable, Visit visit)
+{
+    const long count = rs.fieldCount();
+    for (long index = 0; index < count; ++index) {
+        const ado::Field field = rs.field(index);
+        const std::wstring name = field.name();
+        if (!isSkipField(sTable, name, false))
+            visit(name, field);
+    }
+}
+
+} // namespace
+
+std::wstring getUpdateSql(const ado::Recordset& rs, const std::wstring& sTable, const std::wstring& sWhere)
+try {
+    std::wstring sSql = L"Update " + sTable + L" set ";
+    forEachCopiedField(rs, sTable, [&](const std::wstring& name, const ado::Field& field) {
+        sSql += name + L" = " + getValue(field) + kSeparator;
+    });
+    return dropSeparator(sSql) + L" where " + sWhere;
+}
+catch (...) {
+    Common::reraise(L"Utils.getUpdateSql(" + sTable + L")");
+}
+
+std::wstring getInsertSql(const ado::Recordset& rs, const std::wstring& sTable)
+try {
+    std::wstring sColumns;
+    std::wstring sValues;
+    forEachCopiedField(rs, sTable, [&](const std::wstring& name, const ado::Field& field) {
+        sColumns += name + kSeparator;
+        sValues += getValue(field) + kSeparator;
+    });
+    return L"Insert into " + sTable + L" (" + dropSeparator(sColumns) + L") values (" + dropSeparator(sValues) + L")";
+}
+catch (...) {
+    Common::reraise(L"Utils.getInsertSql(" + sTable + L")");
+}
+
+std::wstring getValue(const ado::Field& fld)
+try {
+    const _variant_t value = fld.value();
+    if (value.vt == VT_NULL)
+        return L"Null";
+    switch (fld.type()) {
+    case ado::adSmallInt:
+    case ado::adInteger:
+    case ado::adDouble:
+    case ado::adCurrency:
+        return com::toText(value);
+    case ado::adBoolean:
+        return std::to_wstring(Common::SqlBit(com::toVariantBool(com::toBool(value))));
+    case ado::adGUID:
+        return Common::SqlQuoteOnly(value);
+    case ado::adChar:
+    case ado::adVarChar:
+        return Common::SqlQuote(com::toText(value), false, false);
+    case ado::adDBTimeStamp:
+        return Common::SqlDate(com::toDate(value));
+    default:
+        showMessage(L"ado type not coded, see debug");
+        return {};
+    }
+}
+catch (...) {
+    Common::reraise(L"Utils.getValue");
+}
+
+std::wstring getDependentSql(const std::wstring& sDependentTable, const _variant_t& vKey)
+try {
+    if (com::upperCase(sDependentTable) != L"CHART_OPTION_SETTING")
+        return {};
+    const std::wstring sCondition = L" where chart_option_id = " + Common::SqlQuoteOnly(vKey);
+    return L"delete from chart_option_setting" + sCondition + L"; insert into chart_option_setting select * from " +
+           settings().sSourceDB + sDependentTable + sCondition;
+}
+catch (...) {
+    Common::reraise(L"Utils.getDependentSql(" + sDependentTable + L")");
+}
+
+bool isSkipField(const std::wstring& sTable, const std::wstring& sField, bool bSkipModDate)
+{
+    const std::wstring field = com::upperCase(sField);
+    if (bSkipModDate && field == L"MOD_DATE")
+        return true;
+    return field == L"LOCK_F" && com::upperCase(sTable) == L"PATIENT";
+}
+
+} // namespace Utils

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "ado/Recordset.h"
+
+#include <string>
+
+/// One row of a recordset as SQL text. The builders run nothing and use the columns in their order, by their names as
+/// they are. Failures are raised with the routine and its table as source ("Utils.getUpdateSql(patient)").
+namespace Utils {
+
+/// "Update sTable set ... where sWhere" with every column that is kept.
+std::wstring getUpdateSql(const ado::Recordset& rs, const std::wstring& sTable, const std::wstring& sWhere);
+
+/// "Insert into sTable (...) values (...)" with every column that is kept.
+std::wstring getInsertSql(const ado::Recordset& rs, const std::wstring& sTable);
+
+/// A column's value as an SQL literal. A type that is not supported shows a message box and gives an empty text.
+std::wstring getValue(const ado::Field& fld);
+
+/// The statements that rewrite a parent row's rows in the dependent table on the destination; empty for a table that
+/// has none.
+std::wstring getDependentSql(const std::wstring& sDependentTable, const _variant_t& vKey);
+
+/// Whether a column is left out: PATIENT's LOCK_F always, MOD_DATE when asked. Names are compared without case.
+bool isSkipField(const std::wstring& sTable, const std::wstring& sField, bool bSkipModDate);
+
+} // namespace Utils
