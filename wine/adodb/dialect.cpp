@@ -220,10 +220,19 @@ private:
         else if (token.isSymbol(L';'))
             endStatement();
         const bool isName = token.kind == TokenKind::BracketedName && !isSubscript();
-        out_ += isName ? nameOfBrackets(token.text) : std::wstring(token.text);
+        append(isName ? nameOfBrackets(token.text) : std::wstring(token.text));
         if (!token.isGap())
             contentEnd_ = out_.size();
         ++at_;
+    }
+
+    /// Brackets that are gone no longer part a name from the words beside it.
+    void append(const std::wstring& text)
+    {
+        const auto isNamePart = [](wchar_t c) { return isPlainName(std::wstring(1, c)) || (c >= L'0' && c <= L'9'); };
+        if (!out_.empty() && isNamePart(out_.back()) && isNamePart(text.front()))
+            out_ += L' ';
+        out_ += text;
     }
 
     /// `x[1]` and `array[...]`: PostgreSQL's own use of brackets.

@@ -2,6 +2,8 @@
 
 #include "com/error.h"
 
+#include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <cmath>
 #include <cstring>
@@ -93,9 +95,20 @@ unsigned removeDigit(DECIMAL& value)
 
 _variant_t currencyOfText(std::string_view text)
 {
-    _variant_t value(decimalOfText(text));
-    value.ChangeType(VT_CY);
-    return value;
+    std::string digits(text);
+    const size_t point = std::min(digits.find('.'), digits.size());
+    digits.erase(point, 1);
+    const size_t wanted = point + 4; // a currency value counts ten-thousandths
+    if (digits.size() > wanted && digits.find_first_not_of('0', wanted) != std::string::npos)
+        com::raiseRuntimeError(com::kOverflow);
+    digits.resize(wanted, '0');
+    CY value = {};
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value.int64);
+    if (error == std::errc::result_out_of_range)
+        com::raiseRuntimeError(com::kOverflow);
+    if (error != std::errc() || end != digits.data() + digits.size())
+        com::raiseRuntimeError(com::kTypeMismatch);
+    return _variant_t(value);
 }
 
 _variant_t numberOfBuffer(const TypeInfo& type, const void* buffer)

@@ -1,0 +1,170 @@
+#include "database_test.h"
+
+namespace adodb {
+namespace {
+
+class CommandTest : public DatabaseTest
+{
+protected:
+    void createSample()
+    {
+        createTable(L"name varchar(20)");
+        execute(L"insert into " + table + L" values (1, 'one'), (2, 'two'), (3, null)");
+    }
+    static long execute3(const com::Dispatch& command)
+    {
+        _variant_t rows;
+        _variant_t byReference;
+        V_VT(&byReference) = VT_BYREF | VT_VARIANT;
+        V_VARIANTREF(&byReference) = &rows;
+        command.call(L"Execute", {byReference, com::missing(), -1L});
+        return rows;
+    }
+};
+
+TEST_F(CommandTest, TextWithParameters)
+{
+    createSample();
+    const auto select = command(L"select key from " + table + L" where name = ?");
+    append(select, L"name", 200, 1, 20, L"two");
+    const auto rows = com::Dispatch::from(select.call(L"Execute"));
+    EXPECT_EQ(long(field(rows, 0L)), 2);
+}
+
+TEST_F(CommandTest, RowsAffectedComeBack)
+{
+    createSample();
+    EXPECT_EQ(execute3(command(L"update " + table + L" set name = 'x' where key < 3")), 2);
+    EXPECT_EQ(execute3(command(L"select 1")), -1);
+}
+
+TEST_F(CommandTest, RowsAffectedGoIntoATypedVariableToo)
+{
+    createSample();
+    long rows = 0;
+    _variant_t byReference;
+    V_VT(&byReference) = VT_BYREF | VT_I4;
+    V_I4REF(&byReference) = &rows;
+    command(L"delete from " + table).call(L"Execute", {byReference});
+    EXPECT_EQ(rows, 3);
+}
+
+TEST_F(CommandTest, PreparedRunsAgainWithOtherValues)
+{
+    createSample();
+    const auto select = command(L"select name from " + table + L" where key = ?");
+    select.put(L"Prepared", true);
+    const auto key = append(select, L"key", 3, 1, 0, 1L);
+    EXPECT_EQ(textOf(field(com::Dispatch::from(select.call(L"Execute")), 0L)), L"one");
+    key.put(L"Value", 2L);
+    const auto open = com::Dispatch::from(select.call(L"Execute"));
+    key.put(L"Value", 3L);
+    EXPECT_EQ(textOf(field(com::Dispatch::from(select.call(L"Execute")), 0L)), L"<Null>");
+    EXPECT_EQ(textOf(field(open, 0L)), L"two");
+}
+
+TEST_F(CommandTest, PreparedFailureCanBeRepeated)
+{
+    createSample();
+    const auto insert = command(L"insert into " + table + L" (key) values (?)");
+    insert.put(L"Prepared", true);
+    const auto key = append(insert, L"key", 3, 1, 0, 1L);
+    for (int attempt = 0; attempt < 2; ++attempt)
+        EXPECT_EQ(static_cast<unsigned long>(errorOf([&] { insert.call(L"Execute"); }).number), 0x80040E2F);
+    key.put(L"Value", 9L);
+    EXPECT_EQ(execute3(insert), 1);
+}
+
+TEST_F(CommandTest, ExecuteTakesValuesInAnArray)
+{
+    createSample();
+    const auto select = command(L"select key from " + table + L" where name = ? or key = ?");
+    append(select, L"name", 200, 1, 20);
+    append(select, L"key", 3, 1, 0, 9L);
+    SAFEARRAY* array = SafeArrayCreateVector(VT_VARIANT, 0, 2);
+    static_cast<VARIANT*>(array->pvData)[0] = _variant_t(L"two").Detach();
+    _variant_t values;
+    V_VT(&values) = VT_ARRAY | VT_VARIANT;
+    V_ARRAY(&values) = array;
+    const auto rows = com::Dispatch::from(select.call(L"Execute", {com::missing(), values}));
+    EXPECT_EQ(long(field(rows, 0L)), 2);
+}
+
+TEST_F(CommandTest, ProcedureWithInputAndOutputs)
+{
+    const std::wstring function = table + L"_f";
+    execute(L"create function " + function +
+            L"(out id uuid, out n integer, a integer, name varchar) language sql as "
+            L"'select ''a0eebc99-9c0b-4ef8-bb6d-6bb9bd380a11''::uuid, a + length(name)'");
+    const auto call = command(function);
+    call.put(L"CommandType", 4L);
+    const auto id = append(call, L"id", 72, 2, 0);
+    const auto n = append(call, L"n", 3, 2, 0);
+    append(call, L"a", 3, 1, 0, 40L);
+    append(call, L"name", 200, 1, 20, L"\x00e9\x0416");
+    const com::Error error = errorOf([&] { call.call(L"Execute"); });
+    execute(L"drop function " + function);
+    ASSERT_EQ(error.number, 0) << error.description.c_str();
+    EXPECT_EQ(textOf(id.property(L"Value")), L"{A0EEBC99-9C0B-4EF8-BB6D-6BB9BD380A11}");
+    EXPECT_EQ(long(n.property(L"Value")), 42);
+}
+
+TEST_F(CommandTest, ProcedureWithReturnValueAndInOut)
+{
+    const std::wstring function = table + L"_g";
+    execute(L"create function " + function + L"(a integer) returns integer language sql as 'select a * 2'");
+    const auto call = command(function);
+    call.put(L"CommandType", 4L);
+    const auto result = append(call, L"result", 3, 4, 0);
+    append(call, L"a", 3, 1, 0, 21L);
+    const com::Error error = errorOf([&] { call.call(L"Execute"); });
+    execute(L"drop function " + function);
+    ASSERT_EQ(error.number, 0) << error.description.c_str();
+    EXPECT_EQ(long(result.property(L"Value")), 42);
+}
+
+TEST_F(CommandTest, ProcedureWithoutResult)
+{
+    createSample();
+    const std::wstring function = table + L"_h";
+    execute(L"create function " + function + L"(k integer) returns void language sql as 'delete from " + table +
+            L" where key = k'");
+    const auto call = command(function);
+    call.put(L"CommandType", 4L);
+    append(call, L"k", 3, 1, 0, 2L);
+    const com::Error error = errorOf([&] { call.call(L"Execute"); });
+    execute(L"drop function " + function);
+    ASSERT_EQ(error.number, 0) << error.description.c_str();
+    EXPECT_EQ(long(scalar(L"select count(*)::integer from " + table)), 2);
+}
+
+TEST_F(CommandTest, ActiveConnectionIsTheSameObjectUntilItIsTakenAway)
+{
+    const auto select = command(L"select 1");
+    EXPECT_EQ(com::Dispatch::from(select.property(L"ActiveConnection")).get(), connection.get());
+    select.putReference(L"ActiveConnection", com::Dispatch());
+    EXPECT_EQ(errorOf([&] { select.call(L"Execute"); }).number, 3709);
+}
+
+TEST_F(CommandTest, ActiveConnectionTakesAConnectionString)
+{
+    const auto select = createCommand();
+    select.put(L"ActiveConnection", (L"DSN=" + dsn + L";UID=quinmarkapp_user;PWD=" + password).c_str());
+    select.put(L"CommandText", L"select 5");
+    EXPECT_EQ(long(field(com::Dispatch::from(select.call(L"Execute")), 0L)), 5);
+}
+
+TEST_F(CommandTest, TimeoutStopsTheStatement)
+{
+    const auto sleep = command(L"select pg_sleep(10)");
+    sleep.put(L"CommandTimeout", 1L);
+    EXPECT_EQ(static_cast<unsigned long>(errorOf([&] { sleep.call(L"Execute"); }).number), 0x80040E31);
+}
+
+TEST_F(CommandTest, NonAsciiTextInTheStatement)
+{
+    EXPECT_EQ(textOf(scalar(L"select 'O''Br\x00eb\x0416\x20ac'::varchar(20)")), L"O'Br\x00eb\x0416\x20ac");
+}
+
+} // namespace
+} // namespace adodb

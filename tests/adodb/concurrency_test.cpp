@@ -1,0 +1,134 @@
+#include "database_test.h"
+
+#include "odbc_result.h"
+
+namespace adodb {
+namespace {
+
+class ConcurrencyTest : public DatabaseTest
+{
+protected:
+    long backend() const { return scalar(L"select pg_backend_pid()"); }
+    com::Dispatch numbers(long last) const
+    {
+        return query(L"select g as n from generate_series(1, " + std::to_wstring(last) + L") g");
+    }
+    static long remaining(const com::Dispatch& rows)
+    {
+        long count = 0;
+        for (; !bool(rows.property(L"EOF")); ++count)
+            rows.call(L"MoveNext");
+        return count;
+    }
+};
+
+TEST_F(ConcurrencyTest, StatementBesideAnOpenResultRunsOnAFurtherConnection)
+{
+    const long first = backend();
+    const auto open = numbers(10);
+    const long second = backend();
+    EXPECT_NE(second, first);
+    EXPECT_EQ(backend(), second) << "kept and used again";
+    EXPECT_EQ(remaining(open), 10);
+    EXPECT_EQ(backend(), first) << "free after the last row";
+}
+
+TEST_F(ConcurrencyTest, SeveralResultsAreReadInTurns)
+{
+    const auto a = numbers(1000);
+    const auto b = numbers(1000);
+    const auto c = numbers(1000);
+    for (long n = 1; n <= 1000; ++n) {
+        ASSERT_EQ(long(field(a, 0L)), n);
+        ASSERT_EQ(long(field(b, 0L)), n);
+        ASSERT_EQ(long(field(c, 0L)), n);
+        for (const auto& rows : {a, b, c})
+            rows.call(L"MoveNext");
+    }
+    EXPECT_TRUE(bool(c.property(L"EOF")));
+}
+
+TEST_F(ConcurrencyTest, TableCanBeChangedWhileItIsRead)
+{
+    createTable(L"v integer");
+    execute(L"insert into " + table + L" select g, 0 from generate_series(1, 300) g");
+    const auto rows = query(L"select key from " + table + L" order by key");
+    for (; !bool(rows.property(L"EOF")); rows.call(L"MoveNext"))
+        execute(L"update " + table + L" set v = key where key = " + std::to_wstring(long(field(rows, 0L))));
+    EXPECT_EQ(long(scalar(L"select count(*)::integer from " + table + L" where v = key")), 300);
+}
+
+TEST_F(ConcurrencyTest, TransactionUsesOneConnection)
+{
+    createTable(L"");
+    connection.call(L"BeginTrans");
+    const long first = backend();
+    execute(L"insert into " + table + L" select g from generate_series(1, 500) g");
+    const auto open = query(L"select key from " + table + L" order by key");
+    EXPECT_EQ(backend(), first);
+    execute(L"insert into " + table + L" values (501)");
+    EXPECT_EQ(remaining(open), 500);
+    connection.call(L"RollbackTrans");
+    EXPECT_EQ(long(scalar(L"select count(*)::integer from " + table)), 0);
+}
+
+TEST_F(ConcurrencyTest, ResultSurvivesTheEndOfItsTransaction)
+{
+    connection.call(L"BeginTrans");
+    const auto committed = numbers(700);
+    connection.call(L"CommitTrans");
+    EXPECT_EQ(remaining(committed), 700);
+    connection.call(L"BeginTrans");
+    const auto rolledBack = numbers(700);
+    connection.call(L"RollbackTrans");
+    EXPECT_EQ(remaining(rolledBack), 700);
+}
+
+TEST_F(ConcurrencyTest, TransactionBesideAnOpenResult)
+{
+    createTable(L"");
+    execute(L"insert into " + table + L" select g from generate_series(1, 500) g");
+    const auto open = query(L"select key from " + table + L" order by key");
+    connection.call(L"BeginTrans");
+    execute(L"delete from " + table);
+    connection.call(L"CommitTrans");
+    EXPECT_EQ(remaining(open), 500);
+}
+
+TEST_F(ConcurrencyTest, CloseOfTheConnectionClosesItsRecordsets)
+{
+    const auto streaming = numbers(10);
+    const auto kept = query(L"select 1", 3);
+    connection.call(L"Close");
+    EXPECT_EQ(long(streaming.property(L"State")), 0);
+    EXPECT_EQ(long(kept.property(L"State")), 0);
+    EXPECT_EQ(errorOf([&] { streaming.call(L"MoveNext"); }).number, 3704);
+}
+
+TEST_F(ConcurrencyTest, RecordsetKeepsItsConnectionAlive)
+{
+    const auto rows = numbers(10);
+    connection = {};
+    EXPECT_EQ(remaining(rows), 10);
+    connection = openConnection();
+}
+
+TEST_F(ConcurrencyTest, ManyRowsAreReadWithoutHoldingThem)
+{
+    const auto memory = [] {
+        MEMORYSTATUSEX status = {};
+        status.dwLength = sizeof status;
+        GlobalMemoryStatusEx(&status);
+        return status.ullAvailVirtual;
+    };
+    numbers(10);
+    const auto rows = query(L"select g as n, repeat('x', 500)::varchar(500) as t from generate_series(1, 200000) g");
+    rows.call(L"MoveNext");
+    const auto before = memory();
+    EXPECT_EQ(remaining(rows), 199999);
+    const auto after = memory();
+    EXPECT_LT(before > after ? before - after : 0, 16u * 1024 * 1024);
+}
+
+} // namespace
+} // namespace adodb

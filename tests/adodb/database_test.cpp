@@ -1,0 +1,123 @@
+#include "database_test.h"
+
+#include "com/convert.h"
+#include "command.h"
+#include "connection.h"
+#include "recordset.h"
+
+namespace adodb {
+
+namespace {
+
+constexpr wchar_t kUser[] = L"quinmarkapp_user";
+
+std::wstring setting(const wchar_t* name)
+{
+    wchar_t text[256] = {};
+    GetEnvironmentVariableW(name, text, static_cast<DWORD>(std::size(text)));
+    return text;
+}
+
+} // namespace
+
+void DatabaseTest::SetUp()
+{
+    dsn = setting(L"QUINMARK_OFFICE_DSN");
+    password = setting(L"QUINMARK_PASSWORD");
+    if (dsn.empty() || password.empty()) {
+        if (setting(L"QUINMARK_REQUIRE_DATABASE") == L"1")
+            FAIL() << "QUINMARK_OFFICE_DSN or QUINMARK_PASSWORD is not set";
+        GTEST_SKIP() << "QUINMARK_OFFICE_DSN or QUINMARK_PASSWORD is not set";
+    }
+    connection = openConnection();
+}
+
+void DatabaseTest::TearDown()
+{
+    if (connection) {
+        connection = openConnection();
+        execute(L"drop table if exists " + table);
+    }
+    connection = {};
+    EXPECT_FALSE(com::moduleInUse()) << "an object is left";
+}
+
+com::Dispatch DatabaseTest::openConnection() const
+{
+    const com::Dispatch opened(com::makeObject<Connection>().Get());
+    opened.call(L"Open", {(L"DSN=" + dsn).c_str(), kUser, password.c_str()});
+    return opened;
+}
+
+void DatabaseTest::createTable(const std::wstring& columns) const
+{
+    execute(L"drop table if exists " + table);
+    execute(L"create table " + table + L" (key integer primary key" + (columns.empty() ? L"" : L", ") + columns + L")");
+}
+
+com::Dispatch DatabaseTest::execute(const std::wstring& sql) const
+{
+    return com::Dispatch::from(connection.call(L"Execute", {com::textVariant(sql)}));
+}
+
+com::Dispatch DatabaseTest::query(const std::wstring& sql, long cursorType) const
+{
+    com::Dispatch recordset = createRecordset();
+    recordset.call(L"Open", {com::textVariant(sql), object(connection), cursorType});
+    return recordset;
+}
+
+_variant_t DatabaseTest::scalar(const std::wstring& sql) const
+{
+    return field(query(sql), 0L);
+}
+
+com::Dispatch DatabaseTest::command(const std::wstring& text) const
+{
+    com::Dispatch created = createCommand();
+    created.putReference(L"ActiveConnection", connection);
+    created.put(L"CommandText", com::textVariant(text));
+    return created;
+}
+
+com::Dispatch DatabaseTest::append(const com::Dispatch& command, const wchar_t* name, long type, long direction,
+                                   long size, const _variant_t& value)
+{
+    const _variant_t parameter = command.call(L"CreateParameter", {name, type, direction, size, value});
+    com::Dispatch::from(command.property(L"Parameters")).call(L"Append", {parameter});
+    return com::Dispatch::from(parameter);
+}
+
+com::Dispatch DatabaseTest::createCommand()
+{
+    return com::Dispatch(com::makeObject<Command>().Get());
+}
+
+com::Dispatch DatabaseTest::createRecordset()
+{
+    return com::Dispatch(com::makeObject<Recordset>().Get());
+}
+
+_variant_t DatabaseTest::field(const com::Dispatch& recordset, const _variant_t& index)
+{
+    return com::Dispatch::from(recordset.property(L"Fields", {index})).property(L"Value");
+}
+
+std::vector<_variant_t> itemsOf(const com::Dispatch& collection)
+{
+    Microsoft::WRL::ComPtr<IEnumVARIANT> enumerator;
+    const _variant_t unknown = collection.property(DISPID_NEWENUM);
+    com::check(
+        V_UNKNOWN(&unknown)->QueryInterface(IID_IEnumVARIANT, reinterpret_cast<void**>(enumerator.GetAddressOf())));
+    std::vector<_variant_t> items;
+    for (_variant_t item; enumerator->Next(1, &item, nullptr) == S_OK; item.Clear())
+        items.push_back(item);
+    return items;
+}
+
+std::wstring textOf(const _variant_t& value)
+{
+    return V_VT(&value) == VT_NULL ? L"<Null>" : com::toText(value);
+}
+
+} // namespace adodb

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "com/convert.h"
+#include "com/dispatch.h"
+#include "com/error.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace adodb {
+
+/// An open connection to the database that QUINMARK_OFFICE_DSN and QUINMARK_PASSWORD name, and a table for each test
+/// program. Without the settings a test is skipped; with QUINMARK_REQUIRE_DATABASE=1 it fails.
+class DatabaseTest : public testing::Test
+{
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    com::Dispatch openConnection() const;
+
+    /// Replaces the table by one of these columns: `key integer primary key` comes first.
+    void createTable(const std::wstring& columns) const;
+
+    com::Dispatch execute(const std::wstring& sql) const;
+    com::Dispatch query(const std::wstring& sql, long cursorType = 0) const;
+    _variant_t scalar(const std::wstring& sql) const;
+    com::Dispatch command(const std::wstring& text) const;
+
+    /// A new parameter, appended to the command.
+    static com::Dispatch append(const com::Dispatch& command, const wchar_t* name, long type, long direction, long size,
+                                const _variant_t& value = com::missing());
+
+    static com::Dispatch createCommand();
+    static com::Dispatch createRecordset();
+    static _variant_t field(const com::Dispatch& recordset, const _variant_t& index);
+
+    std::wstring dsn;
+    std::wstring password;
+    std::wstring table = L"dbo.adodbtest_" + std::to_wstring(GetCurrentProcessId());
+    com::Dispatch connection;
+};
+
+/// The error that `body` raises; number 0 when it raises none.
+com::Error errorOf(auto&& body)
+{
+    try {
+        body();
+    }
+    catch (const com::Error& error) {
+        return error;
+    }
+    return {};
+}
+
+/// What a collection's enumerator yields.
+std::vector<_variant_t> itemsOf(const com::Dispatch& collection);
+
+std::wstring textOf(const _variant_t& value);
+
+inline _variant_t object(const com::Dispatch& dispatch)
+{
+    return {dispatch.get()};
+}
+
+} // namespace adodb
