@@ -1,0 +1,197 @@
+#include "RecordingAdo.h"
+
+#include "com/error.h"
+#include "recording_classes.h"
+
+namespace {
+
+constexpr CLSID adoClassId(unsigned long first)
+{
+    return {first, 0x0000, 0x0010, {0x80, 0x00, 0x00, 0xaa, 0x00, 0x6d, 0x2e, 0xa4}};
+}
+
+constexpr CLSID kConnectionId = adoClassId(0x00000514);
+constexpr CLSID kCommandId = adoClassId(0x00000507);
+constexpr CLSID kRecordsetId = adoClassId(0x00000535);
+
+/// Makes objects of one class, each as a call that is recorded and may fail.
+template <class Object>
+class RecordingFactory final : public IClassFactory
+{
+public:
+    RecordingFactory(std::shared_ptr<RecordingJournal> journal, const wchar_t* className)
+        : journal_(std::move(journal)),
+          call_(std::wstring(L"create ") + className)
+    {
+    }
+    virtual ~RecordingFactory() = default;
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID interfaceId, void** object) noexcept override
+    {
+        const bool known = interfaceId == IID_IUnknown || interfaceId == IID_IClassFactory;
+        *object = known ? static_cast<IClassFactory*>(this) : nullptr;
+        if (!known)
+            return E_NOINTERFACE;
+        AddRef();
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() noexcept override { return ++references_; }
+    ULONG STDMETHODCALLTYPE Release() noexcept override
+    {
+        const ULONG left = --references_;
+        if (left == 0)
+            delete this;
+        return left;
+    }
+
+    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown*, REFIID interfaceId, void** object) noexcept override
+    {
+        *object = nullptr;
+        Microsoft::WRL::ComPtr<Object> created;
+        try {
+            journal_->perform(call_, call_, false, [&] { created = adopted(new Object(journal_)); });
+        }
+        catch (const AdoFailure& failure) {
+            return failure.code;
+        }
+        return created->QueryInterface(interfaceId, object);
+    }
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL) noexcept override { return S_OK; }
+
+private:
+    std::shared_ptr<RecordingJournal> journal_;
+    std::wstring call_;
+    std::atomic<ULONG> references_{1};
+};
+
+template <class Object>
+DWORD registerClass(const CLSID& id, const std::shared_ptr<RecordingJournal>& journal, const wchar_t* className)
+{
+    const auto factory = adopted<IClassFactory>(new RecordingFactory<Object>(journal, className));
+    DWORD cookie = 0;
+    com::check(CoRegisterClassObject(id, factory.Get(), CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie));
+    return cookie;
+}
+
+} // namespace
+
+RecordingAdo::RecordingAdo() : journal_(std::make_shared<RecordingJournal>())
+{
+    com::check(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
+    registrations_ = {registerClass<RecordingConnection>(kConnectionId, journal_, L"Connection"),
+                      registerClass<RecordingCommand>(kCommandId, journal_, L"Command"),
+                      registerClass<RecordingRecordset>(kRecordsetId, journal_, L"Recordset")};
+}
+
+RecordingAdo::~RecordingAdo()
+{
+    for (const DWORD registration : registrations_)
+        CoRevokeClassObject(registration);
+    CoUninitialize();
+}
+
+void RecordingAdo::answer(const std::wstring& statement, AdoAnswer answer)
+{
+    journal_->answer(L"", statement, std::move(answer));
+}
+
+void RecordingAdo::answerOn(const std::wstring& connection, const std::wstring& statement, AdoAnswer answer)
+{
+    journal_->answer(connection, statement, std::move(answer));
+}
+
+void RecordingAdo::failCall(size_t n, AdoFailure failure)
+{
+    journal_->failCall(n, std::move(failure));
+}
+
+void RecordingAdo::failMember(const std::wstring& member, AdoFailure failure, size_t n)
+{
+    journal_->failMember(member, n, std::move(failure));
+}
+
+void RecordingAdo::failStatement(const std::wstring& statement, AdoFailure failure, size_t n)
+{
+    journal_->failStatement(L"", statement, n, std::move(failure));
+}
+
+void RecordingAdo::failStatementOn(const std::wstring& connection, const std::wstring& statement, AdoFailure failure,
+                                   size_t n)
+{
+    journal_->failStatement(connection, statement, n, std::move(failure));
+}
+
+void RecordingAdo::cut(const std::wstring& connection, AdoFailure failure)
+{
+    journal_->cut(connection, std::move(failure));
+}
+
+void RecordingAdo::whenExecuting(const std::wstring& statement, std::function<void()> action)
+{
+    journal_->whenExecuting(statement, std::move(action));
+}
+
+void RecordingAdo::setDefaultDatabase(const std::wstring& connection, const std::wstring& name)
+{
+    journal_->setDefaultDatabase(connection, name);
+}
+
+std::vector<std::wstring> RecordingAdo::calls() const
+{
+    return journal_->lines(false);
+}
+
+std::vector<std::wstring> RecordingAdo::callsAndReads() const
+{
+    return journal_->lines(true);
+}
+
+std::vector<AdoStatement> RecordingAdo::statements() const
+{
+    return journal_->statements();
+}
+
+size_t RecordingAdo::callCount() const
+{
+    return journal_->callCount();
+}
+
+void RecordingAdo::forget()
+{
+    journal_->forget();
+}
+
+long RecordingAdo::liveObjects() const
+{
+    return journal_->liveObjects();
+}
+
+com::Dispatch RecordingAdo::recordset(AdoRows rows) const
+{
+    const _variant_t object = ownedObject(new RecordingRecordset(journal_, std::move(rows)));
+    return com::Dispatch(object.pdispVal);
+}
+
+_variant_t adoNull()
+{
+    _variant_t null;
+    null.vt = VT_NULL;
+    return null;
+}
+
+AdoAnswer adoTexts(const std::wstring& name, const std::vector<std::wstring>& values)
+{
+    constexpr short kVarChar = 200;
+    AdoAnswer answer;
+    answer.rows.columns = {{name, kVarChar}};
+    for (const std::wstring& value : values)
+        answer.rows.rows.push_back({_variant_t(value.c_str())});
+    return answer;
+}
+
+AdoAnswer adoAffected(long rows)
+{
+    AdoAnswer answer;
+    answer.affected = rows;
+    return answer;
+}

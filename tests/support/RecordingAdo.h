@@ -1,0 +1,120 @@
+#pragma once
+
+#include "com/dispatch.h"
+
+#include <comdef.h>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+class RecordingJournal;
+
+/// One column of a result; `type` is ADO's.
+struct AdoColumn
+{
+    std::wstring name;
+    short type;
+};
+
+/// A result: columns, and rows of as many values.
+struct AdoRows
+{
+    std::vector<AdoColumn> columns;
+    std::vector<std::vector<_variant_t>> rows;
+};
+
+/// What a statement answers: a result, the rows affected, and the values of output parameters by their index.
+struct AdoAnswer
+{
+    AdoRows rows;
+    long affected = 0;
+    std::map<long, _variant_t> outputs;
+};
+
+enum class AdoMoment
+{
+    Before, ///< the call is not carried out
+    After,  ///< the call is carried out and then reported as failed
+};
+
+/// How a call fails: as ADO does, with an exception record, or with a bare failure code when there is no description.
+struct AdoFailure
+{
+    HRESULT code;
+    std::wstring description;
+    std::wstring source = L"Test provider";
+    AdoMoment moment = AdoMoment::Before;
+};
+
+/// A connection's label and a statement sent on it; a command's parameter values stand in parentheses behind its text.
+using AdoStatement = std::pair<std::wstring, std::wstring>;
+
+/// Takes the place of ADO on the calling thread for as long as it lives: ADODB.Connection, Command and Recordset made
+/// there record every call, and answer what the test has laid down. A connection's label is the DSN it was opened with.
+///
+/// Statements without an answer give an empty result and no rows affected. The objects keep ADO's own rules for closed
+/// objects (3704, 3705, 3709), rows (3021) and items (3265). Members are found by name, without case, and only in the
+/// way ADO offers them (property or method).
+class RecordingAdo
+{
+public:
+    RecordingAdo();
+    ~RecordingAdo();
+    RecordingAdo(const RecordingAdo&) = delete;
+    RecordingAdo& operator=(const RecordingAdo&) = delete;
+
+    /// Answers a statement (its exact text, or a procedure's name). Several answers to one statement are given in their
+    /// order, and the last one again and again. An answer for one connection goes before those for any.
+    void answer(const std::wstring& statement, AdoAnswer answer);
+    void answerOn(const std::wstring& connection, const std::wstring& statement, AdoAnswer answer);
+
+    /// Fails the n-th call from now (from 1), reads and creations included.
+    void failCall(size_t n, AdoFailure failure);
+    /// Fails the n-th call of a member from now, such as "Command.Execute", "Connection.State" or "create Recordset".
+    void failMember(const std::wstring& member, AdoFailure failure, size_t n = 1);
+    /// Fails the n-th execution of a statement from now, on any connection or on one.
+    void failStatement(const std::wstring& statement, AdoFailure failure, size_t n = 1);
+    void failStatementOn(const std::wstring& connection, const std::wstring& statement, AdoFailure failure,
+                         size_t n = 1);
+    /// Fails every statement on a connection from now on, which stays open to all appearance.
+    void cut(const std::wstring& connection, AdoFailure failure);
+
+    /// Runs `action` each time just before the statement is carried out.
+    void whenExecuting(const std::wstring& statement, std::function<void()> action);
+
+    /// Name of a connection's database; its label unless told.
+    void setDefaultDatabase(const std::wstring& connection, const std::wstring& name);
+
+    /// Every creation, put, method call and release of the three classes and their parameters, in order: "create
+    /// Command", "Command.CommandTimeout = 300", "Connection(office).Close()", "release Command".
+    std::vector<std::wstring> calls() const;
+    /// The same with the reads of properties: "Recordset.EOF".
+    std::vector<std::wstring> callsAndReads() const;
+    /// Every statement sent, those that failed included.
+    std::vector<AdoStatement> statements() const;
+    /// Calls and reads so far, failed ones included, releases not.
+    size_t callCount() const;
+    /// Forgets calls and statements; answers and failures stay.
+    void forget();
+    /// Objects that are not released yet, fields and parameters included.
+    long liveObjects() const;
+
+    /// A recordset on its first row, as a host would hand it in.
+    com::Dispatch recordset(AdoRows rows) const;
+
+private:
+    std::shared_ptr<RecordingJournal> journal_;
+    std::vector<DWORD> registrations_;
+};
+
+/// A database Null.
+_variant_t adoNull();
+
+/// Text values of one column named `name`, one row each.
+AdoAnswer adoTexts(const std::wstring& name, const std::vector<std::wstring>& values);
+
+/// An answer of a count only.
+AdoAnswer adoAffected(long rows);

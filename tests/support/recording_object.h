@@ -1,0 +1,98 @@
+#pragma once
+
+#include "recording_journal.h"
+
+#include <atomic>
+
+/// The arguments of one late-bound call, in their order.
+class RecordingArguments
+{
+public:
+    explicit RecordingArguments(const DISPPARAMS& params) : params_(params) {}
+
+    size_t count() const { return params_.cArgs; }
+    /// Argument `index` from 0; DISP_E_PARAMNOTFOUND in a VT_ERROR when it was left out.
+    VARIANT& at(size_t index) const;
+    long number(size_t index) const;
+    std::wstring text(size_t index) const;
+    bool isMissing(size_t index) const;
+
+private:
+    const DISPPARAMS& params_;
+};
+
+/// An automation object of the recording ADO, IDispatch only: its members are laid down by its constructor, and every
+/// use of one goes through the journal.
+class RecordingObject : public IDispatch
+{
+public:
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID interfaceId, void** object) noexcept override;
+    ULONG STDMETHODCALLTYPE AddRef() noexcept override { return ++references_; }
+    ULONG STDMETHODCALLTYPE Release() noexcept override;
+    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) noexcept override;
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID locale, ITypeInfo** info) noexcept override;
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID locale,
+                                            DISPID* ids) noexcept override;
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID reserved, LCID locale, WORD flags, DISPPARAMS* params,
+                                     VARIANT* result, EXCEPINFO* exception, UINT* badArgument) noexcept override;
+
+    /// How lines call the object: its class, with what tells it apart.
+    virtual std::wstring title() const { return class_; }
+
+    /// The object behind a value, when it is one of the recording ADO; null otherwise.
+    static RecordingObject* behind(const VARIANT& value);
+
+protected:
+    using Getter = std::function<_variant_t(const RecordingArguments&)>;
+    using Method = std::function<_variant_t(const RecordingArguments&)>;
+    using Setter = std::function<void(const VARIANT&)>;
+
+    /// `firstId` sets the ids of one class apart from those of every other.
+    RecordingObject(std::shared_ptr<RecordingJournal> journal, const wchar_t* className, DISPID firstId);
+    virtual ~RecordingObject();
+    RecordingObject(const RecordingObject&) = delete;
+    RecordingObject& operator=(const RecordingObject&) = delete;
+
+    void property(const wchar_t* name, Getter get, Setter put = nullptr);
+    /// A property that keeps what is put into it.
+    void property(const wchar_t* name, _variant_t& value);
+    void method(const wchar_t* name, Method call);
+
+    const std::shared_ptr<RecordingJournal>& journal() const { return journal_; }
+
+private:
+    struct Member
+    {
+        const wchar_t* name;
+        Getter get;
+        Setter put;
+        Method call;
+    };
+
+    _variant_t use(const Member& member, WORD flags, const RecordingArguments& arguments);
+    std::wstring line(const Member& member, WORD flags, const RecordingArguments& arguments) const;
+
+    std::shared_ptr<RecordingJournal> journal_;
+    std::wstring class_;
+    DISPID firstId_;
+    std::vector<Member> members_;
+    std::atomic<ULONG> references_{1};
+};
+
+/// A value as it stands in a line: texts in quotes, left-out arguments as "missing", objects by their title.
+std::wstring recordedText(const VARIANT& value);
+
+/// A pointer that takes over the first reference. ComPtr::Attach will not do: that of mingw-w64 adds another one.
+template <class Object>
+Microsoft::WRL::ComPtr<Object> adopted(Object* object)
+{
+    Microsoft::WRL::ComPtr<Object> pointer;
+    *pointer.GetAddressOf() = object;
+    return pointer;
+}
+
+/// An object as a value; the value takes over the first reference.
+_variant_t ownedObject(RecordingObject* object);
+
+/// Fails as ADO does, with one of its own numbers (3265, ...) and the text that goes with it.
+[[noreturn]] void throwAdoError(long number);
