@@ -62,9 +62,9 @@ Field Recordset::field(long index) const
     return Field(com::Dispatch::from(fields().property(L"Item", {index})));
 }
 
-_variant_t Recordset::value(const std::wstring& name) const
+Field Recordset::field(const std::wstring& name) const
 {
-    return Field(com::Dispatch::from(fields().property(L"Item", {com::textVariant(name)}))).value();
+    return Field(com::Dispatch::from(fields().property(L"Item", {com::textVariant(name)})));
 }
 
 const com::Dispatch& Recordset::fields() const

@@ -47,8 +47,9 @@ public:
 
     long fieldCount() const;
     Field field(long index) const;
+    Field field(const std::wstring& name) const;
     /// The current row's value in the column `name`.
-    _variant_t value(const std::wstring& name) const;
+    _variant_t value(const std::wstring& name) const { return field(name).value(); }
 
 private:
     const com::Dispatch& fields() const;

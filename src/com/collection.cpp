@@ -80,8 +80,7 @@ std::optional<size_t> Collection::findKey(const std::wstring& key) const
 
 size_t Collection::position(const VARIANT& index) const
 {
-    _variant_t direct;
-    check(VariantCopyInd(&direct, const_cast<VARIANT*>(&index)));
+    const _variant_t direct = copyValue(index);
     if (direct.vt == VT_BSTR) {
         if (const auto found = findKey(fromBstr(direct.bstrVal)))
             return *found;

@@ -26,6 +26,13 @@ bool isNothing(const VARIANT& value)
 
 } // namespace
 
+_variant_t copyValue(const VARIANT& value)
+{
+    _variant_t copy;
+    check(VariantCopyInd(&copy, const_cast<VARIANT*>(&value)));
+    return copy;
+}
+
 _variant_t changeType(const VARIANT& value, VARTYPE type)
 {
     if (isNull(value))
@@ -71,8 +78,7 @@ bool toBool(const VARIANT& value)
 
 bool isDate(const VARIANT& value)
 {
-    _variant_t direct;
-    check(VariantCopyInd(&direct, const_cast<VARIANT*>(&value)));
+    const _variant_t direct = copyValue(value);
     if (direct.vt != VT_BSTR)
         return direct.vt == VT_DATE;
     DATE ignored = 0;

@@ -32,6 +32,9 @@ std::wstring trim(const std::wstring& text);
 /// A date in the locale's short form, followed by the time unless that is midnight.
 std::wstring dateText(DATE date);
 
+/// A copy of a value itself, followed through references to the variable that holds it.
+_variant_t copyValue(const VARIANT& value);
+
 /// Converts a value to another variant type; raises as above.
 _variant_t changeType(const VARIANT& value, VARTYPE type);
 

@@ -44,8 +44,7 @@ Dispatch Dispatch::create(const wchar_t* progId)
 
 Dispatch Dispatch::from(const VARIANT& value)
 {
-    _variant_t direct;
-    check(VariantCopyInd(&direct, const_cast<VARIANT*>(&value)));
+    const _variant_t direct = copyValue(value);
     if (direct.vt != VT_DISPATCH && direct.vt != VT_UNKNOWN)
         raiseRuntimeError(kTypeMismatch);
     if (!direct.punkVal)

@@ -53,8 +53,7 @@ void forEachEnumerated(const Dispatch& collection, const Visitor& visit)
 
 void forEach(const VARIANT& collection, const Visitor& visit)
 {
-    _variant_t direct;
-    check(VariantCopyInd(&direct, const_cast<VARIANT*>(&collection)));
+    const _variant_t direct = copyValue(collection);
     const VARTYPE elementType = static_cast<VARTYPE>(direct.vt & VT_TYPEMASK);
     if (!(direct.vt & VT_ARRAY))
         return forEachEnumerated(Dispatch::from(direct), visit);

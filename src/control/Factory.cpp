@@ -155,6 +155,13 @@ std::unique_ptr<clsReplicateTable> Factory::createReplicationTable(long iReplica
     return table;
 }
 
+clsConflict Factory::createConflict(const VARIANT& vConflictId) const
+{
+    clsConflict conflict;
+    conflict.setConflictId(com::copyValue(vConflictId));
+    return conflict;
+}
+
 std::wstring Factory::Version() const
 {
     return kVersion;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "conflicts/clsConflict.h"
 #include "control/clsReplicate.h"
 #include "replication/clsReplicateTable.h"
 
@@ -41,6 +42,9 @@ public:
     std::unique_ptr<clsReplicateTable> createReplicationTable(long iReplicationMethod, const std::wstring& sTable,
                                                               const std::wstring& sDependentTable,
                                                               const std::wstring& sPKField, long eReplicateDeletes);
+
+    /// An empty conflict with that id; nothing is loaded. No trap.
+    clsConflict createConflict(const VARIANT& vConflictId) const;
 
     std::wstring Version() const;
     const std::wstring& sErrorMessage() const { return sErrorMessage_; }

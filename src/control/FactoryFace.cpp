@@ -1,6 +1,7 @@
 #include "control/FactoryFace.h"
 
 #include "com/boundary.h"
+#include "conflicts/ConflictFace.h"
 #include "control/ReplicateFace.h"
 #include "replication/ReplicateTableFace.h"
 
@@ -29,11 +30,11 @@ HRESULT FactoryFace::createReplicationTable(enumReplicationMethod* iReplicationM
     });
 }
 
-HRESULT FactoryFace::createConflict(VARIANT*, _clsConflict** result) noexcept
+HRESULT FactoryFace::createConflict(VARIANT* vConflictId, _clsConflict** result) noexcept
 {
     return comBoundary([&] {
         requireOut(result);
-        com::raiseRuntimeError(com::kActionNotSupported);
+        *result = com::makeObject<ConflictFace>(factory_.createConflict(requireIn(vConflictId))).Detach();
     });
 }
 

@@ -37,23 +37,17 @@ HRESULT ReplicateTableFace::replicateComputerType() noexcept
 
 HRESULT ReplicateTableFace::replicateTableTwoWay(VARIANT_BOOL* bDeletes) noexcept
 {
-    return comBoundary([&] {
-        requireBool(bDeletes);
-        com::raiseRuntimeError(com::kActionNotSupported);
-    });
+    return comBoundary([&] { table_->replicateTableTwoWay(requireBool(bDeletes)); });
 }
 
 HRESULT ReplicateTableFace::replicateOneWay(VARIANT_BOOL* bAllowDeletes) noexcept
 {
-    return comBoundary([&] {
-        requireBool(bAllowDeletes);
-        com::raiseRuntimeError(com::kActionNotSupported);
-    });
+    return comBoundary([&] { table_->replicateOneWay(requireBool(bAllowDeletes)); });
 }
 
 HRESULT ReplicateTableFace::replicateOneWayWithPKField() noexcept
 {
-    return comBoundary([&] { com::raiseRuntimeError(com::kActionNotSupported); });
+    return comBoundary([&] { table_->replicateOneWayWithPKField(); });
 }
 
 HRESULT ReplicateTableFace::get_sTable(BSTR* value) noexcept

@@ -18,6 +18,8 @@ struct Counters
     long lCntError = 0;
 };
 
+struct OneWayPlan;
+
 /// Replicates one table of the practice database by its configured method and counts what it did.
 ///
 /// Failures are raised with the routine's name as source, for the replication routines followed by the table in
@@ -40,11 +42,25 @@ public:
     /// The same for computer_type with computer_type_setting, whatever table was configured.
     void replicateComputerType();
 
+    /// Brings the destination in line with the source, row by row, matched by `unid` and compared by `mod_date`.
+    /// Changes on the destination side are recorded as conflicts, and at OFFICES as errors of the run. A failure also
+    /// marks the run failed.
+    void replicateOneWay(bool bAllowDeletes);
+
+    /// The same for rows matched by the configured key field, with the configured delete handling. Without either
+    /// nothing is done but mark the run failed.
+    void replicateOneWayWithPKField();
+
+    /// Copies each row that differs in the direction of its newer `mod_date`, and rows that one side lacks to it.
+    /// Conflicts and deletions are only announced, in message boxes; what was done is not counted.
+    void replicateTableTwoWay(bool bDeletes);
+
     const std::wstring& sTable() const { return sTable_; }
     const Counters& counters() const { return counters_; }
 
 private:
     void logFullCopy(const std::wstring& sTable) const;
+    void replicateByPlan(const OneWayPlan& plan, const std::wstring& sTitle);
 
     short iReplicationMethod_ = 0;
     std::wstring sTable_;

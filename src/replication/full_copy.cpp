@@ -2,7 +2,7 @@
 #include "control/log.h"
 #include "control/settings.h"
 #include "replication/clsReplicateTable.h"
-#include "replication/logged_execute.h"
+#include "replication/logged_sql.h"
 #include "replication/table_report.h"
 
 namespace {

@@ -1,0 +1,98 @@
+# shellcheck shell=bash
+# What the demo and the tests run in: the built binaries, the databases, a Wine prefix and a display, all of it below
+# build/. Source it after lib.sh; `startTestbed` brings it up, and it goes down with the script, however that ends.
+
+preset=x86-release
+# shellcheck disable=SC2034
+binaries="$repoRoot/build/$preset"
+interruptible=''
+displayPid=''
+testbedUp=''
+
+export WINEPREFIX="$repoRoot/build/wine" WINEARCH=win32 WINEDEBUG="${WINEDEBUG:--all}"
+# No offers to download browser or .NET engines.
+export WINEDLLOVERRIDES='mscoree,mshtml='
+
+# Runs a long command so that a signal to the script ends it at once.
+runInterruptible() {
+    local status=0
+    "$@" &
+    interruptible=$!
+    wait "$interruptible" || status=$?
+    interruptible=''
+    return "$status"
+}
+
+buildAll() {
+    note "building ($preset)"
+    mkdir -p "$repoRoot/build"
+    (
+        cd "$repoRoot"
+        cmake --preset "$preset" && cmake --build --preset "$preset"
+    ) >"$repoRoot/build/build.log" 2>&1 || {
+        grep -E 'error|FAILED' -A5 "$repoRoot/build/build.log" | head -n 60 >&2 || tail -n 40 "$repoRoot/build/build.log" >&2
+        die 'the build failed; all of its output is in build/build.log'
+    }
+}
+
+# The display's number is free by construction: the server picks it and tells.
+startDisplay() {
+    local number="$repoRoot/build/display"
+    : >"$number"
+    Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp 3>"$number" >"$repoRoot/build/xvfb.log" 2>&1 9>&- &
+    displayPid=$!
+    while [[ ! -s $number ]]; do
+        kill -0 "$displayPid" 2>/dev/null || die 'the display server does not start; see build/xvfb.log'
+        sleep 0.02
+    done
+    export DISPLAY=":$(<"$number")"
+}
+
+# A server that stays saves every program two seconds.
+startWine() {
+    [[ ! -e $WINEPREFIX || -O $WINEPREFIX ]] || die "build/wine belongs to another user; delete it"
+    if [[ ! -f $WINEPREFIX/system.reg ]]; then
+        note 'creating the Wine prefix'
+        wineboot -i >"$repoRoot/build/wineboot.log" 2>&1 9>&- || die 'wineboot failed; see build/wineboot.log'
+        wineserver -w
+    fi
+    wineserver -p 9>&-
+}
+
+stopTestbed() {
+    local status=$?
+    trap '' INT TERM HUP
+    [[ -z $interruptible ]] || kill "$interruptible" 2>/dev/null || true
+    if [[ -n $testbedUp ]]; then
+        wineserver -k 2>/dev/null || true
+        wineserver -w 2>/dev/null || true
+        [[ -z $displayPid ]] || { kill "$displayPid" && wait "$displayPid"; } 2>/dev/null || true
+        "$repoRoot/scripts/devdb.sh" stop 9>&- || true
+    fi
+    exit "$status"
+}
+
+# One demo or test run at a time in a working copy.
+startTestbed() {
+    exec 9>"$repoRoot/build/testbed.lock"
+    flock -w 5 9 || die 'another run of the demo or the tests is going on in this working copy'
+    testbedUp=yes
+    startDisplay
+    startWine
+    note 'starting the databases'
+    "$repoRoot/scripts/devdb.sh" start 9>&-
+    # shellcheck source=/dev/null
+    source "$repoRoot/build/devdb/env.sh"
+}
+
+registerServers() {
+    local server
+    for server in adodb.dll QuinmarkRepDLL.dll; do
+        (cd "$binaries" && wine regsvr32 /s "$server") || die "$server could not be registered"
+    done
+}
+
+trap stopTestbed EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM
+trap 'exit 129' HUP

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "QuinmarkRepDLL.h"
+
+#include <comdef.h>
+#include <string>
+
+/// Whether rows of a table are identified by a number; all other tables have GUIDs. Names are compared without case.
+bool hasNumericKey(const std::wstring& sTable);
+
+/// The query that describes a row of a table in words; empty for a table that cannot be described.
+std::wstring keyInfoSql(const std::wstring& sTable, const _variant_t& vUnid);
+
+/// A one-line description of a row, read from the side that has it by the kind of conflict. Failures, also those of a
+/// table, kind or row that cannot be described, are raised as "clsReplicateTable.getKeyInfo".
+std::wstring getKeyInfo(const std::wstring& sTable, const _variant_t& vUnid, long eConflictType);

@@ -1,0 +1,99 @@
+#include "conflicts/report_conflict.h"
+
+#include "com/convert.h"
+#include "com/error.h"
+#include "conflicts/ConflictDataFace.h"
+#include "conflicts/clsConflict.h"
+#include "conflicts/key_info.h"
+#include "control/RaiseError.h"
+#include "control/database.h"
+#include "control/log.h"
+#include "db/forward_only.h"
+#include "replication/row_queries.h"
+#include "replication/row_sql.h"
+
+using Microsoft::WRL::ComPtr;
+
+namespace {
+
+bool wasRefused(const _variant_t& saved)
+{
+    return saved.vt == VT_I2 && saved.iVal <= -1;
+}
+
+void saveConflict(clsConflict& conflict)
+{
+    if (wasRefused(conflict.save()))
+        Common::RaiseError(L"clsReplicateTable.reportConflict", Common::kOwnError,
+                           L"Error saving conflict: " + conflict.sErrorMessage());
+}
+
+void addDifference(com::Collection& differences, const std::wstring& sTable, clsConflictData data)
+{
+    data.sField = columnLabel(sTable, data.sField);
+    const ComPtr<_clsConflictData> item(com::makeObject<ConflictDataFace>(std::move(data)));
+    differences.add(_variant_t(item.Get()));
+}
+
+} // namespace
+
+bool reportConflict(const ConflictOrigin& origin, const _variant_t& vUnid, enumConflictType eConflictType, DATE dSource,
+                    DATE dDestination)
+try {
+    const std::wstring sSql = selectRow({origin.sTable, L"unid"}, vUnid);
+    Utils::WriteLog(LOG_DEBUG, sSql);
+    ado::Recordset rsSource = openForwardOnly(*Utils::getConnSource(), sSql);
+    ado::Recordset rsDestination = openForwardOnly(*Utils::getConnDest(), sSql);
+
+    clsConflict conflict;
+    if (hasNumericKey(origin.sTable))
+        conflict.lPatientId = com::toInt32(vUnid);
+    else
+        conflict.vGuid = vUnid;
+    conflict.iConflictType = eConflictType;
+    conflict.sKeyInfo = getKeyInfo(origin.sTable, vUnid, eConflictType);
+    const ComPtr<com::Collection> differences = getConflictData(origin.sTable, rsSource, rsDestination);
+    conflict.colData = ComPtr<_Collection>(differences);
+    conflict.dSource = dSource;
+    conflict.dDestination = dDestination;
+    conflict.sTable = origin.sTable;
+    conflict.dNextReplicate = origin.dNextReplicate;
+
+    const bool differs = differences->count() > 0;
+    if (differs)
+        saveConflict(conflict);
+    rsSource.close();
+    rsDestination.close();
+    return differs;
+}
+catch (...) {
+    Common::reraise(L"clsReplicateTable.reportConflict");
+}
+
+ComPtr<com::Collection> getConflictData(const std::wstring& sTable, const ado::Recordset& rsSource,
+                                        const ado::Recordset& rsDestination)
+{
+    ComPtr<com::Collection> differences = com::makeObject<com::Collection>();
+    const bool inSource = !rsSource.eof();
+    const bool inDestination = !rsDestination.eof();
+    const ado::Recordset& names = inSource ? rsSource : rsDestination;
+    const long count = names.fieldCount();
+    for (long index = 0; index < count; ++index) {
+        const std::wstring sColumn = names.field(index).name();
+        if (Utils::isSkipField(sTable, sColumn, true))
+            continue;
+        const bool compare = inSource && inDestination;
+        const std::wstring sSource = inSource ? com::concatText(rsSource.field(index).value()) : L"";
+        const std::wstring sDestination =
+            inDestination || !inSource ? com::concatText(rsDestination.field(index).value()) : L"";
+        if (!compare || sSource != sDestination)
+            addDifference(*differences.Get(), sTable, {sColumn, sSource, sDestination});
+    }
+    return differences;
+}
+
+std::wstring columnLabel(const std::wstring& sTable, const std::wstring& sColumn)
+{
+    // The place of a mapping to display names that was never filled in.
+    return sTable == L"asdf" || sColumn == L"asdf" ? L"" : sColumn;
+}

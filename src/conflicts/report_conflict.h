@@ -1,0 +1,28 @@
+#pragma once
+
+#include "QuinmarkRepDLL.h"
+#include "ado/Recordset.h"
+#include "com/collection.h"
+
+#include <comdef.h>
+#include <string>
+
+/// The table, and the run, in which a conflict was found.
+struct ConflictOrigin
+{
+    std::wstring sTable;
+    DATE dNextReplicate;
+};
+
+/// Reads a row from both databases and saves a conflict with the columns that differ. True when one was saved, false
+/// when the copies agree. Failures are raised as "clsReplicateTable.reportConflict".
+bool reportConflict(const ConflictOrigin& origin, const _variant_t& vUnid, enumConflictType eConflictType, DATE dSource,
+                    DATE dDestination);
+
+/// The columns in which two rows differ, as clsConflictData in column order. Columns are paired by position; `mod_date`
+/// never counts. A recordset at its end stands for a row that is missing: then every column counts.
+Microsoft::WRL::ComPtr<com::Collection> getConflictData(const std::wstring& sTable, const ado::Recordset& rsSource,
+                                                        const ado::Recordset& rsDestination);
+
+/// The display label of a column: its name.
+std::wstring columnLabel(const std::wstring& sTable, const std::wstring& sColumn);

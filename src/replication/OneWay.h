@@ -1,0 +1,79 @@
+#pragma once
+
+#include "QuinmarkRepDLL.h"
+#include "db/clsConn.h"
+#include "replication/clsReplicateTable.h"
+#include "replication/row_policy.h"
+#include "replication/row_queries.h"
+
+#include <memory>
+#include <string>
+
+/// What differs between one-way replication by `unid` and by a key field of the table's own.
+struct OneWayPlan
+{
+    KeyedTable table;
+    /// Rewritten with its parent row; empty for none.
+    std::wstring sDependentTable;
+    bool deletesAllowed;
+    /// Comments that refer to a company lose the reference before the company is deleted.
+    bool clearsCommentCompanies;
+    /// Which of the steps run.
+    bool bothSides;
+    bool sourceOnly;
+    bool destinationOnly;
+};
+
+/// The engine of one-way replication: compares the two copies of a table in up to three steps, each a stream of rows
+/// from the local connection, and brings the destination in line. Each step takes its decisions from row_policy.h.
+class OneWay
+{
+public:
+    /// `counters` are zeroed, all but the conflicts, and count what was done.
+    OneWay(OneWayPlan plan, DATE dLastReplicate, DATE dNextReplicate, Counters& counters);
+
+    void run();
+
+private:
+    /// Gives the connection of the side that has a row.
+    using Side = std::shared_ptr<clsConn> (*)();
+
+    void replicateCommonRows();
+    void replicateSourceOnlyRows();
+    void replicateDestinationOnlyRows();
+
+    /// Hands every row that one database has and the other has not to `handle`, its date in `dModDate`.
+    void forEachMissingRow(const std::wstring& sHasPrefix, const std::wstring& sLacksPrefix, DATE& dModDate,
+                           void (OneWay::*handle)(const _variant_t& vKey));
+
+    void handleCommonRow(const _variant_t& vKey);
+    void handleSourceOnlyRow(const _variant_t& vKey);
+    void handleDestinationOnlyRow(const _variant_t& vKey);
+
+    void updateDestination(const _variant_t& vKey);
+    void insertIntoDestination(const _variant_t& vKey);
+    void deleteFromDestination(const _variant_t& vKey);
+    void rewriteDependents(const _variant_t& vKey);
+
+    void reportChangedOnBoth(const _variant_t& vKey);
+    void reportChangedOnDestination(const _variant_t& vKey);
+    void reportOneSided(const _variant_t& vKey, enumConflictType eConflictType, Side side,
+                        const std::wstring& sMessage);
+
+    /// Records a conflict and counts it; false when the copies show no difference.
+    bool report(const _variant_t& vKey, enumConflictType eConflictType);
+    void dumpRow(Side side, const _variant_t& vKey);
+    std::wstring changesNotAllowed() const;
+
+    OneWayPlan plan_;
+    DATE dLastReplicate_;
+    DATE dNextReplicate_;
+    Counters& counters_;
+    Site site_;
+    std::wstring sDestDatabaseName_;
+    std::wstring sSourceDatabaseName_;
+    /// The dates of the row in hand. A row that only one side has leaves the other date as the last row left it, and a
+    /// conflict is recorded with both as they stand.
+    DATE dSrcModDate_ = 0;
+    DATE dDestModDate_ = 0;
+};
