@@ -130,7 +130,8 @@ _variant_t RecordingCommand::execute(const RecordingArguments& arguments)
 void RecordingCommand::setActiveConnection(const VARIANT& value)
 {
     auto* object = dynamic_cast<RecordingConnection*>(RecordingObject::behind(value));
-    if (!object)
+    const bool nothing = value.vt == VT_DISPATCH && !value.pdispVal;
+    if (!object && !nothing)
         throwAdoError(3001);
     connection_ = object;
 }
