@@ -34,7 +34,7 @@ Sub Main
     If run.bError Then StopWith 2, "The last run failed: " & run.sErrorMessage
     If Not run.bReady Then StopWith 2, "This site is not ready for a run"
 
-    tables = TablesInOrder
+    Set tables = TablesInOrder
     StopOnError "set up the tables"
     run.go tables
     If Err.Number <> 0 Then RecordAndStop
@@ -69,18 +69,19 @@ Sub Connect
         laptopPrefix, laptopDsn, password, LOG_LEVEL_DEBUG, WScript.Arguments(0)
 End Sub
 
-' Rows that refer to others come before them: a copy empties a table before it fills it.
+' A full copy empties a table before it fills it, so it is for tables to which no other refers by a foreign key. The
+' one between patient and dentist is dropped for the run; dentist_company, to which comments refer, is for the method
+' ONE_WAY_WITH_PK_FIELD. The tables are the keys of a dictionary, which keeps their order.
 Function TablesInOrder
-    Dim names, all(), i
-    names = Array("patient_dates", "patient_spec_xref", "chart_comment_info", "chart_item", "chart_hdr", _
-        "patient", "dentist", "dentist_company", "specialist", "users", "procs", "procs_letter", "chair_type", _
+    Dim all, name
+    Set all = CreateObject("Scripting.Dictionary")
+    For Each name In Array("patient_dates", "patient_spec_xref", "chart_item", "chart_hdr", "patient", _
+        "dentist", "specialist", "users", "procs", "procs_letter", "chair_type", _
         "chart_option_setting", "chart_option", "shortcut", "combo_values", "config", "ada_code")
-    ReDim all(UBound(names) + 1)
-    For i = 0 To UBound(names)
-        Set all(i) = factory.createReplicationTable(ONE_WAY_DELETE_ALL, names(i), "")
+        all.Add factory.createReplicationTable(ONE_WAY_DELETE_ALL, name, ""), name
     Next
-    Set all(UBound(all)) = factory.createReplicationTable(COMPUTER_TYPE, "computer_type", "")
-    TablesInOrder = all
+    all.Add factory.createReplicationTable(COMPUTER_TYPE, "computer_type", ""), "computer_type"
+    Set TablesInOrder = all
 End Function
 
 Sub ShowSummary

@@ -8,17 +8,16 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 source "$repoRoot/scripts/testbed.sh"
 
 readonly log=build/demo.log
+readonly summary=build/demo.summary
 
 tableRows() { # SIDE TABLE: every row, in a fixed order
     "$repoRoot/scripts/devdb.sh" psql "$1" -X -q -v ON_ERROR_STOP=1 \
         -c "copy (select * from $1.$2 order by 1) to stdout"
 }
 
+# The tables of the summary, and the one that computer_type brings along.
 replicatedTables() {
-    "$repoRoot/scripts/devdb.sh" psql office -X -q -At -v ON_ERROR_STOP=1 -c "
-        select table_name from information_schema.tables
-        where table_schema = 'office' and table_name not like 'replication%' and table_name <> 'control'
-        order by 1"
+    awk '$1 ~ /^[a-z_]+$/ && $2 ~ /^[0-9]+$/ { print $1 } END { print "computer_type_setting" }' "$summary"
 }
 
 compareDatabases() {
@@ -48,5 +47,8 @@ scripts/devdb.sh reset 9>&-
 registerServers
 rm -f "$log"
 note 'replicating'
-runInterruptible wine cscript //nologo examples/replicate.vbs "$log"
+status=0
+runInterruptible wine cscript //nologo examples/replicate.vbs "$log" >"$summary.crlf" || status=$?
+tr -d '\r' <"$summary.crlf" | tee "$summary"
+[[ $status -eq 0 ]] || exit "$status"
 compareDatabases
