@@ -1,0 +1,79 @@
+#include "LateCall.h"
+
+#include "com/convert.h"
+
+namespace {
+
+std::wstring take(BSTR text)
+{
+    const _bstr_t owner(text, false);
+    return com::fromBstr(text);
+}
+
+/// `value` as an element of an argument array, which borrows it.
+VARIANTARG borrowed(const _variant_t& value)
+{
+    return value;
+}
+
+} // namespace
+
+LateResult lateInvokeId(IDispatch* object, DISPID id, WORD flags, const LateArguments& arguments)
+{
+    std::vector<DISPID> names;
+    std::vector<VARIANTARG> values;
+    for (auto named = arguments.named.rbegin(); named != arguments.named.rend(); ++named) {
+        names.push_back(named->first);
+        values.push_back(borrowed(named->second));
+    }
+    for (auto value = arguments.positional.rbegin(); value != arguments.positional.rend(); ++value)
+        values.push_back(borrowed(*value));
+    DISPPARAMS params{values.data(), names.data(), static_cast<UINT>(values.size()), static_cast<UINT>(names.size())};
+
+    LateResult result;
+    result.badArgument = kNoBadArgument;
+    EXCEPINFO exception{};
+    result.code = object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &params, &result.value, &exception,
+                                 &result.badArgument);
+    result.scode = exception.scode;
+    result.source = take(exception.bstrSource);
+    result.description = take(exception.bstrDescription);
+    return result;
+}
+
+LateResult lateInvoke(IDispatch* object, const wchar_t* member, WORD flags, const LateArguments& arguments)
+{
+    LPOLESTR name = const_cast<LPOLESTR>(member);
+    DISPID id = DISPID_UNKNOWN;
+    LateResult unknown;
+    unknown.code = object->GetIDsOfNames(IID_NULL, &name, 1, LOCALE_USER_DEFAULT, &id);
+    return FAILED(unknown.code) ? unknown : lateInvokeId(object, id, flags, arguments);
+}
+
+LateResult lateCall(IDispatch* object, const wchar_t* member, std::vector<_variant_t> arguments)
+{
+    return lateInvoke(object, member, DISPATCH_METHOD, {std::move(arguments), {}});
+}
+
+LateResult lateGet(IDispatch* object, const wchar_t* member)
+{
+    return lateInvoke(object, member, DISPATCH_PROPERTYGET);
+}
+
+LateResult latePut(IDispatch* object, const wchar_t* member, const _variant_t& value, WORD flags)
+{
+    return lateInvoke(object, member, flags, {{}, {{DISPID_PROPERTYPUT, value}}});
+}
+
+_variant_t byReference(VARIANT& variable)
+{
+    return byReference(VT_VARIANT, &variable);
+}
+
+_variant_t byReference(VARTYPE type, void* variable)
+{
+    _variant_t reference;
+    reference.byref = variable;
+    reference.vt = static_cast<VARTYPE>(VT_BYREF | type);
+    return reference;
+}

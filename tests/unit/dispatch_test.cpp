@@ -1,0 +1,221 @@
+#include "com/dispatch.h"
+
+#include "com/collection.h"
+#include "com/convert.h"
+#include "support/Apartment.h"
+#include "support/Raised.h"
+#include "support/ScriptedObject.h"
+
+#include <gtest/gtest.h>
+
+using Microsoft::WRL::ComPtr;
+
+namespace com {
+namespace {
+
+constexpr DISPID kMember = 17;
+
+class LateBinding : public testing::Test
+{
+protected:
+    void SetUp() override { object->names[L"member"] = kMember; }
+
+    void answer(ScriptedObject::Answer how) { object->answers[kMember] = std::move(how); }
+
+    /// Makes the member fail with what `fill` leaves in the exception record.
+    Error exceptionOf(const std::function<void(EXCEPINFO&)>& fill)
+    {
+        answer([fill](WORD, DISPPARAMS&, VARIANT*, EXCEPINFO* exception) {
+            fill(*exception);
+            return DISP_E_EXCEPTION;
+        });
+        return raised([&] { dispatch.call(L"member"); });
+    }
+
+    ComPtr<ScriptedObject> object = makeObject<ScriptedObject>();
+    Dispatch dispatch{object.Get()};
+};
+
+TEST_F(LateBinding, CallHandsOverArgumentsInTheirOrder)
+{
+    std::wstring seen;
+    answer([&](WORD flags, DISPPARAMS& params, VARIANT* result, EXCEPINFO*) {
+        EXPECT_EQ(flags, DISPATCH_METHOD);
+        EXPECT_EQ(params.cNamedArgs, 0U);
+        for (UINT index = params.cArgs; index > 0; --index)
+            seen += toText(params.rgvarg[index - 1]) + L";";
+        result->vt = VT_I4;
+        result->lVal = 5;
+        return S_OK;
+    });
+    EXPECT_EQ(dispatch.call(L"member", {_variant_t(1L), textVariant(L"two")}), _variant_t(5L));
+    EXPECT_EQ(seen, L"1;two;");
+}
+
+TEST_F(LateBinding, CalleeWritesByReferenceArguments)
+{
+    answer([](WORD, DISPPARAMS& params, VARIANT*, EXCEPINFO*) {
+        params.rgvarg[0].pvarVal->vt = VT_I4;
+        params.rgvarg[0].pvarVal->lVal = 9;
+        return S_OK;
+    });
+    _variant_t variable;
+    _variant_t reference;
+    reference.pvarVal = &variable;
+    reference.vt = VT_BYREF | VT_VARIANT;
+    dispatch.call(L"member", {reference});
+    EXPECT_EQ(variable, _variant_t(9L));
+}
+
+TEST_F(LateBinding, PutNamesItsValueAndAsksForNoResult)
+{
+    WORD seen = 0;
+    answer([&](WORD flags, DISPPARAMS& params, VARIANT* result, EXCEPINFO*) {
+        seen = flags;
+        EXPECT_EQ(params.cArgs, 1U);
+        EXPECT_EQ(params.cNamedArgs, 1U);
+        EXPECT_EQ(params.rgdispidNamedArgs[0], DISPID_PROPERTYPUT);
+        EXPECT_EQ(result, nullptr);
+        return S_OK;
+    });
+    dispatch.put(L"member", _variant_t(1L));
+    EXPECT_EQ(seen, DISPATCH_PROPERTYPUT);
+    dispatch.putReference(L"member", dispatch);
+    EXPECT_EQ(seen, DISPATCH_PROPERTYPUTREF);
+}
+
+TEST_F(LateBinding, PropertyTakesArguments)
+{
+    answer([](WORD flags, DISPPARAMS& params, VARIANT* result, EXCEPINFO*) {
+        EXPECT_EQ(flags, DISPATCH_PROPERTYGET);
+        return VariantCopy(result, &params.rgvarg[0]);
+    });
+    EXPECT_EQ(dispatch.property(L"member", {_variant_t(3L)}), _variant_t(3L));
+}
+
+TEST_F(LateBinding, NameIsLookedUpOncePerObject)
+{
+    answer([](WORD, DISPPARAMS&, VARIANT*, EXCEPINFO*) { return S_OK; });
+    const wchar_t* const member = L"member";
+    dispatch.call(member);
+    dispatch.call(member);
+    EXPECT_EQ(object->lookups, 1);
+
+    const auto other = makeObject<ScriptedObject>();
+    other->names[member] = kMember + 1;
+    bool reached = false;
+    other->answers[kMember + 1] = [&](WORD, DISPPARAMS&, VARIANT*, EXCEPINFO*) {
+        reached = true;
+        return S_OK;
+    };
+    Dispatch(other.Get()).call(member);
+    EXPECT_TRUE(reached);
+}
+
+TEST_F(LateBinding, ExceptionKeepsScodeSourceAndDescription)
+{
+    const Error error = exceptionOf([](EXCEPINFO& exception) {
+        exception.scode = static_cast<SCODE>(0x80040E14);
+        exception.bstrSource = SysAllocString(L"the driver");
+        exception.bstrDescription = SysAllocString(L"syntax error");
+        exception.bstrHelpFile = SysAllocString(L"no.hlp");
+    });
+    EXPECT_EQ(error.number, static_cast<long>(0x80040E14));
+    EXPECT_EQ(error.source, L"the driver");
+    EXPECT_EQ(error.description, L"syntax error");
+}
+
+TEST_F(LateBinding, ExceptionOfFacilityControlIsItsLowWord)
+{
+    EXPECT_EQ(exceptionOf([](EXCEPINFO& exception) { exception.scode = static_cast<SCODE>(0x800A0CC1); }).number, 3265);
+}
+
+TEST_F(LateBinding, ExceptionWithACodeOnlyIsInTheObjectRange)
+{
+    const Error error = exceptionOf([](EXCEPINFO& exception) {
+        exception.wCode = 1000;
+        exception.bstrDescription = SysAllocString(L"own");
+    });
+    EXPECT_EQ(error.number, static_cast<long>(0x800403E8));
+    EXPECT_EQ(error.description, L"own");
+}
+
+HRESULT STDAPICALLTYPE fillInLate(EXCEPINFO* exception)
+{
+    exception->scode = static_cast<SCODE>(0x80040E37);
+    exception->bstrSource = SysAllocString(L"late source");
+    exception->bstrDescription = SysAllocString(L"late text");
+    return S_OK;
+}
+
+TEST_F(LateBinding, ExceptionIsFilledInWhenItIsDeferred)
+{
+    const Error error = exceptionOf([](EXCEPINFO& exception) { exception.pfnDeferredFillIn = fillInLate; });
+    EXPECT_EQ(error.number, static_cast<long>(0x80040E37));
+    EXPECT_EQ(error.source, L"late source");
+    EXPECT_EQ(error.description, L"late text");
+}
+
+TEST_F(LateBinding, ExceptionWithoutATextGetsTheRuntimes)
+{
+    const Error error = exceptionOf([](EXCEPINFO& exception) { exception.scode = DISP_E_OVERFLOW; });
+    EXPECT_EQ(error.number, 6);
+    EXPECT_EQ(error.description, L"Overflow");
+}
+
+TEST_F(LateBinding, FailureOfTheCallItselfHasTheRuntimesNumber)
+{
+    const auto failing = [&](HRESULT code) {
+        answer([code](WORD, DISPPARAMS&, VARIANT*, EXCEPINFO*) { return code; });
+        return raised([&] { dispatch.call(L"member"); }).number;
+    };
+    EXPECT_EQ(failing(DISP_E_TYPEMISMATCH), 13);
+    EXPECT_EQ(failing(DISP_E_BADPARAMCOUNT), 450);
+    EXPECT_EQ(failing(DISP_E_PARAMNOTOPTIONAL), 449);
+    EXPECT_EQ(failing(DISP_E_MEMBERNOTFOUND), 438);
+    EXPECT_EQ(failing(E_FAIL), E_FAIL);
+}
+
+TEST_F(LateBinding, UnknownNameIsError438)
+{
+    const Error error = raised([&] { dispatch.call(L"stranger"); });
+    EXPECT_EQ(error.number, 438);
+    EXPECT_EQ(error.source, L"QuinmarkRepDLL");
+    EXPECT_EQ(error.description, L"Object doesn't support this property or method");
+}
+
+TEST(EmptyDispatch, EveryUseIsError91)
+{
+    const Dispatch none;
+    EXPECT_FALSE(none);
+    EXPECT_EQ(raised([&] { none.call(L"member"); }).number, 91);
+    EXPECT_EQ(raised([&] { none.property(L"member"); }).number, 91);
+    EXPECT_EQ(raised([&] { none.property(DISPID_NEWENUM); }).number, 91);
+    EXPECT_EQ(raised([&] { none.put(L"member", _variant_t()); }).number, 91);
+}
+
+TEST(DispatchFrom, TakesObjectsOnly)
+{
+    const auto object = makeObject<Collection>();
+    _variant_t value(static_cast<IDispatch*>(object.Get()));
+    VARIANT reference{};
+    reference.vt = VT_BYREF | VT_VARIANT;
+    reference.pvarVal = &value;
+    EXPECT_EQ(Dispatch::from(value).get(), object.Get());
+    EXPECT_EQ(Dispatch::from(reference).get(), object.Get());
+    EXPECT_EQ(Dispatch::from(_variant_t(static_cast<IUnknown*>(static_cast<IDispatch*>(object.Get())))).get(),
+              object.Get());
+    EXPECT_EQ(raised([] { Dispatch::from(_variant_t(1L)); }).number, 13);
+    EXPECT_EQ(raised([] { Dispatch::from(_variant_t(static_cast<IDispatch*>(nullptr))); }).number, 91);
+}
+
+TEST(DispatchCreate, UnknownClassIsError429)
+{
+    const Apartment apartment;
+    const Error error = raised([] { Dispatch::create(L"No.Such.Class"); });
+    EXPECT_EQ(error.number, 429);
+    EXPECT_EQ(error.description, L"ActiveX component can't create object");
+}
+
+} // namespace
+} // namespace com
