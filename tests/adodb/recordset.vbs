@@ -1,10 +1,9 @@
 ' Uses ADODB from a script: default members, For Each, by-reference arguments, error numbers.
 Option Explicit
-Dim shell, connection, rows, command, affected, item, names
-Set shell = CreateObject("WScript.Shell")
+Dim settings, connection, rows, command, affected, item, names
+Set settings = CreateObject("WScript.Shell").Environment("PROCESS")
 Set connection = CreateObject("ADODB.Connection")
-connection.Open "DSN=" & shell.ExpandEnvironmentStrings("%QUINMARK_OFFICE_DSN%"), "quinmarkapp_user", _
-    shell.ExpandEnvironmentStrings("%QUINMARK_PASSWORD%")
+connection.Open "DSN=" & settings("QUINMARK_OFFICE_DSN"), "quinmarkapp_user", settings("QUINMARK_PASSWORD")
 Set rows = CreateObject("ADODB.Recordset")
 rows.Open "select 1 as id, 'O''Brien'::varchar(20) as name union all select 2, null order by 1", connection, 3, 1
 Do Until rows.EOF
@@ -41,8 +40,9 @@ connection.Execute "update adodb_script set a = 3", affected
 WScript.Echo "affected " & affected
 
 On Error Resume Next
-WScript.Echo rows("missing")
-WScript.Echo (Err.Number And 65535) & " " & Err.Source & " " & Err.Description
+item = rows("missing").Value
+item = Err.Number And 65535
+WScript.Echo item & " " & Err.Source & " " & Err.Description
 Err.Clear
 connection.Execute "select * from no_such_table"
 WScript.Echo Hex(Err.Number) & " " & Err.Source & " " & connection.Errors.Count & " " & connection.Errors(0).SQLState

@@ -1,35 +1,37 @@
 #include "database_test.h"
 
-#include <vector>
-
 namespace adodb {
 namespace {
 
-/// What a script writes under the console script host.
+/// What a script writes under the console script host, which takes a path without a drive for a switch.
 std::string outputOf(const std::wstring& script)
 {
+    wchar_t folder[MAX_PATH] = {};
+    GetTempPathW(MAX_PATH, folder);
+    const std::wstring path = folder + (L"adodb_script_" + std::to_wstring(GetCurrentProcessId()) + L".txt");
     SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
-    HANDLE read = nullptr;
-    HANDLE write = nullptr;
-    if (!CreatePipe(&read, &write, &inherit, 0))
-        return "no pipe";
+    const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                    &inherit, CREATE_ALWAYS, FILE_FLAG_DELETE_ON_CLOSE, nullptr);
     std::wstring line = L"cscript.exe //nologo \"" + script + L"\"";
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = startup.hStdError = write;
+    startup.hStdOutput = startup.hStdError = file;
     PROCESS_INFORMATION process = {};
-    const BOOL started =
-        CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
-    CloseHandle(write);
-    std::string output = started ? "" : "cscript does not start";
-    char buffer[4096];
-    for (DWORD bytes = 0; started && ReadFile(read, buffer, sizeof buffer, &bytes, nullptr) && bytes > 0;)
-        output.append(buffer, bytes);
-    CloseHandle(read);
+    if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process))
+        return "cscript does not start";
+    const bool ended = WaitForSingleObject(process.hProcess, 60'000) == WAIT_OBJECT_0;
+    if (!ended)
+        TerminateProcess(process.hProcess, 1);
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
-    return output;
+    std::string output(4096, '\0');
+    DWORD bytes = 0;
+    SetFilePointer(file, 0, nullptr, FILE_BEGIN);
+    ReadFile(file, output.data(), static_cast<DWORD>(output.size()), &bytes, nullptr);
+    CloseHandle(file);
+    output.resize(bytes);
+    return ended ? output : output + "cscript does not end";
 }
 
 class ScriptTest : public DatabaseTest
@@ -50,7 +52,7 @@ protected:
 
 TEST_F(ScriptTest, ClassesWorkFromVBScript)
 {
-    EXPECT_EQ(outputOf(std::wstring(SCRIPT_FOLDER) + L"/recordset.vbs"),
+    EXPECT_EQ(outputOf(L"Z:" SCRIPT_FOLDER L"/recordset.vbs"),
               "1|O'Brien|1|1|200|False\r\n"
               "2||2|2|200|True\r\n"
               "count 2\r\n"

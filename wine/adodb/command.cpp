@@ -19,7 +19,7 @@ constexpr wchar_t kSource[] = L"ADODB.Command";
 std::span<const Member> Command::members() const noexcept
 {
     static constexpr std::array kMembers{
-        Member{L"Parameters", DISPID_VALUE, kGet, call<&Command::invokeParameters>, L"Item"},
+        Member{L"Parameters", DISPID_VALUE, kGetPut, call<&Command::invokeParameters>, L"Item"},
         Member{L"ActiveConnection", 1, kGetPut, call<&Command::invokeActiveConnection>},
         Member{L"CommandText", 2, kGetPut, call<&Command::invokeCommandText>},
         Member{L"CommandTimeout", 3, kGetPut, call<&Command::invokeCommandTimeout>},
@@ -69,7 +69,9 @@ void Command::invokeParameters(Call& call)
 {
     const auto parameters = com::makeObject<Parameters>(this);
     if (call.has(0))
-        parameters->returnItem(call);
+        parameters->invokeItem(call);
+    else if (call.isPut())
+        raiseAdoError(kArgumentsWrong, kSource);
     else
         call.returns(parameters.Get());
 }

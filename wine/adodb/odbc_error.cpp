@@ -36,7 +36,8 @@ HRESULT hresultOfDiagnostic(const Diagnostic& diagnostic) noexcept
         if (diagnostic.state.starts_with(rule.prefix))
             return rule.result;
     // The PostgreSQL driver reports a refused logon as 08001; only the server's text tells it from a dead server.
-    if (diagnostic.state == L"08001" && diagnostic.message.find(L"authentication failed") != std::wstring::npos)
+    const auto says = [&](const wchar_t* text) { return diagnostic.message.find(text) != std::wstring::npos; };
+    if (diagnostic.state == L"08001" && (says(L"authentication failed") || says(L"no password supplied")))
         return hresult(0x80040E4D);
     return E_FAIL;
 }

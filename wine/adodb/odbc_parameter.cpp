@@ -73,6 +73,8 @@ OdbcParameter::OdbcParameter(const ParameterData& parameter, Dialect dialect)
     }
     if (parameter.isOutput())
         reserveOutput();
+    if (buffer_.empty()) // a null address would stand for Null, not for an empty text
+        buffer_.resize(sizeof(wchar_t));
 }
 
 void OdbcParameter::storeBytes(const void* data, size_t size)

@@ -29,6 +29,10 @@ public:
     /// `statement` has been executed and has columns.
     Result(std::shared_ptr<OdbcConnection> connection, std::shared_ptr<StatementHandle> statement);
 
+    ~Result() { releaseStatement(); }
+    Result(const Result&) = delete;
+    Result& operator=(const Result&) = delete;
+
     const std::vector<ColumnInfo>& columns() const noexcept { return infos_; }
 
     bool isOpen() const noexcept { return open_; }

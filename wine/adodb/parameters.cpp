@@ -16,7 +16,7 @@ constexpr wchar_t kSource[] = L"ADODB.Parameters";
 std::span<const Member> Parameters::members() const noexcept
 {
     static constexpr std::array kMembers{
-        Member{L"Item", DISPID_VALUE, kGet, call<&Parameters::returnItem>, L"Index", 1},
+        Member{L"Item", DISPID_VALUE, kGetPut, call<&Parameters::invokeItem>, L"Index", 1},
         Member{L"Count", 1, kGet, call<&Parameters::invokeCount>},
         Member{L"Append", 2, kMethod, call<&Parameters::invokeAppend>, L"Object", 1},
         Member{L"Delete", 3, kMethod, call<&Parameters::invokeDelete>, L"Index", 1},
@@ -33,9 +33,13 @@ size_t Parameters::position(const VARIANT& index) const
         index, list.size(), [&](size_t at) { return list[at]->data().name; }, kSource);
 }
 
-void Parameters::returnItem(Call& call)
+void Parameters::invokeItem(Call& call)
 {
-    call.returns(command_->parameters()[position(call.argument(0))].Get());
+    const auto& parameter = command_->parameters()[position(call.argument(0))];
+    if (call.isPut())
+        parameter->setValue(call.newValue());
+    else
+        call.returns(parameter.Get());
 }
 
 void Parameters::invokeAppend(Call& call)

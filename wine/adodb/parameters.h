@@ -9,7 +9,8 @@ class Parameters final : public DispatchObject
 {
 public:
     explicit Parameters(Microsoft::WRL::ComPtr<Command> command) : command_(std::move(command)) {}
-    void returnItem(Call& call);
+    /// Returns the parameter that the argument names, or gives it a value: scripts write `Parameters("x") = 1`.
+    void invokeItem(Call& call);
 
 private:
     std::span<const Member> members() const noexcept override;
