@@ -1,20 +1,27 @@
-' Copies the office database's tables in full into this machine's own database.
+' Replicates the office database with this laptop's own database.
 '
-'   cscript //nologo replicate.vbs LOGFILE [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX]
+'   cscript //nologo replicate.vbs copy|daily LOGFILE [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX]
 '
-' Runs on the laptop: the laptop's database is the local one and the destination. The password of both logins comes
-' from the environment variable QUINMARK_PASSWORD. Ends with status 0 when the run went through, 1 when it failed and
-' 2 when the site is not ready; every error is shown with its number, source and text.
+' "copy" takes the office's tables as they are, "daily" brings both sides together by the rows that changed since the
+' last run. The laptop's database is the local one and the destination. The password of both logins comes from the
+' environment variable QUINMARK_PASSWORD. Ends with status 0 when the run went through, 1 when it failed and 2 when it
+' may not run now; every error is shown with its number, source and text.
 Option Explicit
 
 Const SITE_LAPTOP = 1
 Const ONE_WAY_DELETE_ALL = 1
+Const ONE_WAY = 2
+Const ONE_WAY_ALLOW_DELETES = 3
+Const TWO_WAY = 4
+Const TWO_WAY_NO_DELETES = 5
 Const COMPUTER_TYPE = 6
+Const ONE_WAY_WITH_PK_FIELD = 7
+Const DELETE_WITH_UPDATES = 2
 Const LOG_LEVEL_DEBUG = 1
 Const SECONDS_BETWEEN_ATTEMPTS = 900
 
 Dim factory, run, tables
-Dim officeDsn, officePrefix, laptopDsn, laptopPrefix
+Dim mode, logFile, officeDsn, officePrefix, laptopDsn, laptopPrefix, password
 
 Main
 
@@ -23,74 +30,109 @@ Sub Main
     On Error Resume Next
     Set factory = CreateObject("QuinmarkRepDLL.Factory")
     StopOnError "create the component"
-    Connect
+    factory.init SITE_LAPTOP, "DESTINATION", officePrefix, officeDsn, password, _
+        laptopPrefix, laptopDsn, password, LOG_LEVEL_DEBUG, logFile
     StopOnError "connect"
     If Not factory.ensureReplication Then
         StopWith 1, "The databases do not belong together: " & factory.sErrorMessage
     End If
     Set run = factory.createReplication
+    run.SetReady
     run.initNextRun SECONDS_BETWEEN_ATTEMPTS, "laptop"
     StopOnError "prepare the run"
     If run.bError Then StopWith 2, "The last run failed: " & run.sErrorMessage
     If Not run.bReady Then StopWith 2, "This site is not ready for a run"
 
-    Set tables = TablesInOrder
+    Set tables = CreateObject("Scripting.Dictionary")
+    If mode = "copy" Then AddCopiedTables Else AddDailyTables
     StopOnError "set up the tables"
     run.go tables
     If Err.Number <> 0 Then RecordAndStop
-    factory.resetError
-    StopOnError "clear the error state"
+    AdvanceInterval
+    StopOnError "advance the interval"
     On Error Goto 0
     ShowSummary
+    factory.resetError
     factory.disconnect
 End Sub
 
 Sub ReadArguments
-    If WScript.Arguments.Count <> 1 And WScript.Arguments.Count <> 5 Then
-        WScript.Echo "usage: replicate.vbs LOGFILE [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX]"
+    Dim given
+    Set given = WScript.Arguments
+    If given.Count = 2 Or given.Count = 6 Then mode = LCase(given(0))
+    If mode <> "copy" And mode <> "daily" Then
+        WScript.Echo "usage: replicate.vbs copy|daily LOGFILE " & _
+            "[OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX]"
         WScript.Quit 2
     End If
+    logFile = given(1)
     officeDsn = "QuinmarkOffice"
     officePrefix = "office."
     laptopDsn = "QuinmarkLaptop"
     laptopPrefix = "laptop."
-    If WScript.Arguments.Count = 5 Then
-        officeDsn = WScript.Arguments(1)
-        officePrefix = WScript.Arguments(2)
-        laptopDsn = WScript.Arguments(3)
-        laptopPrefix = WScript.Arguments(4)
+    If given.Count = 6 Then
+        officeDsn = given(2)
+        officePrefix = given(3)
+        laptopDsn = given(4)
+        laptopPrefix = given(5)
     End If
-End Sub
-
-Sub Connect
-    Dim password
     password = CreateObject("WScript.Shell").ExpandEnvironmentStrings("%QUINMARK_PASSWORD%")
-    factory.init SITE_LAPTOP, "DESTINATION", officePrefix, officeDsn, password, _
-        laptopPrefix, laptopDsn, password, LOG_LEVEL_DEBUG, WScript.Arguments(0)
 End Sub
 
-' A full copy empties a table before it fills it, so it is for tables to which no other refers by a foreign key. The
-' one between patient and dentist is dropped for the run; dentist_company, to which comments refer, is for the method
-' ONE_WAY_WITH_PK_FIELD. The tables are the keys of a dictionary, which keeps their order.
-Function TablesInOrder
-    Dim all, name
-    Set all = CreateObject("Scripting.Dictionary")
-    For Each name In Array("patient_dates", "patient_spec_xref", "chart_item", "chart_hdr", "patient", _
-        "dentist", "specialist", "users", "procs", "procs_letter", "chair_type", _
-        "chart_option_setting", "chart_option", "shortcut", "combo_values", "config", "ada_code")
-        all.Add factory.createReplicationTable(ONE_WAY_DELETE_ALL, name, ""), name
+' The tables are the keys of the dictionary, which keeps their order.
+Sub AddTables(method, names)
+    Dim name
+    For Each name In names
+        tables.Add factory.createReplicationTable(method, name, ""), name
     Next
-    all.Add factory.createReplicationTable(COMPUTER_TYPE, "computer_type", ""), "computer_type"
-    Set TablesInOrder = all
-End Function
+End Sub
+
+' A full copy empties a table before it fills it, so it is for tables to which no other refers by a foreign key; the one
+' between patient and dentist is dropped for the run. The comments refer to companies: these two go row by row.
+Sub AddCopiedTables
+    AddTables ONE_WAY_DELETE_ALL, Array("patient_dates", "patient_spec_xref", "chart_item", "chart_hdr", "patient", _
+        "dentist", "specialist", "users", "procs", "procs_letter", "chair_type", "chart_option_setting", _
+        "chart_option", "shortcut", "combo_values", "config", "ada_code")
+    AddTables COMPUTER_TYPE, Array("computer_type")
+    tables.Add factory.createReplicationTable(ONE_WAY_WITH_PK_FIELD, "dentist_company", "", "dc_id", _
+        DELETE_WITH_UPDATES), "dentist_company"
+    AddTables ONE_WAY, Array("chart_comment_info")
+End Sub
+
+Sub AddDailyTables
+    AddTables ONE_WAY_DELETE_ALL, Array("ada_code")
+    AddTables COMPUTER_TYPE, Array("computer_type")
+    AddTables ONE_WAY, Array("specialist", "users", "procs")
+    AddTables ONE_WAY_ALLOW_DELETES, Array("patient", "chart_hdr", "chart_item", "chart_comment_info", "shortcut")
+    tables.Add factory.createReplicationTable(ONE_WAY_ALLOW_DELETES, "chart_option", "chart_option_setting"), _
+        "chart_option"
+    tables.Add factory.createReplicationTable(ONE_WAY_WITH_PK_FIELD, "dentist_company", "", "dc_id", _
+        DELETE_WITH_UPDATES), "dentist_company"
+    AddTables TWO_WAY, Array("patient_dates")
+    AddTables TWO_WAY_NO_DELETES, Array("config")
+End Sub
+
+' The component moves the interval of the offices' site only; a laptop's host moves its own.
+Sub AdvanceInterval
+    Dim connection
+    Set connection = CreateObject("ADODB.Connection")
+    connection.Open "DSN=" & laptopDsn & ";UID=quinmarkapp_user;PWD=" & password
+    connection.Execute "update replication_control set last_timestamp = '" & run.dNextReplicate & _
+        "' where unique_key = " & SITE_LAPTOP
+    connection.Close
+End Sub
 
 Sub ShowSummary
     Dim table
+    WScript.Echo "  table                      added  updated  deleted  conflicts"
     For Each table In tables
-        WScript.Echo "  " & table.sTable & Space(24 - Len(table.sTable)) & Right(Space(8) & table.lCntDestAdd, 8)
+        WScript.Echo "  " & table.sTable & Space(24 - Len(table.sTable)) & Right(Space(8) & table.lCntDestAdd, 8) & _
+            Right(Space(9) & table.lCntDestUpdate, 9) & Right(Space(9) & table.lCntDestDelete, 9) & _
+            Right(Space(11) & table.lCntConflict, 11)
     Next
     WScript.Echo "Interval: " & run.dLastReplicate & " to " & run.dNextReplicate
-    WScript.Echo "Log: " & WScript.Arguments(0)
+    If run.bError Then WScript.Echo "Recorded: " & run.sErrorMessage
+    WScript.Echo "Log: " & logFile
 End Sub
 
 ' The error goes into the control record first, so that the next attempt and the administrator see it.

@@ -1,54 +1,90 @@
 #!/usr/bin/env bash
-# Runs the main job on sample data: a script host copies the office database's tables to the laptop through the
-# registered component, and both databases are then compared row by row. Exit status: 0 when they are equal.
+# A day between an office and a laptop, on sample data: the laptop takes a copy, both sides change, a run brings them
+# together, and the conflicts are resolved. All of it through the registered component, driven by the script hosts in
+# examples/. At every stop both databases are compared row by row. Exit status: 0 when all is as it should be.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 # shellcheck source=scripts/testbed.sh
 source "$repoRoot/scripts/testbed.sh"
 
-readonly log=build/demo.log
-readonly summary=build/demo.summary
+# Below build/, like all that the demo makes; the scripts get paths relative to the working copy.
+readonly out=build/demo
 
-tableRows() { # SIDE TABLE: every row, in a fixed order
-    "$repoRoot/scripts/devdb.sh" psql "$1" -X -q -v ON_ERROR_STOP=1 \
-        -c "copy (select * from $1.$2 order by 1) to stdout"
+heading() {
+    printf '\n== %s ==\n' "$*"
 }
 
-# The tables of the summary, and the one that computer_type brings along.
+# The script hosts end their lines as Windows does.
+script() { # NAME ARG...: runs examples/NAME.vbs and shows what it says
+    local status=0
+    runInterruptible wine cscript //nologo "examples/$1.vbs" "${@:2}" >"$out/$1.crlf" || status=$?
+    tr -d '\r' <"$out/$1.crlf" | tee "$out/$1.txt"
+    [[ $status -eq 0 ]] || die "examples/$1.vbs ended with status $status"
+}
+
+sql() { # SIDE ARG...
+    scripts/devdb.sh psql "$1" -X -q -At -v ON_ERROR_STOP=1 "${@:2}"
+}
+
 replicatedTables() {
-    awk '$1 ~ /^[a-z_]+$/ && $2 ~ /^[0-9]+$/ { print $1 } END { print "computer_type_setting" }' "$summary"
+    sql office -c "select table_name from information_schema.tables where table_schema = 'office'
+                   and table_name not like 'replication%' and table_name <> 'control' order by 1"
 }
 
+rowsOf() { # SIDE TABLE: each through a connection of its own
+    sql "$1" -c "copy (select * from $1.$2) to stdout" | LC_ALL=C sort
+}
+
+# compareDatabases TABLE=ROWS...: these tables differ in so many rows, all others in none.
 compareDatabases() {
-    local table tables rows=0 different=0
-    tables="$(replicatedTables)"
-    for table in $tables; do
-        tableRows office "$table" >build/demo.office
-        tableRows laptop "$table" >build/demo.laptop
-        if cmp -s build/demo.office build/demo.laptop; then
-            rows=$((rows + $(wc -l <build/demo.office)))
-        else
-            note "$table differs"
-            different=$((different + 1))
-        fi
+    local table rows=0 different expected count=0
+    for table in $(replicatedTables); do
+        rowsOf office "$table" >"$out/office"
+        rowsOf laptop "$table" >"$out/laptop"
+        count=$((count + 1))
+        rows=$((rows + $(wc -l <"$out/office")))
+        different=$(LC_ALL=C comm -23 "$out/office" "$out/laptop" | wc -l)
+        expected=$(printf '%s\n' "$@" | sed -n "s/^$table=//p")
+        [[ $different -eq ${expected:-0} && $(wc -l <"$out/office") -eq $(wc -l <"$out/laptop") ]] ||
+            die "$table: $different rows differ, expected ${expected:-0}"
     done
-    [[ $different -eq 0 ]] || die "$different of $(wc -w <<<"$tables") tables differ"
-    [[ $rows -gt 0 ]] || die 'nothing was copied'
-    printf 'Both databases hold the same %s rows in %s tables.\n' "$rows" "$(wc -w <<<"$tables")"
+    [[ $rows -gt 0 ]] || die 'there is nothing in the office database'
+    printf 'Compared row by row: %s rows in %s tables, differing: %s\n' "$rows" "$count" "${*:-none}"
+}
+
+conflictIds() { # TABLE: in the order of the list
+    sed -n "s/^\({[^}]*}\) $1, .*/\1/p" "$out/conflicts.txt"
 }
 
 "$repoRoot/scripts/install-deps.sh"
 buildAll
 startTestbed
 cd "$repoRoot"
+mkdir -p "$out"
+rm -f "$out/replicate.log"
 note 'loading the sample into the office database'
 scripts/devdb.sh reset 9>&-
 registerServers
-rm -f "$log"
-note 'replicating'
-status=0
-runInterruptible wine cscript //nologo examples/replicate.vbs "$log" >"$summary.crlf" || status=$?
-tr -d '\r' <"$summary.crlf" | tee "$summary"
-[[ $status -eq 0 ]] || exit "$status"
+
+heading 'The laptop takes a copy'
+script replicate copy "$out/replicate.log"
 compareDatabases
+
+heading 'Both sides change, and a run brings them together'
+sql office -f examples/demo/office_day.sql
+sql laptop -f examples/demo/laptop_day.sql
+script replicate daily "$out/replicate.log"
+
+heading 'What the run may not decide'
+script conflicts list
+mapfile -t charts < <(conflictIds chart_hdr)
+mapfile -t shortcuts < <(conflictIds shortcut)
+[[ ${#charts[@]} -eq 3 && ${#shortcuts[@]} -eq 1 ]] || die 'these are not the conflicts that were made'
+
+heading 'One resolved each way'
+script conflicts resolve "${charts[0]}" source
+script conflicts resolve "${charts[1]}" destination
+script conflicts resolve "${charts[2]}" later
+script conflicts resolve "${shortcuts[0]}" source
+compareDatabases chart_hdr=2

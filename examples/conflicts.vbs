@@ -1,0 +1,113 @@
+' Lists the conflicts that wait in this laptop's database, or resolves one.
+'
+'   cscript //nologo conflicts.vbs list
+'   cscript //nologo conflicts.vbs resolve CONFLICT source|destination|later
+'
+' CONFLICT is the id that the list shows. The databases are those of the data sources QuinmarkOffice and QuinmarkLaptop;
+' the password of both logins comes from the environment variable QUINMARK_PASSWORD. Ends with status 0 when it was
+' done, 1 when it failed or was refused.
+Option Explicit
+
+Const SITE_LAPTOP = 1
+Const LOG_LEVEL_ERROR = 5
+
+Dim factory, connection, password
+
+Main
+
+Sub Main
+    Dim command
+    If WScript.Arguments.Count > 0 Then command = LCase(WScript.Arguments(0))
+    On Error Resume Next
+    Connect
+    StopOnError
+    If command = "list" And WScript.Arguments.Count = 1 Then
+        ListConflicts
+    ElseIf command = "resolve" And WScript.Arguments.Count = 3 Then
+        Resolve WScript.Arguments(1), LCase(WScript.Arguments(2))
+    Else
+        WScript.Echo "usage: conflicts.vbs list | conflicts.vbs resolve CONFLICT source|destination|later"
+        WScript.Quit 1
+    End If
+    StopOnError
+    connection.Close
+    factory.disconnect
+End Sub
+
+Sub Connect
+    password = CreateObject("WScript.Shell").ExpandEnvironmentStrings("%QUINMARK_PASSWORD%")
+    Set connection = CreateObject("ADODB.Connection")
+    connection.Open "DSN=QuinmarkLaptop;UID=quinmarkapp_user;PWD=" & password
+    Set factory = CreateObject("QuinmarkRepDLL.Factory")
+    factory.init SITE_LAPTOP, "DESTINATION", "office.", "QuinmarkOffice", password, _
+        "laptop.", "QuinmarkLaptop", password, LOG_LEVEL_ERROR, "conflicts.log"
+End Sub
+
+Sub ListConflicts
+    Dim rs, conflict
+    Set rs = connection.Execute("select * from replication_conflict order by table_name, key_info")
+    Do Until rs.EOF
+        Set conflict = factory.createConflict(rs("unid").Value)
+        conflict.loadFromRs rs
+        WScript.Echo conflict.vConflictId & " " & conflict.sTable & ", " & TypeText(conflict.iConflictType) & ": " & _
+            conflict.sKeyInfo
+        ListColumns conflict.vConflictId
+        rs.MoveNext
+    Loop
+    rs.Close
+End Sub
+
+Sub ListColumns(conflictId)
+    Dim rs
+    Set rs = connection.Execute("select field_name, source_data, destination_data from replication_conflict_data " & _
+        "where conflict_id = '" & conflictId & "' order by field_name")
+    Do Until rs.EOF
+        WScript.Echo "    " & rs("field_name") & ": source '" & rs("source_data") & "', destination '" & _
+            rs("destination_data") & "'"
+        rs.MoveNext
+    Loop
+    rs.Close
+End Sub
+
+Sub Resolve(conflictId, choice)
+    Dim rs, conflict
+    Set rs = connection.Execute("select * from replication_conflict where unid = '" & conflictId & "'")
+    If rs.EOF Then
+        WScript.Echo "There is no conflict " & conflictId
+        WScript.Quit 1
+    End If
+    Set conflict = factory.createConflict(conflictId)
+    conflict.loadFromRs rs
+    rs.Close
+    conflict.iResolutionType = ResolutionNumber(choice)
+    If Not conflict.resolve Then
+        WScript.Echo "Refused: " & conflict.sErrorMessage
+        WScript.Quit 1
+    End If
+    WScript.Echo "Resolved, use " & choice & ": " & conflict.sKeyInfo
+End Sub
+
+Function ResolutionNumber(choice)
+    Select Case choice
+        Case "source": ResolutionNumber = 1
+        Case "destination": ResolutionNumber = 2
+        Case "later": ResolutionNumber = 3
+        Case Else: ResolutionNumber = 0
+    End Select
+End Function
+
+Function TypeText(conflictType)
+    Select Case conflictType
+        Case 1: TypeText = "changed on both sides"
+        Case 2: TypeText = "new on the source"
+        Case 3: TypeText = "new on the destination"
+        Case 4: TypeText = "changed on the destination"
+        Case 5: TypeText = "deleted on the source"
+    End Select
+End Function
+
+Sub StopOnError
+    If Err.Number = 0 Then Exit Sub
+    WScript.Echo Err.Number & " (0x" & Hex(Err.Number) & "), " & Err.Source & ": " & Err.Description
+    WScript.Quit 1
+End Sub
