@@ -67,7 +67,8 @@ public:
     RecordingAdo& operator=(const RecordingAdo&) = delete;
 
     /// Answers a statement (its exact text, or a procedure's name). Several answers to one statement are given in their
-    /// order, and the last one again and again. An answer for one connection goes before those for any.
+    /// order, and the last one again and again until a later one is laid down. An answer for one connection goes before
+    /// those for any.
     void answer(const std::wstring& statement, AdoAnswer answer);
     void answerOn(const std::wstring& connection, const std::wstring& statement, AdoAnswer answer);
 

@@ -42,7 +42,10 @@ AdoAnswer RecordingJournal::run(const std::wstring& connection, const std::wstri
 
 void RecordingJournal::answer(const std::wstring& connection, const std::wstring& statement, AdoAnswer answer)
 {
-    answers_[{connection, statement}].push_back(std::move(answer));
+    Answers& answers = answers_[{connection, statement}];
+    if (std::exchange(answers.repeated, false))
+        answers.queue.clear();
+    answers.queue.push_back(std::move(answer));
 }
 
 void RecordingJournal::failMember(const std::wstring& member, size_t n, AdoFailure failure)
@@ -102,12 +105,14 @@ std::optional<AdoFailure> RecordingJournal::dueStatement(const std::wstring& con
 
 std::optional<AdoAnswer> RecordingJournal::takeAnswer(const AdoStatement& key)
 {
-    const auto queue = answers_.find(key);
-    if (queue == answers_.end())
+    const auto found = answers_.find(key);
+    if (found == answers_.end())
         return std::nullopt;
-    std::vector<AdoAnswer>& answers = queue->second;
-    const AdoAnswer answer = answers.front();
-    if (answers.size() > 1)
-        answers.erase(answers.begin());
+    Answers& answers = found->second;
+    const AdoAnswer answer = answers.queue.front();
+    if (answers.queue.size() > 1)
+        answers.queue.erase(answers.queue.begin());
+    else
+        answers.repeated = true;
     return answer;
 }

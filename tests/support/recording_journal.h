@@ -61,13 +61,20 @@ private:
         bool matches(Trigger event, const std::wstring& onConnection, const std::wstring& text) const;
     };
 
+    /// The answers to one statement; `repeated` once the last of them has been given.
+    struct Answers
+    {
+        std::vector<AdoAnswer> queue;
+        bool repeated = false;
+    };
+
     std::optional<AdoFailure> due(Trigger event, const std::wstring& connection, const std::wstring& name);
     std::optional<AdoFailure> dueStatement(const std::wstring& connection, const std::wstring& statement);
     std::optional<AdoAnswer> takeAnswer(const AdoStatement& key);
 
     std::vector<Line> lines_;
     std::vector<AdoStatement> statements_;
-    std::map<AdoStatement, std::vector<AdoAnswer>> answers_;
+    std::map<AdoStatement, Answers> answers_;
     std::map<std::wstring, std::function<void()>> actions_;
     std::map<std::wstring, AdoFailure> cuts_;
     std::map<std::wstring, std::wstring> databases_;

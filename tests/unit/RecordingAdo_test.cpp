@@ -115,6 +115,8 @@ TEST_F(RecordingAdoTest, AnswersAreGivenInTheirOrderAndTheLastOneAgain)
     EXPECT_EQ(command(laptop, L"update").executeCounted(), 7);
     EXPECT_EQ(command(office, L"update").executeCounted(), 2);
     EXPECT_EQ(command(office, L"update").executeCounted(), 2);
+    ado_.answer(L"update", adoAffected(3));
+    EXPECT_EQ(command(office, L"update").executeCounted(), 3);
     EXPECT_EQ(command(office, L"unanswered").executeCounted(), 0);
     EXPECT_TRUE(command(office, L"unanswered").execute().eof());
 }

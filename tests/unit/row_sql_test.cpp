@@ -1,0 +1,219 @@
+#include "replication/row_sql.h"
+
+#include "ado/constants.h"
+#include "control/settings.h"
+#include "support/MessageBoxes.h"
+#include "support/recording_error.h"
+#include "support/recording_fixture.h"
+
+namespace {
+
+using com::Error;
+
+constexpr short kSingle = 4;
+constexpr short kBigInt = 20;
+constexpr short kNumeric = 131;
+constexpr short kWChar = 130;
+constexpr short kVarWChar = 202;
+constexpr short kLongVarChar = 201;
+constexpr short kBinary = 128;
+
+class RowSqlTest : public RecordingTest
+{
+protected:
+    /// One row of the given columns.
+    ado::Recordset row(const std::vector<std::pair<AdoColumn, _variant_t>>& cells)
+    {
+        AdoRows rows;
+        rows.rows.emplace_back();
+        for (const auto& [column, value] : cells) {
+            rows.columns.push_back(column);
+            rows.rows[0].push_back(value);
+        }
+        return ado::Recordset(ado().recordset(rows));
+    }
+
+    std::wstring literal(short type, const _variant_t& value)
+    {
+        return Utils::getValue(row({{{L"a", type}, value}}).field(0));
+    }
+
+    ado::Recordset patient()
+    {
+        return row({{{L"unid", ado::adInteger}, 7L},
+                    {{L"LOCK_F", ado::adBoolean}, true},
+                    {{L"last_name", ado::adVarChar}, L"O'Brien"},
+                    {{L"mod_date", ado::adDBTimeStamp}, _variant_t(46341.0, VT_DATE)}});
+    }
+};
+
+TEST_F(RowSqlTest, UpdateSetsEveryColumnInItsOrder)
+{
+    const auto rs = row({{{L"a", ado::adInteger}, 1L}, {{L"b", ado::adVarChar}, L"x"}});
+    EXPECT_EQ(Utils::getUpdateSql(rs, L"T", L"unid = 'K'"), L"Update T set a = 1, b = 'x' where unid = 'K'");
+}
+
+TEST_F(RowSqlTest, InsertNamesEveryColumnInItsOrder)
+{
+    const auto rs = row({{{L"a", ado::adInteger}, 1L}, {{L"b", ado::adVarChar}, L"x"}});
+    EXPECT_EQ(Utils::getInsertSql(rs, L"T"), L"Insert into T (a, b) values (1, 'x')");
+}
+
+TEST_F(RowSqlTest, PatientsLockIsNeverCopied)
+{
+    for (const wchar_t* table : {L"patient", L"Patient", L"PATIENT"}) {
+        EXPECT_EQ(Utils::getUpdateSql(patient(), table, L"unid = '7'"),
+                  std::wstring(L"Update ") + table +
+                      L" set unid = 7, last_name = 'O''Brien', mod_date = '11/15/2026' where unid = '7'");
+        EXPECT_EQ(Utils::getInsertSql(patient(), table),
+                  std::wstring(L"Insert into ") + table +
+                      L" (unid, last_name, mod_date) values (7, 'O''Brien', '11/15/2026')");
+    }
+}
+
+TEST_F(RowSqlTest, LockOfAnotherTableIsCopied)
+{
+    EXPECT_EQ(Utils::getInsertSql(patient(), L"users"),
+              L"Insert into users (unid, LOCK_F, last_name, mod_date) values (7, 1, 'O''Brien', '11/15/2026')");
+}
+
+TEST_F(RowSqlTest, RowWithoutAnyColumnLeftIsMalformed)
+{
+    const auto rs = row({{{L"lock_f", ado::adBoolean}, true}});
+    EXPECT_EQ(Utils::getInsertSql(rs, L"patient"), L"Insert into patient () values ()");
+    EXPECT_EQ(Utils::getUpdateSql(rs, L"patient", L"unid = '7'"), L"Update patient se where unid = '7'");
+}
+
+TEST_F(RowSqlTest, NamesAreUsedAsTheyAre)
+{
+    const auto rs = row({{{L"Odd Name", ado::adInteger}, 1L}});
+    EXPECT_EQ(Utils::getInsertSql(rs, L"dbo.T"), L"Insert into dbo.T (Odd Name) values (1)");
+}
+
+TEST_F(RowSqlTest, BuildersRunNothing)
+{
+    Utils::getInsertSql(patient(), L"patient");
+    EXPECT_EQ(ado().statements(), std::vector<AdoStatement>());
+}
+
+TEST_F(RowSqlTest, NullOfAnyTypeIsNull)
+{
+    for (const short type : {ado::adInteger, ado::adBoolean, ado::adGUID, ado::adVarChar, ado::adDBTimeStamp})
+        EXPECT_EQ(literal(type, adoNull()), L"Null");
+    EXPECT_EQ(literal(kBinary, adoNull()), L"Null") << "also of a type that is not supported";
+}
+
+TEST_F(RowSqlTest, NumbersAreWrittenInTheDefaultForm)
+{
+    EXPECT_EQ(literal(ado::adSmallInt, static_cast<short>(-3)), L"-3");
+    EXPECT_EQ(literal(ado::adInteger, 2147483647L), L"2147483647");
+    EXPECT_EQ(literal(ado::adDouble, 1.5), L"1.5");
+    EXPECT_EQ(literal(ado::adDouble, 0.1), L"0.1");
+    EXPECT_EQ(literal(ado::adCurrency, _variant_t(CY{.int64 = 12345600})), L"1234.56");
+}
+
+TEST_F(RowSqlTest, BooleansAreBits)
+{
+    EXPECT_EQ(literal(ado::adBoolean, true), L"1");
+    EXPECT_EQ(literal(ado::adBoolean, false), L"0");
+    EXPECT_EQ(literal(ado::adBoolean, 2L), L"1");
+}
+
+TEST_F(RowSqlTest, GuidKeepsItsBraces)
+{
+    EXPECT_EQ(literal(ado::adGUID, L"{0F4B-1}"), L"'{0F4B-1}'");
+    EXPECT_EQ(literal(ado::adGUID, L"a'b"), L"'a'b'") << "nothing is doubled";
+}
+
+TEST_F(RowSqlTest, TextsAreQuoted)
+{
+    EXPECT_EQ(literal(ado::adVarChar, L"O'Brien"), L"'O''Brien'");
+    EXPECT_EQ(literal(ado::adChar, L"ab  "), L"'ab  '");
+    EXPECT_EQ(literal(ado::adVarChar, L""), L"Null");
+    EXPECT_EQ(literal(ado::adChar, L""), L"Null");
+    EXPECT_EQ(literal(ado::adVarChar, L"%"), L"'%'");
+}
+
+TEST_F(RowSqlTest, TimeStampsAreDates)
+{
+    EXPECT_EQ(literal(ado::adDBTimeStamp, _variant_t(46341.5, VT_DATE)), L"'11/15/2026 12:00:00 PM'");
+    EXPECT_EQ(literal(ado::adDBTimeStamp, _variant_t(0.0, VT_DATE)), L"Null");
+}
+
+TEST_F(RowSqlTest, UnsupportedTypeShowsABoxAndLeavesTheValueOut)
+{
+    MessageBoxes boxes;
+    EXPECT_EQ(Utils::getInsertSql(row({{{L"a", kVarWChar}, L"x"}, {{L"b", ado::adInteger}, 1L}}), L"T"),
+              L"Insert into T (a, b) values (, 1)");
+    EXPECT_EQ(boxes.shown(), (std::vector<ShownBox>{{com::kComponentName, L"ado type not coded, see debug", {L"OK"}}}));
+}
+
+TEST_F(RowSqlTest, EveryOtherTypeIsUnsupported)
+{
+    MessageBoxes boxes;
+    const std::vector<short> types{kSingle,   ado::adTinyInt, kBigInt, kNumeric, kWChar,
+                                   kVarWChar, kLongVarChar,   kBinary, 7};
+    for (const short type : types)
+        EXPECT_EQ(literal(type, 1L), L"") << type;
+    EXPECT_EQ(boxes.texts(), std::vector<std::wstring>(types.size(), L"ado type not coded, see debug"));
+}
+
+TEST_F(RowSqlTest, FailuresNameRoutineAndTable)
+{
+    const auto rs = patient();
+    ado().failMember(L"Fields.Count", connectionLost());
+    EXPECT_EQ(raised([&] { Utils::getUpdateSql(rs, L"patient", L""); }),
+              (Error{E_FAIL, L"Utils.getUpdateSql(patient)", L"Connection lost"}));
+    ado().failMember(L"Field.Value", connectionLost());
+    EXPECT_EQ(raised([&] { Utils::getInsertSql(rs, L"patient"); }),
+              (Error{E_FAIL, L"Utils.getInsertSql(patient)", L"Connection lost"}));
+    ado().failMember(L"Field.Type", connectionLost());
+    EXPECT_EQ(raised([&] { Utils::getValue(rs.field(0)); }), (Error{E_FAIL, L"Utils.getValue", L"Connection lost"}));
+    EXPECT_EQ(raised([&] { Utils::getInsertSql(ado::Recordset(), L"T"); }).number, 91);
+}
+
+TEST_F(RowSqlTest, RowBehindTheLastOneRaisesAdosError)
+{
+    auto rs = patient();
+    rs.moveNext();
+    const Error error = raised([&] { Utils::getInsertSql(rs, L"patient"); });
+    EXPECT_EQ(error.number, static_cast<long>(0x80040000) + 3021);
+    EXPECT_EQ(error.source, L"Utils.getInsertSql(patient)");
+}
+
+TEST_F(RowSqlTest, ChartOptionSettingsAreRewrittenWithTheirParent)
+{
+    settings().sSourceDB = L"office.";
+    EXPECT_EQ(Utils::getDependentSql(L"chart_option_setting", 12L),
+              L"delete from chart_option_setting where chart_option_id = '12'; "
+              L"insert into chart_option_setting select * from office.chart_option_setting "
+              L"where chart_option_id = '12'");
+    EXPECT_EQ(Utils::getDependentSql(L"Chart_Option_Setting", L"{K}"),
+              L"delete from chart_option_setting where chart_option_id = '{K}'; "
+              L"insert into chart_option_setting select * from office.Chart_Option_Setting "
+              L"where chart_option_id = '{K}'");
+}
+
+TEST_F(RowSqlTest, OtherDependentTablesHaveNoStatements)
+{
+    EXPECT_EQ(Utils::getDependentSql(L"", 12L), L"");
+    EXPECT_EQ(Utils::getDependentSql(L"chart_option", adoNull()), L"");
+}
+
+TEST_F(RowSqlTest, DependentRowsOfANullKeyAreAFailure)
+{
+    EXPECT_EQ(raised([] { Utils::getDependentSql(L"chart_option_setting", adoNull()); }),
+              (Error{94, L"Utils.getDependentSql(chart_option_setting)", L"Invalid use of Null"}));
+}
+
+TEST_F(RowSqlTest, SkipRuleLeavesOutModDateOnlyWhenAsked)
+{
+    EXPECT_TRUE(Utils::isSkipField(L"users", L"Mod_Date", true));
+    EXPECT_FALSE(Utils::isSkipField(L"users", L"mod_date", false));
+    EXPECT_TRUE(Utils::isSkipField(L"Patient", L"lock_f", false));
+    EXPECT_TRUE(Utils::isSkipField(L"patient", L"LOCK_F", true));
+    EXPECT_FALSE(Utils::isSkipField(L"patients", L"lock_f", true));
+    EXPECT_FALSE(Utils::isSkipField(L"patient", L"lock", true));
+}
+
+} // namespace
