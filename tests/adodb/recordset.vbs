@@ -40,9 +40,9 @@ connection.Execute "update adodb_script set a = 3", affected
 WScript.Echo "affected " & affected
 
 On Error Resume Next
-item = rows("missing").Value
-item = Err.Number And 65535
-WScript.Echo item & " " & Err.Source & " " & Err.Description
+names = rows("missing")
+affected = Err.Number And 65535
+WScript.Echo affected & " " & Err.Source & " " & Err.Description
 Err.Clear
 connection.Execute "select * from no_such_table"
 WScript.Echo Hex(Err.Number) & " " & Err.Source & " " & connection.Errors.Count & " " & connection.Errors(0).SQLState

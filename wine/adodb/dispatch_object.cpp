@@ -3,7 +3,6 @@
 #include "com/boundary.h"
 #include "com/convert.h"
 #include "sql_tokens.h"
-#include "value_conversion.h"
 
 #include <algorithm>
 
@@ -129,7 +128,7 @@ bool Call::has(unsigned index) const noexcept
 
 _variant_t Call::argument(unsigned index) const
 {
-    return has(index) ? plainCopy(*arguments_[index]) : _variant_t();
+    return has(index) ? com::copyValue(*arguments_[index]) : _variant_t();
 }
 
 std::wstring Call::text(unsigned index) const
@@ -247,8 +246,6 @@ HRESULT DispatchObject::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* 
     if (member == members().end())
         return DISP_E_MEMBERNOTFOUND;
     try {
-        // The object may let its last outer reference go while it runs.
-        const Microsoft::WRL::ComPtr<IDispatch> keep(this);
         Call arguments(*params, flags, result);
         if (arguments.count() > wordCount(member->parameters))
             return DISP_E_BADPARAMCOUNT;

@@ -70,7 +70,7 @@ void OdbcConnection::readCapabilities()
     SQLUINTEGER getData = 0;
     odbcCheck(SQLGetInfoW(handle_.get(), SQL_GETDATA_EXTENSIONS, &getData, sizeof getData, nullptr), handle_,
               L"SQLGetInfo");
-    constexpr SQLUINTEGER kAny = SQL_GD_ANY_COLUMN | SQL_GD_ANY_ORDER | SQL_GD_BOUND;
+    constexpr SQLUINTEGER kAny = SQL_GD_ANY_COLUMN | SQL_GD_ANY_ORDER | SQL_GD_BLOCK | SQL_GD_BOUND;
     anyGetData_ = (getData & kAny) == kAny;
 }
 

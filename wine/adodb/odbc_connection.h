@@ -25,7 +25,7 @@ public:
     StatementHandle newStatement() const;
     Dialect dialect() const noexcept { return dialect_; }
     bool allowsSeveralResults() const noexcept { return severalResults_; }
-    /// Whether a column can be read with SQLGetData when it is bound, or out of order.
+    /// Whether a column can be read with SQLGetData when it is bound, out of order, or in any row of a block.
     bool allowsAnyGetData() const noexcept { return anyGetData_; }
     std::wstring catalog() const;
 

@@ -2,6 +2,8 @@
 
 #include "value_conversion.h"
 
+#include <algorithm>
+
 namespace adodb {
 
 namespace {
@@ -9,6 +11,18 @@ namespace {
 // Longer text and binary columns are read with SQLGetData, so that a row costs what its values need.
 constexpr SQLULEN kLongestBoundColumn = 2000;
 constexpr size_t kFirstChunkBytes = 4096;
+
+constexpr size_t kBlockBytes = 64 * 1024;
+constexpr size_t kMostBlockRows = 100;
+
+void resetStatement(const StatementHandle& statement) noexcept
+{
+    SQLFreeStmt(statement.get(), SQL_CLOSE);
+    SQLFreeStmt(statement.get(), SQL_UNBIND);
+    SQLSetStmtAttrW(statement.get(), SQL_ATTR_ROW_ARRAY_SIZE, attributeValue(1), 0);
+    SQLSetStmtAttrW(statement.get(), SQL_ATTR_ROWS_FETCHED_PTR, nullptr, 0);
+    SQLSetStmtAttrW(statement.get(), SQL_ATTR_ROW_STATUS_PTR, nullptr, 0);
+}
 
 size_t terminatorBytes(const TypeInfo& type)
 {
@@ -36,20 +50,20 @@ long definedSizeOf(const TypeInfo& type, SQLULEN size)
 
 } // namespace
 
-bool Result::Column::isCut() const noexcept
+bool Result::Column::isCut(size_t row) const noexcept
 {
-    const auto room = static_cast<SQLLEN>(buffer.size() - terminatorBytes(*type));
-    return bound && (length == SQL_NO_TOTAL || length > room);
+    const auto room = static_cast<SQLLEN>(boundBytes - terminatorBytes(*type));
+    return boundBytes > 0 && (lengths[row] == SQL_NO_TOTAL || lengths[row] > room);
 }
 
-Result::Result(std::shared_ptr<OdbcConnection> connection, std::shared_ptr<StatementHandle> statement)
+Result::Result(std::shared_ptr<OdbcConnection> connection, std::shared_ptr<StatementHandle> statement,
+               SQLSMALLINT columnCount)
     : connection_(std::move(connection)),
       statement_(std::move(statement))
 {
-    SQLSMALLINT count = 0;
-    odbcCheck(SQLNumResultCols(statement_->get(), &count), *statement_, L"SQLNumResultCols");
-    for (SQLSMALLINT number = 1; number <= count; ++number)
+    for (SQLSMALLINT number = 1; number <= columnCount; ++number)
         describeColumn(static_cast<SQLUSMALLINT>(number));
+    setBlockSize();
     bindColumns();
     fetch();
     empty_ = atEnd_;
@@ -89,19 +103,43 @@ void Result::describeColumn(SQLUSMALLINT number)
     const bool hasScale = type->precision == 0 || info.type == adCurrency;
     info.scale = hasScale ? sql.digits : 255;
     infos_.push_back(std::move(info));
-    columns_.push_back({type, false, std::vector<std::byte>(boundBytes(*type, sql.size)), 0, {}});
+    columns_.push_back({type, boundBytes(*type, sql.size), {}, {}, {}});
+}
+
+void Result::setBlockSize()
+{
+    size_t rowBytes = 0;
+    for (const Column& column : columns_) {
+        if (column.boundBytes == 0)
+            return; // such a column is read row by row
+        rowBytes += column.boundBytes;
+    }
+    blockRows_ = static_cast<SQLULEN>(std::clamp<size_t>(kBlockBytes / rowBytes, 1, kMostBlockRows));
+    if (blockRows_ == 1)
+        return;
+    rowStatus_.resize(blockRows_);
+    const auto set = [&](SQLINTEGER attribute, SQLPOINTER value) {
+        odbcCheck(SQLSetStmtAttrW(statement_->get(), attribute, value, 0), *statement_, L"SQLSetStmtAttr");
+    };
+    set(SQL_ATTR_ROW_ARRAY_SIZE, attributeValue(blockRows_));
+    set(SQL_ATTR_ROWS_FETCHED_PTR, &fetchedRows_);
+    set(SQL_ATTR_ROW_STATUS_PTR, rowStatus_.data());
 }
 
 void Result::bindColumns()
 {
+    bool mayBind = true;
     for (SQLUSMALLINT number = 1; Column & column : columns_) {
-        column.bound = !column.buffer.empty();
-        if (column.bound)
+        if (!mayBind)
+            column.boundBytes = 0;
+        column.buffer.resize(column.boundBytes * blockRows_);
+        column.lengths.resize(blockRows_);
+        if (column.boundBytes)
             odbcCheck(SQLBindCol(statement_->get(), number, column.type->cType, column.buffer.data(),
-                                 static_cast<SQLLEN>(column.buffer.size()), &column.length),
+                                 static_cast<SQLLEN>(column.boundBytes), column.lengths.data()),
                       *statement_, L"SQLBindCol");
         else if (!connection_->allowsAnyGetData())
-            return; // what follows must be read in order, too
+            mayBind = false; // what follows must be read in order, too
         ++number;
     }
 }
@@ -131,25 +169,44 @@ void Result::readWhole(SQLUSMALLINT number, std::vector<std::byte>& buffer, SQLL
     }
 }
 
+void Result::readCutValue(SQLUSMALLINT number)
+{
+    if (!connection_->allowsAnyGetData())
+        throw com::Error{E_FAIL, kProviderName,
+                         L"The value of column " + infos_[number - 1].name + L" is longer than the column."};
+    if (blockRows_ > 1)
+        odbcCheck(
+            SQLSetPos(statement_->get(), static_cast<SQLSETPOSIROW>(blockRow_ + 1), SQL_POSITION, SQL_LOCK_NO_CHANGE),
+            *statement_, L"SQLSetPos");
+    readWhole(number, columns_[number - 1].spill, columns_[number - 1].lengths[blockRow_]);
+}
+
 void Result::readUnbound()
 {
     for (SQLUSMALLINT number = 1; Column & column : columns_) {
-        if (!column.bound) {
-            readWhole(number, column.buffer, column.length);
-        }
-        else if (column.isCut()) {
-            if (!connection_->allowsAnyGetData())
-                throw com::Error{E_FAIL, kProviderName,
-                                 L"The value of column " + infos_[number - 1].name + L" is longer than the column."};
-            readWhole(number, column.spill, column.length);
-        }
+        if (column.boundBytes == 0)
+            readWhole(number, column.buffer, column.lengths[0]);
+        else if (column.isCut(blockRow_))
+            readCutValue(number);
         ++number;
     }
 }
 
+bool Result::fetchBlock()
+{
+    blockRow_ = 0;
+    if (odbcCheck(SQLFetch(statement_->get()), *statement_, L"SQLFetch") == SQL_NO_DATA)
+        return false;
+    // A row that cannot be read is no failure of a block as a whole.
+    for (SQLULEN row = 0; blockRows_ > 1 && row < fetchedRows_; ++row)
+        if (rowStatus_[row] == SQL_ROW_ERROR)
+            throwOdbcError(SQL_HANDLE_STMT, statement_->get(), L"SQLFetch");
+    return true;
+}
+
 void Result::fetch()
 {
-    if (odbcCheck(SQLFetch(statement_->get()), *statement_, L"SQLFetch") != SQL_NO_DATA) {
+    if (++blockRow_ < fetchedRows_ || fetchBlock()) {
         readUnbound();
         return;
     }
@@ -168,8 +225,8 @@ void Result::drain()
 void Result::releaseStatement() noexcept
 {
     if (statement_) {
-        SQLFreeStmt(statement_->get(), SQL_CLOSE);
-        SQLFreeStmt(statement_->get(), SQL_UNBIND);
+        if (statement_.use_count() > 1) // a prepared one that is used again
+            resetStatement(*statement_);
         statement_.reset();
     }
 }
@@ -231,10 +288,12 @@ _variant_t Result::value(size_t index) const
     if (!rows_.empty())
         return rows_[rowIndex_][index];
     const Column& column = columns_[index];
-    if (column.length == SQL_NULL_DATA)
+    const SQLLEN length = column.lengths[blockRow_];
+    if (length == SQL_NULL_DATA)
         return nullVariant();
-    const auto& bytes = column.isCut() ? column.spill : column.buffer;
-    return valueOfBuffer(*column.type, bytes.data(), static_cast<size_t>(column.length));
+    const std::byte* bytes =
+        column.isCut(blockRow_) ? column.spill.data() : column.buffer.data() + blockRow_ * column.boundBytes;
+    return valueOfBuffer(*column.type, bytes, static_cast<size_t>(length));
 }
 
 } // namespace adodb

@@ -26,8 +26,9 @@ struct ColumnInfo
 class Result
 {
 public:
-    /// `statement` has been executed and has columns.
-    Result(std::shared_ptr<OdbcConnection> connection, std::shared_ptr<StatementHandle> statement);
+    /// `statement` has been executed and has `columnCount` columns.
+    Result(std::shared_ptr<OdbcConnection> connection, std::shared_ptr<StatementHandle> statement,
+           SQLSMALLINT columnCount);
 
     ~Result() { releaseStatement(); }
     Result(const Result&) = delete;
@@ -60,21 +61,24 @@ private:
     struct Column
     {
         const TypeInfo* type;
-        bool bound;
-        std::vector<std::byte> buffer; ///< bound, or filled by SQLGetData
-        SQLLEN length;                 ///< bytes in the buffer, or SQL_NULL_DATA
+        size_t boundBytes;             ///< of one row in the bound buffer; 0 for a column that is read in pieces
+        std::vector<std::byte> buffer; ///< bound, one value for each row of the block; or filled by SQLGetData
+        std::vector<SQLLEN> lengths;   ///< for each row of the block: bytes, or SQL_NULL_DATA
         std::vector<std::byte> spill;  ///< a value that did not fit the bound buffer
 
-        /// Whether the bound buffer holds only the beginning of the value.
-        bool isCut() const noexcept;
+        /// Whether the bound buffer holds only the beginning of this row's value.
+        bool isCut(size_t row) const noexcept;
     };
     using Row = std::vector<_variant_t>;
 
     void describeColumn(SQLUSMALLINT number);
     SqlColumnType columnType(SQLUSMALLINT number, ColumnInfo& info) const;
     void bindColumns();
+    void setBlockSize();
     void fetch();
+    bool fetchBlock();
     void readUnbound();
+    void readCutValue(SQLUSMALLINT number);
     void readWhole(SQLUSMALLINT number, std::vector<std::byte>& buffer, SQLLEN& length) const;
     void drain();
     void releaseStatement() noexcept;
@@ -84,6 +88,10 @@ private:
     std::shared_ptr<StatementHandle> statement_;
     std::vector<ColumnInfo> infos_;
     std::vector<Column> columns_;
+    SQLULEN blockRows_ = 1;   ///< how many rows one SQLFetch brings
+    SQLULEN fetchedRows_ = 0; ///< how many the last one brought
+    size_t blockRow_ = 0;     ///< the current row among them
+    std::vector<SQLUSMALLINT> rowStatus_;
     std::vector<Row> rows_;
     size_t rowIndex_ = 0; ///< in rows_
     size_t position_ = 0; ///< rows passed since the first

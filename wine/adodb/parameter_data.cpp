@@ -1,6 +1,7 @@
 #include "parameter_data.h"
 
 #include "ado_error.h"
+#include "com/convert.h"
 #include "value_conversion.h"
 
 namespace adodb {
@@ -32,7 +33,7 @@ void requireLength(const ParameterData& parameter, size_t length)
 /// Without references; an object, a Field above all, stands for its default value.
 _variant_t plainValue(const VARIANT& given)
 {
-    const _variant_t value = plainCopy(given);
+    const _variant_t value = com::copyValue(given);
     if (V_VT(&value) != VT_DISPATCH)
         return value;
     _variant_t inner;

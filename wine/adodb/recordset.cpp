@@ -4,7 +4,6 @@
 #include "com/convert.h"
 #include "command_text.h"
 #include "fields.h"
-#include "value_conversion.h"
 
 #include <array>
 
@@ -195,7 +194,7 @@ void Recordset::invokeSource(Call& call)
 {
     if (call.isPut()) {
         requireClosed();
-        source_ = plainCopy(call.newValue());
+        source_ = com::copyValue(call.newValue());
     }
     else {
         call.returns(source_);

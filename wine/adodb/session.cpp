@@ -117,8 +117,8 @@ Outcome Session::run(const std::shared_ptr<OdbcConnection>& connection, const Re
 
     const bool hasOutputs = std::ranges::any_of(request.parameters, &ParameterData::isOutput);
     Outcome outcome;
-    if (columnCount(*statement) > 0) {
-        outcome.result = std::make_shared<Result>(connection, statement);
+    if (const SQLSMALLINT columns = columnCount(*statement); columns > 0) {
+        outcome.result = std::make_shared<Result>(connection, statement, columns);
         connection->addResult(outcome.result);
         // Output values are there only after the last row.
         if (request.snapshot || hasOutputs)
@@ -128,7 +128,8 @@ Outcome Session::run(const std::shared_ptr<OdbcConnection>& connection, const Re
         outcome.rowsAffected = rowCount(*statement);
         finishBatch(*statement);
     }
-    SQLFreeStmt(statement->get(), SQL_RESET_PARAMS);
+    if (!bound.empty())
+        SQLFreeStmt(statement->get(), SQL_RESET_PARAMS);
     for (size_t index = 0; index < bound.size(); ++index)
         if (request.parameters[index]->isOutput())
             request.parameters[index]->value = bound[index].output();

@@ -137,13 +137,6 @@ _variant_t numberOfBuffer(const TypeInfo& type, const void* buffer)
 
 } // namespace
 
-_variant_t plainCopy(const VARIANT& value)
-{
-    _variant_t copy;
-    com::check(VariantCopyInd(&copy, const_cast<VARIANT*>(&value)));
-    return copy;
-}
-
 DATE dateOfTimestamp(const SQL_TIMESTAMP_STRUCT& t)
 {
     const long long seconds = t.hour * 3600LL + t.minute * 60LL + t.second;
@@ -230,8 +223,16 @@ std::string decimalText(const DECIMAL& value)
 
 std::wstring guidText(const GUID& guid)
 {
-    wchar_t text[39];
-    StringFromGUID2(guid, text, static_cast<int>(std::size(text)));
+    std::wstring text = L"{00000000-0000-0000-0000-000000000000}";
+    const auto put = [&text](size_t at, unsigned long value, size_t digits) {
+        for (; digits-- > 0; value >>= 4)
+            text[at + digits] = L"0123456789ABCDEF"[value & 0xF];
+    };
+    put(1, guid.Data1, 8);
+    put(10, guid.Data2, 4);
+    put(15, guid.Data3, 4);
+    for (size_t index = 0; index < 8; ++index)
+        put((index < 2 ? 20 : 21) + 2 * index, guid.Data4[index], 2);
     return text;
 }
 

@@ -12,9 +12,6 @@
 /// (overflow).
 namespace adodb {
 
-/// A copy with references resolved.
-_variant_t plainCopy(const VARIANT& value);
-
 /// OLE date of a timestamp, fractions of a second included.
 DATE dateOfTimestamp(const SQL_TIMESTAMP_STRUCT& timestamp);
 
