@@ -1,0 +1,179 @@
+#include "support/BuiltDll.h"
+#include "support/LateCall.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+/// The tables of a module that is mapped into memory.
+class Image
+{
+public:
+    explicit Image(HMODULE module) : base_(reinterpret_cast<const char*>(module)) {}
+
+    /// The names of the functions that the module exports, sorted.
+    std::vector<std::string> exports() const
+    {
+        const auto* table = at<IMAGE_EXPORT_DIRECTORY>(directory(IMAGE_DIRECTORY_ENTRY_EXPORT));
+        const auto* names = at<DWORD>(table->AddressOfNames);
+        std::vector<std::string> result;
+        for (DWORD index = 0; index < table->NumberOfNames; ++index)
+            result.emplace_back(at<char>(names[index]));
+        std::sort(result.begin(), result.end());
+        return result;
+    }
+
+    DWORD exportCount() const
+    {
+        return at<IMAGE_EXPORT_DIRECTORY>(directory(IMAGE_DIRECTORY_ENTRY_EXPORT))->NumberOfFunctions;
+    }
+
+    /// The names of the modules that the module is linked to, in lower case.
+    std::vector<std::string> imports() const
+    {
+        std::vector<std::string> result;
+        for (const auto* entry = at<IMAGE_IMPORT_DESCRIPTOR>(directory(IMAGE_DIRECTORY_ENTRY_IMPORT)); entry->Name != 0;
+             ++entry)
+        {
+            std::string name = at<char>(entry->Name);
+            CharLowerBuffA(name.data(), static_cast<DWORD>(name.size()));
+            result.push_back(std::move(name));
+        }
+        return result;
+    }
+
+private:
+    template <class Structure>
+    const Structure* at(DWORD offset) const
+    {
+        return reinterpret_cast<const Structure*>(base_ + offset);
+    }
+
+    DWORD directory(int index) const
+    {
+        const auto* dos = at<IMAGE_DOS_HEADER>(0);
+        const auto* headers = at<IMAGE_NT_HEADERS32>(static_cast<DWORD>(dos->e_lfanew));
+        return headers->OptionalHeader.DataDirectory[index].VirtualAddress;
+    }
+
+    const char* base_;
+};
+
+TEST(BuiltDll, ExportsTheFourFunctionsOfAServerOnly)
+{
+    const LoadedDll dll;
+    const Image image(dll.module());
+    EXPECT_EQ(image.exports(), (std::vector<std::string>{"DllCanUnloadNow", "DllGetClassObject", "DllRegisterServer",
+                                                         "DllUnregisterServer"}));
+    EXPECT_EQ(image.exportCount(), 4U);
+}
+
+TEST(BuiltDll, ImportsSystemModulesOnly)
+{
+    const std::vector<std::string> system = {"advapi32.dll", "kernel32.dll", "msvcrt.dll",
+                                             "ole32.dll",    "oleaut32.dll", "user32.dll"};
+    const LoadedDll dll;
+    const std::vector<std::string> imports = Image(dll.module()).imports();
+    EXPECT_FALSE(imports.empty());
+    for (const std::string& name : imports)
+        EXPECT_NE(std::find(system.begin(), system.end(), name), system.end()) << name;
+}
+
+std::string fileText(const wchar_t* path)
+{
+    std::ifstream file{std::filesystem::path(path)};
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// The one version from which all others are made: major, minor, revision.
+struct Version
+{
+    Version()
+    {
+        const std::string text = fileText(VERSION_FILE);
+        EXPECT_EQ(std::sscanf(text.c_str(), "%d.%d.%d", &major, &minor, &revision), 3) << text;
+    }
+    std::wstring text() const
+    {
+        return std::to_wstring(major) + L"." + std::to_wstring(minor) + L"." + std::to_wstring(revision);
+    }
+    int major = -1;
+    int minor = -1;
+    int revision = -1;
+};
+
+class VersionResource : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        DWORD ignored = 0;
+        data_.resize(GetFileVersionInfoSizeW(builtDll().c_str(), &ignored));
+        ASSERT_TRUE(GetFileVersionInfoW(builtDll().c_str(), 0, static_cast<DWORD>(data_.size()), data_.data()));
+    }
+
+    std::wstring text(const wchar_t* name)
+    {
+        wchar_t* value = nullptr;
+        UINT length = 0;
+        const std::wstring path = L"\\StringFileInfo\\040904B0\\" + std::wstring(name);
+        if (!VerQueryValueW(data_.data(), path.c_str(), reinterpret_cast<void**>(&value), &length))
+            return L"none";
+        return value;
+    }
+
+    const VS_FIXEDFILEINFO& fixed()
+    {
+        VS_FIXEDFILEINFO* info = nullptr;
+        UINT length = 0;
+        VerQueryValueW(data_.data(), L"\\", reinterpret_cast<void**>(&info), &length);
+        return *info;
+    }
+
+private:
+    std::vector<char> data_;
+};
+
+TEST_F(VersionResource, HasTheVersionOfTheSources)
+{
+    const Version version;
+    EXPECT_EQ(text(L"FileVersion"), version.text());
+    EXPECT_EQ(text(L"ProductVersion"), version.text());
+    EXPECT_EQ(fixed().dwFileVersionMS, MAKELONG(version.minor, version.major));
+    EXPECT_EQ(fixed().dwFileVersionLS, MAKELONG(version.revision, 0));
+    EXPECT_EQ(fixed().dwProductVersionMS, fixed().dwFileVersionMS);
+    EXPECT_EQ(fixed().dwProductVersionLS, fixed().dwFileVersionLS);
+}
+
+TEST_F(VersionResource, NamesTheFileAndThatItRegistersItself)
+{
+    EXPECT_EQ(text(L"OriginalFilename"), L"QuinmarkRepDLL.dll");
+    EXPECT_EQ(text(L"InternalName"), L"QuinmarkRepDLL");
+    EXPECT_EQ(text(L"OLESelfRegister"), L"");
+}
+
+TEST(BuiltDll, EntryObjectReportsTheVersionOfTheSources)
+{
+    const LoadedDll dll;
+    const LateResult result = lateGet(dll.createFactory().Get(), L"Version");
+    EXPECT_EQ(result.value, _variant_t(Version().text().c_str()));
+}
+
+TEST(BuiltDll, ManifestHasTheVersionOfTheSources)
+{
+    const Version version;
+    const std::string manifest = fileText(MANIFEST_FILE);
+    const std::string library = std::to_string(version.major) + "." + std::to_string(version.minor);
+    const std::string assembly = library + ".0." + std::to_string(version.revision);
+    EXPECT_NE(manifest.find("name=\"QuinmarkRepDLL\" version=\"" + assembly + "\""), std::string::npos) << manifest;
+    EXPECT_NE(manifest.find("tlbid=\"{9B1D537E-7D6C-4723-8D46-F708D8D5F33C}\" version=\"" + library + "\""),
+              std::string::npos)
+        << manifest;
+}
+
+} // namespace
