@@ -1,6 +1,7 @@
 #include "value_conversion.h"
 
 #include "com/error.h"
+#include "decimal_text.h"
 
 #include <gtest/gtest.h>
 

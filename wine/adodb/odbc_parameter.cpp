@@ -1,6 +1,7 @@
 #include "odbc_parameter.h"
 
 #include "ado_error.h"
+#include "decimal_text.h"
 #include "value_conversion.h"
 
 #include <algorithm>

@@ -1,7 +1,6 @@
 #include "sql_tokens.h"
 
 #include <algorithm>
-#include <cwctype>
 
 namespace adodb {
 
@@ -12,14 +11,26 @@ wchar_t lowerAscii(wchar_t c) noexcept
     return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c;
 }
 
+// The locale has no say in what SQL takes for a space, a digit or a letter.
+bool isSpace(wchar_t c) noexcept
+{
+    return c == L' ' || (c >= L'\t' && c <= L'\r');
+}
+
+bool isDigit(wchar_t c) noexcept
+{
+    return c >= L'0' && c <= L'9';
+}
+
 bool isWordStart(wchar_t c) noexcept
 {
-    return std::iswalpha(c) || c == L'_' || c == L'@' || c == L'#' || c >= 0x80;
+    const wchar_t lower = lowerAscii(c);
+    return (lower >= L'a' && lower <= L'z') || c == L'_' || c == L'@' || c == L'#' || c >= 0x80;
 }
 
 bool isWordPart(wchar_t c) noexcept
 {
-    return isWordStart(c) || std::iswdigit(c) || c == L'$';
+    return isWordStart(c) || isDigit(c) || c == L'$';
 }
 
 size_t endWhile(std::wstring_view sql, size_t from, auto predicate)
@@ -57,8 +68,8 @@ Extent nextToken(std::wstring_view sql, size_t at)
 {
     const wchar_t c = sql[at];
     const std::wstring_view rest = sql.substr(at);
-    if (std::iswspace(c))
-        return {TokenKind::Space, endWhile(sql, at, [](wchar_t x) { return std::iswspace(x) != 0; })};
+    if (isSpace(c))
+        return {TokenKind::Space, endWhile(sql, at, isSpace)};
     if (rest.starts_with(L"--"))
         return {TokenKind::Comment, endAfter(sql, at, L"\n")};
     if (rest.starts_with(L"/*"))
@@ -71,7 +82,7 @@ Extent nextToken(std::wstring_view sql, size_t at)
         return {TokenKind::BracketedName, endOfQuoted(sql, at, L']')};
     if (isWordStart(c))
         return {TokenKind::Word, endWhile(sql, at, isWordPart)};
-    if (std::iswdigit(c))
+    if (isDigit(c))
         return {TokenKind::Number, endWhile(sql, at, [](wchar_t x) { return isWordPart(x) || x == L'.'; })};
     return {TokenKind::Symbol, at + 1};
 }

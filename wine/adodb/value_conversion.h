@@ -24,12 +24,6 @@ DATE dateOfTimeText(std::wstring_view text);
 /// The time of day of an OLE date as `hh:mm:ss[.ffffff]`.
 std::wstring timeText(DATE date);
 
-/// Exact; `text` is `[-]digits[.digits]`.
-DECIMAL decimalOfText(std::string_view text);
-
-/// Exact.
-std::string decimalText(const DECIMAL& value);
-
 /// In braces, upper case.
 std::wstring guidText(const GUID& guid);
 
