@@ -3,7 +3,6 @@
 #include "sql_tokens.h"
 
 #include <algorithm>
-#include <array>
 #include <initializer_list>
 #include <optional>
 
@@ -12,108 +11,19 @@ namespace adodb {
 namespace {
 
 // PostgreSQL's reserved words: the plain names that mean something else when they stand without quotes.
-constexpr std::array<std::wstring_view, 97> kReserved{L"all",
-                                                      L"analyse",
-                                                      L"analyze",
-                                                      L"and",
-                                                      L"any",
-                                                      L"array",
-                                                      L"as",
-                                                      L"asc",
-                                                      L"asymmetric",
-                                                      L"authorization",
-                                                      L"binary",
-                                                      L"both",
-                                                      L"case",
-                                                      L"cast",
-                                                      L"check",
-                                                      L"collate",
-                                                      L"collation",
-                                                      L"column",
-                                                      L"concurrently",
-                                                      L"constraint",
-                                                      L"create",
-                                                      L"cross",
-                                                      L"current_catalog",
-                                                      L"current_date",
-                                                      L"current_role",
-                                                      L"current_schema",
-                                                      L"current_time",
-                                                      L"current_timestamp",
-                                                      L"current_user",
-                                                      L"default",
-                                                      L"deferrable",
-                                                      L"desc",
-                                                      L"distinct",
-                                                      L"do",
-                                                      L"else",
-                                                      L"end",
-                                                      L"except",
-                                                      L"false",
-                                                      L"fetch",
-                                                      L"for",
-                                                      L"foreign",
-                                                      L"freeze",
-                                                      L"from",
-                                                      L"full",
-                                                      L"grant",
-                                                      L"group",
-                                                      L"having",
-                                                      L"ilike",
-                                                      L"in",
-                                                      L"initially",
-                                                      L"inner",
-                                                      L"intersect",
-                                                      L"into",
-                                                      L"is",
-                                                      L"isnull",
-                                                      L"join",
-                                                      L"lateral",
-                                                      L"leading",
-                                                      L"left",
-                                                      L"like",
-                                                      L"limit",
-                                                      L"localtime",
-                                                      L"localtimestamp",
-                                                      L"natural",
-                                                      L"not",
-                                                      L"notnull",
-                                                      L"null",
-                                                      L"offset",
-                                                      L"on",
-                                                      L"only",
-                                                      L"or",
-                                                      L"order",
-                                                      L"outer",
-                                                      L"overlaps",
-                                                      L"placing",
-                                                      L"primary",
-                                                      L"references",
-                                                      L"returning",
-                                                      L"right",
-                                                      L"select",
-                                                      L"session_user",
-                                                      L"some",
-                                                      L"symmetric",
-                                                      L"table",
-                                                      L"then",
-                                                      L"to",
-                                                      L"trailing",
-                                                      L"true",
-                                                      L"union",
-                                                      L"unique",
-                                                      L"user",
-                                                      L"using",
-                                                      L"variadic",
-                                                      L"when",
-                                                      L"where",
-                                                      L"window",
-                                                      L"with"};
-static_assert(std::ranges::is_sorted(kReserved));
+constexpr std::wstring_view kReserved =
+    L" all analyse analyze and any array as asc asymmetric authorization binary both case cast check collate"
+    L" collation column concurrently constraint create cross current_catalog current_date current_role"
+    L" current_schema current_time current_timestamp current_user default deferrable desc distinct do else end"
+    L" except false fetch for foreign freeze from full grant group having ilike in initially inner intersect"
+    L" into is isnull join lateral leading left like limit localtime localtimestamp natural not notnull null"
+    L" offset on only or order outer overlaps placing primary references returning right select session_user"
+    L" some symmetric table then to trailing true union unique user using variadic when where window with"
+    L" ";
 
 bool isReserved(const std::wstring& name)
 {
-    return std::ranges::binary_search(kReserved, name);
+    return kReserved.find(L' ' + name + L' ') != std::wstring_view::npos;
 }
 
 bool isPlainName(std::wstring_view name)
