@@ -5,6 +5,8 @@
 #include "support/RecordingAdo.h"
 #include "support/recording_error.h"
 
+#include <algorithm>
+
 namespace {
 
 using com::Error;
