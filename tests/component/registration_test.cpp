@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 using Microsoft::WRL::ComPtr;
 
@@ -34,13 +35,16 @@ DWORD regsvr32(const std::wstring& switches, const fs::path& dll)
 std::vector<std::wstring> registry()
 {
     std::vector<std::wstring> all;
-    for (HKEY root : {HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER}) {
-        HKEY software = nullptr;
-        RegOpenKeyExW(root, L"Software", 0, KEY_READ, &software);
-        const std::vector<std::wstring> part = registryText(software);
-        RegCloseKey(software);
+    for (const auto& [root, path] :
+         {std::pair(HKEY_LOCAL_MACHINE, L"Software\\Classes"), std::pair(HKEY_CURRENT_USER, L"Software")})
+    {
+        HKEY opened = nullptr;
+        EXPECT_EQ(RegOpenKeyExW(root, path, 0, KEY_READ, &opened), 0);
+        const std::vector<std::wstring> part = registryText(opened);
+        RegCloseKey(opened);
         all.insert(all.end(), part.begin(), part.end());
     }
+    std::sort(all.begin(), all.end());
     return all;
 }
 

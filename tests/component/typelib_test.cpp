@@ -199,8 +199,8 @@ TEST(TypeLibrary, TypesKeepTheirIds)
     }
     std::sort(lines.begin(), lines.end());
     EXPECT_EQ(lines, (Lines{
-                         L"{0783C8F9-50F2-4287-8B2C-237F55920DCA} clsConflict",
                          L"{07643B8E-195C-4030-8D8B-3808812335FE} clsConflictData",
+                         L"{0783C8F9-50F2-4287-8B2C-237F55920DCA} clsConflict",
                          L"{0CCCC1CB-870D-424E-AE26-DA2F1294AC8C} _Factory",
                          L"{1DA97EF5-8814-48F0-AD25-BA46F5EF9A29} clsReplicate",
                          L"{27D5EDC3-701E-4716-8827-430F0E36F39F} _Collection",
@@ -226,8 +226,12 @@ TEST(TypeLibrary, InterfacesAreDualAndHidden)
         const ComPtr<ITypeInfo> info = typeNamed(name);
         const Attributes attributes(*info.Get());
         EXPECT_EQ(attributes->typekind, TKIND_DISPATCH) << name;
-        constexpr WORD kExpected = TYPEFLAG_FDUAL | TYPEFLAG_FOLEAUTOMATION | TYPEFLAG_FHIDDEN | TYPEFLAG_FDISPATCHABLE;
+        constexpr WORD kExpected = TYPEFLAG_FDUAL | TYPEFLAG_FHIDDEN;
         EXPECT_EQ(attributes->wTypeFlags & kExpected, kExpected) << name;
+        const ComPtr<ITypeInfo> table = vtableOf(name);
+        const Attributes vtable(*table.Get());
+        constexpr WORD kVtable = TYPEFLAG_FOLEAUTOMATION | TYPEFLAG_FDUAL;
+        EXPECT_EQ(vtable->wTypeFlags & kVtable, kVtable) << name;
     }
 }
 
@@ -286,7 +290,7 @@ TEST(TypeLibrary, EnumsHaveTheirValues)
 TEST(TypeLibrary, EntryObjectHasItsSlots)
 {
     const std::wstring table = L"enumReplicationMethod* iReplicationMethod, text* sTable, text* sDependentTable, "
-                               L"optional text* sPKField = 0, optional enumReplicateDeletes* eReplicateDeletes = 1";
+                               L"optional text* sPKField = , optional enumReplicateDeletes* eReplicateDeletes = 1";
     EXPECT_EQ(functionsOf(L"_Factory"),
               (Lines{
                   L"1: createReplication(result _clsReplicate**)",
@@ -324,7 +328,7 @@ TEST(TypeLibrary, RunObjectHasItsSlots)
 TEST(TypeLibrary, TableObjectHasItsSlotsWithPropertyIdsFalling)
 {
     const std::wstring table = L"enumReplicationMethod* iReplicationMethod, text* sTable, text* sDependentTable, "
-                               L"optional text* sPKField = 0, optional enumReplicateDeletes* eReplicateDeletes = 1";
+                               L"optional text* sPKField = , optional enumReplicateDeletes* eReplicateDeletes = 1";
     EXPECT_EQ(functionsOf(L"_clsReplicateTable"),
               (Lines{
                   L"16: init(" + table + L")",
@@ -353,14 +357,14 @@ Lines property(const std::wstring& id, const std::wstring& name, const std::wstr
 
 TEST(TypeLibrary, ConflictHasItsSlots)
 {
-    Lines expected = {L"1: loadFromRs(object** rs)", L"2: save(result variant*)", L"3: edit(result bool*)",
+    Lines expected = {L"1: loadFromRs(object* rs)", L"2: save(result variant*)", L"3: edit(result bool*)",
                       L"4: resolve(result bool*)", L"5: get vConflictId(result variant*)"};
     const auto append = [&](const Lines& lines) { expected.insert(expected.end(), lines.begin(), lines.end()); };
     append(property(L"6", L"lPatientId", L"long"));
     append(property(L"7", L"vGuid", L"variant"));
     append(property(L"8", L"iConflictType", L"short"));
     append(property(L"9", L"sKeyInfo", L"text"));
-    append({L"10: get colData(result object**)", L"10: set colData(object** value)"});
+    append({L"10: get colData(result object*)", L"10: set colData(object* value)"});
     append(property(L"11", L"dSource", L"date"));
     append(property(L"12", L"dDestination", L"date"));
     append(property(L"13", L"iResolutionType", L"short"));
