@@ -1,0 +1,115 @@
+#include "PracticeSide.h"
+
+#include "com/convert.h"
+#include "com/error.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace {
+
+/// Dates to the millisecond: the platform's own text ends with the second.
+std::wstring isoText(DATE date)
+{
+    constexpr long long kMillisecondsPerDay = 86'400'000;
+    const long long total = std::llround(date * kMillisecondsPerDay);
+    const long long ofDay = total % kMillisecondsPerDay;
+    SYSTEMTIME day{};
+    VariantTimeToSystemTime(static_cast<DATE>(total / kMillisecondsPerDay), &day);
+    wchar_t text[64];
+    swprintf(text, std::size(text), L"%04d-%02d-%02d %02d:%02d:%02d.%03d", day.wYear, day.wMonth, day.wDay,
+             static_cast<int>(ofDay / 3'600'000), static_cast<int>(ofDay / 60'000 % 60),
+             static_cast<int>(ofDay / 1000 % 60), static_cast<int>(ofDay % 1000));
+    return text;
+}
+
+std::wstring valueText(const com::Dispatch& field)
+{
+    constexpr long kAdChar = 129;
+    const _variant_t value = field.property(L"Value");
+    if (value.vt == VT_NULL)
+        return L"<Null>";
+    if (value.vt == VT_DATE)
+        return isoText(value.date);
+    std::wstring text = com::toText(value);
+    if (com::toInt32(field.property(L"Type")) == kAdChar)
+        text.erase(text.find_last_not_of(L' ') + 1);
+    return text;
+}
+
+std::wstring rowText(const com::Dispatch& fields)
+{
+    std::wstring text;
+    const long count = com::toInt32(fields.property(L"Count"));
+    for (long index = 0; index < count; ++index)
+        text += (index > 0 ? L"|" : L"") + valueText(com::Dispatch::from(fields.property(L"Item", {index})));
+    return text;
+}
+
+} // namespace
+
+PracticeSide::PracticeSide(const std::wstring& dsn, const std::wstring& password)
+    : connection_(com::Dispatch::create(L"ADODB.Connection"))
+{
+    connection_.call(L"Open", {com::textVariant(L"DSN=" + dsn + L";UID=quinmarkapp_user;PWD=" + password)});
+}
+
+PracticeSide::~PracticeSide()
+{
+    try {
+        connection_.call(L"Close");
+    }
+    catch (const com::Error& error) {
+        ADD_FAILURE() << "Close: " << error.description;
+    }
+}
+
+std::wstring PracticeSide::name() const
+{
+    return com::toText(connection_.property(L"DefaultDatabase"));
+}
+
+void PracticeSide::execute(const std::wstring& sql) const
+{
+    connection_.call(L"Execute", {com::textVariant(sql)});
+}
+
+com::Dispatch PracticeSide::query(const std::wstring& sql) const
+{
+    return com::Dispatch::from(connection_.call(L"Execute", {com::textVariant(sql)}));
+}
+
+std::vector<std::wstring> PracticeSide::rows(const std::wstring& sql) const
+{
+    const com::Dispatch recordset = query(sql);
+    std::vector<std::wstring> rows;
+    for (; !com::toBool(recordset.property(L"EOF")); recordset.call(L"MoveNext"))
+        rows.push_back(rowText(com::Dispatch::from(recordset.property(L"Fields"))));
+    recordset.call(L"Close");
+    return rows;
+}
+
+std::wstring PracticeSide::row(const std::wstring& sql) const
+{
+    const std::vector<std::wstring> found = rows(sql);
+    EXPECT_LE(found.size(), 1U) << sql;
+    return found.empty() ? L"<none>" : found.front();
+}
+
+_variant_t PracticeSide::value(const std::wstring& sql) const
+{
+    return com::Dispatch::from(com::Dispatch::from(query(sql).property(L"Fields")).property(L"Item", {0L}))
+        .property(L"Value");
+}
+
+long PracticeSide::count(const std::wstring& table) const
+{
+    return std::stol(row(L"select count(*) from " + table));
+}
+
+bool PracticeSide::hasPatientKey() const
+{
+    return row(L"select count(*) from information_schema.table_constraints"
+               L" where lower(constraint_name) = 'fk_patient_dentist'") == L"1";
+}
