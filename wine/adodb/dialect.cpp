@@ -1,75 +1,14 @@
 #include "dialect.h"
 
+#include "postgres_name.h"
 #include "sql_tokens.h"
 
-#include <algorithm>
 #include <initializer_list>
 #include <optional>
 
 namespace adodb {
 
 namespace {
-
-// PostgreSQL's reserved words: the plain names that mean something else when they stand without quotes.
-constexpr std::wstring_view kReserved =
-    L" all analyse analyze and any array as asc asymmetric authorization binary both case cast check collate"
-    L" collation column concurrently constraint create cross current_catalog current_date current_role"
-    L" current_schema current_time current_timestamp current_user default deferrable desc distinct do else end"
-    L" except false fetch for foreign freeze from full grant group having ilike in initially inner intersect"
-    L" into is isnull join lateral leading left like limit localtime localtimestamp natural not notnull null"
-    L" offset on only or order outer overlaps placing primary references returning right select session_user"
-    L" some symmetric table then to trailing true union unique user using variadic when where window with"
-    L" ";
-
-bool isReserved(const std::wstring& name)
-{
-    return kReserved.find(L' ' + name + L' ') != std::wstring_view::npos;
-}
-
-bool isPlainName(std::wstring_view name)
-{
-    const auto isPlain = [](wchar_t c) {
-        return (c >= L'a' && c <= L'z') || (c >= L'A' && c <= L'Z') || (c >= L'0' && c <= L'9') || c == L'_';
-    };
-    return !name.empty() && !(name.front() >= L'0' && name.front() <= L'9') && std::ranges::all_of(name, isPlain);
-}
-
-std::wstring lowerAscii(std::wstring_view text)
-{
-    std::wstring lower(text);
-    for (wchar_t& c : lower)
-        if (c >= L'A' && c <= L'Z')
-            c = static_cast<wchar_t>(c - L'A' + L'a');
-    return lower;
-}
-
-std::wstring quoted(std::wstring_view name)
-{
-    std::wstring text = L"\"";
-    for (const wchar_t c : name) {
-        text += c;
-        if (c == L'"')
-            text += c;
-    }
-    return text + L'"';
-}
-
-/// A plain name goes out bare, so that it folds to lower case as unquoted names in the same database do; a reserved
-/// word is folded here, because quoting keeps the case.
-std::wstring nameOfBrackets(std::wstring_view bracketed)
-{
-    std::wstring name;
-    const std::wstring_view inner = bracketed.substr(1, bracketed.size() - (bracketed.ends_with(L']') ? 2 : 1));
-    for (size_t at = 0; at < inner.size(); ++at) {
-        name += inner[at];
-        if (inner[at] == L']')
-            ++at;
-    }
-    if (!isPlainName(name))
-        return quoted(name);
-    const std::wstring lower = lowerAscii(name);
-    return isReserved(lower) ? quoted(lower) : name;
-}
 
 /// Rewrites one list of tokens.
 class Rewriter
@@ -128,7 +67,7 @@ private:
         else if (token.isSymbol(L';'))
             endStatement();
         const bool isName = token.kind == TokenKind::BracketedName && !isSubscript();
-        append(isName ? nameOfBrackets(token.text) : std::wstring(token.text));
+        append(isName ? postgresName(token.text) : std::wstring(token.text));
         if (!token.isGap())
             contentEnd_ = out_.size();
         ++at_;
@@ -137,8 +76,7 @@ private:
     /// Brackets that are gone no longer part a name from the words beside it.
     void append(const std::wstring& text)
     {
-        const auto isNamePart = [](wchar_t c) { return isPlainName(std::wstring(1, c)) || (c >= L'0' && c <= L'9'); };
-        if (!out_.empty() && isNamePart(out_.back()) && isNamePart(text.front()))
+        if (!out_.empty() && isNameCharacter(out_.back()) && isNameCharacter(text.front()))
             out_ += L' ';
         out_ += text;
     }
