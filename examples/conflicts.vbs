@@ -35,7 +35,7 @@ Sub Main
 End Sub
 
 Sub Connect
-    password = CreateObject("WScript.Shell").ExpandEnvironmentStrings("%QUINMARK_PASSWORD%")
+    password = CreateObject("WScript.Shell").Environment("PROCESS")("QUINMARK_PASSWORD")
     Set connection = CreateObject("ADODB.Connection")
     connection.Open "DSN=QuinmarkLaptop;UID=quinmarkapp_user;PWD=" & password
     Set factory = CreateObject("QuinmarkRepDLL.Factory")

@@ -76,7 +76,7 @@ Sub ReadArguments
         laptopDsn = given(4)
         laptopPrefix = given(5)
     End If
-    password = CreateObject("WScript.Shell").ExpandEnvironmentStrings("%QUINMARK_PASSWORD%")
+    password = CreateObject("WScript.Shell").Environment("PROCESS")("QUINMARK_PASSWORD")
 End Sub
 
 ' The tables are the keys of the dictionary, which keeps their order.

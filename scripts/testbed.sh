@@ -54,8 +54,9 @@ startWine() {
     if [[ ! -f $WINEPREFIX/system.reg ]]; then
         note 'creating the Wine prefix'
         wineboot -i >"$repoRoot/build/wineboot.log" 2>&1 9>&- || die 'wineboot failed; see build/wineboot.log'
-        # A crash ends the program; a dialog would wait for somebody.
+        # A crash ends the program; a dialog would wait for somebody. And there is no window manager to wait for.
         wine reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f >/dev/null 9>&-
+        wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null 9>&-
         wineserver -w
     fi
     wineserver -p 9>&-

@@ -31,6 +31,17 @@ Value& requireOut(Value* out)
     return *out;
 }
 
+/// The same for a member with a result: `*out` is cleared before `body` runs, and gets what it returns. Raises
+/// E_POINTER without running it when there is no place for the result.
+template <class Value, class Body>
+HRESULT comBoundary(Value* out, Body&& body) noexcept
+{
+    return comBoundary([&] {
+        Value& result = requireOut(out);
+        result = body();
+    });
+}
+
 /// The caller's variable behind a by-reference argument; raises E_POINTER when there is none.
 template <class Value>
 Value& requireIn(Value* in)

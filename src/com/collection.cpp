@@ -44,7 +44,7 @@ public:
 
     HRESULT STDMETHODCALLTYPE Clone(IEnumVARIANT** clone) noexcept override
     {
-        return comBoundary([&] { requireOut(clone) = makeObject<ItemEnumerator>(items_, next_).Detach(); });
+        return comBoundary(clone, [&] { return makeObject<ItemEnumerator>(items_, next_).Detach(); });
     }
 
 private:
@@ -55,6 +55,14 @@ private:
 bool given(const VARIANT* argument)
 {
     return argument && !isMissing(*argument);
+}
+
+std::wstring keyText(const VARIANT& key)
+{
+    const _variant_t direct = copyValue(key);
+    if (direct.vt != VT_BSTR)
+        raiseRuntimeError(kTypeMismatch);
+    return fromBstr(direct.bstrVal);
 }
 
 bool equalKeys(const std::wstring& left, const std::wstring& right)
@@ -116,7 +124,7 @@ HRESULT Collection::Add(VARIANT* item, VARIANT* key, VARIANT* before, VARIANT* a
         Entry entry;
         check(VariantCopyInd(&entry.item, &requireIn(item)));
         if (given(key))
-            entry.key = toText(*key);
+            entry.key = keyText(*key);
         if (entry.key && findKey(*entry.key))
             raiseRuntimeError(kDuplicateKey);
         const auto place = items_.begin() + static_cast<std::ptrdiff_t>(insertPosition(before, after));
@@ -126,7 +134,7 @@ HRESULT Collection::Add(VARIANT* item, VARIANT* key, VARIANT* before, VARIANT* a
 
 HRESULT Collection::get_Count(long* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = count(); });
+    return comBoundary(value, [&] { return count(); });
 }
 
 HRESULT Collection::Remove(VARIANT* index) noexcept

@@ -5,6 +5,8 @@
 #include "com/invoke_arguments.h"
 #include "com/module.h"
 
+#include <optional>
+
 using Microsoft::WRL::ComPtr;
 
 namespace com {
@@ -46,13 +48,13 @@ bool answers(const FUNCDESC& function, const InvokeCall& call)
     return (call.flags & function.invkind) != 0;
 }
 
-UINT findFunction(ITypeInfo& info, const InvokeCall& call)
+std::optional<UINT> findFunction(ITypeInfo& info, const InvokeCall& call)
 {
     const UINT count = functionCount(info);
     for (UINT index = 0; index < count; ++index)
         if (answers(*Function(info, index), call))
             return index;
-    throw platformError(DISP_E_MEMBERNOTFOUND);
+    return std::nullopt;
 }
 
 /// Moves the error object that a failed member left into the caller's exception record.
@@ -113,15 +115,15 @@ ITypeInfo& TypeLibraryDispatch::vtableInfo()
 
 HRESULT TypeLibraryDispatch::getTypeInfoCount(UINT* count) noexcept
 {
-    return comBoundary([&] { requireOut(count) = 1; });
+    return comBoundary(count, [&] { return 1U; });
 }
 
 HRESULT TypeLibraryDispatch::getTypeInfo(UINT index, ITypeInfo** info) noexcept
 {
+    if (index != 0)
+        return DISP_E_BADINDEX;
     return comBoundary([&] {
         requireOut(info);
-        if (index != 0)
-            throw Error{DISP_E_BADINDEX, kComponentName, runtimeText(kSubscriptOutOfRange)};
         check(dispatchInfo().QueryInterface(IID_PPV_ARGS(info)));
     });
 }
@@ -148,7 +150,8 @@ HRESULT TypeLibraryDispatch::invoke(void* object, const InvokeCall& call) noexce
     HRESULT result = E_UNEXPECTED;
     const HRESULT boundary = comBoundary([&] {
         ITypeInfo& info = vtableInfo();
-        result = callFunction(object, info, *Function(info, findFunction(info, call)), call);
+        const std::optional<UINT> index = findFunction(info, call);
+        result = index ? callFunction(object, info, *Function(info, *index), call) : DISP_E_MEMBERNOTFOUND;
     });
     return FAILED(boundary) ? boundary : result;
 }

@@ -178,9 +178,14 @@ void InvokeArguments::reference(Parameter& parameter)
 
 void InvokeArguments::writeBack()
 {
-    for (Parameter& parameter : parameters_)
-        if (!isLeftOut(parameter.given) && !parameter.variable && parameter.given->vt == (VT_BYREF | VT_VARIANT))
-            check(VariantCopy(parameter.given->pvarVal, &parameter.value));
+    for (Parameter& parameter : parameters_) {
+        if (isLeftOut(parameter.given) || parameter.variable || !(parameter.given->vt & VT_BYREF))
+            continue;
+        // A variable of another plain type than the declared one cannot take the value, and keeps its own.
+        VARIANTARG* variable = innermost(parameter.given);
+        if (!(variable->vt & VT_BYREF))
+            check(VariantCopy(variable, &parameter.value));
+    }
 }
 
 VARIANT InvokeArguments::detachResult()

@@ -2,6 +2,8 @@
 
 #include "com/error.h"
 
+#include <utility>
+
 using Microsoft::WRL::ComPtr;
 
 namespace com {
@@ -50,12 +52,14 @@ void lockModule()
 
 void unlockModule()
 {
-    ComPtr<ITypeLib> released;
-    const LockGuard guard;
-    if (--g_users == 0) {
-        released.Attach(g_typeLibrary);
-        g_typeLibrary = nullptr;
+    ITypeLib* unused = nullptr;
+    {
+        const LockGuard guard;
+        if (--g_users == 0)
+            unused = std::exchange(g_typeLibrary, nullptr);
     }
+    if (unused)
+        unused->Release();
 }
 
 bool moduleInUse()

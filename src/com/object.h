@@ -107,7 +107,8 @@ template <class Object, class... Args>
 Microsoft::WRL::ComPtr<Object> makeObject(Args&&... args)
 {
     Microsoft::WRL::ComPtr<Object> object;
-    object.Attach(new Object(std::forward<Args>(args)...));
+    // Not Attach: in mingw-w64's ComPtr that takes a reference of its own.
+    *object.GetAddressOf() = new Object(std::forward<Args>(args)...);
     return object;
 }
 

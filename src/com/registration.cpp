@@ -71,20 +71,25 @@ void registerTypeLibrary()
     check(RegisterTypeLib(library.Get(), const_cast<wchar_t*>(path.c_str()), nullptr));
 }
 
-void removeTypeLibrary(const Server& server)
+HRESULT removeTypeLibrary(const Server& server)
 {
-    const HRESULT result = UnRegisterTypeLib(*server.typeLibraryId, server.typeLibraryMajor, server.typeLibraryMinor,
-                                             LOCALE_NEUTRAL, SYS_WIN32);
-    if (result != TYPE_E_REGISTRYACCESS && result != TYPE_E_LIBNOTREGISTERED)
-        check(result);
+    BSTR path = nullptr;
+    const HRESULT found = QueryPathOfRegTypeLib(*server.typeLibraryId, server.typeLibraryMajor, server.typeLibraryMinor,
+                                                LOCALE_NEUTRAL, &path);
+    if (FAILED(found))
+        return S_OK;
+    SysFreeString(path);
+    return UnRegisterTypeLib(*server.typeLibraryId, server.typeLibraryMajor, server.typeLibraryMinor, LOCALE_NEUTRAL,
+                             SYS_WIN32);
 }
 
+/// The classes go in any case: a type library that stays does less harm than a class that cannot be loaded.
 void removeAll(const Server& server)
 {
-    if (server.typeLibraryId)
-        removeTypeLibrary(server);
+    const HRESULT library = server.typeLibraryId ? removeTypeLibrary(server) : S_OK;
     for (const ClassEntry& entry : server.classes)
         removeClass(entry);
+    check(library);
 }
 
 void writeAll(const Server& server)

@@ -8,7 +8,7 @@ using com::requireText;
 
 HRESULT ConflictDataFace::get_sField(BSTR* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = com::newBstr(data_.sField); });
+    return comBoundary(value, [&] { return com::newBstr(data_.sField); });
 }
 
 HRESULT ConflictDataFace::put_sField(BSTR* value) noexcept
@@ -18,7 +18,7 @@ HRESULT ConflictDataFace::put_sField(BSTR* value) noexcept
 
 HRESULT ConflictDataFace::get_sSourceData(BSTR* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = com::newBstr(data_.sSourceData); });
+    return comBoundary(value, [&] { return com::newBstr(data_.sSourceData); });
 }
 
 HRESULT ConflictDataFace::put_sSourceData(BSTR* value) noexcept
@@ -28,7 +28,7 @@ HRESULT ConflictDataFace::put_sSourceData(BSTR* value) noexcept
 
 HRESULT ConflictDataFace::get_sDestinationData(BSTR* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = com::newBstr(data_.sDestinationData); });
+    return comBoundary(value, [&] { return com::newBstr(data_.sDestinationData); });
 }
 
 HRESULT ConflictDataFace::put_sDestinationData(BSTR* value) noexcept

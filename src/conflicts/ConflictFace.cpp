@@ -23,27 +23,27 @@ HRESULT ConflictFace::loadFromRs(IDispatch** rs) noexcept
 
 HRESULT ConflictFace::save(VARIANT* result) noexcept
 {
-    return comBoundary([&] { requireOut(result) = conflict_.save().Detach(); });
+    return comBoundary(result, [&] { return conflict_.save().Detach(); });
 }
 
 HRESULT ConflictFace::edit(VARIANT_BOOL* result) noexcept
 {
-    return comBoundary([&] { requireOut(result) = com::toVariantBool(conflict_.edit()); });
+    return comBoundary(result, [&] { return com::toVariantBool(conflict_.edit()); });
 }
 
 HRESULT ConflictFace::resolve(VARIANT_BOOL* result) noexcept
 {
-    return comBoundary([&] { requireOut(result) = com::toVariantBool(conflict_.resolve()); });
+    return comBoundary(result, [&] { return com::toVariantBool(conflict_.resolve()); });
 }
 
 HRESULT ConflictFace::get_vConflictId(VARIANT* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = _variant_t(conflict_.vConflictId()).Detach(); });
+    return comBoundary(value, [&] { return _variant_t(conflict_.vConflictId()).Detach(); });
 }
 
 HRESULT ConflictFace::get_lPatientId(long* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = conflict_.lPatientId; });
+    return comBoundary(value, [&] { return conflict_.lPatientId; });
 }
 
 HRESULT ConflictFace::put_lPatientId(long* value) noexcept
@@ -53,7 +53,7 @@ HRESULT ConflictFace::put_lPatientId(long* value) noexcept
 
 HRESULT ConflictFace::get_vGuid(VARIANT* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = _variant_t(conflict_.vGuid).Detach(); });
+    return comBoundary(value, [&] { return _variant_t(conflict_.vGuid).Detach(); });
 }
 
 HRESULT ConflictFace::put_vGuid(VARIANT* value) noexcept
@@ -63,7 +63,7 @@ HRESULT ConflictFace::put_vGuid(VARIANT* value) noexcept
 
 HRESULT ConflictFace::get_iConflictType(short* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = to16Bit(conflict_.iConflictType); });
+    return comBoundary(value, [&] { return to16Bit(conflict_.iConflictType); });
 }
 
 HRESULT ConflictFace::put_iConflictType(short* value) noexcept
@@ -73,7 +73,7 @@ HRESULT ConflictFace::put_iConflictType(short* value) noexcept
 
 HRESULT ConflictFace::get_sKeyInfo(BSTR* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = com::newBstr(conflict_.sKeyInfo); });
+    return comBoundary(value, [&] { return com::newBstr(conflict_.sKeyInfo); });
 }
 
 HRESULT ConflictFace::put_sKeyInfo(BSTR* value) noexcept
@@ -83,7 +83,7 @@ HRESULT ConflictFace::put_sKeyInfo(BSTR* value) noexcept
 
 HRESULT ConflictFace::get_colData(IDispatch** value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = Microsoft::WRL::ComPtr<IDispatch>(conflict_.colData).Detach(); });
+    return comBoundary(value, [&] { return Microsoft::WRL::ComPtr<IDispatch>(conflict_.colData).Detach(); });
 }
 
 HRESULT ConflictFace::putref_colData(IDispatch** value) noexcept
@@ -93,7 +93,7 @@ HRESULT ConflictFace::putref_colData(IDispatch** value) noexcept
 
 HRESULT ConflictFace::get_dSource(DATE* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = conflict_.dSource; });
+    return comBoundary(value, [&] { return conflict_.dSource; });
 }
 
 HRESULT ConflictFace::put_dSource(DATE* value) noexcept
@@ -103,7 +103,7 @@ HRESULT ConflictFace::put_dSource(DATE* value) noexcept
 
 HRESULT ConflictFace::get_dDestination(DATE* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = conflict_.dDestination; });
+    return comBoundary(value, [&] { return conflict_.dDestination; });
 }
 
 HRESULT ConflictFace::put_dDestination(DATE* value) noexcept
@@ -113,7 +113,7 @@ HRESULT ConflictFace::put_dDestination(DATE* value) noexcept
 
 HRESULT ConflictFace::get_iResolutionType(short* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = to16Bit(conflict_.iResolutionType); });
+    return comBoundary(value, [&] { return to16Bit(conflict_.iResolutionType); });
 }
 
 HRESULT ConflictFace::put_iResolutionType(short* value) noexcept
@@ -123,7 +123,7 @@ HRESULT ConflictFace::put_iResolutionType(short* value) noexcept
 
 HRESULT ConflictFace::get_dNextReplicate(DATE* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = conflict_.dNextReplicate; });
+    return comBoundary(value, [&] { return conflict_.dNextReplicate; });
 }
 
 HRESULT ConflictFace::put_dNextReplicate(DATE* value) noexcept
@@ -133,7 +133,7 @@ HRESULT ConflictFace::put_dNextReplicate(DATE* value) noexcept
 
 HRESULT ConflictFace::get_sTable(BSTR* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = com::newBstr(conflict_.sTable); });
+    return comBoundary(value, [&] { return com::newBstr(conflict_.sTable); });
 }
 
 HRESULT ConflictFace::put_sTable(BSTR* value) noexcept
@@ -143,10 +143,10 @@ HRESULT ConflictFace::put_sTable(BSTR* value) noexcept
 
 HRESULT ConflictFace::get_bExists(BSTR* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = com::newBstr(conflict_.bExists()); });
+    return comBoundary(value, [&] { return com::newBstr(conflict_.bExists()); });
 }
 
 HRESULT ConflictFace::get_sErrorMessage(BSTR* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = com::newBstr(conflict_.sErrorMessage()); });
+    return comBoundary(value, [&] { return com::newBstr(conflict_.sErrorMessage()); });
 }

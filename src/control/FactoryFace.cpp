@@ -13,7 +13,7 @@ using com::requireText;
 
 HRESULT FactoryFace::createReplication(_clsReplicate** result) noexcept
 {
-    return comBoundary([&] { requireOut(result) = com::makeObject<ReplicateFace>().Detach(); });
+    return comBoundary(result, [&] { return com::makeObject<ReplicateFace>().Detach(); });
 }
 
 HRESULT FactoryFace::createReplicationTable(enumReplicationMethod* iReplicationMethod, BSTR* sTable,
@@ -52,7 +52,7 @@ HRESULT FactoryFace::init(enumReplicationUniqueId* iReplicationUniqueId, BSTR* s
 
 HRESULT FactoryFace::ensureReplication(VARIANT_BOOL* result) noexcept
 {
-    return comBoundary([&] { requireOut(result) = com::toVariantBool(factory_.ensureReplication()); });
+    return comBoundary(result, [&] { return com::toVariantBool(factory_.ensureReplication()); });
 }
 
 HRESULT FactoryFace::disconnect() noexcept
@@ -87,10 +87,10 @@ HRESULT FactoryFace::resetError() noexcept
 
 HRESULT FactoryFace::get_Version(BSTR* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = com::newBstr(factory_.Version()); });
+    return comBoundary(value, [&] { return com::newBstr(factory_.Version()); });
 }
 
 HRESULT FactoryFace::get_sErrorMessage(VARIANT* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = com::textVariant(factory_.sErrorMessage()).Detach(); });
+    return comBoundary(value, [&] { return com::textVariant(factory_.sErrorMessage()).Detach(); });
 }

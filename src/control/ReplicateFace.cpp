@@ -24,25 +24,25 @@ HRESULT ReplicateFace::go(VARIANT* col) noexcept
 
 HRESULT ReplicateFace::get_bError(VARIANT_BOOL* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = com::toVariantBool(replicate_.bError()); });
+    return comBoundary(value, [&] { return com::toVariantBool(replicate_.bError()); });
 }
 
 HRESULT ReplicateFace::get_bReady(VARIANT_BOOL* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = com::toVariantBool(replicate_.bReady()); });
+    return comBoundary(value, [&] { return com::toVariantBool(replicate_.bReady()); });
 }
 
 HRESULT ReplicateFace::get_dLastReplicate(DATE* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = replicate_.dLastReplicate(); });
+    return comBoundary(value, [&] { return replicate_.dLastReplicate(); });
 }
 
 HRESULT ReplicateFace::get_dNextReplicate(DATE* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = replicate_.dNextReplicate(); });
+    return comBoundary(value, [&] { return replicate_.dNextReplicate(); });
 }
 
 HRESULT ReplicateFace::get_sErrorMessage(BSTR* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = com::newBstr(replicate_.sErrorMessage()); });
+    return comBoundary(value, [&] { return com::newBstr(replicate_.sErrorMessage()); });
 }

@@ -60,7 +60,8 @@ void clsConn::Rollback(bool bOnlyIfOpen)
 
 ado::Recordset clsConn::execSqlRs(const std::wstring& sSql, long iLockType, long iCursorType, long iCursorLocation)
 try {
-    ado::Command command = newCommand(ado::adCmdText, sSql, false);
+    ado::Command command;
+    makeCommand(command, ado::adCmdText, sSql, false);
     return openRecordset(command, iCursorType, iLockType, iCursorLocation);
 }
 catch (...) {
@@ -73,7 +74,7 @@ long clsConn::execute(const std::wstring& sSql, bool bReturnCount)
     try {
         if (sSql.empty())
             return 0;
-        command = newCommand(ado::adCmdText, sSql, false);
+        makeCommand(command, ado::adCmdText, sSql, false);
         if (bReturnCount)
             return command.executeCounted();
         command.execute();

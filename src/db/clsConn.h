@@ -78,7 +78,8 @@ private:
     [[noreturn]] void handleCommandError(const std::wstring& sSource, const com::Error& error,
                                          const ado::Command& command);
 
-    ado::Command newCommand(long commandType, const std::wstring& text, bool prepared) const;
+    /// Makes a new command in `command`, which a failure to set it up leaves there for the listing.
+    void makeCommand(ado::Command& command, long commandType, const std::wstring& text, bool prepared) const;
     void bindParameters(ado::Command& command) const;
     std::vector<long> outputIndices() const;
 

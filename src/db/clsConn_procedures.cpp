@@ -21,7 +21,7 @@ ado::Recordset clsConn::execSpRs(const std::wstring& sProcedure, long iLockType,
 {
     ado::Command command;
     try {
-        command = newCommand(ado::adCmdStoredProc, sProcedure, true);
+        makeCommand(command, ado::adCmdStoredProc, sProcedure, true);
         bindParameters(command);
         return openRecordset(command, iCursorType, iLockType, iCursorLocation);
     }
@@ -34,7 +34,7 @@ ado::Recordset clsConn::execPreparedRs(const std::wstring& sSql, long iLockType,
 {
     ado::Command command;
     try {
-        command = newCommand(ado::adCmdText, sSql, true);
+        makeCommand(command, ado::adCmdText, sSql, true);
         bindParameters(command);
         return openRecordset(command, iCursorType, iLockType, iCursorLocation);
     }
@@ -47,7 +47,7 @@ void clsConn::executeSP(const std::wstring& sProcedure)
 {
     ado::Command command;
     try {
-        command = newCommand(ado::adCmdStoredProc, sProcedure, false);
+        makeCommand(command, ado::adCmdStoredProc, sProcedure, false);
         bindParameters(command);
         command.execute();
     }
@@ -60,7 +60,7 @@ std::wstring clsConn::executeSPReturn(const std::wstring& sProcedure)
 {
     ado::Command command;
     try {
-        command = newCommand(ado::adCmdStoredProc, sProcedure, false);
+        makeCommand(command, ado::adCmdStoredProc, sProcedure, false);
         bindParameters(command);
         const std::vector<long> outputs = outputIndices();
         command.execute();
@@ -75,7 +75,7 @@ std::vector<std::wstring> clsConn::executeSPReturnMultiple(const std::wstring& s
 {
     ado::Command command;
     try {
-        command = newCommand(ado::adCmdStoredProc, sProcedure, false);
+        makeCommand(command, ado::adCmdStoredProc, sProcedure, false);
         bindParameters(command);
         const std::vector<long> outputs = outputIndices();
         if (outputs.size() > kMostOutputs)
@@ -91,16 +91,15 @@ std::vector<std::wstring> clsConn::executeSPReturnMultiple(const std::wstring& s
     }
 }
 
-ado::Command clsConn::newCommand(long commandType, const std::wstring& text, bool prepared) const
+void clsConn::makeCommand(ado::Command& command, long commandType, const std::wstring& text, bool prepared) const
 {
-    ado::Command command = ado::Command::create();
+    command = ado::Command::create();
     command.setCommandTimeout(kCommandTimeoutSeconds);
     if (prepared)
         command.setPrepared(true);
     command.setActiveConnection(conn);
     command.setCommandType(commandType);
     command.setCommandText(text);
-    return command;
 }
 
 void clsConn::bindParameters(ado::Command& command) const

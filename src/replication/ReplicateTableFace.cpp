@@ -52,7 +52,7 @@ HRESULT ReplicateTableFace::replicateOneWayWithPKField() noexcept
 
 HRESULT ReplicateTableFace::get_sTable(BSTR* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = com::newBstr(table_->sTable()); });
+    return comBoundary(value, [&] { return com::newBstr(table_->sTable()); });
 }
 
 HRESULT ReplicateTableFace::get_lCntSourceAdd(long* value) noexcept
@@ -97,5 +97,5 @@ HRESULT ReplicateTableFace::get_lCntError(long* value) noexcept
 
 HRESULT ReplicateTableFace::readCounter(long Counters::*counter, long* value) noexcept
 {
-    return comBoundary([&] { requireOut(value) = table_->counters().*counter; });
+    return comBoundary(value, [&] { return table_->counters().*counter; });
 }
