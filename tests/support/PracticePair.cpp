@@ -59,6 +59,16 @@ bool PracticePair::isPostgreSql()
     return setting(L"QUINMARK_SERVER") != L"sqlserver";
 }
 
+std::wstring PracticePair::taggedDsn(const std::wstring& dsn, const std::wstring& tag)
+{
+    return dsn + L";pqopt={application_name=" + tag + L"}";
+}
+
+std::wstring PracticePair::cutStatement(const std::wstring& tag)
+{
+    return L"select pg_terminate_backend(pid) from pg_stat_activity where application_name = '" + tag + L"'";
+}
+
 void PracticePairOnDisplay::SetUp()
 {
     if (!setting(L"DISPLAY").empty())

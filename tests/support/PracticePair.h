@@ -136,6 +136,10 @@ protected:
     static std::vector<std::wstring> users(const PracticeSide& side);
 
     static bool isPostgreSql();
+    /// PostgreSQL only: the data source `dsn`, with connections that the server lists under `tag`.
+    static std::wstring taggedDsn(const std::wstring& dsn, const std::wstring& tag);
+    /// PostgreSQL only: statements that end the connections listed under `tag`, and run on any other one.
+    static std::wstring cutStatement(const std::wstring& tag);
     static std::wstring setting(const wchar_t* name);
 
 private:

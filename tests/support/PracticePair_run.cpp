@@ -81,7 +81,7 @@ void PracticePair::connect()
 
 void PracticePair::disconnect()
 {
-    com::checkCall(factory_->disconnect());
+    EXPECT_EQ(factory_->disconnect(), S_OK);
 }
 
 bool PracticePair::ensureReplication() const
