@@ -49,9 +49,16 @@ Sub ListConflicts
     Do Until rs.EOF
         Set conflict = factory.createConflict(rs("unid").Value)
         conflict.loadFromRs rs
-        WScript.Echo conflict.vConflictId & " " & conflict.sTable & ", " & TypeText(conflict.iConflictType) & ": " & _
-            conflict.sKeyInfo
-        ListColumns conflict.vConflictId
+        If Err.Number = 0 Then
+            WScript.Echo conflict.vConflictId & " " & conflict.sTable & ", " & TypeText(conflict.iConflictType) & _
+                ": " & conflict.sKeyInfo
+        Else
+            ' A row that only one side has may have been recorded without the other side's date.
+            WScript.Echo rs("unid") & " " & rs("table_name") & ", " & TypeText(rs("conflict_type")) & ": " & _
+                rs("key_info") & " (incomplete, resolve it by hand)"
+            Err.Clear
+        End If
+        ListColumns rs("unid")
         rs.MoveNext
     Loop
     rs.Close

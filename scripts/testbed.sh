@@ -60,6 +60,8 @@ startWine() {
         wineserver -w
     fi
     wineserver -p 9>&-
+    # The first program brings up Windows' own, which would hold on to the pipe of whoever reads its output.
+    wine cmd /c exit >/dev/null 2>&1 9>&-
 }
 
 stopTestbed() {

@@ -120,10 +120,10 @@ HRESULT TypeLibraryDispatch::getTypeInfoCount(UINT* count) noexcept
 
 HRESULT TypeLibraryDispatch::getTypeInfo(UINT index, ITypeInfo** info) noexcept
 {
-    if (index != 0)
-        return DISP_E_BADINDEX;
     return comBoundary([&] {
         requireOut(info);
+        if (index != 0)
+            throw Error{DISP_E_BADINDEX, kComponentName, runtimeText(kSubscriptOutOfRange)};
         check(dispatchInfo().QueryInterface(IID_PPV_ARGS(info)));
     });
 }

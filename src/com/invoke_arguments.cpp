@@ -135,8 +135,9 @@ HRESULT InvokeArguments::assignGiven(UINT* badArgument)
 HRESULT InvokeArguments::convert(Parameter& parameter)
 {
     // A variable of just the declared type is handed over itself.
-    if (parameter.given->vt == (VT_BYREF | parameter.type) && parameter.given->byref) {
-        parameter.variable = parameter.given->byref;
+    const VARIANTARG* variable = innermost(parameter.given);
+    if (variable && variable->vt == (VT_BYREF | parameter.type)) {
+        parameter.variable = variable->byref;
         return S_OK;
     }
     const HRESULT result = changeForm(parameter.value, *parameter.given, parameter.type);

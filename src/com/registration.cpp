@@ -54,42 +54,67 @@ void writeKey(const RegistryKey& key)
                                       static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t))));
 }
 
+void removeKey(const std::wstring& path)
+{
+    const LSTATUS status = RegDeleteTreeW(HKEY_CLASSES_ROOT, path.c_str());
+    if (status != ERROR_FILE_NOT_FOUND)
+        checkRegistry(status);
+}
+
 void removeClass(const ClassEntry& entry)
 {
-    for (const std::wstring& path : {L"CLSID\\" + guidText(*entry.clsid), std::wstring(entry.progId)}) {
-        const LSTATUS status = RegDeleteTreeW(HKEY_CLASSES_ROOT, path.c_str());
-        if (status != ERROR_FILE_NOT_FOUND)
-            checkRegistry(status);
-    }
+    removeKey(L"CLSID\\" + guidText(*entry.clsid));
+    removeKey(entry.progId);
+}
+
+ComPtr<ITypeLib> ownTypeLibrary()
+{
+    ComPtr<ITypeLib> library;
+    check(LoadTypeLibEx(modulePath().c_str(), REGKIND_NONE, &library));
+    return library;
 }
 
 void registerTypeLibrary()
 {
-    const std::wstring path = modulePath();
-    ComPtr<ITypeLib> library;
-    check(LoadTypeLibEx(path.c_str(), REGKIND_NONE, &library));
-    check(RegisterTypeLib(library.Get(), const_cast<wchar_t*>(path.c_str()), nullptr));
+    check(RegisterTypeLib(ownTypeLibrary().Get(), modulePath().data(), nullptr));
 }
 
-HRESULT removeTypeLibrary(const Server& server)
+/// The interfaces' keys. The platform removes them with the type library, but not when it wrote only half of it.
+void removeInterfaces()
+{
+    const ComPtr<ITypeLib> library = ownTypeLibrary();
+    const UINT count = library->GetTypeInfoCount();
+    for (UINT index = 0; index < count; ++index) {
+        ComPtr<ITypeInfo> info;
+        TYPEATTR* attributes = nullptr;
+        check(library->GetTypeInfo(index, &info));
+        check(info->GetTypeAttr(&attributes));
+        const std::wstring interfaceId = attributes->typekind == TKIND_DISPATCH ? guidText(attributes->guid) : L"";
+        info->ReleaseTypeAttr(attributes);
+        if (!interfaceId.empty())
+            removeKey(L"Interface\\" + interfaceId);
+    }
+}
+
+void removeTypeLibrary(const Server& server)
 {
     BSTR path = nullptr;
     const HRESULT found = QueryPathOfRegTypeLib(*server.typeLibraryId, server.typeLibraryMajor, server.typeLibraryMinor,
                                                 LOCALE_NEUTRAL, &path);
-    if (FAILED(found))
-        return S_OK;
     SysFreeString(path);
-    return UnRegisterTypeLib(*server.typeLibraryId, server.typeLibraryMajor, server.typeLibraryMinor, LOCALE_NEUTRAL,
-                             SYS_WIN32);
+    if (SUCCEEDED(found))
+        check(UnRegisterTypeLib(*server.typeLibraryId, server.typeLibraryMajor, server.typeLibraryMinor, LOCALE_NEUTRAL,
+                                SYS_WIN32));
+    removeInterfaces();
 }
 
-/// The classes go in any case: a type library that stays does less harm than a class that cannot be loaded.
+/// The classes go first: a type library that stays does less harm than a class that cannot be loaded.
 void removeAll(const Server& server)
 {
-    const HRESULT library = server.typeLibraryId ? removeTypeLibrary(server) : S_OK;
     for (const ClassEntry& entry : server.classes)
         removeClass(entry);
-    check(library);
+    if (server.typeLibraryId)
+        removeTypeLibrary(server);
 }
 
 void writeAll(const Server& server)

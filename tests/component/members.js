@@ -5,6 +5,7 @@ var kNotConnected =
     "The connection cannot be used to perform this operation. It is either closed or invalid in this context.";
 var kNotSet = "Object variable or With block variable not set";
 // What does not fit the declaration comes back as the code of the call itself.
+var kMemberNotFound = 0x80020003;
 var kTypeMismatch = 0x80020005;
 var kOverflow = 0x8002000A;
 var kBadParamCount = 0x8002000E;
@@ -35,7 +36,8 @@ checkError("setError with a word for the flag", function () { factory.setError("
 checkError("setError before init", function () { factory.setError(true, "text"); }, runtime(91), kNotSet);
 checkError("resetError before init", function () { factory.resetError(); },
     kInvalidConnection, kNotConnected);
-checkError("connectDatabases is not for hosts", function () { factory.connectDatabases(false); }, runtime(438));
+checkError("connectDatabases is not for hosts", function () { factory.connectDatabases(false); },
+    kMemberNotFound);
 
 var run = factory.createReplication();
 check("bError", run.bError, false);
@@ -73,7 +75,7 @@ var data = new ActiveXObject("Scripting.Dictionary");
 data.Add("key", "value");
 conflict.colData = data;
 check("object property by plain assignment", conflict.colData.Item("key"), "value");
-checkError("read-only property", function () { conflict.vConflictId = "other"; }, runtime(438));
+checkError("read-only property", function () { conflict.vConflictId = "other"; }, kMemberNotFound);
 checkError("property beyond 16 bits", function () { conflict.iConflictType = 40000; }, kOverflow);
 
 finish(35);

@@ -192,7 +192,7 @@ TEST_F(Registration, FailedTypeLibraryTakesTheClassesBack)
         0);
     RegCloseKey(obstacle);
     EXPECT_NE(registerServer(kWithLibrary), S_OK);
-    EXPECT_EQ(contents(), (std::vector<std::wstring>{L"CLSID", L"TypeLib"}));
+    EXPECT_EQ(contents(), (std::vector<std::wstring>{L"CLSID", L"Interface", L"TypeLib"}));
 }
 
 } // namespace
