@@ -1,0 +1,309 @@
+#include "conflicts/clsConflict.h"
+
+#include "com/collection.h"
+#include "com/convert.h"
+#include "conflicts/ConflictDataFace.h"
+#include "control/settings.h"
+#include "support/ScriptedObject.h"
+#include "support/recording_error.h"
+#include "support/recording_fixture.h"
+
+namespace {
+
+using com::Error;
+using Lines = std::vector<std::wstring>;
+using Microsoft::WRL::ComPtr;
+using Statements = std::vector<AdoStatement>;
+
+constexpr DATE kNoon = 46341.5; // 15 November 2026 at noon
+constexpr wchar_t kNoTable[] = L"Table name not supplied\r\n";
+constexpr wchar_t kNoKey[] = L"Patiend id or table guid not supplied\r\n"; // spelled so
+constexpr wchar_t kNoKind[] = L"Conflict type not supplied\r\n";
+
+class ConflictTest : public RecordingTest
+{
+protected:
+    ConflictTest()
+    {
+        ConnectOptions options;
+        options.site = LAPTOP;
+        options.role = L"DESTINATION";
+        connectedSettings(options);
+        ado().answer(L"InsertReplicationConflict", {{}, 0, {{0, L"{C1}"}}});
+        conflict_.vGuid = L"{K1}";
+        conflict_.iConflictType = CHANGED_ON_BOTH;
+        conflict_.sTable = L"shortcut";
+        conflict_.sKeyInfo = L"Item K1";
+        conflict_.dSource = kNoon;
+        conflict_.dDestination = kNoon - 1;
+        conflict_.dNextReplicate = kNoon + 1;
+        setData({});
+    }
+
+    static _variant_t item(const clsConflictData& data)
+    {
+        const ComPtr<_clsConflictData> face(com::makeObject<ConflictDataFace>(data));
+        return _variant_t(static_cast<IDispatch*>(face.Get()));
+    }
+
+    void setData(const std::vector<_variant_t>& items)
+    {
+        const ComPtr<com::Collection> collection = com::makeObject<com::Collection>();
+        for (const _variant_t& one : items)
+            collection->add(one);
+        conflict_.colData = ComPtr<_Collection>(collection);
+    }
+
+    std::wstring reasons()
+    {
+        EXPECT_FALSE(conflict_.edit());
+        return conflict_.sErrorMessage();
+    }
+
+    static AdoStatement onLocal(const std::wstring& text) { return {L"destination", text}; }
+
+    const AdoStatement header_ =
+        onLocal(L"InsertReplicationConflict(Null, 1, #11/16/2026 12:00:00 PM#, \"shortcut\", 0, \"{K1}\", 1, "
+                L"\"Item K1\", #11/15/2026 12:00:00 PM#, #11/14/2026 12:00:00 PM#)");
+    clsConflict conflict_;
+};
+
+TEST_F(ConflictTest, NewConflictIsEmpty)
+{
+    clsConflict conflict;
+    EXPECT_EQ(conflict.vConflictId().vt, VT_EMPTY);
+    EXPECT_EQ(conflict.lPatientId, 0);
+    EXPECT_EQ(conflict.vGuid.vt, VT_EMPTY);
+    EXPECT_EQ(conflict.iConflictType, 0);
+    EXPECT_EQ(conflict.sKeyInfo, L"");
+    EXPECT_EQ(conflict.colData, nullptr);
+    EXPECT_EQ(conflict.dSource, 0);
+    EXPECT_EQ(conflict.dDestination, 0);
+    EXPECT_EQ(conflict.iResolutionType, 0);
+    EXPECT_EQ(conflict.dNextReplicate, 0);
+    EXPECT_EQ(conflict.sTable, L"");
+    EXPECT_EQ(conflict.bExists(), L"False");
+    EXPECT_EQ(conflict.sErrorMessage(), L"");
+}
+
+TEST_F(ConflictTest, FreshConflictLacksAllButTheDate)
+{
+    conflict_ = clsConflict();
+    EXPECT_EQ(reasons(), std::wstring(kNoTable) + kNoKey + kNoKind);
+    EXPECT_EQ(ado().statements(), Statements());
+}
+
+TEST_F(ConflictTest, FirstOfJanuary1900IsNoDate)
+{
+    conflict_ = clsConflict();
+    conflict_.dNextReplicate = 2;
+    EXPECT_EQ(reasons(), std::wstring(L"Next replicate date not supplied.\r\n") + kNoTable + kNoKey + kNoKind);
+}
+
+TEST_F(ConflictTest, OnlyThatExactDateIsMissing)
+{
+    for (const DATE date : {0.0, 1.0, 2.5, 3.0, -2.0}) {
+        conflict_.dNextReplicate = date;
+        EXPECT_TRUE(conflict_.edit()) << date;
+    }
+}
+
+TEST_F(ConflictTest, TableOfBlanksIsMissing)
+{
+    conflict_.sTable = L"   ";
+    EXPECT_EQ(reasons(), kNoTable);
+}
+
+TEST_F(ConflictTest, PatientIdOfOneSufficesWhateverTheGuid)
+{
+    conflict_.lPatientId = 1;
+    for (const _variant_t& guid : {_variant_t(), _variant_t(L""), _variant_t(L"  "), adoNull()}) {
+        conflict_.vGuid = guid;
+        EXPECT_TRUE(conflict_.edit());
+    }
+}
+
+TEST_F(ConflictTest, WithoutAPatientIdTheGuidMustHoldSomething)
+{
+    for (const long patient : {0L, -1L}) {
+        conflict_.lPatientId = patient;
+        for (const _variant_t& guid : {_variant_t(), _variant_t(L""), _variant_t(L"  ")}) {
+            conflict_.vGuid = guid;
+            EXPECT_EQ(reasons(), kNoKey);
+        }
+        conflict_.vGuid = 5L;
+        EXPECT_TRUE(conflict_.edit());
+    }
+}
+
+TEST_F(ConflictTest, GuidThatIsNoTextRaisesUnderEdit)
+{
+    conflict_.vGuid = adoNull();
+    EXPECT_EQ(raised([&] { conflict_.edit(); }), (Error{94, L"clsConflict.edit", L"Invalid use of Null"}));
+    EXPECT_EQ(raised([&] { conflict_.save(); }), (Error{94, L"clsConflict.save", L"Invalid use of Null"}));
+}
+
+TEST_F(ConflictTest, AnyKindButZeroPasses)
+{
+    conflict_.iConflictType = 0;
+    EXPECT_EQ(reasons(), kNoKind);
+    for (const long kind : {1L, 5L, 6L, -1L}) {
+        conflict_.iConflictType = kind;
+        EXPECT_TRUE(conflict_.edit());
+    }
+}
+
+TEST_F(ConflictTest, SuccessfulEditKeepsTheEarlierReasons)
+{
+    conflict_.sTable.clear();
+    EXPECT_FALSE(conflict_.edit());
+    conflict_.sTable = L"shortcut";
+    EXPECT_TRUE(conflict_.edit());
+    EXPECT_EQ(conflict_.sErrorMessage(), kNoTable);
+}
+
+TEST_F(ConflictTest, InvalidConflictIsNotSaved)
+{
+    conflict_.sTable.clear();
+    EXPECT_EQ(conflict_.save(), _variant_t(static_cast<short>(-1)));
+    EXPECT_EQ(conflict_.save().vt, VT_I2);
+    EXPECT_EQ(conflict_.sErrorMessage(), kNoTable);
+    EXPECT_EQ(conflict_.bExists(), L"False");
+    EXPECT_EQ(ado().callsAndReads(), Lines());
+}
+
+TEST_F(ConflictTest, SavedConflictHasItsIdAndExists)
+{
+    EXPECT_EQ(conflict_.save(), _variant_t(L"{C1}"));
+    EXPECT_EQ(conflict_.vConflictId(), _variant_t(L"{C1}"));
+    EXPECT_EQ(conflict_.bExists(), L"True");
+    EXPECT_EQ(ado().statements(), Statements{header_});
+}
+
+TEST_F(ConflictTest, HeaderHasTenTypedParameters)
+{
+    conflict_.save();
+    Lines parameters;
+    for (const std::wstring& call : ado().calls())
+        if (call.find(L".CreateParameter") != std::wstring::npos)
+            parameters.push_back(call.substr(call.find(L'(', call.find(L".Create"))));
+    EXPECT_EQ(parameters, (Lines{L"(\"0\", 72, 2, 0, Null)", L"(\"1\", 2, 1, 0, 1)",
+                                 L"(\"2\", 135, 1, 0, #11/16/2026 12:00:00 PM#)", L"(\"3\", 200, 1, 50, \"shortcut\")",
+                                 L"(\"4\", 3, 1, 0, 0)", L"(\"5\", 72, 1, 0, \"{K1}\")", L"(\"6\", 2, 1, 0, 1)",
+                                 L"(\"7\", 200, 1, 125, \"Item K1\")", L"(\"8\", 135, 1, 0, #11/15/2026 12:00:00 PM#)",
+                                 L"(\"9\", 135, 1, 0, #11/14/2026 12:00:00 PM#)"}));
+}
+
+TEST_F(ConflictTest, UnsetDatesAndGuidAreSentAsNull)
+{
+    conflict_ = clsConflict();
+    conflict_.lPatientId = 7;
+    conflict_.iConflictType = NEW_ON_DEST;
+    conflict_.sTable = L"patient";
+    setData({});
+    conflict_.save();
+    EXPECT_EQ(
+        ado().statements(),
+        Statements{onLocal(L"InsertReplicationConflict(Null, 1, Null, \"patient\", 7, Null, 3, Null, Null, Null)")});
+}
+
+TEST_F(ConflictTest, EveryDifferenceIsInsertedWithFourTypedParameters)
+{
+    setData({item({L"item_name", L"S", L"D"}), item({L"note", L"", L"O'D"})});
+    conflict_.save();
+    EXPECT_EQ(ado().statements(),
+              (Statements{header_, onLocal(L"InsertReplicationConflictData(\"{C1}\", \"item_name\", \"S\", \"D\")"),
+                          onLocal(L"InsertReplicationConflictData(\"{C1}\", \"note\", Null, \"O'D\")")}));
+    Lines parameters;
+    for (const std::wstring& call : ado().calls())
+        if (call.find(L".CreateParameter") != std::wstring::npos)
+            parameters.push_back(call.substr(call.find(L'(', call.find(L".Create"))));
+    ASSERT_EQ(parameters.size(), 18U);
+    EXPECT_EQ(Lines(parameters.begin() + 10, parameters.begin() + 14),
+              (Lines{L"(\"0\", 72, 1, 0, \"{C1}\")", L"(\"1\", 200, 1, 50, \"item_name\")",
+                     L"(\"2\", 200, 1, 3500, \"S\")", L"(\"3\", 200, 1, 3500, \"D\")"}));
+}
+
+TEST_F(ConflictTest, ExistingConflictIsNotSavedAgain)
+{
+    conflict_.save();
+    ado().forget();
+    EXPECT_EQ(raised([&] { conflict_.save(); }),
+              (Error{kOwnErrorRaised, L"clsConflict.save", L"Method to update conflicts not implemented"}));
+    EXPECT_EQ(ado().statements(), Statements());
+}
+
+TEST_F(ConflictTest, ExistingConflictIsValidatedFirst)
+{
+    conflict_.save();
+    conflict_.iConflictType = 0;
+    EXPECT_EQ(conflict_.save(), _variant_t(static_cast<short>(-1)));
+}
+
+TEST_F(ConflictTest, UnsetDataRaisesAfterTheHeaderWasInserted)
+{
+    conflict_.colData.Reset();
+    EXPECT_EQ(raised([&] { conflict_.save(); }),
+              (Error{91, L"clsConflict.save", L"Object variable or With block variable not set"}));
+    EXPECT_EQ(ado().statements(), Statements{header_});
+    EXPECT_EQ(conflict_.bExists(), L"False");
+}
+
+TEST_F(ConflictTest, StrangersAmongTheDifferencesRaise13)
+{
+    const ComPtr<ScriptedObject> stranger = com::makeObject<ScriptedObject>();
+    for (const _variant_t& one : {_variant_t(5L), _variant_t(L"text"), _variant_t(stranger.Get())}) {
+        setData({item({L"a", L"1", L"2"}), one});
+        ado().forget();
+        EXPECT_EQ(raised([&] { conflict_.save(); }), (Error{13, L"clsConflict.save", L"Type mismatch"}));
+        EXPECT_EQ(ado().statements().size(), 2U);
+        EXPECT_EQ(conflict_.bExists(), L"False");
+    }
+}
+
+TEST_F(ConflictTest, AnythingThatEnumeratesServesAsData)
+{
+    const ComPtr<com::Collection> inner = com::makeObject<com::Collection>();
+    inner->add(item({L"a", L"1", L"2"}));
+    const ComPtr<ScriptedObject> foreign = com::makeObject<ScriptedObject>();
+    foreign->answers[DISPID_NEWENUM] = [&](WORD, DISPPARAMS&, VARIANT* result, EXCEPINFO*) {
+        result->vt = VT_UNKNOWN;
+        return inner->get__NewEnum(&result->punkVal);
+    };
+    conflict_.colData = foreign;
+    EXPECT_EQ(conflict_.save(), _variant_t(L"{C1}"));
+    EXPECT_EQ(ado().statements(),
+              (Statements{header_, onLocal(L"InsertReplicationConflictData(\"{C1}\", \"a\", \"1\", \"2\")")}));
+}
+
+TEST_F(ConflictTest, DataThatDoesNotEnumerateRaises438)
+{
+    conflict_.colData = com::makeObject<ScriptedObject>();
+    EXPECT_EQ(raised([&] { conflict_.save(); }).number, 438);
+    EXPECT_EQ(ado().statements(), Statements{header_});
+}
+
+TEST_F(ConflictTest, FailedHeaderRaisesAndLeavesTheConflictNew)
+{
+    ado().failStatement(L"InsertReplicationConflict", connectionLost());
+    EXPECT_EQ(raised([&] { conflict_.save(); }), (Error{E_FAIL, L"clsConflict.save", L"Connection lost"}));
+    EXPECT_EQ(conflict_.bExists(), L"False");
+    EXPECT_EQ(conflict_.vConflictId().vt, VT_EMPTY);
+}
+
+TEST_F(ConflictTest, FailedDataRaisesAndLeavesTheHeader)
+{
+    setData({item({L"a", L"1", L"2"}), item({L"b", L"1", L"2"}), item({L"c", L"1", L"2"})});
+    ado().failStatement(L"InsertReplicationConflictData", connectionLost(), 2);
+    EXPECT_EQ(raised([&] { conflict_.save(); }), (Error{E_FAIL, L"clsConflict.save", L"Connection lost"}));
+    EXPECT_EQ(ado().statements().size(), 3U);
+    EXPECT_EQ(conflict_.bExists(), L"False");
+}
+
+TEST_F(ConflictTest, ProcedureWithoutAnIdRaises94)
+{
+    ado().answerOn(L"destination", L"InsertReplicationConflict", {{}, 0, {{0, adoNull()}}});
+    EXPECT_EQ(raised([&] { conflict_.save(); }), (Error{94, L"clsConflict.save", L"Invalid use of Null"}));
+}
+
+} // namespace
