@@ -60,6 +60,16 @@ protected:
         return conflict_.sErrorMessage();
     }
 
+    /// Name, type, direction, size and value of every parameter, in their order.
+    Lines boundParameters()
+    {
+        Lines parameters;
+        for (const std::wstring& call : ado().calls())
+            if (const size_t at = call.find(L".CreateParameter("); at != std::wstring::npos)
+                parameters.push_back(call.substr(call.find(L'(', at)));
+        return parameters;
+    }
+
     static AdoStatement onLocal(const std::wstring& text) { return {L"destination", text}; }
 
     const AdoStatement header_ =
@@ -183,10 +193,7 @@ TEST_F(ConflictTest, SavedConflictHasItsIdAndExists)
 TEST_F(ConflictTest, HeaderHasTenTypedParameters)
 {
     conflict_.save();
-    Lines parameters;
-    for (const std::wstring& call : ado().calls())
-        if (call.find(L".CreateParameter") != std::wstring::npos)
-            parameters.push_back(call.substr(call.find(L'(', call.find(L".Create"))));
+    const Lines parameters = boundParameters();
     EXPECT_EQ(parameters, (Lines{L"(\"0\", 72, 2, 0, Null)", L"(\"1\", 2, 1, 0, 1)",
                                  L"(\"2\", 135, 1, 0, #11/16/2026 12:00:00 PM#)", L"(\"3\", 200, 1, 50, \"shortcut\")",
                                  L"(\"4\", 3, 1, 0, 0)", L"(\"5\", 72, 1, 0, \"{K1}\")", L"(\"6\", 2, 1, 0, 1)",
@@ -214,10 +221,7 @@ TEST_F(ConflictTest, EveryDifferenceIsInsertedWithFourTypedParameters)
     EXPECT_EQ(ado().statements(),
               (Statements{header_, onLocal(L"InsertReplicationConflictData(\"{C1}\", \"item_name\", \"S\", \"D\")"),
                           onLocal(L"InsertReplicationConflictData(\"{C1}\", \"note\", Null, \"O'D\")")}));
-    Lines parameters;
-    for (const std::wstring& call : ado().calls())
-        if (call.find(L".CreateParameter") != std::wstring::npos)
-            parameters.push_back(call.substr(call.find(L'(', call.find(L".Create"))));
+    const Lines parameters = boundParameters();
     ASSERT_EQ(parameters.size(), 18U);
     EXPECT_EQ(Lines(parameters.begin() + 10, parameters.begin() + 14),
               (Lines{L"(\"0\", 72, 1, 0, \"{C1}\")", L"(\"1\", 200, 1, 50, \"item_name\")",

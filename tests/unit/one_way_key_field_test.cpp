@@ -2,8 +2,6 @@
 
 namespace {
 
-using com::Error;
-
 constexpr wchar_t kChanged[] = L"Changed on both databases - Destination(LaptopDB) changes are not allowed";
 constexpr wchar_t kDeletedInDestination[] =
     L"Deleted in destination(LaptopDB) - Destination deletes will not replicate properly";
@@ -114,16 +112,6 @@ TEST_F(KeyFieldTest, FailedChecksLeaveTheCountersAsTheyAre)
     init(ONE_WAY_WITH_PK_FIELD, L"", UNKNOWN);
     go();
     EXPECT_EQ(counters(), (Counters{.lCntDestUpdate = 1, .lCntDestAdd = 1, .lCntDestDelete = 1}));
-}
-
-TEST_F(KeyFieldTest, FailureToMarkAFailedCheckIsTheRoutinesFailure)
-{
-    useTable(L"shortcut");
-    connectAt(OFFICES);
-    init(ONE_WAY_WITH_PK_FIELD);
-    ado().failStatement(L"SetReplicationError", connectionLost());
-    EXPECT_EQ(goError(), (Error{E_FAIL, L"clsReplicateTable.go",
-                                L"clsReplicateTable.replicateOneWayWithPKField(shortcut): Connection lost"}));
 }
 
 TEST_F(KeyFieldTest, DeleteWithUpdatesRunsAllSteps)
@@ -264,52 +252,6 @@ TEST_F(KeyFieldTest, DeletingACompanyClearsItInTheComments)
         EXPECT_EQ(entries[entries.size() - 2], L"DEBUG: ConnDestination: " + remove(L"7"));
         releaseConnections();
     }
-}
-
-TEST_F(KeyFieldTest, CompanyStaysWhenTheCommentsCannotBeCleared)
-{
-    useTable(L"dentist_company", L"dc_id");
-    onlyDestinationHas(L"7", -10);
-    connectAt(OFFICES);
-    init(ONE_WAY_WITH_PK_FIELD, L"", ONLY_DELETES);
-    ado().failStatement(L"update chart_comment_info set dc_id = null where dc_id = '7'", connectionLost());
-    EXPECT_EQ(goError().description, L"clsReplicateTable.replicateOneWayWithPKField(dentist_company): Connection lost");
-    EXPECT_EQ(ado().statements().size(), 3U);
-    EXPECT_EQ(counters(), Counters());
-}
-
-TEST_F(KeyFieldTest, EveryStatementThatFailsEndsTheRun)
-{
-    oneOfEach();
-    runAt(OFFICES);
-    const Statements good = ado().statements();
-    ASSERT_EQ(good.size(), 9U);
-    for (size_t failing = 0; failing < good.size(); ++failing) {
-        ado().forget();
-        ado().failMember(L"Command.Execute", connectionLost(), failing + 1);
-        EXPECT_EQ(goError(), (Error{E_FAIL, L"clsReplicateTable.go",
-                                    L"clsReplicateTable.replicateOneWayWithPKField(shortcut): Connection lost"}));
-        Statements expected(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(failing));
-        expected.push_back(marked(L"clsReplicateTable.replicateOneWayWithPKField: Connection lost")[0]);
-        EXPECT_EQ(ado().statements(), expected) << failing;
-    }
-}
-
-TEST_F(KeyFieldTest, RoutineNamesTheTableInItsSource)
-{
-    runAt(OFFICES);
-    ado().failStatement(sourceOnlySql(), connectionLost());
-    EXPECT_EQ(raised([&] { table().replicateOneWayWithPKField(); }),
-              (Error{E_FAIL, L"clsReplicateTable.replicateOneWayWithPKField(shortcut)",
-                     L"clsReplicateTable.replicateOneWayWithPKField(shortcut): Connection lost"}));
-}
-
-TEST_F(KeyFieldTest, KeyColumnThatIsNotThereEndsTheRun)
-{
-    connectAt(OFFICES);
-    init(ONE_WAY_WITH_PK_FIELD, L"", ONLY_DELETES);
-    ado().answerOn(L"source", destinationOnlySql(), {{{{L"unid", 200}, {L"mod_date", 135}}, {}}, 0, {}});
-    EXPECT_EQ(goError().number, static_cast<long>(0x80040000) + 3265);
 }
 
 } // namespace
