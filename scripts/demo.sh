@@ -58,7 +58,7 @@ conflictIds() { # TABLE: in the order of the list
 }
 
 "$repoRoot/scripts/install-deps.sh"
-buildAll
+build QuinmarkRepDLL adodb
 startTestbed
 cd "$repoRoot"
 mkdir -p "$out"

@@ -27,7 +27,7 @@ if [[ ${1-} == --sqlserver ]]; then
 fi
 
 "$repoRoot/scripts/install-deps.sh"
-buildAll
+build
 startTestbed
 [[ ${#sqlServer[@]} -eq 0 ]] || useSqlServer "${sqlServer[@]}"
 export QUINMARK_REQUIRE_DATABASE=1 QUINMARK_REQUIRE_DISPLAY=1

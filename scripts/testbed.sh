@@ -23,12 +23,12 @@ runInterruptible() {
     return "$status"
 }
 
-buildAll() {
+build() { # [TARGET...]: everything unless told
     note "building ($preset)"
     mkdir -p "$repoRoot/build"
     (
         cd "$repoRoot"
-        cmake --preset "$preset" && cmake --build --preset "$preset"
+        cmake --preset "$preset" && cmake --build --preset "$preset" ${1:+--target "$@"}
     ) >"$repoRoot/build/build.log" 2>&1 || {
         grep -E 'error|FAILED' -A5 "$repoRoot/build/build.log" | head -n 60 >&2 || tail -n 40 "$repoRoot/build/build.log" >&2
         die 'the build failed; all of its output is in build/build.log'
