@@ -16,6 +16,8 @@ inline const TablePlan kConfig{.method = ONE_WAY_DELETE_ALL, .table = L"config"}
 class BadInput : public PracticePair
 {
 protected:
+    using PracticePair::resetError;
+
     com::Error connectFailure()
     {
         return raised([&] { connect(); });
@@ -48,6 +50,12 @@ protected:
     void setMark(const PracticeSide& side, const std::wstring& type, const std::wstring& id)
     {
         side.execute(L"update control set id = '" + id + L"' where type = '" + type + L"'");
+    }
+
+    /// Clears the error state of both sites, as an administrator does.
+    static void resetError(const PracticeSide& side)
+    {
+        side.execute(L"update replication_control set error_f = 0, error_message = null");
     }
 
     void executeOnBoth(const std::wstring& sql)
