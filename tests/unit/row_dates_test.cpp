@@ -39,6 +39,13 @@ TEST(SecondsApart, DatesBeforeTheFirstOneCountAsWell)
     EXPECT_EQ(secondsApart(-1, 0), 86400);
 }
 
+TEST(SecondsApart, DatesBeforeTheYear1601CountAsWell)
+{
+    constexpr DATE kYear1489 = -150000;
+    EXPECT_EQ(secondsApart(kYear1489, kYear1489), 0);
+    EXPECT_EQ(secondsApart(kYear1489, kYear1489 - 0.5), 43200);
+}
+
 TEST(SecondsApart, WhatIsNoDateRaises5)
 {
     EXPECT_EQ(raised([] { secondsApart(5e6, kDay); }).number, 5);
