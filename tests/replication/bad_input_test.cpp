@@ -1,5 +1,6 @@
 #include "BadInput.h"
 #include "support/MessageBoxes.h"
+#include "support/PracticeNeeds.h"
 
 #include <thread>
 
@@ -124,7 +125,7 @@ TEST_F(BadInput, ClosedConnectionsAreNotAvailable)
                 isError(91, L"clsReplicateTable.go", Not(IsEmpty())));
 }
 
-class BadLog : public PracticePairOnDisplay
+class BadLog : public OnDisplay<PracticePair>
 {
 };
 

@@ -1,6 +1,7 @@
 #include "BadInput.h"
 #include "Sabotage.h"
 #include "support/MessageBoxes.h"
+#include "support/PracticeNeeds.h"
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -212,17 +213,8 @@ TEST_F(BadRows, RowThatTheDestinationRefusesLeavesTheRowsBeforeIt)
     EXPECT_TRUE(local().hasPatientKey());
 }
 
-class BadRowsOnDisplay : public BadRows
+class BadRowsOnDisplay : public OnDisplay<BadRows>
 {
-protected:
-    void SetUp() override
-    {
-        if (setting(L"DISPLAY").empty() && setting(L"QUINMARK_REQUIRE_DISPLAY") == L"1")
-            FAIL() << "DISPLAY is not set";
-        if (setting(L"DISPLAY").empty())
-            GTEST_SKIP() << "message boxes need a display: set DISPLAY";
-        BadRows::SetUp();
-    }
 };
 
 TEST_F(BadRowsOnDisplay, ColumnTypeThatIsNotSupportedIsShownAndFailsTheTable)

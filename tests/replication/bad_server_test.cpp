@@ -1,4 +1,5 @@
 #include "BadInput.h"
+#include "support/PracticeNeeds.h"
 
 using testing::IsEmpty;
 using testing::Not;
@@ -6,17 +7,8 @@ using testing::StartsWith;
 
 namespace {
 
-/// Cuts connections, which takes a server that lets their user do so.
-
-class BadServer : public BadInput
+class BadServer : public OnPostgreSql<BadInput>
 {
-protected:
-    void SetUp() override
-    {
-        BadInput::SetUp();
-        if (!IsSkipped() && !isPostgreSql())
-            GTEST_SKIP() << "needs PostgreSQL: QUINMARK_SERVER is set to another server";
-    }
 };
 
 TEST_F(BadServer, ThatDoesNotListenFailsInit)

@@ -1,5 +1,6 @@
 #include "BadInput.h"
 #include "Sabotage.h"
+#include "support/PracticeNeeds.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -10,17 +11,10 @@ namespace {
 
 const TablePlan kUsers{.method = ONE_WAY_ALLOW_DELETES, .table = L"users"};
 
-/// A run in which a connection ends in the middle of a statement. It needs triggers of PostgreSQL.
-class CutRun : public BadInput
+/// A run in which a connection ends in the middle of a statement.
+class CutRun : public OnPostgreSql<BadInput>
 {
 protected:
-    void SetUp() override
-    {
-        if (!isPostgreSql())
-            GTEST_SKIP() << "needs PostgreSQL: QUINMARK_SERVER is set to another server";
-        BadInput::SetUp();
-    }
-
     /// Two rows to update, to insert and to delete.
     void addRows()
     {

@@ -1,5 +1,5 @@
 #include "support/MessageBoxes.h"
-#include "support/PracticePair.h"
+#include "support/PracticeNeeds.h"
 
 #include <gmock/gmock.h>
 
@@ -144,7 +144,7 @@ TEST_F(TwoWayRows, OfPatientsKeepTheLockOfEachSide)
     EXPECT_EQ(source().row(L"select unid, full_name, address1, lock_f from patient"), L"5|Noël|<Null>|True");
 }
 
-class TwoWayNotices : public PracticePairOnDisplay
+class TwoWayNotices : public OnDisplay<PracticePair>
 {
 protected:
     std::vector<std::wstring> noticesOf(const TablePlan& plan)

@@ -69,15 +69,6 @@ std::wstring PracticePair::cutStatement(const std::wstring& tag)
     return L"select pg_terminate_backend(pid) from pg_stat_activity where application_name = '" + tag + L"'";
 }
 
-void PracticePairOnDisplay::SetUp()
-{
-    if (!setting(L"DISPLAY").empty())
-        return PracticePair::SetUp();
-    if (setting(L"QUINMARK_REQUIRE_DISPLAY") == L"1")
-        FAIL() << "DISPLAY is not set";
-    GTEST_SKIP() << "message boxes need a display: set DISPLAY";
-}
-
 void PracticePair::SetUp()
 {
     for (const wchar_t* name : kSettings) {

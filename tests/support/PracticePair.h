@@ -151,11 +151,3 @@ private:
     Microsoft::WRL::ComPtr<_Factory> factory_;
     HostSettings host_;
 };
-
-/// The same for tests that expect message boxes: without a display they are skipped, or fail with
-/// QUINMARK_REQUIRE_DISPLAY=1.
-class PracticePairOnDisplay : public PracticePair
-{
-protected:
-    void SetUp() override;
-};
