@@ -9,6 +9,11 @@ struct Mismatch
     const wchar_t* message;
 };
 
+void PrintTo(const Mismatch& mismatch, std::ostream* stream)
+{
+    *stream << testing::PrintToString(mismatch.sql);
+}
+
 class Checks : public BadInput, public testing::WithParamInterface<Mismatch>
 {
 };

@@ -72,6 +72,11 @@ struct Place
     const wchar_t* role;
 };
 
+void PrintTo(const Place& place, std::ostream* stream)
+{
+    *stream << (place.site == OFFICES ? "offices as " : "laptop as ") << testing::PrintToString(place.role);
+}
+
 class FullCopyRunAt : public FullCopyRun, public testing::WithParamInterface<Place>
 {
 protected:

@@ -18,6 +18,11 @@ struct Described
     const wchar_t* description;
 };
 
+void PrintTo(const Described& described, std::ostream* stream)
+{
+    *stream << testing::PrintToString(described.table);
+}
+
 const std::wstring kPatient = L"insert into patient (unid, full_name) values (5, 'O''Brannick, Zoë')";
 const std::wstring kItem = L"insert into chart_item (unid, chart_hdr_id, patient_id, treatment_date, mod_date) values"
                            L" (K, O, 5, '2025-01-02T15:45:00', N)";

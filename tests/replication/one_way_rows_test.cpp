@@ -19,6 +19,11 @@ struct SampleRow
     const wchar_t* values;
 };
 
+void PrintTo(const SampleRow& row, std::ostream* stream)
+{
+    *stream << testing::PrintToString(row.table);
+}
+
 constexpr SampleRow kSampleRows[] = {
     {L"dentist_company", L"unid, dc_id, company_name, address1, city, phone, monthly_fee, contract_f, mod_date",
      L"'{0F8FAD5B-D9CB-469F-A165-70867728950E}', 3, 'Müller & Søn', 'Cooper''s Yard 1', 'Île', '555', 1234.5678, 1, "

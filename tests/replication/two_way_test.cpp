@@ -21,6 +21,11 @@ struct Place
     TablePlan plan;
 };
 
+void PrintTo(const Place& place, std::ostream* stream)
+{
+    *stream << (place.site == OFFICES ? "offices" : "laptop") << ", method " << place.plan.method;
+}
+
 /// Copies that need nobody to answer: the same at both sites and for both methods. They report no counter.
 class TwoWay : public PracticePair, public testing::WithParamInterface<Place>
 {
@@ -31,7 +36,13 @@ protected:
         runAt(GetParam().site);
     }
 
-    Counters run() { return replicate(GetParam().plan); }
+    Counters run()
+    {
+        const MessageBoxes boxes;
+        const Counters counters = replicate(GetParam().plan);
+        EXPECT_THAT(boxes.texts(), IsEmpty());
+        return counters;
+    }
 };
 
 INSTANTIATE_TEST_SUITE_P(Places, TwoWay,
