@@ -9,6 +9,8 @@ interruptible=''
 displayPid=''
 testbedUp=''
 
+# File names beyond ASCII need a locale that knows them.
+export LC_ALL=C.UTF-8
 export WINEPREFIX="$repoRoot/build/wine" WINEARCH=win32 WINEDEBUG="${WINEDEBUG:--all}"
 # No offers to download browser or .NET engines.
 export WINEDLLOVERRIDES='mscoree,mshtml='

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "com/error.h"
+
 #include <comdef.h>
 #include <initializer_list>
 #include <string>
@@ -50,5 +52,16 @@ private:
     Microsoft::WRL::ComPtr<IDispatch> object_;
     mutable std::vector<std::pair<const wchar_t*, DISPID>> ids_;
 };
+
+/// The interface of an object in a value; raises 13 for what is no such object, Nothing included.
+template <class Interface>
+Microsoft::WRL::ComPtr<Interface> objectOf(const VARIANT& value)
+{
+    Microsoft::WRL::ComPtr<Interface> object;
+    const bool isObject = value.vt == VT_DISPATCH || value.vt == VT_UNKNOWN;
+    if (!isObject || !value.punkVal || FAILED(value.punkVal->QueryInterface(IID_PPV_ARGS(&object))))
+        raiseRuntimeError(kTypeMismatch);
+    return object;
+}
 
 } // namespace com

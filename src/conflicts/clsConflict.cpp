@@ -3,6 +3,7 @@
 #include "ado/constants.h"
 #include "com/collection.h"
 #include "com/convert.h"
+#include "com/dispatch.h"
 #include "com/error.h"
 #include "control/RaiseError.h"
 #include "control/settings.h"
@@ -18,15 +19,6 @@ constexpr long kFieldSize = 50;
 constexpr long kDataSize = 3500;
 constexpr long kTableSize = 50;
 constexpr long kKeyInfoSize = 125;
-
-ComPtr<_clsConflictData> conflictData(const _variant_t& item)
-{
-    ComPtr<_clsConflictData> data;
-    const bool isObject = item.vt == VT_DISPATCH || item.vt == VT_UNKNOWN;
-    if (!isObject || !item.punkVal || FAILED(item.punkVal->QueryInterface(IID_PPV_ARGS(&data))))
-        com::raiseRuntimeError(com::kTypeMismatch);
-    return data;
-}
 
 _variant_t readText(_clsConflictData& data, HRESULT (STDMETHODCALLTYPE _clsConflictData::*property)(BSTR*))
 {
@@ -112,7 +104,7 @@ void clsConflict::insertHeader()
 void clsConflict::insertData(const _variant_t& item) const
 {
     using namespace ado;
-    const ComPtr<_clsConflictData> data = conflictData(item);
+    const ComPtr<_clsConflictData> data = com::objectOf<_clsConflictData>(item);
     const std::shared_ptr<clsConn> conn = settings().localConnection();
     conn->Parameters(0, adGUID, adParamInput, vConflictId_, 0L);
     conn->Parameters(1, adVarChar, adParamInput, readText(*data.Get(), &_clsConflictData::get_sField), kFieldSize);

@@ -3,6 +3,7 @@
 #include "QuinmarkRepDLL.h"
 #include "com/collection.h"
 #include "com/convert.h"
+#include "com/dispatch.h"
 #include "com/error.h"
 #include "control/RaiseError.h"
 #include "control/database.h"
@@ -10,8 +11,6 @@
 #include "control/settings.h"
 #include "db/forward_only.h"
 #include "db/sql_literals.h"
-
-using Microsoft::WRL::ComPtr;
 
 namespace {
 
@@ -53,15 +52,6 @@ void updateControlRecord(const wchar_t* sSource, const std::wstring& sSql)
 bool flag(const _variant_t& value)
 {
     return value.vt != VT_NULL && com::toBool(value);
-}
-
-ComPtr<_clsReplicateTable> tableObject(const _variant_t& element)
-{
-    ComPtr<_clsReplicateTable> table;
-    const bool isObject = element.vt == VT_DISPATCH || element.vt == VT_UNKNOWN;
-    if (!isObject || !element.punkVal || FAILED(element.punkVal->QueryInterface(IID_PPV_ARGS(&table))))
-        com::raiseRuntimeError(com::kTypeMismatch);
-    return table;
 }
 
 } // namespace
@@ -168,7 +158,7 @@ catch (...) {
 void clsReplicate::runTable(const _variant_t& element)
 {
     _variant_t ignored;
-    com::checkCall(tableObject(element)->go(&dLastReplicate_, &dNextReplicate_, &ignored));
+    com::checkCall(com::objectOf<_clsReplicateTable>(element)->go(&dLastReplicate_, &dNextReplicate_, &ignored));
 }
 
 void clsReplicate::failStep(const wchar_t* sSource)

@@ -2,19 +2,20 @@
 
 #include "com/error.h"
 
+#include <chrono>
+
 namespace {
 
 constexpr long long kToleranceSeconds = 2;
-constexpr long long kFileTimeUnitsPerSecond = 10'000'000;
-
+/// Seconds on a scale of its own, for differences.
 long long wholeSeconds(DATE date)
 {
     SYSTEMTIME time{};
-    FILETIME units{};
-    if (!VariantTimeToSystemTime(date, &time) || !SystemTimeToFileTime(&time, &units))
+    if (!VariantTimeToSystemTime(date, &time))
         com::raiseRuntimeError(com::kInvalidCall);
-    const ULARGE_INTEGER count{{units.dwLowDateTime, units.dwHighDateTime}};
-    return static_cast<long long>(count.QuadPart) / kFileTimeUnitsPerSecond;
+    using namespace std::chrono;
+    const sys_days day = year(time.wYear) / month(time.wMonth) / std::chrono::day(time.wDay);
+    return (day.time_since_epoch() + hours(time.wHour) + minutes(time.wMinute) + seconds(time.wSecond)) / seconds(1);
 }
 
 } // namespace

@@ -1,7 +1,5 @@
 #include "MessageBoxes.h"
 
-#include <algorithm>
-
 namespace {
 
 thread_local MessageBoxes* g_active = nullptr;
@@ -58,18 +56,16 @@ std::vector<std::wstring> MessageBoxes::texts() const
 LRESULT CALLBACK MessageBoxes::onWindow(int code, WPARAM wParam, LPARAM lParam)
 {
     const HWND window = reinterpret_cast<HWND>(wParam);
-    if (code == HCBT_ACTIVATE && g_active && className(window) == kDialogClass)
+    // A box can be activated more than once, also while it goes away: each is answered once after it was made.
+    if (code == HCBT_CREATEWND && g_active && className(window) == kDialogClass)
+        g_active->unanswered_.push_back(window);
+    if (code == HCBT_ACTIVATE && g_active && std::erase(g_active->unanswered_, window) > 0)
         g_active->answer(window);
-    if (code == HCBT_DESTROYWND && g_active)
-        std::erase(g_active->answered_, window);
     return CallNextHookEx(nullptr, code, wParam, lParam);
 }
 
 void MessageBoxes::answer(HWND box)
 {
-    if (std::find(answered_.begin(), answered_.end(), box) != answered_.end())
-        return;
-    answered_.push_back(box);
     ShownBox shown{windowText(box), L"", {}};
     EnumChildWindows(box, readChild, reinterpret_cast<LPARAM>(&shown));
     shown_.push_back(shown);

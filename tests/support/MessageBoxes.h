@@ -38,6 +38,6 @@ private:
 
     HHOOK hook_;
     std::vector<ShownBox> shown_;
-    std::vector<HWND> answered_;
+    std::vector<HWND> unanswered_;
     std::function<void()> action_;
 };

@@ -81,12 +81,13 @@ TEST(GetClassObject, UnknownClassIsNotAvailable)
 class Registration : public testing::Test
 {
 protected:
-    static constexpr wchar_t kRoot[] = L"Software\\QuinmarkRegistrationTest";
+    // Of this process alone: tests run beside each other.
+    const std::wstring path = L"Software\\QuinmarkRegistrationTest" + std::to_wstring(GetCurrentProcessId());
 
     void SetUp() override
     {
-        RegDeleteTreeW(HKEY_CURRENT_USER, kRoot);
-        ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, kRoot, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &root, nullptr), 0);
+        RegDeleteTreeW(HKEY_CURRENT_USER, path.c_str());
+        ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &root, nullptr), 0);
         ASSERT_EQ(RegOverridePredefKey(HKEY_CLASSES_ROOT, root), 0);
     }
 
@@ -94,7 +95,7 @@ protected:
     {
         RegOverridePredefKey(HKEY_CLASSES_ROOT, nullptr);
         RegCloseKey(root);
-        RegDeleteTreeW(HKEY_CURRENT_USER, kRoot);
+        RegDeleteTreeW(HKEY_CURRENT_USER, path.c_str());
     }
 
     void writeForeign(const wchar_t* key)
