@@ -1,0 +1,57 @@
+#pragma once
+
+#include <QuinmarkRepDLL.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+/// One of the two databases. `password` names a source, never the password itself (see passwords.h).
+struct SideConfiguration
+{
+    std::string dsn;
+    std::string prefix;
+    std::string password;
+    /// The password itself, once it was asked for.
+    std::wstring secret = {};
+};
+
+struct TableConfiguration
+{
+    std::string name;
+    enumReplicationMethod method = ONE_WAY;
+    std::string dependent;
+    std::string key;
+    enumReplicateDeletes deletes = UNKNOWN;
+    /// Percent of the destination's rows that a run may delete.
+    double maxDelete = 20;
+
+    /// The column that rows are matched by.
+    std::string keyColumn() const { return method == ONE_WAY_WITH_PK_FIELD ? key : "unid"; }
+};
+
+struct Configuration
+{
+    enumReplicationUniqueId site = OFFICES;
+    bool localIsSource = true;
+    SideConfiguration source;
+    SideConfiguration destination;
+    std::string logFile;
+    short logLevel = 3;
+    std::string programVersion;
+    /// Seconds between attempts.
+    short frequency = 900;
+    std::vector<TableConfiguration> tables;
+
+    const SideConfiguration& local() const { return localIsSource ? source : destination; }
+};
+
+/// Reads a configuration file. Raises HostError(kUsage) that lists every mistake with line, column and what was
+/// expected.
+Configuration loadConfiguration(const std::string& path);
+
+/// A commented file to start from.
+std::string configurationTemplate();
+
+/// The word for a method or a delete handling in configuration files and reports.
+std::string methodName(enumReplicationMethod method);

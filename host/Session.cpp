@@ -1,0 +1,109 @@
+#include "Session.h"
+
+#include "HostError.h"
+#include "com/convert.h"
+#include "text.h"
+
+using Microsoft::WRL::ComPtr;
+
+namespace {
+
+/// A text handed to the component by reference.
+_bstr_t argument(const std::string& text)
+{
+    return _bstr_t(com::newBstr(toWide(text)), false);
+}
+
+_bstr_t argument(const std::wstring& text)
+{
+    return _bstr_t(com::newBstr(text), false);
+}
+
+void open(clsConn& conn, const SideConfiguration& side)
+{
+    conn.openConnection(toWide(side.dsn), side.secret);
+}
+
+} // namespace
+
+Databases::Databases(const Configuration& configuration) : localIsSource_(configuration.localIsSource)
+{
+    open(source_, configuration.source);
+    open(destination_, configuration.destination);
+}
+
+Component::Component(const Configuration& configuration)
+{
+    com::check(CoCreateInstance(CLSID_Factory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&factory_)));
+    enumReplicationUniqueId site = configuration.site;
+    short logLevel = configuration.logLevel;
+    _bstr_t role = argument(std::string(configuration.localIsSource ? "SOURCE" : "DESTINATION"));
+    _bstr_t sourcePrefix = argument(configuration.source.prefix);
+    _bstr_t sourceDsn = argument(configuration.source.dsn);
+    _bstr_t sourcePassword = argument(configuration.source.secret);
+    _bstr_t destinationPrefix = argument(configuration.destination.prefix);
+    _bstr_t destinationDsn = argument(configuration.destination.dsn);
+    _bstr_t destinationPassword = argument(configuration.destination.secret);
+    _bstr_t logFile = argument(configuration.logFile);
+    com::checkCall(factory_->init(&site, &role.GetBSTR(), &sourcePrefix.GetBSTR(), &sourceDsn.GetBSTR(),
+                                  &sourcePassword.GetBSTR(), &destinationPrefix.GetBSTR(), &destinationDsn.GetBSTR(),
+                                  &destinationPassword.GetBSTR(), &logLevel, &logFile.GetBSTR()));
+}
+
+Component::~Component()
+{
+    factory_->disconnect();
+}
+
+void Component::ensureReplication()
+{
+    VARIANT_BOOL agree = VARIANT_FALSE;
+    com::checkCall(factory_->ensureReplication(&agree));
+    if (agree != VARIANT_FALSE)
+        return;
+    _variant_t reason;
+    com::checkCall(factory_->get_sErrorMessage(&reason));
+    const com::Error error{0, L"", com::concatText(reason)};
+    throw HostError(kFailed,
+                    "the databases do not belong together: " + toUtf8(error.description) + "\n  " + advice(error));
+}
+
+ComPtr<_clsReplicateTable> Component::createTable(const TableConfiguration& table)
+{
+    enumReplicationMethod method = table.method;
+    enumReplicateDeletes deletes = table.deletes;
+    _bstr_t name = argument(table.name);
+    _bstr_t dependent = argument(table.dependent);
+    _bstr_t key = argument(table.key);
+    ComPtr<_clsReplicateTable> result;
+    com::checkCall(factory_->createReplicationTable(&method, &name.GetBSTR(), &dependent.GetBSTR(), &key.GetBSTR(),
+                                                    &deletes, &result));
+    return result;
+}
+
+ComPtr<_clsReplicate> Component::createReplication()
+{
+    ComPtr<_clsReplicate> result;
+    com::checkCall(factory_->createReplication(&result));
+    return result;
+}
+
+void Component::setError(const std::wstring& text)
+{
+    VARIANT_BOOL error = VARIANT_TRUE;
+    _bstr_t message = argument(text);
+    com::checkCall(factory_->setError(&error, &message.GetBSTR()));
+}
+
+void Component::resetError()
+{
+    com::checkCall(factory_->resetError());
+}
+
+std::wstring textProperty(const std::function<HRESULT(BSTR*)>& property)
+{
+    BSTR text = nullptr;
+    com::checkCall(property(&text));
+    const _bstr_t owner(text, false);
+    return com::fromBstr(text);
+}

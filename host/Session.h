@@ -1,0 +1,52 @@
+#pragma once
+
+#include "Configuration.h"
+#include "db/clsConn.h"
+
+#include <comdef.h>
+#include <functional>
+#include <string>
+#include <wrl/client.h>
+
+/// The two databases, through connections of the host's own: what the component does not tell is read here.
+class Databases
+{
+public:
+    /// Opens both connections with the component's login. Raises com::Error.
+    explicit Databases(const Configuration& configuration);
+
+    clsConn& source() { return source_; }
+    clsConn& destination() { return destination_; }
+    clsConn& local() { return localIsSource_ ? source_ : destination_; }
+
+private:
+    clsConn source_;
+    clsConn destination_;
+    bool localIsSource_;
+};
+
+/// The component, connected by the configuration. Every call raises com::Error with what the component reported.
+class Component
+{
+public:
+    explicit Component(const Configuration& configuration);
+    /// Disconnects.
+    ~Component();
+    Component(const Component&) = delete;
+    Component& operator=(const Component&) = delete;
+
+    _Factory& factory() { return *factory_.Get(); }
+
+    /// Raises HostError(kFailed) with the component's reason when the databases do not belong together.
+    void ensureReplication();
+    Microsoft::WRL::ComPtr<_clsReplicateTable> createTable(const TableConfiguration& table);
+    Microsoft::WRL::ComPtr<_clsReplicate> createReplication();
+    void setError(const std::wstring& text);
+    void resetError();
+
+private:
+    Microsoft::WRL::ComPtr<_Factory> factory_;
+};
+
+/// The text of a property that hands one out.
+std::wstring textProperty(const std::function<HRESULT(BSTR*)>& property);

@@ -1,0 +1,91 @@
+#include "passwords.h"
+
+#include "HostError.h"
+#include "text.h"
+
+#include <fstream>
+#include <iostream>
+#include <windows.h>
+
+#include <wincred.h>
+
+namespace {
+
+[[noreturn]] void fail(const std::string& source, const std::string& reason)
+{
+    throw HostError(kUsage, "the password from \"" + source + "\" is not to be had: " + reason);
+}
+
+std::wstring fromEnvironment(const std::string& source, const std::string& name)
+{
+    const std::wstring wideName = toWide(name);
+    std::wstring value(GetEnvironmentVariableW(wideName.c_str(), nullptr, 0), L'\0');
+    if (value.empty())
+        fail(source, "the environment variable is not set");
+    value.resize(GetEnvironmentVariableW(wideName.c_str(), value.data(), static_cast<DWORD>(value.size())));
+    return value;
+}
+
+std::wstring fromFile(const std::string& source, const std::string& path)
+{
+    std::ifstream file(toWide(path).c_str());
+    std::string line;
+    if (!std::getline(file, line))
+        fail(source, "the file cannot be read or is empty");
+    if (!line.empty() && line.back() == '\r')
+        line.pop_back();
+    return toWide(line);
+}
+
+std::wstring fromCredentials(const std::string& source, const std::string& name)
+{
+    CREDENTIALW* credential = nullptr;
+    if (!CredReadW(toWide(name).c_str(), CRED_TYPE_GENERIC, 0, &credential))
+        fail(source, "there is no generic credential of that name");
+    const std::wstring password(reinterpret_cast<const wchar_t*>(credential->CredentialBlob),
+                                credential->CredentialBlobSize / sizeof(wchar_t));
+    CredFree(credential);
+    return password;
+}
+
+std::wstring fromPrompt(const std::string& source, const std::string& what)
+{
+    const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
+    DWORD mode = 0;
+    const bool console = GetConsoleMode(input, &mode) != 0;
+    if (console)
+        SetConsoleMode(input, mode & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
+    std::cerr << "Password for " << what << ": " << std::flush;
+    std::string line;
+    const bool read = static_cast<bool>(std::getline(std::cin, line));
+    if (console)
+        SetConsoleMode(input, mode);
+    std::cerr << std::endl;
+    if (!read)
+        fail(source, "nothing was entered");
+    return toWide(line);
+}
+
+} // namespace
+
+std::wstring resolvePassword(const std::string& source, const std::string& what)
+{
+    const size_t colon = source.find(':');
+    const std::string kind = source.substr(0, colon);
+    const std::string name = colon == std::string::npos ? "" : source.substr(colon + 1);
+    if (kind == "env")
+        return fromEnvironment(source, name);
+    if (kind == "file")
+        return fromFile(source, name);
+    if (kind == "credential")
+        return fromCredentials(source, name);
+    if (source == "prompt")
+        return fromPrompt(source, what);
+    throw HostError(kUsage, "a password comes from \"env:NAME\", \"file:PATH\", \"credential:NAME\" or \"prompt\"");
+}
+
+void resolvePasswords(Configuration& configuration)
+{
+    for (SideConfiguration* side : {&configuration.source, &configuration.destination})
+        side->secret = resolvePassword(side->password, side->dsn);
+}

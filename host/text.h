@@ -1,0 +1,8 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// Texts are UTF-16 towards the platform and UTF-8 towards files, standard output and the browser.
+std::string toUtf8(std::wstring_view text);
+std::wstring toWide(std::string_view text);
