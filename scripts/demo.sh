@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # A day between an office and a laptop, on sample data: the laptop takes a copy, both sides change, a run brings them
 # together, and the conflicts are resolved. All of it through the registered component, driven by the script hosts in
-# examples/. At every stop both databases are compared row by row. Exit status: 0 when all is as it should be.
+# examples/ and by quinrep. Both databases are compared row by row. Exit status: 0 when all is as it should be.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -15,12 +15,21 @@ heading() {
     printf '\n== %s ==\n' "$*"
 }
 
-# The script hosts end their lines as Windows does.
-script() { # NAME ARG...: runs examples/NAME.vbs and shows what it says
+# show STATUS NAME COMMAND...: runs a Windows program, shows what it says without its carriage returns and keeps it in
+# $out/NAME.txt. It has to end with that status.
+show() {
     local status=0
-    runInterruptible wine cscript //nologo "examples/$1.vbs" "${@:2}" >"$out/$1.crlf" || status=$?
-    tr -d '\r' <"$out/$1.crlf" | tee "$out/$1.txt"
-    [[ $status -eq 0 ]] || die "examples/$1.vbs ended with status $status"
+    runInterruptible wine "${@:3}" >"$out/$2.crlf" || status=$?
+    tr -d '\r' <"$out/$2.crlf" | tee "$out/$2.txt"
+    [[ $status -eq $1 ]] || die "$2 ended with status $status"
+}
+
+script() { # NAME ARG...: runs examples/NAME.vbs
+    show 0 "$1" cscript //nologo "examples/$1.vbs" "${@:2}"
+}
+
+quinrep() { # STATUS COMMAND...
+    show "$1" "quinrep $2" "$binaries/quinrep.exe" -q -c examples/demo/quinrep.toml "${@:2}"
 }
 
 sql() { # SIDE ARG...
@@ -58,7 +67,7 @@ conflictIds() { # TABLE: in the order of the list
 }
 
 "$repoRoot/scripts/install-deps.sh"
-build QuinmarkRepDLL adodb
+build QuinmarkRepDLL adodb quinrep
 startTestbed
 cd "$repoRoot"
 mkdir -p "$out"
@@ -74,7 +83,10 @@ compareDatabases
 heading 'Both sides change, and a run brings them together'
 sql office -f examples/demo/office_day.sql
 sql laptop -f examples/demo/laptop_day.sql
-script replicate daily "$out/replicate.log"
+note 'what a run would do'
+quinrep 0 preview
+note 'the run; status 2: conflicts were recorded'
+quinrep 2 run --ready
 
 heading 'What the run may not decide'
 script conflicts list
