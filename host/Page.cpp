@@ -1,0 +1,66 @@
+#include "Page.h"
+
+#include "HostError.h"
+#include "page_style.h"
+
+#include <fmt/format.h>
+#include <vector>
+#include <windows.h>
+
+#include <bcrypt.h>
+
+std::string escapeHtml(std::string_view text)
+{
+    std::string html;
+    html.reserve(text.size());
+    for (const char c : text) {
+        switch (c) {
+        case '&':
+            html += "&amp;";
+            break;
+        case '<':
+            html += "&lt;";
+            break;
+        case '>':
+            html += "&gt;";
+            break;
+        case '"':
+            html += "&quot;";
+            break;
+        case '\'':
+            html += "&#39;";
+            break;
+        case '\0':
+            html += "\xEF\xBF\xBD"; // HTML has no NUL
+            break;
+        default:
+            html += c;
+        }
+    }
+    return html;
+}
+
+std::string randomHex(size_t bytes)
+{
+    std::vector<unsigned char> buffer(bytes);
+    if (BCryptGenRandom(nullptr, buffer.data(), static_cast<ULONG>(bytes), BCRYPT_USE_SYSTEM_PREFERRED_RNG) < 0)
+        throw HostError(kFailed, "the platform gives no random numbers");
+    std::string text;
+    for (const unsigned char byte : buffer)
+        text += fmt::format("{:02x}", byte);
+    return text;
+}
+
+std::string contentPolicy(const std::string& nonce)
+{
+    return "default-src 'none'; style-src 'nonce-" + nonce + "'; form-action 'self'; base-uri 'none'";
+}
+
+std::string htmlPage(std::string_view title, const std::string& nonce, std::string_view body)
+{
+    return fmt::format("<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
+                       "<meta http-equiv=\"Content-Security-Policy\" content=\"{}\">\n"
+                       "<meta name=\"viewport\" content=\"width=device-width\">\n"
+                       "<title>{}</title>\n<style nonce=\"{}\">{}</style>\n</head>\n<body>\n{}</body>\n</html>\n",
+                       escapeHtml(contentPolicy(nonce)), escapeHtml(title), nonce, kPageStyle, body);
+}

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// Text as HTML, for elements and quoted attributes alike.
+std::string escapeHtml(std::string_view text);
+
+/// Random bytes from the platform's generator as hexadecimal digits, two for each. Raises HostError(kFailed).
+std::string randomHex(size_t bytes);
+
+/// What an HTML page may load: its own style sheet, known by the nonce, and nothing else. Forms go to the page's own
+/// origin only.
+std::string contentPolicy(const std::string& nonce);
+
+/// A whole page with the one style sheet of all pages. `title` is text, `body` is HTML.
+std::string htmlPage(std::string_view title, const std::string& nonce, std::string_view body);

@@ -1,0 +1,133 @@
+#include "commands/report.h"
+
+#include "Page.h"
+#include "text.h"
+
+#include <filesystem>
+#include <fmt/format.h>
+#include <fstream>
+
+using nlohmann::ordered_json;
+
+namespace {
+
+struct ReportColumn
+{
+    const char* name;
+    const char* heading;
+    bool alarming; // when it is not 0
+};
+
+constexpr ReportColumn kRunColumns[] = {{"table", "Table", false},     {"method", "Method", false},
+                                        {"adds", "Added", false},      {"updates", "Updated", false},
+                                        {"deletes", "Deleted", false}, {"conflicts", "Conflicts", true},
+                                        {"errors", "Errors", true}};
+constexpr ReportColumn kGuardColumns[] = {{"table", "Table", false},
+                                          {"destination_rows", "Rows", false},
+                                          {"deletes", "Would be deleted", true},
+                                          {"max_delete", "Allowed percent", false}};
+
+std::string textOf(const ordered_json& object, const char* name)
+{
+    const ordered_json value = object.value(name, ordered_json());
+    return value.is_string() ? value.get<std::string>() : value.is_null() ? "" : value.dump();
+}
+
+bool isNumber(const ordered_json& row, const char* name)
+{
+    return row.contains(name) && row[name].is_number();
+}
+
+std::string cell(const ordered_json& row, const ReportColumn& column)
+{
+    const bool number = isNumber(row, column.name);
+    const char* kind = !number ? "" : column.alarming && row[column.name] != 0 ? "number alarm" : "number";
+    return fmt::format("<td class=\"{}\">{}</td>", kind, escapeHtml(textOf(row, column.name)));
+}
+
+template <size_t Count>
+std::string grid(const ordered_json& rows, const ReportColumn (&columns)[Count])
+{
+    std::string html = "<div class=\"card wide\"><table><thead><tr>";
+    for (const ReportColumn& column : columns)
+        html += fmt::format("<th scope=\"col\"{}>{}</th>",
+                            !rows.empty() && isNumber(rows.front(), column.name) ? " class=\"number\"" : "",
+                            column.heading);
+    html += "</tr></thead>\n<tbody>\n";
+    for (const ordered_json& row : rows) {
+        html += "<tr>";
+        for (const ReportColumn& column : columns)
+            html += cell(row, column);
+        html += "</tr>\n";
+    }
+    return html + "</tbody></table></div>\n";
+}
+
+long long total(const ordered_json& tables, const char* counter)
+{
+    long long sum = 0;
+    for (const ordered_json& table : tables)
+        sum += table.value(counter, 0LL);
+    return sum;
+}
+
+std::string notDone(const ordered_json& tables)
+{
+    std::string names;
+    for (const ordered_json& table : tables)
+        if (!table.value("done", true))
+            names += (names.empty() ? "" : ", ") + textOf(table, "table");
+    return names;
+}
+
+std::string message(const char* kind, const std::string& text)
+{
+    return fmt::format("<p class=\"card {}\">{}</p>\n", kind, escapeHtml(text));
+}
+
+/// How the run ended, most important first.
+std::string messages(const ordered_json& result, const ordered_json& tables)
+{
+    std::string html;
+    if (const std::string failure = textOf(result, "text"); !failure.empty())
+        html += message("trouble", "The run failed: " + failure);
+    if (const std::string names = notDone(tables); !names.empty())
+        html += message("trouble", "Not done: " + names);
+    if (const std::string recorded = textOf(result, "recorded"); !recorded.empty())
+        html += message("trouble", "Recorded: " + recorded);
+    const long long conflicts = total(tables, "conflicts");
+    const long long errors = total(tables, "errors");
+    if (conflicts > 0 || errors > 0)
+        html += message("trouble",
+                        fmt::format("Conflicts: {}, errors: {}. Look at them with quinrep review.", conflicts, errors));
+    return html.empty() ? message("notice", "Everything was done, without conflicts or errors.") : html;
+}
+
+std::string guardBody(const ordered_json& tables)
+{
+    return "<main>" + message("trouble", "Nothing was written: the run would delete too many rows.") +
+           grid(tables, kGuardColumns) + "</main>\n";
+}
+
+std::string runBody(const ordered_json& result)
+{
+    const ordered_json tables = result.value("tables", ordered_json::array());
+    return fmt::format("<main><dl><div><dt>Changes from</dt><dd>{}</dd></div><div><dt>to</dt><dd>{}</dd></div></dl>\n",
+                       escapeHtml(textOf(result, "from")), escapeHtml(textOf(result, "to"))) +
+           messages(result, tables) + grid(tables, kRunColumns) + "</main>\n";
+}
+
+} // namespace
+
+std::string reportPage(const ordered_json& result)
+{
+    const std::string heading = "<header><h1>Replication run</h1></header>\n";
+    return htmlPage("Replication run", randomHex(16),
+                    heading + (result.contains("guard") ? guardBody(result["guard"]) : runBody(result)));
+}
+
+bool writeReport(const std::string& path, const ordered_json& result)
+{
+    std::ofstream file(std::filesystem::path(toWide(path)), std::ios::binary);
+    return static_cast<bool>((file << reportPage(result)).flush());
+}

@@ -1,0 +1,61 @@
+#pragma once
+
+/// The style sheet of the review page and of the report. Text and controls have a contrast of at least 4.5:1, also in
+/// the dark scheme.
+constexpr char kPageStyle[] = R"css(
+:root { color-scheme: light dark; --paper: #f6f7f8; --card: #fff; --ink: #1d2730; --soft: #55636f; --line: #d5dbe0;
+  --accent: #0b5c8a; --on-accent: #fff; --mark: #ffe08a; --mark-ink: #3a2b00; --bad: #a01f1f; --bad-paper: #fdecec;
+  --good: #1d6b3a; --good-paper: #e8f5ec; }
+@media (prefers-color-scheme: dark) { :root { --paper: #14191d; --card: #1d2429; --ink: #e4eaee; --soft: #a3b1bc;
+  --line: #38434b; --accent: #7cc4ee; --on-accent: #0c2331; --mark: #6a5200; --mark-ink: #fff3cf; --bad: #ff9d9d;
+  --bad-paper: #3b1f20; --good: #8fdba9; --good-paper: #1b3325; } }
+* { box-sizing: border-box; }
+body { margin: 0; background: var(--paper); color: var(--ink); font: 16px/1.5 system-ui, "Segoe UI", sans-serif; }
+header, main { max-width: 80rem; margin: 0 auto; padding: 1rem 1.5rem; }
+header { display: flex; flex-wrap: wrap; align-items: center; gap: .5rem 1.5rem; }
+h1 { font-size: 1.4rem; margin: 0; flex: 1; }
+h2 { font-size: 1.15rem; margin: 0 0 .25rem; overflow-wrap: anywhere; }
+h3 { font-size: .9rem; margin: 1rem 0 .25rem; color: var(--soft); overflow-wrap: anywhere; }
+.soft { color: var(--soft); font-size: .9rem; margin: 0; overflow-wrap: anywhere; }
+.card { background: var(--card); border: 1px solid var(--line); border-radius: .5rem; padding: 1rem 1.25rem;
+  margin-bottom: 1rem; }
+.notice { border-left: .3rem solid var(--good); background: var(--good-paper); }
+.trouble { border-left: .3rem solid var(--bad); background: var(--bad-paper); white-space: pre-wrap;
+  overflow-wrap: anywhere; }
+.columns { display: grid; grid-template-columns: minmax(15rem, 1fr) 3fr; gap: 1rem; align-items: start; }
+@media (max-width: 50rem) { .columns { grid-template-columns: minmax(0, 1fr); } }
+.columns > * { min-width: 0; }
+.filter { display: flex; flex-wrap: wrap; gap: .75rem; align-items: end; }
+label { font-size: .85rem; color: var(--soft); }
+label > * { display: block; }
+input, select, button { font: inherit; color: var(--ink); background: var(--card); border: 1px solid var(--soft);
+  border-radius: .35rem; padding: .4rem .7rem; max-width: 100%; }
+button { cursor: pointer; border-color: var(--accent); color: var(--accent); font-weight: 600; }
+button.first { background: var(--accent); color: var(--on-accent); }
+button[disabled] { cursor: not-allowed; border-color: var(--line); color: var(--soft); text-decoration: line-through; }
+:focus-visible { outline: .2rem solid var(--accent); outline-offset: .15rem; }
+nav ul { list-style: none; margin: 0; padding: 0; }
+nav a { display: block; padding: .4rem .6rem; border-radius: .35rem; color: var(--ink); text-decoration: none;
+  overflow-wrap: anywhere; border-left: .25rem solid transparent; }
+nav a:hover { background: var(--paper); }
+nav a[aria-current] { background: var(--paper); border-left-color: var(--accent); font-weight: 600; }
+nav small { display: block; color: var(--soft); font-weight: 400; }
+nav > h3:first-child { margin-top: 0; }
+dl { display: flex; flex-wrap: wrap; gap: .5rem 2rem; margin: .75rem 0; }
+dt { font-size: .85rem; color: var(--soft); }
+dd { margin: 0; overflow-wrap: anywhere; }
+table { width: 100%; border-collapse: collapse; }
+th, td { text-align: left; vertical-align: top; padding: .5rem .6rem; border-bottom: 1px solid var(--line); }
+thead th { font-size: .85rem; color: var(--soft); }
+.sides { table-layout: fixed; margin: 1rem 0; }
+.sides th:first-child { width: 22%; overflow-wrap: anywhere; }
+.value { max-height: 18rem; overflow: auto; white-space: pre-wrap; overflow-wrap: anywhere;
+  font-family: ui-monospace, Consolas, monospace; font-size: .9rem; }
+mark { background: var(--mark); color: var(--mark-ink); border-radius: .15rem; }
+.choices { display: grid; grid-template-columns: repeat(auto-fit, minmax(13rem, 1fr)); gap: 1rem; margin-top: 1rem; }
+.choices button { width: 100%; }
+.choices p { margin-top: .35rem; }
+td.number, th.number { text-align: right; font-variant-numeric: tabular-nums; }
+td.alarm { color: var(--bad); font-weight: 700; }
+.wide { overflow-x: auto; }
+)css";
