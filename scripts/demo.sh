@@ -69,7 +69,6 @@ conflictIds() { # TABLE: in the order of the list
 "$repoRoot/scripts/install-deps.sh"
 build QuinmarkRepDLL adodb quinrep
 startTestbed
-cd "$repoRoot"
 mkdir -p "$out"
 rm -f "$out/replicate.log"
 note 'loading the sample into the office database'

@@ -32,5 +32,4 @@ startTestbed
 [[ ${#sqlServer[@]} -eq 0 ]] || useSqlServer "${sqlServer[@]}"
 export QUINMARK_REQUIRE_DATABASE=1 QUINMARK_REQUIRE_DISPLAY=1
 note 'testing'
-cd "$repoRoot"
 runInterruptible ctest --preset "$preset" --parallel "$(nproc)" "$@"

@@ -9,16 +9,19 @@ interruptible=''
 displayPid=''
 testbedUp=''
 
+mkdir -p "$repoRoot/build"
+cd "$repoRoot"
+
 # File names beyond ASCII need a locale that knows them.
 export LC_ALL=C.UTF-8
 export WINEPREFIX="$repoRoot/build/wine" WINEARCH=win32 WINEDEBUG="${WINEDEBUG:--all}"
 # No offers to download browser or .NET engines.
 export WINEDLLOVERRIDES='mscoree,mshtml='
 
-# Runs a long command so that a signal to the script ends it at once.
+# Runs a long command in a group of its own, so that a signal to the script ends it and all that it started at once.
 runInterruptible() {
     local status=0
-    "$@" &
+    setsid "$@" &
     interruptible=$!
     wait "$interruptible" || status=$?
     interruptible=''
@@ -26,13 +29,11 @@ runInterruptible() {
 }
 
 build() { # [TARGET...]: everything unless told
+    local log="$repoRoot/build/build.log"
     note "building ($preset)"
-    mkdir -p "$repoRoot/build"
-    (
-        cd "$repoRoot"
-        cmake --preset "$preset" && cmake --build --preset "$preset" ${1:+--target "$@"}
-    ) >"$repoRoot/build/build.log" 2>&1 || {
-        grep -E 'error|FAILED' -A5 "$repoRoot/build/build.log" | head -n 60 >&2 || tail -n 40 "$repoRoot/build/build.log" >&2
+    { runInterruptible cmake --preset "$preset" &&
+        runInterruptible cmake --build --preset "$preset" ${1:+--target "$@"}; } >"$log" 2>&1 || {
+        grep -E 'error|FAILED' -A5 "$log" | head -n 60 >&2 || tail -n 40 "$log" >&2
         die 'the build failed; all of its output is in build/build.log'
     }
 }
@@ -66,13 +67,34 @@ startWine() {
     wine cmd /c exit >/dev/null 2>&1 9>&-
 }
 
+livingPrograms() {
+    local environment pid
+    for environment in $(grep -lszxF -- "WINEPREFIX=$WINEPREFIX" /proc/[0-9]*/environ); do
+        pid=${environment//[^0-9]/}
+        if tr '\0' ' ' <"/proc/$pid/cmdline" 2>/dev/null | grep -q '\.exe'; then
+            printf '%s\n' "$pid"
+        fi
+    done
+}
+
+# Windows' own programs notice only a moment later that their server is gone.
+stopWine() {
+    local attempt
+    wineserver -k 2>/dev/null || true
+    wineserver -w 2>/dev/null || true
+    for attempt in {1..100}; do
+        [[ -n $(livingPrograms) ]] || return 0
+        sleep 0.05
+    done
+    note "still alive after $attempt looks: $(livingPrograms | tr '\n' ' ')"
+}
+
 stopTestbed() {
     local status=$?
     trap '' INT TERM HUP
-    [[ -z $interruptible ]] || kill "$interruptible" 2>/dev/null || true
+    [[ -z $interruptible ]] || { kill -- "-$interruptible" && wait "$interruptible"; } 2>/dev/null || true
     if [[ -n $testbedUp ]]; then
-        wineserver -k 2>/dev/null || true
-        wineserver -w 2>/dev/null || true
+        stopWine
         [[ -z $displayPid ]] || { kill "$displayPid" && wait "$displayPid"; } 2>/dev/null || true
         "$repoRoot/scripts/devdb.sh" stop 9>&- || true
     fi
