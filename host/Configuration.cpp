@@ -1,12 +1,15 @@
 #include "Configuration.h"
 
 #include "HostError.h"
+#include "passwords.h"
 #include "text.h"
 
+#include <cstdint>
 #include <fmt/format.h>
 #include <fstream>
 #include <limits>
 #include <map>
+#include <set>
 #include <sstream>
 #include <toml++/toml.h>
 
@@ -14,6 +17,9 @@ namespace {
 
 template <class Value>
 using Words = std::map<std::string, Value>;
+
+constexpr short kLowestLogLevel = 1;
+constexpr short kHighestLogLevel = 5;
 
 const Words<enumReplicationMethod> kMethods = {
     {"full_copy", ONE_WAY_DELETE_ALL},          {"one_way", ONE_WAY},
@@ -51,10 +57,33 @@ public:
         const toml::node* node = find(name, otherwise.has_value(), "a text");
         if (!node)
             return otherwise.value_or("");
-        if (const auto value = node->value_exact<std::string>())
+        const auto value = node->value_exact<std::string>();
+        if (value && (!value->empty() || otherwise))
             return *value;
         wrong(*node, name, "a text");
         return {};
+    }
+
+    /// The source of a password. What stands there instead may be a password: it is not repeated.
+    std::string passwordSource(const char* name)
+    {
+        const std::string source = text(name);
+        const toml::node* node = table_.get(name);
+        if (node && !source.empty() && !isPasswordSource(source))
+            wrong(*node, name, kPasswordSources);
+        return source;
+    }
+
+    short wholeNumber(const char* name, short least, short most, short otherwise)
+    {
+        const toml::node* node = find(name, true, "");
+        if (!node)
+            return otherwise;
+        const auto value = node->value_exact<std::int64_t>();
+        if (value && *value >= least && *value <= most)
+            return static_cast<short>(*value);
+        wrong(*node, name, fmt::format("a whole number from {} to {}", least, most));
+        return otherwise;
     }
 
     double number(const char* name, double least, double most, double otherwise)
@@ -82,21 +111,18 @@ public:
         return words.begin()->second;
     }
 
-    /// The table `name` within this one; an empty one, and a mistake, when there is none.
-    const toml::table& section(const char* name)
+    /// The table `name` within this one; null, and a mistake, when there is none.
+    const toml::table* section(const char* name)
     {
-        static const toml::table kNothing;
         const toml::node* node = find(name, false, "a section");
-        if (node && node->as_table())
-            return *node->as_table();
-        if (node)
+        if (node && !node->as_table())
             wrong(*node, name, "a section");
-        return kNothing;
+        return node ? node->as_table() : nullptr;
     }
 
     const toml::node* find(const char* name, bool optional, const std::string& expected)
     {
-        known_.insert_or_assign(name, true);
+        known_.insert(name);
         const toml::node* node = table_.get(name);
         if (!node && !optional)
             mistake(table_, fmt::format("{}{} is missing, expected {}", where_, name, expected));
@@ -118,26 +144,41 @@ public:
     void refuseUnknown()
     {
         for (const auto& [name, node] : table_)
-            if (!known_.count(std::string(name.str())))
-                mistake(node, fmt::format("{}{} is not known here", where_, name.str()));
+            if (!known_.count(name.str()))
+                mistake(node, fmt::format("{}{} is not known here, expected one of {}", where_, name.str(),
+                                          fmt::join(known_, ", ")));
     }
 
 private:
     const toml::table& table_;
     std::string where_;
     std::vector<std::string>& mistakes_;
-    std::map<std::string, bool> known_;
+    std::set<std::string, std::less<>> known_;
 };
 
 SideConfiguration readSide(Reader& top, const char* name, std::vector<std::string>& mistakes)
 {
-    Reader reader(top.section(name), std::string(name) + ".", mistakes);
     SideConfiguration side;
+    const toml::table* section = top.section(name);
+    if (!section)
+        return side;
+    Reader reader(*section, std::string(name) + ".", mistakes);
     side.dsn = reader.text("dsn");
     side.prefix = reader.text("prefix", "");
-    side.password = reader.text("password");
+    side.password = reader.passwordSource("password");
     reader.refuseUnknown();
     return side;
+}
+
+void readLog(Reader& top, Configuration& configuration, std::vector<std::string>& mistakes)
+{
+    const toml::table* section = top.section("log");
+    if (!section)
+        return;
+    Reader log(*section, "log.", mistakes);
+    configuration.logFile = log.text("file");
+    configuration.logLevel = log.wholeNumber("level", kLowestLogLevel, kHighestLogLevel, configuration.logLevel);
+    log.refuseUnknown();
 }
 
 TableConfiguration readTable(const toml::table& table, double maxDelete, std::vector<std::string>& mistakes)
@@ -152,8 +193,10 @@ TableConfiguration readTable(const toml::table& table, double maxDelete, std::ve
     result.maxDelete = reader.number("max_delete", 0, 100, maxDelete);
     if (result.method == ONE_WAY_WITH_PK_FIELD && (result.key.empty() || result.deletes == UNKNOWN))
         reader.mistake(table, "table." + result.name + ": method \"by_key\" needs key and deletes");
-    if (result.method != ONE_WAY_WITH_PK_FIELD && !result.key.empty())
-        reader.mistake(table, "table." + result.name + ": key is for method \"by_key\" only");
+    if (result.method != ONE_WAY_WITH_PK_FIELD && (!result.key.empty() || result.deletes != UNKNOWN))
+        reader.mistake(table, "table." + result.name + ": key and deletes are for method \"by_key\" only");
+    if (result.method == COMPUTER_TYPE && !result.name.empty() && result.name != "computer_type")
+        reader.mistake(table, "table." + result.name + ": method \"computer_type\" is for table computer_type only");
     if (result.method != ONE_WAY_ALLOW_DELETES && !result.dependent.empty() && result.name != "computer_type")
         reader.mistake(table, "table." + result.name + ": dependent is for method \"one_way_deletes\" only");
     reader.refuseUnknown();
@@ -168,11 +211,17 @@ void readTables(Reader& top, Configuration& configuration, double maxDelete, std
     const toml::array* tables = node->as_array();
     if (!tables)
         return top.wrong(*node, "table", "[[table]] sections");
-    for (const toml::node& entry : *tables)
-        if (const toml::table* table = entry.as_table())
-            configuration.tables.push_back(readTable(*table, maxDelete, mistakes));
-        else
+    std::set<std::string> names;
+    for (const toml::node& entry : *tables) {
+        const toml::table* table = entry.as_table();
+        if (!table) {
             top.wrong(entry, "table", "[[table]] sections");
+            continue;
+        }
+        const TableConfiguration& read = configuration.tables.emplace_back(readTable(*table, maxDelete, mistakes));
+        if (!read.name.empty() && !names.insert(read.name).second)
+            top.mistake(entry, "table." + read.name + ": listed twice, expected each table once");
+    }
 }
 
 Configuration readConfiguration(const toml::table& file, std::vector<std::string>& mistakes)
@@ -183,14 +232,11 @@ Configuration readConfiguration(const toml::table& file, std::vector<std::string
     configuration.localIsSource = top.word("local", kRoles);
     configuration.programVersion = top.text("program_version");
     configuration.frequency =
-        static_cast<short>(top.number("frequency", 1, std::numeric_limits<short>::max(), configuration.frequency));
+        top.wholeNumber("frequency", 1, std::numeric_limits<short>::max(), configuration.frequency);
     const double maxDelete = top.number("max_delete", 0, 100, TableConfiguration().maxDelete);
     configuration.source = readSide(top, "source", mistakes);
     configuration.destination = readSide(top, "destination", mistakes);
-    Reader log(top.section("log"), "log.", mistakes);
-    configuration.logFile = log.text("file");
-    configuration.logLevel = static_cast<short>(log.number("level", 1, 5, configuration.logLevel));
-    log.refuseUnknown();
+    readLog(top, configuration, mistakes);
     readTables(top, configuration, maxDelete, mistakes);
     top.refuseUnknown();
     return configuration;
@@ -238,63 +284,4 @@ std::string methodName(enumReplicationMethod method)
         if (value == method)
             return word;
     return std::to_string(static_cast<int>(method));
-}
-
-std::string configurationTemplate()
-{
-    return R"(# Which site this machine is: "offices" or "laptop". It is the key of its row in replication_control.
-site = "laptop"
-
-# Which side the machine's own database is: "source" or "destination".
-local = "destination"
-
-# What replication checks the database's ReplicationVersion against; "laptop" skips the check.
-program_version = "laptop"
-
-# Seconds until the next attempt.
-frequency = 900
-
-# A run that would delete more than this percentage of a table's destination rows stops before it writes anything.
-max_delete = 20
-
-# The two databases: an ODBC data source for 32-bit programs, the text that is put in front of a table's name to reach
-# it from the other database, and where the password of the login quinmarkapp_user comes from:
-# "env:NAME", "file:PATH", "credential:NAME" (Windows Credential Manager) or "prompt".
-[source]
-dsn = "QuinmarkOffice"
-prefix = "office.dbo."
-password = "env:QUINMARK_PASSWORD"
-
-[destination]
-dsn = "QuinmarkLaptop"
-prefix = "laptop.dbo."
-password = "env:QUINMARK_PASSWORD"
-
-# Level 1 logs every statement, 2 the summaries, 4 discrepancies only.
-[log]
-file = "quinrep-component.log"
-level = 2
-
-# The tables in their order. Methods: "full_copy", "one_way", "one_way_deletes" (may have a dependent table), "two_way",
-# "two_way_no_deletes", "computer_type", "by_key" (with key, and deletes = "with_updates", "skip" or "only").
-[[table]]
-name = "ada_code"
-method = "full_copy"
-
-[[table]]
-name = "patient"
-method = "one_way_deletes"
-
-[[table]]
-name = "chart_option"
-method = "one_way_deletes"
-dependent = "chart_option_setting"
-
-[[table]]
-name = "dentist_company"
-method = "by_key"
-key = "dc_id"
-deletes = "with_updates"
-max_delete = 50
-)";
 }

@@ -37,5 +37,8 @@ private:
 /// what to do.
 std::string describe(const com::Error& error);
 
+/// The failure code that stands for an error, as 0x and eight digits.
+std::string hexNumber(const com::Error& error);
+
 /// What to do about an error; empty when nothing is known.
 std::string advice(const com::Error& error);

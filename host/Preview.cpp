@@ -9,6 +9,7 @@
 #include "replication/row_queries.h"
 #include "text.h"
 
+#include <algorithm>
 #include <functional>
 
 namespace {
@@ -43,6 +44,8 @@ public:
 
     TablePreview take()
     {
+        if (configured_.method == COMPUTER_TYPE)
+            table_.sTable = L"computer_type";
         preview_.destinationRows = countRows(databases_.destination(), table_.sTable);
         switch (configured_.method) {
         case ONE_WAY_DELETE_ALL:
@@ -83,11 +86,36 @@ private:
 
     void lookAtFullCopy()
     {
-        if (configured_.method == COMPUTER_TYPE)
-            table_.sTable = L"computer_type";
         preview_.destinationAdds = countRows(databases_.source(), table_.sTable);
-        forEachRow(onlyInDestination(),
-                   [&](const ado::Recordset&, const _variant_t&) { ++preview_.destinationDeletes; });
+        if (preview_.destinationAdds == 0)
+            preview_.destinationDeletes = preview_.destinationRows;
+        else if (hasKey())
+            forEachRow(onlyInDestination(),
+                       [&](const ado::Recordset&, const _variant_t&) { ++preview_.destinationDeletes; });
+        else
+            preview_.destinationDeletes = std::max(0LL, preview_.destinationRows - preview_.destinationAdds);
+        if (configured_.method == COMPUTER_TYPE)
+            lookAtComputerTypeSettings();
+    }
+
+    /// A full copy needs no key: without one, only the numbers of rows can be compared.
+    bool hasKey()
+    {
+        ado::Recordset rs =
+            openForwardOnly(databases_.destination(), L"select * from " + table_.sTable + L" where 1 = 0");
+        bool found = false;
+        for (long index = 0, count = rs.fieldCount(); index < count; ++index)
+            found = found || com::upperCase(rs.field(index).name()) == com::upperCase(table_.sKey);
+        rs.close();
+        return found;
+    }
+
+    /// The settings are emptied and copied with the types: what they would lose counts with what the types would.
+    void lookAtComputerTypeSettings()
+    {
+        const long long rows = countRows(databases_.destination(), L"computer_type_setting");
+        preview_.destinationRows += rows;
+        preview_.destinationDeletes += std::max(0LL, rows - countRows(databases_.source(), L"computer_type_setting"));
     }
 
     void lookAtOneWay()
@@ -216,9 +244,13 @@ DATE lastReplicateDate(const Configuration& configuration, Databases& databases)
         openForwardOnly(databases.local(), L"select last_timestamp from replication_control where unique_key = " +
                                                std::to_wstring(static_cast<int>(configuration.site)));
     if (rs.eof())
-        throw HostError(kFailed, "the site has no control record: insert its row into replication_control of the local "
-                                 "database");
-    const DATE last = com::toDate(rs.field(0).value());
+        throw HostError(kNotReady, "the site has no control record: insert its row into replication_control of the "
+                                   "local database");
+    const _variant_t last = rs.field(0).value();
     rs.close();
-    return last;
+    if (!com::isDate(last))
+        throw HostError(kNotReady,
+                        "last_timestamp of the site's control record is no date; set it to a date before all "
+                        "changes that are to be replicated");
+    return com::toDate(last);
 }

@@ -34,5 +34,5 @@ struct TablePreview
 TablePreview previewTable(const Configuration& configuration, Databases& databases, const TableConfiguration& table,
                           DATE dLastReplicate);
 
-/// The start of the interval that the next run of this site has. Raises HostError(kFailed) when there is none.
+/// The start of the interval that the next run of this site has. Raises HostError(kNotReady) when there is none.
 DATE lastReplicateDate(const Configuration& configuration, Databases& databases);

@@ -1,5 +1,6 @@
 #include "commands.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 
 using nlohmann::ordered_json;
@@ -11,22 +12,34 @@ std::string text(const ordered_json& value)
     return value.is_string() ? value.get<std::string>() : value.is_null() ? "" : value.dump();
 }
 
+/// Characters, not bytes.
+size_t width(const std::string& utf8)
+{
+    return static_cast<size_t>(
+        std::count_if(utf8.begin(), utf8.end(), [](char unit) { return (unit & 0xC0) != 0x80; }));
+}
+
+std::string padded(const std::string& cell, size_t columns, bool right)
+{
+    const std::string blanks(columns > width(cell) ? columns - width(cell) : 0, ' ');
+    return right ? blanks + cell : cell + blanks;
+}
+
 /// Rows as a table with a heading: texts to the left, numbers to the right.
 std::string grid(const ordered_json& rows, const std::vector<const char*>& columns)
 {
     std::vector<size_t> widths;
     for (const char* column : columns) {
-        size_t width = std::string(column).size();
+        size_t widest = width(column);
         for (const ordered_json& row : rows)
-            width = std::max(width, text(row[column]).size());
-        widths.push_back(width);
+            widest = std::max(widest, width(text(row[column])));
+        widths.push_back(widest);
     }
     std::string lines;
     const auto add = [&](const auto& cell, const auto& rightAligned) {
         std::string line;
         for (size_t index = 0; index < columns.size(); ++index)
-            line += rightAligned(columns[index]) ? fmt::format("  {:>{}}", cell(columns[index]), widths[index])
-                                                 : fmt::format("  {:<{}}", cell(columns[index]), widths[index]);
+            line += "  " + padded(cell(columns[index]), widths[index], rightAligned(columns[index]));
         lines += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
     };
     const auto isNumber = [&](const char* column) { return !rows.empty() && rows.front()[column].is_number(); };
@@ -76,15 +89,35 @@ std::string guard(const ordered_json& tables)
     return lines + "Go on with --force if that is meant.\n";
 }
 
+std::string failure(const ordered_json& error)
+{
+    std::string line = text(error["text"]);
+    if (error.contains("number"))
+        line = fmt::format("{} ({}) {}: {}", text(error["number"]), text(error["hex"]), text(error["source"]), line);
+    return "FAILED: " + line + "\n" + (text(error["todo"]).empty() ? "" : "  " + text(error["todo"]) + "\n");
+}
+
+std::string notDone(const ordered_json& tables)
+{
+    std::string names;
+    for (const ordered_json& table : tables)
+        if (!table["done"].get<bool>())
+            names += (names.empty() ? "Not done: " : ", ") + text(table["table"]);
+    return names.empty() ? names : names + "\n";
+}
+
 std::string run(const ordered_json& result)
 {
     if (result.contains("guard"))
         return guard(result["guard"]);
-    std::string lines =
-        fmt::format("Interval: {} to {}\n", text(result["from"]), text(result["to"])) +
-        grid(result["tables"], {"table", "method", "adds", "updates", "deletes", "conflicts", "errors"});
-    if (result.contains("text"))
-        return lines + "FAILED: " + text(result["text"]) + "\n";
+    if (!result.contains("tables"))
+        return failure(result["error"]);
+    const std::string lines = fmt::format("Interval: {} to {}\n", text(result["from"]), text(result["to"])) +
+                              grid(result["tables"], {"table", "method", "adds", "updates", "deletes", "source_adds",
+                                                      "source_updates", "conflicts", "errors"});
+    if (result.contains("error"))
+        return lines + notDone(result["tables"]) + failure(result["error"]) +
+               (text(result["recorded"]).empty() ? "The control record could not be told.\n" : "");
     return text(result["recorded"]).empty() ? lines : lines + "Recorded: " + text(result["recorded"]) + "\n";
 }
 
@@ -139,5 +172,7 @@ std::string humanText(const std::string& command, const ordered_json& result)
         return status(result);
     if (command == "list")
         return grid(result["conflicts"], {"unid", "table_name", "conflict", "key_info"});
+    if (command == "review" && result["resolved"].empty())
+        return {};
     return command == "show" ? conflict(result) : resolved(result);
 }

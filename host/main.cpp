@@ -1,4 +1,7 @@
+#include "Failure.h"
 #include "commands.h"
+#include "commands/report.h"
+#include "control/log.h"
 #include "control/settings.h"
 #include "passwords.h"
 #include "text.h"
@@ -12,6 +15,7 @@
 
 namespace {
 
+using nlohmann::ordered_json;
 using Command = std::function<Outcome(const Configuration&)>;
 
 struct Options
@@ -20,7 +24,10 @@ struct Options
     std::string logFile;
     bool json = false;
     bool quiet = false;
+    bool verbose = false;
+    bool watch = false;
     RunOptions run;
+    std::string reportFile;
     ResolveOptions resolve;
     std::string conflictId;
     bool all = false;
@@ -52,15 +59,45 @@ int initCommand(const std::string& path)
     return kDone;
 }
 
-int execute(const Options& options, const std::string& name, const Command& command)
+Configuration readConfiguration(const Options& options)
 {
     Configuration configuration = loadConfiguration(options.configurationFile);
     if (!options.logFile.empty())
         configuration.logFile = options.logFile;
+    if (options.verbose) {
+        configuration.logLevel = LOG_DEBUG;
+        std::cerr << "quinrep: " << options.configurationFile << ": " << configuration.tables.size() << " tables from "
+                  << configuration.source.dsn << " to " << configuration.destination.dsn
+                  << ", every statement logged to " << configuration.logFile << std::endl;
+    }
     resolvePasswords(configuration);
-    const Outcome outcome = command(configuration);
-    std::cout << (options.json ? outcome.result.dump(2) + "\n" : humanText(name, outcome.result));
-    return outcome.exitCode;
+    return configuration;
+}
+
+/// One object on standard output: indented, or on a line of its own where more than one may come.
+void print(const Options& options, const std::string& name, const ordered_json& result)
+{
+    std::cout << (options.json ? result.dump(options.watch ? -1 : 2) + "\n" : humanText(name, result)) << std::flush;
+}
+
+int execute(const Options& options, const std::string& name, const Command& command)
+{
+    try {
+        const Configuration configuration = readConfiguration(options);
+        if (options.watch)
+            return watchCommand(configuration, options.run,
+                                [&](const Outcome& outcome) { print(options, name, outcome.result); });
+        const Outcome outcome = command(configuration);
+        print(options, name, outcome.result);
+        return outcome.exitCode;
+    }
+    catch (...) {
+        const Failure failure = currentFailure();
+        if (options.json)
+            std::cout << failure.result.dump(2) << std::endl;
+        std::cerr << "quinrep: " << failure.text << std::endl;
+        return failure.exitCode;
+    }
 }
 
 /// The command line. Each subcommand leaves what is to be done in `chosen`.
@@ -71,6 +108,7 @@ void describeCommands(CLI::App& app, Options& options, std::function<int()>& cho
     app.add_option("-c,--config", options.configurationFile, "The configuration file")->capture_default_str();
     app.add_option("--log-file", options.logFile, "The component's log, instead of the configuration's");
     app.add_flag("-q,--quiet", options.quiet, "No progress");
+    app.add_flag("-v,--verbose", options.verbose, "Log every statement");
     app.fallthrough();
 
     const auto add = [&](CLI::App& parent, const char* name, const char* help, Command command) {
@@ -88,14 +126,22 @@ void describeCommands(CLI::App& app, Options& options, std::function<int()>& cho
     add(app, "check", "Look whether everything is in place, and say what to do where not", checkCommand);
     add(app, "preview", "Show what a run would do; changes nothing", previewCommand);
     add(app, "verify", "Compare both sides in full; changes nothing", verifyCommand);
+    add(app, "review", "Show the conflicts in a browser and resolve them there", reviewCommand);
     add(app, "status", "Show the control record, the last counters, waiting conflicts and log errors", statusCommand);
 
-    CLI::App* run = add(app, "run", "Run once", [&](const Configuration& configuration) {
-        options.run.quiet = options.quiet;
-        return runCommand(configuration, options.run);
-    });
+    CLI::App* run =
+        add(app, "run", "Run once, or with --watch whenever a run is due", [&](const Configuration& configuration) {
+            options.run.quiet = options.quiet;
+            Outcome outcome = runCommand(configuration, options.run);
+            if (!options.reportFile.empty() && !writeReport(options.reportFile, outcome.result)) {
+                std::cerr << "quinrep: " << options.reportFile << " cannot be written" << std::endl;
+                outcome.exitCode = kFailed;
+            }
+            return outcome;
+        });
     run->add_flag("--force", options.run.force, "Go on where the guard against mass deletion would stop");
     run->add_flag("--ready", options.run.markReady, "Mark the control records ready first");
+    run->add_option("--report", options.reportFile, "Write the result as an HTML page too");
     run->add_flag("--reset-error", options.run.resetError, "Clear the recorded error first");
 
     CLI::App* conflicts = app.add_subcommand("conflicts", "List, show or resolve conflicts")->require_subcommand(1);
@@ -108,6 +154,8 @@ void describeCommands(CLI::App& app, Options& options, std::function<int()>& cho
         add(*conflicts, "resolve", "Resolve one conflict or all", [&](const Configuration& configuration) {
             if (options.all != options.resolve.id.empty())
                 throw HostError(kUsage, "name one conflict, or --all");
+            if (!options.all && !options.resolve.table.empty())
+                throw HostError(kUsage, "--table goes with --all");
             return resolveConflictsCommand(configuration, options.resolve);
         });
     resolve->add_option("id", options.resolve.id, "The conflict's id");
@@ -129,18 +177,16 @@ int runProgram()
     describeCommands(app, options, chosen);
     try {
         app.parse(arguments());
+        options.run.quiet = options.quiet;
         return chosen();
     }
     catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kDone : kUsage;
     }
-    catch (const HostError& error) {
-        std::cerr << "quinrep: " << error.what() << std::endl;
-        return error.exitCode();
-    }
     catch (...) {
-        std::cerr << "quinrep: " << describe(com::currentError()) << std::endl;
-        return kFailed;
+        const Failure failure = currentFailure();
+        std::cerr << "quinrep: " << failure.text << std::endl;
+        return failure.exitCode;
     }
 }
 

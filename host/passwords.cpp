@@ -5,6 +5,7 @@
 
 #include <fstream>
 #include <iostream>
+#include <optional>
 #include <windows.h>
 
 #include <wincred.h>
@@ -48,22 +49,44 @@ std::wstring fromCredentials(const std::string& source, const std::string& name)
     return password;
 }
 
+/// A line from the console, without echo.
+std::optional<std::wstring> hiddenLine(HANDLE input, DWORD mode)
+{
+    constexpr DWORD kLongest = 512;
+    std::wstring line(kLongest, L'\0');
+    DWORD length = 0;
+    SetConsoleMode(input, (mode | ENABLE_LINE_INPUT) & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
+    const BOOL read = ReadConsoleW(input, line.data(), kLongest, &length, nullptr);
+    SetConsoleMode(input, mode);
+    line.resize(read ? length : 0);
+    const size_t end = line.find_first_of(L"\r\n");
+    if (end == std::wstring::npos)
+        return std::nullopt;
+    return line.substr(0, end);
+}
+
+/// A line of what is piped in.
+std::optional<std::wstring> pipedLine()
+{
+    std::string line;
+    if (!std::getline(std::cin, line))
+        return std::nullopt;
+    if (!line.empty() && line.back() == '\r')
+        line.pop_back();
+    return toWide(line);
+}
+
 std::wstring fromPrompt(const std::string& source, const std::string& what)
 {
     const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
     DWORD mode = 0;
     const bool console = GetConsoleMode(input, &mode) != 0;
-    if (console)
-        SetConsoleMode(input, mode & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
     std::cerr << "Password for " << what << ": " << std::flush;
-    std::string line;
-    const bool read = static_cast<bool>(std::getline(std::cin, line));
-    if (console)
-        SetConsoleMode(input, mode);
+    const std::optional<std::wstring> line = console ? hiddenLine(input, mode) : pipedLine();
     std::cerr << std::endl;
-    if (!read)
+    if (!line)
         fail(source, "nothing was entered");
-    return toWide(line);
+    return *line;
 }
 
 } // namespace
@@ -81,7 +104,15 @@ std::wstring resolvePassword(const std::string& source, const std::string& what)
         return fromCredentials(source, name);
     if (source == "prompt")
         return fromPrompt(source, what);
-    throw HostError(kUsage, "a password comes from \"env:NAME\", \"file:PATH\", \"credential:NAME\" or \"prompt\"");
+    throw HostError(kUsage, std::string("a password comes from ") + kPasswordSources);
+}
+
+bool isPasswordSource(const std::string& source)
+{
+    for (const char* kind : {"env:", "file:", "credential:"})
+        if (source.starts_with(kind) && source.size() > std::char_traits<char>::length(kind))
+            return true;
+    return source == "prompt";
 }
 
 void resolvePasswords(Configuration& configuration)

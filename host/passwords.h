@@ -9,5 +9,11 @@
 /// Raises HostError(kUsage) with the source, never with the password.
 std::wstring resolvePassword(const std::string& source, const std::string& what);
 
+/// Whether a text names one of these sources.
+bool isPasswordSource(const std::string& source);
+
+/// The sources in words, for a message.
+inline constexpr char kPasswordSources[] = "\"env:NAME\", \"file:PATH\", \"credential:NAME\" or \"prompt\"";
+
 /// Asks for the passwords of both sides, once.
 void resolvePasswords(Configuration& configuration);

@@ -2,6 +2,19 @@
 
 #include <windows.h>
 
+namespace {
+
+std::wstring decoded(std::string_view text, UINT codePage)
+{
+    const int size = static_cast<int>(text.size());
+    const int length = MultiByteToWideChar(codePage, 0, text.data(), size, nullptr, 0);
+    std::wstring wide(static_cast<size_t>(length), L'\0');
+    MultiByteToWideChar(codePage, 0, text.data(), size, wide.data(), length);
+    return wide;
+}
+
+} // namespace
+
 std::string toUtf8(std::wstring_view text)
 {
     const int wideLength = static_cast<int>(text.size());
@@ -13,9 +26,10 @@ std::string toUtf8(std::wstring_view text)
 
 std::wstring toWide(std::string_view text)
 {
-    const int utf8Length = static_cast<int>(text.size());
-    const int length = MultiByteToWideChar(CP_UTF8, 0, text.data(), utf8Length, nullptr, 0);
-    std::wstring wide(static_cast<size_t>(length), L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, text.data(), utf8Length, wide.data(), length);
-    return wide;
+    return decoded(text, CP_UTF8);
+}
+
+std::wstring fromAnsi(std::string_view text)
+{
+    return decoded(text, CP_ACP);
 }

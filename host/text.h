@@ -6,3 +6,6 @@
 /// Texts are UTF-16 towards the platform and UTF-8 towards files, standard output and the browser.
 std::string toUtf8(std::wstring_view text);
 std::wstring toWide(std::string_view text);
+
+/// Text in the ANSI code page, as the component's log has it.
+std::wstring fromAnsi(std::string_view text);

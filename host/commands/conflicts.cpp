@@ -51,7 +51,7 @@ ordered_json oneConflict(clsConn& local, const std::string& id)
 }
 
 /// Lets the component settle one conflict; the reason when it refuses.
-std::string resolveOne(Component& component, clsConn& local, const std::string& id, enumResolution use)
+std::string askComponent(Component& component, clsConn& local, const std::string& id, enumResolution use)
 {
     ado::Recordset rs = openForwardOnly(local, kColumns + std::wstring(L" where unid = ") + idLiteral(id));
     _variant_t conflictId = com::textVariant(toWide(id));
@@ -67,6 +67,27 @@ std::string resolveOne(Component& component, clsConn& local, const std::string& 
     if (done != VARIANT_FALSE)
         return {};
     return toUtf8(textProperty([&](BSTR* text) { return conflict->get_sErrorMessage(text); }));
+}
+
+/// The component wants both dates of a conflict, and a row that one side lacks may have been recorded without one.
+bool lacksDate(const ordered_json& conflict)
+{
+    return conflict["source_mod_date"].is_null() || conflict["destination_mod_date"].is_null();
+}
+
+/// The reason why a conflict stays against the wish of the person; empty when there is none.
+std::string resolveOne(Component& component, clsConn& local, const ordered_json& conflict, enumResolution use)
+{
+    try {
+        return askComponent(component, local, conflict["unid"], use);
+    }
+    catch (const com::Error& error) {
+        const std::string text = describe(error);
+        return lacksDate(conflict)
+                   ? text + "\n  One of its dates is empty, so the component cannot load it: settle the "
+                            "row in the database, then delete the conflict there."
+                   : text;
+    }
 }
 
 bool exists(clsConn& local, const std::string& id)
@@ -115,7 +136,7 @@ Outcome resolveConflictsCommand(const Configuration& configuration, const Resolv
     Outcome outcome{{{"resolved", ordered_json::array()}}};
     for (ordered_json& conflict : chosen) {
         const std::string id = conflict["unid"];
-        const std::string refusal = resolveOne(component, local, id, options.use);
+        const std::string refusal = resolveOne(component, local, conflict, options.use);
         const bool waits = exists(local, id);
         outcome.result["resolved"].push_back({{"unid", id},
                                               {"table_name", conflict["table_name"]},

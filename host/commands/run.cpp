@@ -1,46 +1,16 @@
+#include "Failure.h"
 #include "Preview.h"
+#include "Progress.h"
+#include "SiteLock.h"
 #include "TableRun.h"
 #include "cancellation.h"
 #include "commands.h"
 #include "commands/rows.h"
 
-#include <chrono>
-#include <fmt/format.h>
-#include <iostream>
-
 using Microsoft::WRL::ComPtr;
 using nlohmann::ordered_json;
 
 namespace {
-
-/// At most one run at a time for a site and database. The platform frees it when a process dies.
-class SiteLock
-{
-public:
-    explicit SiteLock(const Configuration& configuration)
-        : mutex_(CreateMutexW(
-              nullptr, FALSE,
-              (L"Local\\quinrep-" + toWide(configuration.local().dsn) + L"-" + siteKey(configuration.site)).c_str()))
-    {
-        const DWORD waited = mutex_ ? WaitForSingleObject(mutex_, 0) : WAIT_FAILED;
-        held_ = waited == WAIT_OBJECT_0 || waited == WAIT_ABANDONED;
-        if (!held_)
-            throw HostError(kNotReady, "another run of this site is going on");
-    }
-    ~SiteLock()
-    {
-        if (held_)
-            ReleaseMutex(mutex_);
-        if (mutex_)
-            CloseHandle(mutex_);
-    }
-    SiteLock(const SiteLock&) = delete;
-    SiteLock& operator=(const SiteLock&) = delete;
-
-private:
-    HANDLE mutex_;
-    bool held_ = false;
-};
 
 /// The tables that would lose more rows than they may.
 ordered_json endangeredTables(const Configuration& configuration)
@@ -59,34 +29,6 @@ ordered_json endangeredTables(const Configuration& configuration)
     return endangered;
 }
 
-/// Progress on standard error: one line that is written over on a terminal, plain lines in a pipe.
-class Progress
-{
-public:
-    Progress(const std::vector<TableConfiguration>& tables, bool quiet) : tables_(tables), quiet_(quiet)
-    {
-        DWORD mode = 0;
-        terminal_ = GetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), &mode) != 0;
-    }
-
-    void show(size_t index, const char* what) const
-    {
-        if (quiet_)
-            return;
-        const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin_).count();
-        std::cerr << fmt::format("{}[{}/{}] {} {} ({:.1f} s){}", terminal_ ? "\r\033[K" : "", index + 1, tables_.size(),
-                                 tables_[index].name, what, seconds,
-                                 terminal_ && index + 1 < tables_.size() ? "" : "\n")
-                  << std::flush;
-    }
-
-private:
-    const std::vector<TableConfiguration>& tables_;
-    bool quiet_;
-    bool terminal_;
-    std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
-};
-
 long counter(_clsReplicateTable& table, HRESULT (STDMETHODCALLTYPE _clsReplicateTable::*property)(long*))
 {
     long value = 0;
@@ -103,6 +45,9 @@ ordered_json tableResult(const TableConfiguration& configured, const TableInRun&
             {"updates", counter(table, &_clsReplicateTable::get_lCntDestUpdate)},
             {"adds", counter(table, &_clsReplicateTable::get_lCntDestAdd)},
             {"deletes", counter(table, &_clsReplicateTable::get_lCntDestDelete)},
+            {"source_updates", counter(table, &_clsReplicateTable::get_lCntSourceUpdate)},
+            {"source_adds", counter(table, &_clsReplicateTable::get_lCntSourceAdd)},
+            {"source_deletes", counter(table, &_clsReplicateTable::get_lCntSourceDelete)},
             {"conflicts", counter(table, &_clsReplicateTable::get_lCntConflict)},
             {"errors", counter(table, &_clsReplicateTable::get_lCntError)}};
 }
@@ -132,9 +77,11 @@ public:
     {
     }
 
-    Outcome go(bool markReady)
+    Outcome go(const RunOptions& options)
     {
-        prepare(markReady);
+        if (options.resetError)
+            component_.resetError();
+        prepare(options.markReady);
         std::vector<TableInRun> created;
         for (const TableConfiguration& table : configuration_.tables)
             created.push_back({table.name, component_.createTable(table)});
@@ -148,16 +95,17 @@ public:
             advanceLaptop();
         }
         catch (const com::Error& error) {
-            component_.setError(error.description);
             return failed(error, tables);
         }
         return finished(tables);
     }
 
+    /// Raises when the databases do not belong together.
+    void ensurePair() { component_.ensureReplication(); }
+
 private:
     void prepare(bool markReady)
     {
-        component_.ensureReplication();
         run_ = component_.createReplication();
         if (markReady)
             com::checkCall(run_->SetReady());
@@ -177,7 +125,7 @@ private:
         return toUtf8(textProperty([this](BSTR* text) { return run_->get_sErrorMessage(text); }));
     }
 
-    /// The component moves the interval of the offices' site only; a laptop's host moves its own.
+    /// The component moves interval and next attempt of the offices' site only; a laptop's host moves its own.
     void advanceLaptop()
     {
         if (configuration_.site == OFFICES)
@@ -185,7 +133,8 @@ private:
         Databases databases(configuration_);
         databases.local().execute(L"update replication_control set last_timestamp = " +
                                       Common::SqlDate(dateProperty(*run_.Get(), &_clsReplicate::get_dNextReplicate)) +
-                                      L" where unique_key = " + siteKey(configuration_.site),
+                                      L", next_timestamp = dateadd(s," + std::to_wstring(configuration_.frequency) +
+                                      L",getdate()) where unique_key = " + siteKey(configuration_.site),
                                   false);
     }
 
@@ -200,12 +149,41 @@ private:
         return result;
     }
 
+    /// Whether the component still reaches both databases.
+    bool connected()
+    {
+        try {
+            component_.ensureReplication();
+            return true;
+        }
+        catch (const com::Error&) {
+            return false;
+        }
+    }
+
+    /// Tells the control record of a failure, through new connections where the old ones are gone; false when it cannot
+    /// be told.
+    bool tellControlRecord(const com::Error& error, bool isConnected)
+    {
+        try {
+            if (isConnected)
+                component_.setError(error.description);
+            else
+                Component(configuration_).setError(error.description);
+            return true;
+        }
+        catch (const com::Error&) {
+            return false;
+        }
+    }
+
     Outcome failed(const com::Error& error, TableRun& tables)
     {
+        const bool isConnected = connected();
         Outcome outcome{summary(tables), kFailed};
-        outcome.result["error"] = {
-            {"number", error.number}, {"source", toUtf8(error.source)}, {"description", toUtf8(error.description)}};
-        outcome.result["text"] = describe(error);
+        outcome.result["error"] = errorJson(error);
+        outcome.result["connection_lost"] = !isConnected;
+        outcome.result["recorded"] = tellControlRecord(error, isConnected) ? toUtf8(error.description) : "";
         return outcome;
     }
 
@@ -235,12 +213,13 @@ private:
 Outcome runCommand(const Configuration& configuration, const RunOptions& options)
 {
     const SiteLock lock(configuration);
+    cancellation();
+    Run run(configuration, options);
+    run.ensurePair();
     if (!options.force) {
         ordered_json endangered = endangeredTables(configuration);
         if (!endangered.empty())
             return {{{"guard", std::move(endangered)}}, kGuarded};
     }
-    if (options.resetError)
-        Component(configuration).resetError();
-    return Run(configuration, options).go(options.markReady);
+    return run.go(options);
 }

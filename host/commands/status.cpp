@@ -21,7 +21,7 @@ ordered_json lastLogErrors(const std::string& path)
             continue;
         if (!line.empty() && line.back() == '\r')
             line.pop_back();
-        found.push_back(line);
+        found.push_back(toUtf8(fromAnsi(line)));
         if (found.size() > kShownLogErrors)
             found.pop_front();
     }
@@ -39,8 +39,9 @@ Outcome statusCommand(const Configuration& configuration)
                                            L"from replication_control" +
                                                site);
     if (control.empty())
-        throw HostError(kFailed, "the site has no control record: insert its row into replication_control of the local "
-                                 "database");
+        throw HostError(kNotReady,
+                        "the site has no control record: insert its row into replication_control of the local "
+                        "database");
     ordered_json waiting = jsonRows(local, L"select table_name, count(*) waiting from replication_conflict group by "
                                            L"table_name order by table_name");
     ordered_json counts = jsonRows(local, L"select count_name, count_value from replication_counts" + site);

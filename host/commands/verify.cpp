@@ -4,7 +4,7 @@
 #include "replication/row_queries.h"
 
 #include <cstdint>
-#include <unordered_map>
+#include <map>
 
 using nlohmann::ordered_json;
 
@@ -29,7 +29,7 @@ std::uint64_t fingerprint(const ado::Recordset& rs, long count)
     return hash;
 }
 
-using Rows = std::unordered_map<std::wstring, std::uint64_t>;
+using Rows = std::map<std::wstring, std::uint64_t>;
 
 Rows readRows(clsConn& conn, const KeyedTable& table)
 {

@@ -1,0 +1,129 @@
+#include "Failure.h"
+#include "Session.h"
+#include "cancellation.h"
+#include "commands.h"
+#include "commands/Pauses.h"
+#include "commands/rows.h"
+
+#include <cmath>
+#include <thread>
+
+using nlohmann::ordered_json;
+using Seconds = std::chrono::seconds;
+
+namespace {
+
+constexpr double kSecondsPerDay = 86400;
+/// The control record is read again at least this often: somebody may have moved the next attempt.
+constexpr Seconds kLongestWait{60};
+
+/// Waits; false when it was cancelled.
+bool wait(Seconds time)
+{
+    const auto end = std::chrono::steady_clock::now() + time;
+    while (!cancellation() && std::chrono::steady_clock::now() < end)
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    return !cancellation();
+}
+
+/// Runs again and again, and knows what the last attempt left behind.
+class Watch
+{
+public:
+    Watch(const Configuration& configuration, const RunOptions& options,
+          const std::function<void(const Outcome&)>& tell)
+        : configuration_(configuration),
+          options_(options),
+          tell_(tell)
+    {
+    }
+
+    ExitCode go()
+    {
+        while (!cancellation()) {
+            Seconds pause{0};
+            try {
+                pause = untilDue();
+                if (pause.count() == 0)
+                    pause = attempt();
+            }
+            catch (...) {
+                pause = fail(currentFailure());
+            }
+            wait(pause);
+        }
+        return last_;
+    }
+
+private:
+    /// Until next_timestamp by the local server's clock; 0 when it is due. Raises com::Error.
+    Seconds untilDue()
+    {
+        Databases databases(configuration_);
+        ado::Recordset rs = openForwardOnly(databases.local(), L"select next_timestamp, getdate() from "
+                                                               L"replication_control where unique_key = " +
+                                                                   siteKey(configuration_.site));
+        if (rs.eof())
+            throw HostError(kNotReady, "the site has no control record: insert its row into replication_control of the "
+                                       "local database");
+        const _variant_t next = rs.field(0).value();
+        const DATE now = com::toDate(rs.field(1).value());
+        rs.close();
+        const double seconds = com::isDate(next) ? std::ceil((com::toDate(next) - now) * kSecondsPerDay) : 0;
+        return Seconds(static_cast<long long>(std::clamp<double>(seconds, 0, kLongestWait.count())));
+    }
+
+    /// One run; the pause after it.
+    Seconds attempt()
+    {
+        RunOptions options = options_;
+        options.resetError = options_.resetError || ownErrorIsRecorded();
+        const Outcome outcome = runCommand(configuration_, options);
+        options_.resetError = false;
+        tell_(outcome);
+        last_ = outcome.exitCode;
+        lostWith_ = outcome.result.value("connection_lost", false) ? outcome.result.value("recorded", "") : "";
+        if (outcome.exitCode != kDone && outcome.exitCode != kRecorded)
+            return pauses_.next();
+        pauses_.reset();
+        return Seconds(1);
+    }
+
+    Seconds fail(const Failure& failure)
+    {
+        last_ = failure.exitCode;
+        tell_({failure.result, failure.exitCode});
+        return pauses_.next();
+    }
+
+    /// Whether the control record is in error because this watch lost a connection, and for no other reason.
+    bool ownErrorIsRecorded()
+    {
+        if (lostWith_.empty())
+            return false;
+        Databases databases(configuration_);
+        const ordered_json rows =
+            jsonRows(databases.local(), L"select error_message from replication_control where unique_key = " +
+                                            siteKey(configuration_.site));
+        if (rows.empty() || !rows.front()["error_message"].is_string())
+            return false;
+        const std::string recorded = rows.front()["error_message"];
+        return !recorded.empty() && lostWith_.starts_with(recorded);
+    }
+
+    const Configuration& configuration_;
+    RunOptions options_;
+    const std::function<void(const Outcome&)>& tell_;
+    Pauses pauses_;
+    /// What a run that lost its connection told the control record; empty after any other run.
+    std::string lostWith_;
+    ExitCode last_ = kDone;
+};
+
+} // namespace
+
+ExitCode watchCommand(const Configuration& configuration, const RunOptions& options,
+                      const std::function<void(const Outcome&)>& tell)
+{
+    return Watch(configuration, options, tell).go();
+}
