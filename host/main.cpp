@@ -74,22 +74,25 @@ Configuration readConfiguration(const Options& options)
     return configuration;
 }
 
-/// One object on standard output: indented, or on a line of its own where more than one may come.
-void print(const Options& options, const std::string& name, const ordered_json& result)
+/// Tells an outcome on standard output, and in the report's file where one is wanted. In JSON it is one object:
+/// indented, or on a line of its own where more than one may come.
+ExitCode tell(const Options& options, const std::string& name, const Outcome& outcome)
 {
-    std::cout << (options.json ? result.dump(options.watch ? -1 : 2) + "\n" : humanText(name, result)) << std::flush;
+    std::cout << (options.json ? outcome.result.dump(options.watch ? -1 : 2) + "\n" : humanText(name, outcome.result))
+              << std::flush;
+    if (options.reportFile.empty() || writeReport(options.reportFile, outcome.result))
+        return outcome.exitCode;
+    std::cerr << "quinrep: " << options.reportFile << " cannot be written" << std::endl;
+    return kFailed;
 }
 
 int execute(const Options& options, const std::string& name, const Command& command)
 {
     try {
         const Configuration configuration = readConfiguration(options);
-        if (options.watch)
-            return watchCommand(configuration, options.run,
-                                [&](const Outcome& outcome) { print(options, name, outcome.result); });
-        const Outcome outcome = command(configuration);
-        print(options, name, outcome.result);
-        return outcome.exitCode;
+        if (!options.watch)
+            return tell(options, name, command(configuration));
+        return watchCommand(configuration, options.run, [&](const Outcome& outcome) { tell(options, name, outcome); });
     }
     catch (...) {
         const Failure failure = currentFailure();
@@ -129,16 +132,9 @@ void describeCommands(CLI::App& app, Options& options, std::function<int()>& cho
     add(app, "review", "Show the conflicts in a browser and resolve them there", reviewCommand);
     add(app, "status", "Show the control record, the last counters, waiting conflicts and log errors", statusCommand);
 
-    CLI::App* run =
-        add(app, "run", "Run once, or with --watch whenever a run is due", [&](const Configuration& configuration) {
-            options.run.quiet = options.quiet;
-            Outcome outcome = runCommand(configuration, options.run);
-            if (!options.reportFile.empty() && !writeReport(options.reportFile, outcome.result)) {
-                std::cerr << "quinrep: " << options.reportFile << " cannot be written" << std::endl;
-                outcome.exitCode = kFailed;
-            }
-            return outcome;
-        });
+    CLI::App* run = add(app, "run", "Run once, or with --watch whenever a run is due",
+                        [&](const Configuration& configuration) { return runCommand(configuration, options.run); });
+    run->add_flag("--watch", options.watch, "Run whenever the control record's next_timestamp is due, until Ctrl-C");
     run->add_flag("--force", options.run.force, "Go on where the guard against mass deletion would stop");
     run->add_flag("--ready", options.run.markReady, "Mark the control records ready first");
     run->add_option("--report", options.reportFile, "Write the result as an HTML page too");
