@@ -1,0 +1,32 @@
+# cmake -DBUILD=... -DNAME=... -DWIXL=... -DWIXL_HEAT=... -P make_package.cmake
+# Collects the installed files below BUILD/package and makes BUILD/NAME.zip and BUILD/NAME.msi of them.
+cmake_minimum_required(VERSION 3.25)
+
+foreach(tool WIXL WIXL_HEAT)
+    if(NOT ${tool})
+        message(FATAL_ERROR "wixl is missing; run scripts/install-deps.sh")
+    endif()
+endforeach()
+
+set(work "${BUILD}/package")
+file(REMOVE_RECURSE "${work}/${NAME}")
+execute_process(
+    COMMAND "${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${work}/${NAME}" --component product --strip
+    OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+
+file(REMOVE "${BUILD}/${NAME}.zip" "${BUILD}/${NAME}.msi")
+execute_process(
+    COMMAND "${CMAKE_COMMAND}" -E tar cf "${BUILD}/${NAME}.zip" --format=zip "${NAME}"
+    WORKING_DIRECTORY "${work}" COMMAND_ERROR_IS_FATAL ANY)
+
+file(GLOB_RECURSE files RELATIVE "${work}" "${work}/${NAME}/*")
+list(JOIN files "\n" list)
+file(WRITE "${work}/files.txt" "${list}\n")
+execute_process(
+    COMMAND "${WIXL_HEAT}" -p "${NAME}/" --directory-ref INSTALLDIR --component-group Files --var var.Stage
+    INPUT_FILE "${work}/files.txt" OUTPUT_FILE "${work}/files.wxs"
+    WORKING_DIRECTORY "${work}" COMMAND_ERROR_IS_FATAL ANY)
+# wixl does not find files by an absolute path.
+execute_process(
+    COMMAND "${WIXL}" -D "Stage=${NAME}" -o "${BUILD}/${NAME}.msi" QuinmarkRepDLL.wxs files.wxs
+    WORKING_DIRECTORY "${work}" COMMAND_ERROR_IS_FATAL ANY)
