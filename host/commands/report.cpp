@@ -18,9 +18,14 @@ struct ReportColumn
     bool alarming; // when it is not 0
 };
 
-constexpr ReportColumn kRunColumns[] = {{"table", "Table", false},     {"method", "Method", false},
-                                        {"adds", "Added", false},      {"updates", "Updated", false},
-                                        {"deletes", "Deleted", false}, {"conflicts", "Conflicts", true},
+constexpr ReportColumn kRunColumns[] = {{"table", "Table", false},
+                                        {"method", "Method", false},
+                                        {"adds", "Added", false},
+                                        {"updates", "Updated", false},
+                                        {"deletes", "Deleted", false},
+                                        {"source_adds", "Added at the source", false},
+                                        {"source_updates", "Updated at the source", false},
+                                        {"conflicts", "Conflicts", true},
                                         {"errors", "Errors", true}};
 constexpr ReportColumn kGuardColumns[] = {{"table", "Table", false},
                                           {"destination_rows", "Rows", false},
@@ -85,12 +90,22 @@ std::string message(const char* kind, const std::string& text)
     return fmt::format("<p class=\"card {}\">{}</p>\n", kind, escapeHtml(text));
 }
 
+std::string failureText(const ordered_json& error)
+{
+    std::string text = textOf(error, "text");
+    if (error.contains("number"))
+        text =
+            fmt::format("{} ({}) {}: {}", textOf(error, "number"), textOf(error, "hex"), textOf(error, "source"), text);
+    const std::string todo = textOf(error, "todo");
+    return todo.empty() ? text : text + "\n" + todo;
+}
+
 /// How the run ended, most important first.
 std::string messages(const ordered_json& result, const ordered_json& tables)
 {
     std::string html;
-    if (const std::string failure = textOf(result, "text"); !failure.empty())
-        html += message("trouble", "The run failed: " + failure);
+    if (result.contains("error"))
+        html += message("trouble", "The run failed: " + failureText(result["error"]));
     if (const std::string names = notDone(tables); !names.empty())
         html += message("trouble", "Not done: " + names);
     if (const std::string recorded = textOf(result, "recorded"); !recorded.empty())

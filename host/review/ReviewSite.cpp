@@ -1,7 +1,7 @@
 #include "review/ReviewSite.h"
 
+#include "Failure.h"
 #include "Page.h"
-#include "com/error.h"
 #include "commands.h"
 #include "review/choices.h"
 
@@ -63,11 +63,8 @@ std::string failureText()
     catch (const HttpError&) {
         throw;
     }
-    catch (const HostError& error) {
-        return error.what();
-    }
     catch (...) {
-        return describe(com::currentError());
+        return currentFailure().text;
     }
 }
 

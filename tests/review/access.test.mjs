@@ -1,0 +1,153 @@
+import assert from 'node:assert/strict';
+import { createServer, request } from 'node:http';
+import { connect } from 'node:net';
+import { once } from 'node:events';
+import { after, before, beforeEach, test } from 'node:test';
+import { Practice } from './support/Practice.mjs';
+import { Browser, Review } from './support/Review.mjs';
+
+const practice = new Practice();
+const { laptop } = practice;
+let review;
+let browser;
+let conflict;
+
+before(async () => {
+    review = await Review.start('laptop');
+    browser = await Browser.start();
+});
+after(async () => {
+    await browser?.stop();
+    const code = await review?.stop();
+    practice.clear();
+    assert.equal(code, 0);
+});
+beforeEach(() => {
+    practice.clear();
+    conflict = practice.conflict(laptop, { key: 'Secret key', office: 'set at the office', laptop: 'kept' });
+});
+
+/// Sends bytes as they are, in pieces; all that comes back.
+async function speak(...pieces) {
+    const socket = connect(new URL(review.address).port, '127.0.0.1');
+    let received = '';
+    socket.on('data', (data) => { received += data; });
+    for (const piece of pieces) {
+        socket.write(piece);
+        await new Promise((resolve) => setTimeout(resolve, 50));
+    }
+    await once(socket, 'close');
+    return received;
+}
+
+/// The status of a GET with any headers, also those that fetch keeps for itself.
+async function statusWith(headers) {
+    const [answer] = await once(request(review.address, { headers }).end(), 'response');
+    answer.resume();
+    return answer.statusCode;
+}
+
+function assertUntouched() {
+    assert.equal(laptop.waits(conflict), true);
+    assert.equal(laptop.shortcutText(conflict.row), 'kept');
+}
+
+test('without the token, or with a wrong one, nothing is shown and nothing is done', async () => {
+    const token = new URL(review.address).pathname.slice(1, -1);
+    assert.match(token, /^[0-9a-f]{48}$/);
+    const wrong = (token[0] === '0' ? '1' : '0') + token.slice(1);
+    for (const path of ['/', '/favicon.ico', `/${wrong}/`, `/${token}0/`, `/${token.slice(0, -1)}/`, `//${token}/`]) {
+        const answer = await fetch(review.origin + path);
+        assert.equal(answer.status, 403, path);
+        assert.equal(await answer.text(), 'refused\n');
+    }
+    const answer = await fetch(`${review.origin}/${wrong}/resolve`, {
+        method: 'POST', headers: { Origin: review.origin }, body: new URLSearchParams({ id: conflict.id, use: 'source' }) });
+    assert.equal(answer.status, 403);
+    assertUntouched();
+    await browser.page.goto(`${review.origin}/${wrong}/`);
+    await browser.screenshot('access-wrong-token');
+});
+
+test('the token is another one every time', async () => {
+    const other = await Review.start('laptop');
+    assert.notEqual(new URL(other.address).pathname, new URL(review.address).pathname);
+    assert.equal(await other.stop(), 0);
+});
+
+test('a form on a page of another origin is refused, even with the token', async () => {
+    const stranger = createServer((_, answer) => answer.setHeader('Content-Type', 'text/html').end(
+        `<form method="post" action="${review.address}resolve"><input name="id" value="${conflict.id}">
+         <button name="use" value="source">Win a prize</button></form>`)).listen(0, '127.0.0.1');
+    await once(stranger, 'listening');
+    await browser.page.goto(`http://127.0.0.1:${stranger.address().port}/`);
+    const [answer] = await Promise.all([
+        browser.page.waitForResponse((response) => response.url().endsWith('/resolve')),
+        browser.page.getByRole('button').click(),
+    ]);
+    stranger.close();
+    assert.equal(answer.status(), 403);
+    assertUntouched();
+});
+
+test('a form without an origin, and a name that leads to this machine, are refused', async () => {
+    const body = `id=${conflict.id}&use=source`;
+    const { host, pathname } = new URL(review.address);
+    const answer = await speak(`POST ${pathname}resolve HTTP/1.1\r\nHost: ${host}\r\nContent-Length: ${body.length}\r\n\r\n`,
+        body);
+    assert.match(answer, /^HTTP\/1\.1 403 /);
+    assert.equal(await statusWith({ Host: 'practice.example:80' }), 403);
+    assert.equal(await statusWith({ Origin: 'http://practice.example' }), 403);
+    assert.equal(await statusWith({}), 200);
+    assertUntouched();
+});
+
+test('what is no request gets 400, what is too large 413 or 431, and the page still answers', async () => {
+    const { host, pathname } = new URL(review.address);
+    const post = `POST ${pathname}resolve HTTP/1.1\r\nHost: ${host}\r\nOrigin: ${review.origin}\r\n`;
+    const get = `GET ${pathname} HTTP/1.1\r\nHost: ${host}\r\n`;
+    assert.match(await speak('rubbish\r\n\r\n'), /^HTTP\/1\.1 400 /);
+    assert.match(await speak(`GET ${pathname} HTTP/3\r\nHost: ${host}\r\n\r\n`), /^HTTP\/1\.1 400 /);
+    assert.match(await speak(`${get}Host: ${host}\r\n\r\n`), /^HTTP\/1\.1 400 /);
+    assert.match(await speak(`${get}no colon\r\n\r\n`), /^HTTP\/1\.1 400 /);
+    assert.match(await speak(`GET ${pathname}?text=%zz HTTP/1.1\r\nHost: ${host}\r\n\r\n`), /^HTTP\/1\.1 400 /);
+    assert.match(await speak(`${post}Transfer-Encoding: chunked\r\n\r\n`), /^HTTP\/1\.1 400 /);
+    assert.match(await speak(`${post}Content-Length: -1\r\n\r\n`), /^HTTP\/1\.1 400 /);
+    assert.match(await speak(`${post}Content-Length: 99999999999999999999\r\n\r\n`), /^HTTP\/1\.1 413 /);
+    assert.match(await speak(`${post}Content-Length: 20000\r\n\r\n`), /^HTTP\/1\.1 413 /);
+    assert.match(await speak(`${get}X: ${'x'.repeat(17000)}`), /^HTTP\/1\.1 431 /);
+    assert.equal((await review.post('resolve', { id: conflict.id, use: 'both' })).status, 400);
+    assert.equal((await fetch(review.address + 'resolve')).status, 405);
+    assert.equal((await fetch(review.address + 'other')).status, 404);
+    assert.equal((await fetch(review.address)).status, 200);
+    assertUntouched();
+});
+
+test('connections that say nothing, or little at a time, keep nobody waiting', async () => {
+    const { host, pathname, port } = new URL(review.address);
+    const idle = Array.from({ length: 40 }, () => connect(port, '127.0.0.1').on('error', () => {}));
+    const slow = speak(`GET ${pathname} HT`, `TP/1.1\r\nHost: ${host}\r`, '\n\r', '\n');
+    const begin = Date.now();
+    assert.equal((await fetch(review.address)).status, 200);
+    assert.ok(Date.now() - begin < 5000);
+    assert.match(await slow, /^HTTP\/1\.1 200 /);
+    idle.forEach((socket) => socket.destroy());
+});
+
+test('the page may load nothing, is not kept and tells nobody its address', async () => {
+    const { headers } = await fetch(review.address);
+    const policy = headers.get('content-security-policy');
+    assert.match(policy, /^default-src 'none'; style-src 'nonce-[0-9a-f]{32}'; form-action 'self'; base-uri 'none'; frame-ancestors 'none'$/);
+    assert.notEqual(policy, (await fetch(review.address)).headers.get('content-security-policy'));
+    assert.equal(headers.get('cache-control'), 'no-store');
+    assert.equal(headers.get('referrer-policy'), 'same-origin');
+    assert.equal(headers.get('x-content-type-options'), 'nosniff');
+});
+
+test('Ctrl-C ends the review', async () => {
+    const other = await Review.start('laptop');
+    other.process.kill('SIGINT');
+    const [code] = await other.exit;
+    assert.equal(code, 0);
+    await assert.rejects(fetch(other.address));
+});

@@ -1,0 +1,93 @@
+// A running `quinrep review` and the browser in front of it.
+import { spawn } from 'node:child_process';
+import { once } from 'node:events';
+import { mkdtempSync, rmSync, writeFileSync } from 'node:fs';
+import { createRequire } from 'node:module';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { createInterface } from 'node:readline';
+
+const { chromium } = createRequire(join(process.env.REVIEW_MODULES, 'package.json'))('playwright-core');
+const kChromiumOptions = ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
+    '--disable-background-networking', '--disable-component-update', '--disable-sync'];
+
+function configuration(site) {
+    const side = (dsn, prefix) => `dsn = "${dsn}"\nprefix = "${prefix}"\npassword = "env:QUINMARK_PASSWORD"\n`;
+    return `site = "${site}"
+local = "${site === 'laptop' ? 'destination' : 'source'}"
+program_version = "test"
+[source]
+${side(process.env.QUINMARK_OFFICE_DSN, process.env.QUINMARK_OFFICE_PREFIX)}
+[destination]
+${side(process.env.QUINMARK_LAPTOP_DSN, process.env.QUINMARK_LAPTOP_PREFIX)}
+[log]
+file = "review-${site}.log"
+[[table]]
+name = "shortcut"
+method = "one_way"
+`;
+}
+
+export function startQuinrep(site, ...command) {
+    const file = `review-${site}.toml`;
+    writeFileSync(file, configuration(site));
+    return spawn('wine', [process.env.QUINREP, '-c', file, ...command], { stdio: ['ignore', 'pipe', 'inherit'] });
+}
+
+export class Review {
+    /// Starts the review of a site ("laptop" or "offices") and waits for its address.
+    static async start(site) {
+        const review = new Review();
+        review.process = startQuinrep(site, 'review');
+        review.exit = once(review.process, 'exit');
+        const lines = createInterface({ input: review.process.stdout });
+        [review.address] = await Promise.race([
+            once(lines, 'line'),
+            review.exit.then(([code]) => { throw new Error(`quinrep ended with status ${code}`); }),
+        ]);
+        review.address = review.address.trim();
+        review.origin = new URL(review.address).origin;
+        return review;
+    }
+
+    /// Sends a form as the page itself would.
+    post(path, fields = {}, headers = {}) {
+        return fetch(this.address + path, {
+            method: 'POST', redirect: 'manual', body: new URLSearchParams(fields),
+            headers: { Origin: this.origin, ...headers },
+        });
+    }
+
+    /// Ends the review through its page; the exit status.
+    async stop() {
+        if (this.process.exitCode === null) await this.post('quit');
+        const [code] = await this.exit;
+        return code;
+    }
+}
+
+export class Browser {
+    static async start() {
+        const browser = new Browser();
+        browser.profile = mkdtempSync(join(tmpdir(), 'review-profile-'));
+        browser.context = await chromium.launchPersistentContext(browser.profile, {
+            executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium', headless: true, args: kChromiumOptions,
+            viewport: { width: 1280, height: 900 },
+        });
+        browser.context.setDefaultTimeout(15000);
+        browser.requests = [];
+        browser.context.on('request', (request) => browser.requests.push(request.url()));
+        browser.page = browser.context.pages()[0];
+        return browser;
+    }
+
+    /// Keeps what the page shows as NAME.png beside the test's other output.
+    screenshot(name) {
+        return this.page.screenshot({ path: `${name}.png`, fullPage: true });
+    }
+
+    async stop() {
+        await this.context.close();
+        rmSync(this.profile, { recursive: true, force: true });
+    }
+}
