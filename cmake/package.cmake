@@ -4,7 +4,9 @@ set(PACKAGE_NAME "QuinmarkRepDLL-${PROJECT_VERSION}")
 
 install(TARGETS QuinmarkRepDLL RUNTIME DESTINATION . COMPONENT product)
 install(TARGETS quinrep RUNTIME DESTINATION . COMPONENT product)
+configure_file(packaging/quinrep.exe.manifest.in "${CMAKE_BINARY_DIR}/package/quinrep.exe.manifest" @ONLY)
 install(FILES
+    "${CMAKE_BINARY_DIR}/package/quinrep.exe.manifest"
     "${CMAKE_BINARY_DIR}/QuinmarkRepDLL.manifest"
     "${CMAKE_BINARY_DIR}/QuinmarkRepDLL.tlb"
     README.md CHANGELOG.md

@@ -1,0 +1,124 @@
+#!/usr/bin/env bash
+# package_test.sh BUILD NAME CMAKE: packs what was built, installs it with msiexec in a prefix of its own, upgrades an
+# older version, removes it, and holds registry and files against what was there before.
+set -euo pipefail
+
+build=$1
+name=$2
+cmake=$3
+version=${name##*-}
+work="$(mktemp -d)"
+failures=0
+export WINEPREFIX="$work/wine" WINEARCH=win32 WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml=' LC_ALL=C.UTF-8
+program="$WINEPREFIX/drive_c/Program Files/Quinmark Replication"
+
+finish() {
+    wineserver -k 2>/dev/null || true
+    wineserver -w 2>/dev/null || true
+    rm -rf "$work"
+}
+trap finish EXIT
+
+expect() { # TEXT COMMAND...
+    local text=$1
+    shift
+    if "$@"; then
+        printf 'ok    %s\n' "$text"
+    else
+        printf 'FAIL  %s\n' "$text"
+        failures=$((failures + 1))
+    fi
+}
+
+same() { # FILE FILE
+    diff "$1" "$2" | head -n 40
+    cmp -s "$1" "$2"
+}
+
+exportKey() { # KEY FILE
+    wine reg export "$1" "$2.reg" /y >/dev/null 2>&1 9>&-
+    iconv -f utf-16 "$2.reg" | tr -d '\r' >"$2"
+}
+
+# The installer keeps the keys of its own records when it has emptied them; nothing else may stay.
+withoutEmptyInstallerKeys() {
+    awk -v RS='' '!(NF > 0 && $0 !~ /\n/ && $0 ~ /\\Installer(\\|\])/) { print $0 "\n" }'
+}
+
+snapshot() { # NAME
+    exportKey 'HKLM\Software' machine
+    exportKey 'HKCU\Software' user
+    cat machine user | withoutEmptyInstallerKeys >"$1.registry"
+    find "$WINEPREFIX/drive_c" ! -path '*/windows/Installer*' ! -path '*/Temp/*' | sort >"$1.files"
+}
+
+classes() { # FILE
+    exportKey 'HKLM\Software\Classes' "$1.all"
+    withoutEmptyInstallerKeys <"$1.all" |
+        awk -v RS='' '/Quinmark|9B1D537E-7D6C-4723-8D46-F708D8D5F33C|79586827-05E1-4F56-8EB0-EA73BFA5E163/' >"$1"
+}
+
+creatable() {
+    [[ $(wine cscript //nologo create.js 2>/dev/null | tr -d '\r') == "$1" ]]
+}
+
+installed() { # the number of versions that the installer knows
+    wine reg query 'HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall' /s 2>/dev/null |
+        grep -c 'DisplayName.*Quinmark replication' || true
+}
+
+install() { wine msiexec /i "$1" /qn; }
+remove() { wine msiexec /x "$1" /qn; }
+
+isAsBefore() { # TEXT
+    snapshot after
+    expect "$1: registry as before" same before.registry after.registry
+    expect "$1: files as before" same before.files after.files
+    expect "$1: the component cannot be created" creatable none
+}
+
+"$cmake" --build "$build" --target package >"$work/package.log" || { cat "$work/package.log"; exit 1; }
+cd "$work"
+cp "$build/$name.msi" new.msi
+# wixl finds files by relative paths only.
+cp -r "$build/package/$name" "$build/package/files.wxs" .
+sed -E 's/( Version=)"[0-9.]+"( Manufacturer)/\1"3.45.0"\2/' "$build/package/QuinmarkRepDLL.wxs" >old.wxs
+wixl -D "Stage=$name" -o old.msi old.wxs files.wxs
+cat >create.js <<'JS'
+try { WScript.Echo(new ActiveXObject("QuinmarkRepDLL.Factory").Version); } catch (error) { WScript.Echo("none"); }
+JS
+wineboot -i >/dev/null 2>&1
+wine reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f >/dev/null
+wineserver -w
+wineserver -p
+wine cmd /c exit
+# The script host registers things of its own when it runs for the first time.
+expect 'before: the component cannot be created' creatable none
+snapshot before
+
+expect 'installs' install new.msi
+expect 'installed: the component can be created' creatable "$version"
+(cd "$build/package/$name" && find . -type f | sort) >packed.txt
+(cd "$program" && find . -type f | sort) >present.txt
+expect 'installed: every file of the package, and no other' same packed.txt present.txt
+expect 'installed: without the ADO classes of the test bed' test ! -e "$program/adodb.dll"
+expect 'installed: quinrep runs' wine "$program/quinrep.exe" --version
+classes installed.txt
+expect 'installed: there are registry entries' test -s installed.txt
+dll="$(winepath -w "$program/QuinmarkRepDLL.dll")"
+wine regsvr32 /s /u "$dll"
+wine regsvr32 /s "$dll"
+classes registered.txt
+expect 'installed: the registry entries are those of regsvr32' same registered.txt installed.txt
+expect 'removes' remove new.msi
+isAsBefore removed
+
+expect 'installs the older version' install old.msi
+expect 'older version: known to the installer' test "$(installed)" = 1
+expect 'upgrades' install new.msi
+expect 'upgraded: one version is installed' test "$(installed)" = 1
+expect 'upgraded: the component can be created' creatable "$version"
+expect 'removes after the upgrade' remove new.msi
+isAsBefore upgraded
+
+[[ $failures -eq 0 ]]
