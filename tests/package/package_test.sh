@@ -52,10 +52,12 @@ snapshot() { # NAME
     find "$WINEPREFIX/drive_c" ! -path '*/windows/Installer*' ! -path '*/Temp/*' | sort >"$1.files"
 }
 
+# The component's entries. A folder that the installer names ends in a backslash, one that regsvr32 names does not.
 classes() { # FILE
     exportKey 'HKLM\Software\Classes' "$1.all"
     withoutEmptyInstallerKeys <"$1.all" |
-        awk -v RS='' '/Quinmark|9B1D537E-7D6C-4723-8D46-F708D8D5F33C|79586827-05E1-4F56-8EB0-EA73BFA5E163/' >"$1"
+        awk -v RS='' '/Quinmark|9B1D537E-7D6C-4723-8D46-F708D8D5F33C|79586827-05E1-4F56-8EB0-EA73BFA5E163/' |
+        sed -E '/^@=/s/\\\\"$/"/' >"$1"
 }
 
 creatable() {
