@@ -1,0 +1,74 @@
+#include "Failure.h"
+
+#include <gmock/gmock.h>
+
+using testing::HasSubstr;
+
+TEST(ErrorText, ShowsNumberInDecimalAndHexadecimalSourceAndText)
+{
+    EXPECT_EQ(describe({13, L"clsConflict.loadFromRs", L"Type mismatch"}),
+              "13 (0x800A000D) clsConflict.loadFromRs: Type mismatch");
+    EXPECT_EQ(hexNumber({-2147217843, L"", L""}), "0x80040E4D");
+}
+
+struct Usual
+{
+    const char* name;
+    com::Error error;
+    const char* todo;
+};
+
+class UsualError : public testing::TestWithParam<Usual>
+{
+};
+
+TEST_P(UsualError, HasALineOfWhatToDo)
+{
+    EXPECT_THAT(advice(GetParam().error), HasSubstr(GetParam().todo));
+    EXPECT_THAT(describe(GetParam().error), HasSubstr(GetParam().todo));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    ErrorText, UsualError,
+    testing::Values(
+        Usual{"Dsn", {-1, L"", L"[IM002] Data source name not found"}, "odbcad32"},
+        Usual{"Login", {-1, L"", L"FATAL: password authentication failed for user"}, "password is refused"},
+        Usual{"SqlServerLogin", {-1, L"", L"Login failed for user 'quinmarkapp_user'."}, "password is refused"},
+        Usual{"Versions", {-1, L"", L"Databases are out of sync"}, "schema versions"},
+        Usual{"Control", {-1, L"", L"Replication control error - control record missing"}, "replication_control"},
+        Usual{"NotRegistered", {429, L"", L"ActiveX component can't create object"}, "regsvr32"},
+        Usual{"NoClass", {REGDB_E_CLASSNOTREG, L"", L"Class not registered"}, "64-bit program cannot load"},
+        Usual{"Network", {-1, L"", L"server closed the connection unexpectedly"}, "network"}),
+    [](const auto& info) { return info.param.name; });
+
+TEST(ErrorText, UnknownErrorHasNoAdvice)
+{
+    EXPECT_EQ(advice({5, L"x", L"Something else"}), "");
+}
+
+TEST(FailureOfACommand, KeepsTheExitCodeOfTheHost)
+{
+    try {
+        throw HostError(kNotReady, "not now");
+    }
+    catch (...) {
+        const Failure failure = currentFailure();
+        EXPECT_EQ(failure.exitCode, kNotReady);
+        EXPECT_EQ(failure.text, "not now");
+        EXPECT_EQ(failure.result["error"]["text"], "not now");
+    }
+}
+
+TEST(FailureOfACommand, OfTheComponentMayBeTriedAgain)
+{
+    try {
+        throw com::Error{94, L"routine", L"Invalid use of Null"};
+    }
+    catch (...) {
+        const Failure failure = currentFailure();
+        EXPECT_EQ(failure.exitCode, kFailed);
+        EXPECT_EQ(failure.result["error"]["number"], 94);
+        EXPECT_EQ(failure.result["error"]["hex"], "0x800A005E");
+        EXPECT_EQ(failure.result["error"]["source"], "routine");
+    }
+}

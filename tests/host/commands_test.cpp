@@ -1,0 +1,176 @@
+#include "HostError.h"
+#include "Quinrep.h"
+#include "com/convert.h"
+
+#include <gmock/gmock.h>
+
+using testing::HasSubstr;
+using testing::Not;
+
+TEST_F(Quinrep, CheckOfAPairInOrderFindsNothing)
+{
+    const Ended ended = quinrepJson(L"check", "check");
+    EXPECT_EQ(ended.exitCode, kDone) << ended.output;
+    for (const auto& check : ended.json()["checks"])
+        EXPECT_TRUE(check["ok"]) << check;
+}
+
+TEST_F(Quinrep, CheckTellsEveryFindingWithWhatToDo)
+{
+    programVersion = "9.99";
+    tables += "[[table]]\nname = \"no_such_table\"\nmethod = \"one_way\"\n"
+              "[[table]]\nname = \"computer_type_setting\"\nmethod = \"one_way\"\n";
+    source().execute(L"delete from replication_control where unique_key = 0");
+    const Ended ended = quinrepJson(L"check", "check");
+    EXPECT_EQ(ended.exitCode, kNotReady);
+    int bad = 0;
+    for (const auto& check : ended.json()["checks"]) {
+        if (check["ok"])
+            continue;
+        ++bad;
+        EXPECT_NE(check["finding"], "");
+        EXPECT_NE(check["todo"], "") << check;
+    }
+    EXPECT_EQ(bad, 4) << ended.output;
+    EXPECT_THAT(quinrep(L"check").output, HasSubstr("BAD  table no_such_table\n     the source cannot read it: "));
+}
+
+TEST_F(Quinrep, RunCopiesAndTellsEachTable)
+{
+    addUser(source(), 1, L"new", kNew);
+    const Ended ended = quinrepJson(L"run", "run");
+    EXPECT_EQ(ended.exitCode, kDone) << ended.messages;
+    EXPECT_EQ(ended.json()["tables"][0]["adds"], 1);
+    EXPECT_THAT(users(destination()), testing::ElementsAre(L"1|new"));
+    EXPECT_THAT(ended.messages,
+                testing::MatchesRegex(R"(\[1/1\] users running \(.* s\).\[1/1\] users done \(.* s\).)"));
+    EXPECT_THAT(ended.messages, Not(HasSubstr("\r")));
+}
+
+TEST_F(Quinrep, QuietRunSaysNothingOnStandardError)
+{
+    EXPECT_EQ(quinrep(L"-q run").messages, "");
+}
+
+TEST_F(Quinrep, RunWithAConflictEndsWithTwo)
+{
+    addUser(source(), 1, L"S", kNew);
+    addUser(destination(), 1, L"D", kNewer);
+    const Ended ended = quinrepJson(L"run", "run");
+    EXPECT_EQ(ended.exitCode, kRecorded) << ended.output;
+    EXPECT_EQ(ended.json()["tables"][0]["conflicts"], 1);
+    EXPECT_THAT(ended.json()["recorded"].get<std::string>(), HasSubstr("Changed on both databases"));
+}
+
+TEST_F(Quinrep, FailedRunTellsErrorAndControlRecord)
+{
+    tables += "[[table]]\nname = \"procs\"\nmethod = \"one_way\"\n";
+    source().execute(L"insert into procs (unid, proc_name, mod_date) values (1, 'undated', null)");
+    const Ended ended = quinrep(L"run --json --force");
+    EXPECT_EQ(ended.exitCode, kFailed);
+    EXPECT_THAT(ended.messages + ended.output, HasSubstr("94"));
+}
+
+TEST_F(Quinrep, SiteThatIsInErrorIsNotRunUntilTheErrorIsReset)
+{
+    source().execute(L"update replication_control set error_f = 1, error_message = 'trouble' where unique_key = 0");
+    const Ended refused = quinrepJson(L"run", "failure");
+    EXPECT_EQ(refused.exitCode, kNotReady);
+    EXPECT_THAT(refused.messages, HasSubstr("the last run is in error: trouble"));
+    EXPECT_EQ(quinrep(L"run --reset-error").exitCode, kDone);
+}
+
+TEST_F(Quinrep, SiteThatIsNotReadyIsNotRunUntilItIsMarked)
+{
+    source().execute(L"update replication_control set ready_f = 0");
+    EXPECT_EQ(quinrep(L"run").exitCode, kNotReady);
+    EXPECT_EQ(quinrep(L"run --ready").exitCode, kDone);
+}
+
+TEST_F(Quinrep, MissingControlRecordIsTold)
+{
+    source().execute(L"delete from replication_control where unique_key = 0");
+    for (const wchar_t* command : {L"run", L"status", L"preview"}) {
+        const Ended ended = quinrepJson(command, "failure");
+        EXPECT_EQ(ended.exitCode, kNotReady);
+        EXPECT_THAT(ended.messages, HasSubstr("replication_control"));
+    }
+}
+
+TEST_F(Quinrep, WrongPasswordIsRefusedAndNeverShown)
+{
+    SetEnvironmentVariableW(L"QUINREP_WRONG", L"hunter2-secret");
+    passwordSource = "env:QUINREP_WRONG";
+    for (const wchar_t* command : {L"run", L"preview", L"status", L"conflicts list"}) {
+        const Ended ended = quinrepJson(command, "failure");
+        EXPECT_EQ(ended.exitCode, kFailed);
+        EXPECT_THAT(ended.messages, HasSubstr("password is refused"));
+        EXPECT_THAT(ended.messages + ended.output, Not(HasSubstr("hunter2")));
+    }
+    EXPECT_EQ(quinrep(L"check").exitCode, kNotReady);
+    EXPECT_FALSE(logged(L"hunter2"));
+}
+
+TEST_F(Quinrep, SecondRunAtTheSameTimeIsRefused)
+{
+    const std::wstring name = L"Global\\quinrep-0-" + com::upperCase(host().sourceDsn);
+    const HANDLE running = CreateMutexW(nullptr, TRUE, name.c_str());
+    const Ended refused = quinrepJson(L"run", "failure");
+    EXPECT_EQ(refused.exitCode, kNotReady);
+    EXPECT_THAT(refused.messages, HasSubstr("another run of this site is going on"));
+    ReleaseMutex(running);
+    CloseHandle(running);
+    EXPECT_EQ(quinrep(L"run").exitCode, kDone);
+}
+
+TEST_F(Quinrep, StatusTellsControlRecordCountersAndWaitingConflicts)
+{
+    addUser(source(), 1, L"S", kNew);
+    addUser(destination(), 1, L"D", kNewer);
+    quinrep(L"run");
+    const Ended ended = quinrepJson(L"status", "status");
+    EXPECT_EQ(ended.exitCode, kDone);
+    EXPECT_EQ(ended.json()["control"]["error_f"], true);
+    EXPECT_EQ(ended.json()["conflicts"][0]["table_name"], "users");
+    EXPECT_FALSE(ended.json()["counts"].empty());
+}
+
+TEST_F(Quinrep, VerifyListsWhatDiffersColumnByColumn)
+{
+    addUser(source(), 1, L"same", kOld);
+    addUser(destination(), 1, L"same", kOld);
+    addUser(source(), 2, L"S", kOld);
+    addUser(destination(), 2, L"D", kOld);
+    addUser(source(), 3, L"lone", kOld);
+    const Ended ended = quinrepJson(L"verify", "verify");
+    EXPECT_EQ(ended.exitCode, kRecorded);
+    EXPECT_EQ(ended.json()["tables"][0]["differing"], 2);
+    EXPECT_THAT(quinrep(L"verify").output, HasSubstr("users 2: different\n    user_name: source 'S', destination 'D'\n"
+                                                     "users 3: source only\n"));
+}
+
+TEST_F(Quinrep, MistakesOnTheCommandLineAndInTheFileEndWithThree)
+{
+    EXPECT_EQ(quinrep(L"nonsense").exitCode, kUsage);
+    EXPECT_EQ(quinrep(L"").exitCode, kUsage);
+    EXPECT_EQ(QuinrepProcess(L"-c Z:/no/such.toml check").wait().exitCode, kUsage);
+    tables = "[[table]]\nname = 7\n";
+    const Ended ended = quinrep(L"check");
+    EXPECT_EQ(ended.exitCode, kUsage);
+    EXPECT_THAT(ended.messages, HasSubstr("table.name: expected a text"));
+    EXPECT_THAT(ended.messages, HasSubstr("table.method is missing"));
+    EXPECT_EQ(quinrep(L"--version").exitCode, kDone);
+}
+
+TEST_F(Quinrep, WatchRunsWhenDueAndNotBefore)
+{
+    addUser(source(), 1, L"new", kNew);
+    QuinrepProcess watch(commandLine(L"run --watch --json"));
+    for (int tenths = 0; tenths < 200 && destination().count(L"users") == 0; ++tenths)
+        Sleep(100);
+    EXPECT_THAT(users(destination()), testing::ElementsAre(L"1|new"));
+    Sleep(3000);
+    addUser(source(), 2, L"later", kNew);
+    Sleep(3000);
+    EXPECT_EQ(destination().count(L"users"), 1);
+}
