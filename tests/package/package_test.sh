@@ -123,4 +123,14 @@ expect 'upgraded: the component can be created' creatable "$version"
 expect 'removes after the upgrade' remove new.msi
 isAsBefore upgraded
 
+# Without ADO the host comes no further than the component's own first error, and that far only if it was loaded.
+"$cmake" -E tar xf "$build/$name.zip"
+cp "$build/example_replicate.exe" "$name/"
+tells() { # TEXT
+    (cd "$name" && { wine example_replicate.exe run.log || true; } | grep -F "$1")
+}
+expect 'zip: without a manifest the component is not found' tells 0x80040154
+sed 's/"quinrep"/"example_replicate"/' "$name/quinrep.exe.manifest" >"$name/example_replicate.exe.manifest"
+expect 'zip: with the manifest it is, without a registration' tells 'Factory.init: '
+
 [[ $failures -eq 0 ]]
