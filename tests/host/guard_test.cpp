@@ -69,6 +69,9 @@ TEST_F(Guard, EmptySourceOfAFullCopyIsStopped)
 TEST_F(Guard, EmptySourceOfComputerTypeSettingsIsStopped)
 {
     tables = "[[table]]\nname = \"computer_type\"\nmethod = \"computer_type\"\n";
+    for (const PracticeSide* side : {&source(), &destination()})
+        side->execute(L"insert into computer_type (unid, type_name) values ('{7C9E6679-7425-40DE-944B-E07FC1F90AE7}',"
+                      L" 'desk')");
     destination().execute(L"insert into computer_type_setting (computer_type_id, setting_name) values"
                           L" ('{7C9E6679-7425-40DE-944B-E07FC1F90AE7}', 'colours')");
     EXPECT_EQ(quinrepJson(L"run", "guard").exitCode, kGuarded);
