@@ -30,6 +30,7 @@ constexpr Advice kAdvice[] = {
     {L"connection to server", kServer},
     {L"server closed the connection", kServer},
     {L"terminating connection", kServer},
+    {L"connection lost", kServer},
     {L"not connected to the server", kServer},
     {L"SQL Server does not exist", kServer},
     {L"Communication link failure", kServer},

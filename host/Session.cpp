@@ -64,8 +64,9 @@ void Component::ensureReplication()
     _variant_t reason;
     com::checkCall(factory_->get_sErrorMessage(&reason));
     const com::Error error{0, L"", com::concatText(reason)};
-    throw HostError(kFailed,
-                    "the databases do not belong together: " + toUtf8(error.description) + "\n  " + advice(error));
+    const std::string todo = advice(error);
+    throw HostError(kFailed, "the databases cannot be replicated: " + toUtf8(error.description) +
+                                 (todo.empty() ? "" : "\n  " + todo));
 }
 
 ComPtr<_clsReplicateTable> Component::createTable(const TableConfiguration& table)
