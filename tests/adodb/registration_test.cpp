@@ -9,7 +9,8 @@
 
 namespace {
 
-constexpr wchar_t kRoot[] = L"Software\\QuinmarkAdodbRegistrationTest";
+// Of this process alone: tests run beside each other.
+const std::wstring kRoot = L"Software\\QuinmarkAdodbRegistrationTest" + std::to_wstring(GetCurrentProcessId());
 constexpr wchar_t kConnectionServer[] = L"CLSID\\{00000514-0000-0010-8000-00AA006D2EA4}\\InprocServer32";
 
 /// Registration into a registry of its own: the prefix that the tests share stays as it is.
@@ -18,9 +19,9 @@ class Registration : public testing::Test
 protected:
     void SetUp() override
     {
-        RegDeleteTreeW(HKEY_CURRENT_USER, kRoot);
-        ASSERT_EQ(RegCreateKeyW(HKEY_CURRENT_USER, (std::wstring(kRoot) + L"\\Classes").c_str(), &classes_), 0);
-        ASSERT_EQ(RegCreateKeyW(HKEY_CURRENT_USER, (std::wstring(kRoot) + L"\\User").c_str(), &user_), 0);
+        RegDeleteTreeW(HKEY_CURRENT_USER, kRoot.c_str());
+        ASSERT_EQ(RegCreateKeyW(HKEY_CURRENT_USER, (kRoot + L"\\Classes").c_str(), &classes_), 0);
+        ASSERT_EQ(RegCreateKeyW(HKEY_CURRENT_USER, (kRoot + L"\\User").c_str(), &user_), 0);
         ASSERT_EQ(RegOverridePredefKey(HKEY_CLASSES_ROOT, classes_), 0);
         ASSERT_EQ(RegOverridePredefKey(HKEY_CURRENT_USER, user_), 0);
         module_ = LoadLibraryW(ADODB_DLL);
@@ -34,7 +35,7 @@ protected:
         RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
         RegCloseKey(classes_);
         RegCloseKey(user_);
-        RegDeleteTreeW(HKEY_CURRENT_USER, kRoot);
+        RegDeleteTreeW(HKEY_CURRENT_USER, kRoot.c_str());
     }
 
     HRESULT callExport(const char* name)
