@@ -85,7 +85,7 @@ sql laptop -f examples/demo/laptop_day.sql
 note 'what a run would do'
 quinrep 0 preview
 note 'the run; status 2: conflicts were recorded'
-quinrep 2 run --ready
+quinrep 2 run --ready --report "$out/report.html"
 
 heading 'What the run may not decide'
 script conflicts list
