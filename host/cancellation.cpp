@@ -1,5 +1,7 @@
 #include "cancellation.h"
 
+#include "HostError.h"
+
 #include <windows.h>
 
 namespace {
@@ -8,8 +10,10 @@ std::atomic<bool> g_cancelled{false};
 
 BOOL WINAPI onConsoleEvent(DWORD)
 {
-    const bool again = g_cancelled.exchange(true);
-    return again ? FALSE : TRUE;
+    // Not left to the platform's own handler: whoever started the program has to learn that it failed.
+    if (g_cancelled.exchange(true))
+        TerminateProcess(GetCurrentProcess(), kFailed);
+    return TRUE;
 }
 
 } // namespace

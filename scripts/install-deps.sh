@@ -10,7 +10,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 readonly kPackages=(
     cmake ninja-build g++-mingw-w64-i686-posix mingw-w64-tools googletest
     wine wine32:i386 xvfb
-    libodbc2:i386 odbc-postgresql:i386 tdsodbc:i386 postgresql
+    libodbc2:i386 odbc-postgresql:i386 tdsodbc:i386 postgresql python3
     libcli11-dev libtomlplusplus-dev nlohmann-json3-dev libfmt-dev wixl
 )
 readonly idlDir="$repoRoot/build/libwine-dev"

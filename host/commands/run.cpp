@@ -6,6 +6,9 @@
 #include "cancellation.h"
 #include "commands.h"
 #include "commands/rows.h"
+#include "control/database.h"
+#include "control/settings.h"
+#include "text.h"
 
 using Microsoft::WRL::ComPtr;
 using nlohmann::ordered_json;
@@ -156,20 +159,24 @@ private:
             component_.ensureReplication();
             return true;
         }
+        catch (const HostError&) {
+            return false;
+        }
         catch (const com::Error&) {
             return false;
         }
     }
 
-    /// Tells the control record of a failure, through new connections where the old ones are gone; false when it cannot
-    /// be told.
-    bool tellControlRecord(const com::Error& error, bool isConnected)
+    /// Tells the control record of a failure, through a connection of its own: the component's may be gone, and it
+    /// connects to both databases or to none. False when the record cannot be told.
+    bool tellControlRecord(const com::Error& error)
     {
         try {
-            if (isConnected)
-                component_.setError(error.description);
-            else
-                Component(configuration_).setError(error.description);
+            settings().iReplicationUniqueId = static_cast<short>(configuration_.site);
+            settings().localConnection()->openConnection(toWide(configuration_.local().dsn),
+                                                         configuration_.local().secret);
+            Utils::setError(true, error.description);
+            settings().releaseLocalConnection();
             return true;
         }
         catch (const com::Error&) {
@@ -179,11 +186,10 @@ private:
 
     Outcome failed(const com::Error& error, TableRun& tables)
     {
-        const bool isConnected = connected();
         Outcome outcome{summary(tables), kFailed};
         outcome.result["error"] = errorJson(error);
-        outcome.result["connection_lost"] = !isConnected;
-        outcome.result["recorded"] = tellControlRecord(error, isConnected) ? toUtf8(error.description) : "";
+        outcome.result["connection_lost"] = !connected();
+        outcome.result["recorded"] = tellControlRecord(error) ? toUtf8(error.description) : "";
         return outcome;
     }
 

@@ -1,0 +1,108 @@
+"""Runs through a network that is cut in the middle of a table. The relay stands in front of the laptop's database."""
+
+import json
+import os
+import pathlib
+import time
+
+import practice
+from practice import LAST_RUN
+from relay import Relay
+from terminal import CTRL_C, Terminal
+
+
+class RunThroughABadNetwork(practice.PracticeTest):
+    def setUp(self):
+        super().setUp()
+        self.add_rows(1)
+        self.relay = Relay("127.0.0.1", int(self.laptop.settings["Port"]))
+        self.addCleanup(self.relay.close)
+        self.lead_through_relay(self.laptop.dsn)
+
+    def lead_through_relay(self, dsn):
+        """Gives quinrep ODBC settings of its own, in which a DSN has the relay's port."""
+        before, section = pathlib.Path(os.environ["ODBCINI"]).read_text().split(f"[{dsn}]")
+        section = section.replace("Port = " + self.laptop.settings["Port"], f"Port = {self.relay.port}", 1)
+        file = self.folder / "odbc.ini"
+        file.write_text(f"{before}[{dsn}]{section}")
+        self.environment["ODBCINI"] = str(file)
+
+    def start(self, *arguments):
+        self.results = self.folder / "results.json"
+        terminal = Terminal(self.command("-q", "run", "--json", *arguments), self.environment, self.results)
+        self.addCleanup(terminal.__exit__)
+        return terminal
+
+    def cut(self, heal, **how):
+        """Cuts the connection of a run that waits to write its first table, which never gets written."""
+        self.laptop.wait_for_waiter()
+        self.relay.cut(**how)
+        if heal:
+            self.relay.heal()
+        self.laptop.end_waiters()
+
+    def failed_run(self, heal, **how):
+        """What a run says whose connection is cut."""
+        with self.laptop.locked("users"):
+            terminal = self.start()
+            self.cut(heal, **how)
+            self.assertEqual(terminal.wait(), 1)
+        result = json.loads(self.results.read_text())
+        self.assertTrue(result["connection_lost"])
+        self.assertEqual([table["done"] for table in result["tables"]], [False, False])
+        self.assertEqual(self.control("last_timestamp"), LAST_RUN)
+        return result
+
+    def test_remote_database_lost_is_told_to_the_control_record(self):
+        result = self.failed_run(heal=False)
+        self.assertNotEqual(result["error"]["text"], "")
+        self.assertNotEqual(result["error"]["todo"], "")
+        self.assertEqual(self.control("error_f, error_message"), "t|" + result["error"]["text"])
+        self.assertEqual(result["recorded"], result["error"]["text"])
+
+    def test_local_database_lost_for_a_moment_is_told_to_the_control_record(self):
+        self.site = "laptop"
+        result = self.failed_run(heal=True, reset=False)
+        self.assertEqual(self.control("error_f, error_message"), "t|" + result["error"]["text"])
+        self.assertEqual(result["recorded"], result["error"]["text"])
+
+    def test_local_database_that_stays_away_cannot_be_told_and_the_result_says_so(self):
+        self.site = "laptop"
+        result = self.failed_run(heal=False)
+        self.assertEqual(result["recorded"], "")
+        self.assertEqual(self.control("error_f"), "f")
+
+    def test_network_that_stands_still_is_waited_for(self):
+        with self.laptop.locked("users"):
+            terminal = self.start()
+            self.laptop.wait_for_waiter()
+            self.relay.freeze()
+        practice.wait_until(lambda: self.rows_at_laptop()[0] == "1", "the first table is written")
+        time.sleep(0.3)
+        self.assertEqual(self.rows_at_laptop(), ["1", ""])
+        self.relay.heal()
+        self.assertEqual(terminal.wait(), 0)
+        self.assertEqual(self.rows_at_laptop(), ["1", "1"])
+
+    def test_watch_comes_back_by_itself(self):
+        with self.laptop.locked("users"):
+            terminal = self.start("--watch")
+            self.cut(heal=False)
+            failures = [self.time_of_attempt(number) for number in [1, 2]]
+        self.relay.heal()
+        success = self.time_of_attempt(3)
+        self.assertGreater(success - failures[1], failures[1] - failures[0] + 2)
+        self.assertEqual(self.rows_at_laptop(), ["1", "1"])
+        self.assertEqual(self.control("error_f"), "f")
+        self.assertGreater(self.control("last_timestamp"), LAST_RUN)
+        terminal.type(CTRL_C)
+        self.assertEqual(terminal.wait(), 0)
+
+    def time_of_attempt(self, number):
+        """When the watch has told the result of an attempt."""
+        practice.wait_until(lambda: self.results.read_text().count("\n") >= number, f"attempt {number} has ended")
+        return time.monotonic()
+
+
+if __name__ == "__main__":
+    practice.main()

@@ -1,0 +1,74 @@
+"""What quinrep shows on a terminal: progress, summary, and the prompt for a password."""
+
+import os
+import re
+import unittest
+
+import practice
+from terminal import Terminal, screen
+
+
+PROGRESS = ["[1/2] users running (TIME)", "[1/2] users done (TIME)", "[2/2] chair_type running (TIME)",
+            "[2/2] chair_type done (TIME)"]
+
+
+def without_times(lines):
+    return [re.sub(r"\d+\.\d s", "TIME", line) for line in lines]
+
+
+class ScreenOfATerminal(unittest.TestCase):
+    def test_keeps_what_is_not_written_over(self):
+        self.assertEqual(screen("ab\x1b[K\x1b[1Ccd\rx\r\nnext \x1b[?25l"), ["xb cd", "next"])
+
+
+class QuinrepOnATerminal(practice.PracticeTest):
+    def terminal(self, *arguments):
+        terminal = Terminal(self.command(*arguments), self.environment)
+        self.addCleanup(terminal.__exit__)
+        return terminal
+
+    def test_progress_is_one_line_that_is_written_over_and_the_summary_stands_below(self):
+        self.add_rows(1)
+        terminal = self.terminal("run")
+        self.assertEqual(terminal.wait(), 0)
+        shown = [screen(state)[-1] for state in terminal.output.split("\r\r\n")[0].split("\r")]
+        self.assertEqual(without_times(shown), PROGRESS)
+        self.assertEqual(without_times(terminal.lines[:1]), PROGRESS[-1:])
+        self.assertRegex(terminal.lines[1], "^Interval: 3/1/2026 6:00:00 PM to ")
+        self.assertRegex(terminal.lines[2], "^  table +method +adds +updates .* conflicts +errors$")
+        self.assertRegex(terminal.lines[3], r"^  users +one_way_deletes +1( +0)+$")
+        self.assertRegex(terminal.lines[4], r"^  chair_type +one_way_deletes +1( +0)+$")
+        self.assertEqual(terminal.lines[5:], [""])
+
+    def test_progress_in_a_pipe_is_plain_lines(self):
+        ended = self.quinrep("run")
+        self.assertEqual(ended.returncode, 0)
+        self.assertEqual(without_times(ended.stderr.splitlines()), PROGRESS)
+        self.assertNotRegex(ended.stdout + ended.stderr, "[\r\x1b]")
+
+    def type_passwords(self, terminal, password):
+        for dsn in ["QuinmarkOffice", "QuinmarkLaptop"]:
+            terminal.wait_for(f"Password for {dsn}:")
+            terminal.wait_for_reader()
+            terminal.type(password + "\r")
+
+    def test_password_that_is_typed_is_taken_and_not_shown(self):
+        self.password_source = "prompt"
+        terminal = self.terminal("run")
+        self.type_passwords(terminal, os.environ["QUINMARK_PASSWORD"])
+        self.assertEqual(terminal.wait(), 0)
+        self.assertEqual(terminal.lines[:2], ["Password for QuinmarkOffice:", "Password for QuinmarkLaptop:"])
+        self.assertRegex(terminal.lines[2], r"^\[2/2\] chair_type done")
+
+    def test_wrong_password_is_refused_and_not_shown(self):
+        self.password_source = "prompt"
+        terminal = self.terminal("status")
+        self.type_passwords(terminal, "zyxwv")
+        self.assertEqual(terminal.wait(), 1)
+        shown = "".join(terminal.lines)
+        self.assertIn("password is refused", shown)
+        self.assertNotIn("zyxwv", shown)
+
+
+if __name__ == "__main__":
+    practice.main()

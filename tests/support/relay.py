@@ -1,0 +1,131 @@
+"""A TCP relay in front of a server, for tests of what a bad network does.
+
+As a module: Relay. As a program, steered by the lines that it reads, each answered with "ok":
+
+    relay.py 127.0.0.1:5432      prints its own port
+    cut | cut fin                ends all connections, with RST unless told, and refuses new ones
+    freeze                       passes nothing on; connections stay and new ones are accepted
+    heal                         forwards again; what is frozen goes on, what is cut stays so
+"""
+
+import asyncio
+import socket
+import struct
+import sys
+import threading
+
+LOCALHOST = "127.0.0.1"
+
+
+class Relay:
+    """Forwards a port of its own to a server, in a thread of its own. Its methods return when it is done."""
+
+    def __init__(self, host, port):
+        self._server = (host, port)
+        self._writers = set()
+        self._connections = set()
+        self._listener = None
+        self.port = 0
+        self._loop = asyncio.new_event_loop()
+        self._thread = threading.Thread(target=self._loop.run_forever, daemon=True)
+        self._thread.start()
+        self._call(self._open())
+
+    def cut(self, reset=True):
+        """Ends all connections, with RST or with FIN, and refuses new ones."""
+        self._call(self._cut(reset))
+
+    def freeze(self):
+        """Keeps back whatever is sent from now on."""
+        self._call(self._set_flowing(False))
+
+    def heal(self):
+        """Forwards again."""
+        self._call(self._open())
+
+    def close(self):
+        self.cut()
+        self._loop.call_soon_threadsafe(self._loop.stop)
+        self._thread.join()
+        self._loop.close()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.close()
+
+    def _call(self, coroutine):
+        return asyncio.run_coroutine_threadsafe(coroutine, self._loop).result(10)
+
+    async def _open(self):
+        if not self._listener:
+            self._flowing = asyncio.Event()
+            self._listener = await asyncio.start_server(self._serve, LOCALHOST, self.port)
+            self.port = self._listener.sockets[0].getsockname()[1]
+        self._flowing.set()
+
+    async def _set_flowing(self, flowing):
+        (self._flowing.set if flowing else self._flowing.clear)()
+
+    async def _cut(self, reset):
+        if self._listener:
+            self._listener.close()
+            self._listener = None
+        for writer in self._writers:
+            if writer.is_closing():
+                continue
+            if reset:
+                no_linger = struct.pack("ii", 1, 0)
+                writer.get_extra_info("socket").setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, no_linger)
+            writer.transport.abort()
+        self._flowing.set()
+        await asyncio.gather(*self._connections)
+
+    async def _serve(self, reader, writer):
+        task = asyncio.current_task()
+        self._connections.add(task)
+        self._writers.add(writer)
+        try:
+            await self._connect(reader, writer)
+        finally:
+            self._writers.discard(writer)
+            self._connections.discard(task)
+
+    async def _connect(self, reader, writer):
+        try:
+            server_reader, server_writer = await asyncio.open_connection(*self._server)
+        except OSError:
+            writer.transport.abort()
+            return
+        if writer.is_closing():  # cut meanwhile
+            server_writer.transport.abort()
+            return
+        self._writers.add(server_writer)
+        await asyncio.gather(self._pump(reader, server_writer), self._pump(server_reader, writer))
+        self._writers.discard(server_writer)
+
+    async def _pump(self, reader, writer):
+        try:
+            while data := await reader.read(65536):
+                await self._flowing.wait()
+                writer.write(data)
+                await writer.drain()
+        except OSError:
+            pass  # the other pump sees its end of it
+        writer.close()
+
+
+def main(address):
+    host, port = address.split(":")
+    with Relay(host, int(port)) as relay:
+        commands = {"cut": relay.cut, "cut fin": lambda: relay.cut(reset=False), "freeze": relay.freeze,
+                    "heal": relay.heal}
+        print(relay.port, flush=True)
+        for line in sys.stdin:
+            commands[line.strip()]()
+            print("ok", flush=True)
+
+
+if __name__ == "__main__":
+    main(sys.argv[1])
