@@ -5,7 +5,9 @@
 #include "commands/Pauses.h"
 #include "commands/rows.h"
 
+#include <algorithm>
 #include <cmath>
+#include <set>
 #include <thread>
 
 using nlohmann::ordered_json;
@@ -82,7 +84,10 @@ private:
         options_.resetError = false;
         tell_(outcome);
         last_ = outcome.exitCode;
-        lostWith_ = outcome.result.value("connection_lost", false) ? outcome.result.value("recorded", "") : "";
+        if (outcome.result.value("connection_lost", false))
+            passing_.insert(outcome.result.value("recorded", ""));
+        else if (outcome.result.contains("tables"))
+            passing_.clear();
         if (outcome.exitCode != kDone && outcome.exitCode != kRecorded)
             return pauses_.next();
         pauses_.reset();
@@ -92,14 +97,18 @@ private:
     Seconds fail(const Failure& failure)
     {
         last_ = failure.exitCode;
+        // Before the first table it is the component's checks that record what fails, a lost connection too.
+        if (failure.exitCode == kFailed)
+            passing_.insert(failure.result["error"]["text"].get<std::string>());
         tell_({failure.result, failure.exitCode});
         return pauses_.next();
     }
 
-    /// Whether the control record is in error because this watch lost a connection, and for no other reason.
+    /// Whether the control record is in error by what this watch met and the next attempt looks at anew, and for no
+    /// other reason.
     bool ownErrorIsRecorded()
     {
-        if (lostWith_.empty())
+        if (passing_.empty())
             return false;
         Databases databases(configuration_);
         const ordered_json rows =
@@ -108,15 +117,17 @@ private:
         if (rows.empty() || !rows.front()["error_message"].is_string())
             return false;
         const std::string recorded = rows.front()["error_message"];
-        return !recorded.empty() && lostWith_.starts_with(recorded);
+        return !recorded.empty() && std::any_of(passing_.begin(), passing_.end(), [&](const std::string& text) {
+            return text.find(recorded) != std::string::npos;
+        });
     }
 
     const Configuration& configuration_;
     RunOptions options_;
     const std::function<void(const Outcome&)>& tell_;
     Pauses pauses_;
-    /// What a run that lost its connection told the control record; empty after any other run.
-    std::string lostWith_;
+    /// The texts of lost connections and of failures before the first table, since the last run that lost none.
+    std::set<std::string> passing_;
     ExitCode last_ = kDone;
 };
 

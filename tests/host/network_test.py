@@ -34,7 +34,7 @@ class RunThroughABadNetwork(practice.PracticeTest):
         return terminal
 
     def cut(self, heal, **how):
-        """Cuts the connection of a run that waits to write its first table, which never gets written."""
+        """Cuts the connection of a run that waits for a lock, and what it waits to do."""
         self.laptop.wait_for_waiter()
         self.relay.cut(**how)
         if heal:
@@ -95,6 +95,17 @@ class RunThroughABadNetwork(practice.PracticeTest):
         self.assertEqual(self.rows_at_laptop(), ["1", "1"])
         self.assertEqual(self.control("error_f"), "f")
         self.assertGreater(self.control("last_timestamp"), LAST_RUN)
+        terminal.type(CTRL_C)
+        self.assertEqual(terminal.wait(), 0)
+
+    def test_watch_comes_back_when_the_connection_is_lost_before_the_first_table(self):
+        with self.laptop.locked("control", "access exclusive"):
+            terminal = self.start("--watch")
+            self.cut(heal=True)
+            self.time_of_attempt(1)
+        self.assertEqual(self.control("error_f"), "t")
+        self.time_of_attempt(2)
+        self.assertEqual(self.rows_at_laptop(), ["1", "1"])
         terminal.type(CTRL_C)
         self.assertEqual(terminal.wait(), 0)
 

@@ -24,8 +24,9 @@ def main():
     on_sql_server = os.environ.get("QUINMARK_SERVER") == "sqlserver"
     missing = [name for name in SETTINGS if not os.environ.get(name)]
     if on_sql_server or missing:
-        print("SKIPPED: " + ("the private PostgreSQL is not used" if on_sql_server else f"{missing} are not set"))
         required = os.environ.get("QUINMARK_REQUIRE_DATABASE") == "1" and not on_sql_server
+        reason = "the private PostgreSQL is not used" if on_sql_server else f"{missing} are not set"
+        print(f"{'FAILED' if required else 'SKIPPED'}: {reason}")
         sys.exit(1 if required else 77)
     unittest.main()
 
@@ -62,10 +63,10 @@ class Side:
         return output.strip()
 
     @contextlib.contextmanager
-    def locked(self, table):
-        """Keeps everybody else from writing to a table; reading goes on. Whoever writes waits."""
+    def locked(self, table, mode="exclusive"):
+        """Keeps everybody else from writing to a table, who then waits; with "access exclusive" from reading too."""
         with self._psql(stdin=subprocess.PIPE, bufsize=1) as psql:
-            psql.stdin.write(f"begin; lock table {table} in exclusive mode; select 'locked';\n")
+            psql.stdin.write(f"begin; lock table {table} in {mode} mode; select 'locked';\n")
             if psql.stdout.readline() != "locked\n":
                 raise AssertionError(f"{table} cannot be locked")
             try:
