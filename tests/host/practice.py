@@ -52,7 +52,8 @@ class Side:
     def _psql(self, *arguments, **options):
         command = ["psql", "-X", "-q", "-At", "-v", "ON_ERROR_STOP=1", "-h", "127.0.0.1", "-p", self.settings["Port"],
                    "-U", self.settings["Username"], "-d", self.settings["Database"], *arguments]
-        environment = {**os.environ, "PGPASSWORD": os.environ["QUINMARK_PASSWORD"]}
+        environment = {**os.environ, "PGPASSWORD": os.environ["QUINMARK_PASSWORD"],
+                       "PGOPTIONS": "-c client_min_messages=warning"}
         return subprocess.Popen(command, env=environment, text=True, stdout=subprocess.PIPE, **options)
 
     def sql(self, text):
@@ -96,11 +97,18 @@ class PracticeTest(unittest.TestCase):
         self.environment = dict(os.environ)
         self.password_source = "env:QUINMARK_PASSWORD"
         self.site = "offices"
+        self.restore()
+        self.addCleanup(self.restore)
+
+    def restore(self):
         for side in [self.office, self.laptop]:
             side.sql("".join(f"delete from {table};" for table in TABLES) +
                      f"""delete from replication_conflict; delete from replication_control;
                      insert into replication_control (unique_key, ready_f, error_f, last_timestamp, next_timestamp)
-                     select site, true, false, '{LAST_RUN}', '{LAST_RUN}' from generate_series(0, 1) site""")
+                     select site, true, false, '{LAST_RUN}', '{LAST_RUN}' from generate_series(0, 1) site;
+                     alter table patient drop constraint if exists FK_patient_dentist;
+                     alter table patient add constraint FK_patient_dentist foreign key (dc_id, dentist_id)
+                     references dentist (dc_id, dentist_id)""")
 
     def add_rows(self, key):
         """A new row at the office in each table."""
