@@ -1,0 +1,55 @@
+#include "AdoJournal.h"
+
+#include <algorithm>
+
+void AdoJournal::begin(std::optional<AdoFault> fault)
+{
+    fault_ = fault;
+    calls_.clear();
+    texts_.clear();
+    recording = true;
+}
+
+std::optional<AdoFaultKind> AdoJournal::add(AdoCall call)
+{
+    call.step = step;
+    calls_.push_back(std::move(call));
+    if (!fault_ || calls_.size() < fault_->call || (calls_.size() > fault_->call && !fault_->lasting))
+        return std::nullopt;
+    return fault_->kind;
+}
+
+size_t AdoJournal::newCommand()
+{
+    texts_.emplace_back();
+    return texts_.size();
+}
+
+void AdoJournal::setText(size_t command, const std::wstring& text)
+{
+    if (command > 0 && command <= texts_.size())
+        texts_[command - 1] = text;
+}
+
+std::wstring AdoJournal::statement(size_t call) const
+{
+    for (size_t index = call; index >= 1 && index <= calls_.size(); ++index)
+        if (const size_t command = calls_[index - 1].command; command > 0)
+            return texts_[command - 1];
+    return {};
+}
+
+size_t AdoJournal::firstFailure() const
+{
+    const auto found = std::find_if(calls_.begin(), calls_.end(), [](const AdoCall& call) { return call.failure; });
+    return found == calls_.end() ? 0 : static_cast<size_t>(found - calls_.begin()) + 1;
+}
+
+std::vector<std::wstring> AdoJournal::writes(size_t first, size_t end) const
+{
+    std::vector<std::wstring> texts;
+    for (size_t index = first; index < end && index <= calls_.size(); ++index)
+        if (calls_[index - 1].writes)
+            texts.push_back(texts_[calls_[index - 1].command - 1]);
+    return texts;
+}

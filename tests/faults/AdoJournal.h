@@ -1,0 +1,90 @@
+#pragma once
+
+#include "com/error.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+/// What the host is having the component do. Table is the part of Go in which a table object runs.
+enum class Step
+{
+    Idle,
+    Init,
+    SetError,
+    ResetError,
+    SetReady,
+    Ensure,
+    InitNextRun,
+    Create,
+    Go,
+    Table,
+    Load,
+    Resolve,
+    Disconnect,
+};
+
+enum class AdoFaultKind
+{
+    Refused,  ///< an error instead of the call
+    Lost,     ///< the call is carried out, and an error returned
+    Closed,   ///< the connection is closed before the call; what is done on it from then on fails by itself
+    NoMemory, ///< E_OUTOFMEMORY instead of the call
+};
+
+/// What to do to the call number `call` (from 1), and with `lasting` to all after it.
+struct AdoFault
+{
+    AdoFaultKind kind;
+    bool lasting;
+    size_t call;
+};
+
+/// One call into ADO: an Invoke, or the creation of an object.
+struct AdoCall
+{
+    std::wstring name; ///< "Command.Execute", "create Command"
+    Step step = Step::Idle;
+    size_t command = 0;      ///< to which the call belongs, counted from 1; 0 for calls of the connection itself
+    std::wstring connection; ///< its data source; empty while none is known
+    bool carriedOut = false;
+    bool writes = false;      ///< carried out, and a statement that is no query
+    bool readsClosed = false; ///< answered that the connection is closed
+    std::optional<com::Error> failure;
+};
+
+/// Every call into ADO since `begin`, and what is to be done to one of them.
+class AdoJournal
+{
+public:
+    void begin(std::optional<AdoFault> fault = {});
+    /// Ends failing, keeps what was recorded.
+    void heal() { fault_.reset(); }
+
+    Step step = Step::Idle;
+    /// Off: calls are neither recorded nor failed.
+    bool recording = true;
+
+    /// Records a call that begins; what to do to it.
+    std::optional<AdoFaultKind> add(AdoCall call);
+    AdoCall& last() { return calls_.back(); }
+
+    const std::vector<AdoCall>& calls() const { return calls_; }
+    size_t newCommand();
+    size_t lastCommand() const { return texts_.size(); }
+    void setText(size_t command, const std::wstring& text);
+
+    /// The text of the call's statement; for a call of the connection itself that of the next statement. Empty behind
+    /// the last one.
+    std::wstring statement(size_t call) const;
+
+    /// Index (from 1) of the first call that failed, 0 when none did.
+    size_t firstFailure() const;
+    /// Statements that wrote, by the calls from `first` on and before `end`.
+    std::vector<std::wstring> writes(size_t first, size_t end) const;
+
+private:
+    std::optional<AdoFault> fault_;
+    std::vector<AdoCall> calls_;
+    std::vector<std::wstring> texts_;
+};

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "Scenario.h"
+#include "TappedAdo.h"
+
+#include <functional>
+
+/// What the host saw of a run.
+struct HostOutcome
+{
+    /// The step that failed; Idle when none did. A check that answers "no" counts as failed, with its reason.
+    Step failedIn = Step::Idle;
+    com::Error error;
+    /// sErrorMessage and bError of the run object behind a failed step of its own.
+    std::wstring runMessage;
+    bool runError = false;
+    /// Texts of the message boxes.
+    std::vector<std::wstring> boxes;
+    /// ADO objects alive when the host had let all objects of the run go, and when it had disconnected.
+    long liveBeforeDisconnect = 0;
+    long liveAtEnd = 0;
+    /// Disconnecting failed, though nothing was made to fail any more.
+    std::wstring disconnectError;
+};
+
+/// Where a run begins and ends to count and fail calls, allocations and log entries.
+struct FaultSwitch
+{
+    std::function<void()> begin;
+    std::function<void()> heal;
+};
+
+/// One run of a scenario through the component's public interface, from `init` to `disconnect`.
+HostOutcome runHost(TappedAdo& ado, const Scenario& scenario, const std::wstring& logFile, const FaultSwitch& faults);

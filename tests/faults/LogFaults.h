@@ -1,0 +1,62 @@
+#pragma once
+
+#include "ImportHook.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+#include <windows.h>
+
+enum class LogFaultKind
+{
+    DiskFull,
+    Locked, ///< somebody else holds the file without sharing it
+    DirectoryRemoved,
+};
+
+/// Fails the entry number `entry` (from 1) of the log, and all after it.
+struct LogFault
+{
+    LogFaultKind kind;
+    size_t entry;
+};
+
+/// A log file in a directory of its own that really fails: each entry is opened by this program's import of
+/// CreateFileW, which makes the directory, the lock or the full disk just before.
+class LogFaults
+{
+public:
+    LogFaults();
+    ~LogFaults();
+    LogFaults(const LogFaults&) = delete;
+    LogFaults& operator=(const LogFaults&) = delete;
+
+    std::wstring file() const { return directory_ + L"\\replication.log"; }
+
+    /// Begins to count, and to fail as told; `action` runs just before the first entry that fails.
+    void begin(std::optional<LogFault> fault, std::function<void()> action);
+    /// A log that can be written again, and is empty.
+    void heal();
+    size_t entries() const { return starts_.size(); }
+    /// What each entry since `begin` added to the file. To be asked before `heal`.
+    std::vector<std::string> texts() const;
+
+    /// The runtime's text for that failure.
+    static const wchar_t* text(LogFaultKind kind);
+
+private:
+    static HANDLE WINAPI openFile(const wchar_t* path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
+                                  DWORD disposition, DWORD flags, HANDLE model);
+    /// The path to open instead of the log's.
+    std::wstring beforeEntry();
+    void sabotage();
+
+    std::wstring directory_;
+    std::optional<LogFault> fault_;
+    std::function<void()> action_;
+    /// Where in the file each entry began.
+    std::vector<size_t> starts_;
+    HANDLE lock_ = INVALID_HANDLE_VALUE;
+    ImportHook hook_;
+};

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "Allocations.h"
+#include "TappedAdo.h"
+#include "com/dispatch.h"
+
+#include <atomic>
+
+class TappedObject;
+
+/// What the tapped objects share.
+struct TappedAdo::Shared
+{
+    AdoJournal journal;
+    bool tapping = false;
+    long live = 0;
+    std::function<void()> written;
+    /// Idle open connections by their connection string.
+    std::multimap<std::wstring, com::Dispatch> kept;
+    /// Connections that are alive, by their data source.
+    std::map<std::wstring, TappedObject*> open;
+    std::wstring lastConnection;
+    Microsoft::WRL::ComPtr<IClassFactory> connections;
+};
+
+/// One ADO object, seen through the tap. Every entry point is test code that the component calls.
+class TappedObject final : public IDispatch
+{
+public:
+    using SharedTap = std::shared_ptr<TappedAdo::Shared>;
+
+    /// `parent` may be null.
+    TappedObject(SharedTap tap, std::wstring className, com::Dispatch real, const TappedObject* parent);
+    virtual ~TappedObject();
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID interfaceId, void** object) noexcept override;
+    ULONG STDMETHODCALLTYPE AddRef() noexcept override { return ++references_; }
+    ULONG STDMETHODCALLTYPE Release() noexcept override;
+    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) noexcept override;
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID locale, ITypeInfo** info) noexcept override;
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID locale,
+                                            DISPID* ids) noexcept override;
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID reserved, LCID locale, WORD flags, DISPPARAMS* params,
+                                     VARIANT* result, EXCEPINFO* exception, UINT* badArgument) noexcept override;
+
+    /// Closes the real connection behind a tapped one, and forgets it.
+    void cut();
+
+private:
+    struct Call;
+
+    HRESULT perform(Call& call);
+    HRESULT passOn(Call& call);
+    HRESULT passOnOpen(Call& call);
+    void passOnClose();
+    void giveBack();
+    void cutConnection();
+    void follow(const Call& call);
+    void wrapResult(Call& call);
+    AdoCall describe(const std::wstring& member) const;
+
+    std::atomic<ULONG> references_{1};
+    SharedTap tap_;
+    std::wstring class_;
+    com::Dispatch real_;
+    std::map<DISPID, std::wstring> names_;
+    size_t command_ = 0;
+    std::wstring connection_;
+    std::wstring connectionString_;
+    bool isOpenConnection_ = false;
+    bool procedure_ = false;
+    std::wstring text_;
+};
