@@ -1,12 +1,17 @@
 #include "FaultBench.h"
 
-#include <sstream>
-
 using allocations::Unwatched;
 
 namespace {
 
 constexpr wchar_t kNoMemory[] = L"Out of memory";
+
+long handleCount()
+{
+    DWORD count = 0;
+    GetProcessHandleCount(GetCurrentProcess(), &count);
+    return static_cast<long>(count);
+}
 
 decltype(&MessageBoxW) g_showBox = nullptr;
 
@@ -192,6 +197,7 @@ Seen FaultBench::runWith(const Scenario& scenario, const Fault& fault)
 std::vector<std::wstring> FaultBench::run(const Scenario& scenario, const Fault& fault)
 {
     const Reference& expected = reference(scenario);
+    const long handles = handleCount();
     reset(scenario);
     Seen seen = runWith(scenario, fault);
     seen.left = read(scenario);
@@ -199,5 +205,6 @@ std::vector<std::wstring> FaultBench::run(const Scenario& scenario, const Fault&
     seen.repaired = read(scenario);
     seen.memoryLeft = allocations::live() - lost_ - expected.memory;
     lost_ += seen.memoryLeft;
+    seen.handlesLeft = handleCount() - handles;
     return judge(scenario, expected, seen);
 }

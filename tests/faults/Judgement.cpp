@@ -210,6 +210,7 @@ private:
         expect(seen_.next.liveAtEnd == 0, std::to_wstring(seen_.next.liveAtEnd) + L" ADO objects alive at the end");
         expect(seen_.outcome.disconnectError.empty(), L"disconnecting failed: " + seen_.outcome.disconnectError);
         expect(seen_.memoryLeft == 0, std::to_wstring(seen_.memoryLeft) + L" blocks of memory left over");
+        expect(seen_.handlesLeft == 0, std::to_wstring(seen_.handlesLeft) + L" handles left over");
     }
 
     void judgeNextRun()

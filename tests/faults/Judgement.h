@@ -18,6 +18,7 @@ struct Seen
     PairState repaired;
     AdoJournal nextJournal;
     long memoryLeft = 0;
+    long handlesLeft = 0;
 };
 
 /// What was not as it must be, in words; empty when all is well.

@@ -12,14 +12,14 @@ std::wstring joined(const std::vector<std::wstring>& tables)
 {
     std::wstring list;
     for (const std::wstring& table : tables)
-        list += L", " + table;
+        list += (list.empty() ? L"" : L", ") + table;
     return list;
 }
 
-const std::wstring kRestoreKey =
-    L"alter table patient drop constraint if exists FK_patient_dentist;"
-    L"alter table patient add constraint FK_patient_dentist foreign key (dc_id, dentist_id)"
-    L" references dentist (dc_id, dentist_id);";
+constexpr wchar_t kRestoreKey[] =
+    L"do 'begin if not exists (select from pg_constraint where conname = ''fk_patient_dentist'' and connamespace ="
+    L" current_schema()::text::regnamespace) then alter table patient add constraint FK_patient_dentist foreign key"
+    L" (dc_id, dentist_id) references dentist (dc_id, dentist_id); end if; end';";
 
 std::wstring controlRows()
 {
@@ -106,13 +106,12 @@ void Pair::reset(const std::vector<std::wstring>& tables, const std::wstring& so
                  const std::wstring& destinationRows) const
 {
     // Truncated, so that rows are found in one order in every run.
-    const std::wstring empty = L"truncate replication_counts, replication_conflict, replication_conflict_data" +
-                               joined(tables) + L" cascade;" + controlRows();
+    const std::wstring empty = L"truncate " + joined(tables) +
+                               L" cascade; delete from replication_counts; delete from replication_conflict;"
+                               L" delete from replication_conflict_data;" +
+                               controlRows() + kRestoreKey;
     source_.execute(empty + sourceRows);
     destination_.execute(empty + destinationRows);
-    for (const PracticeSide* side : {&source_, &destination_})
-        if (!side->hasPatientKey())
-            side->execute(kRestoreKey);
 }
 
 PairState Pair::read(const std::vector<std::wstring>& tables, bool localIsSource) const
