@@ -82,8 +82,12 @@ void list(std::wstring& text, const wchar_t* title, const std::vector<std::wstri
 
 bool Pair::isConfigured()
 {
-    return std::ranges::none_of(kSettings, [](const wchar_t* name) { return setting(name).empty(); }) &&
-           setting(L"QUINMARK_SERVER") != L"sqlserver";
+    return std::ranges::none_of(kSettings, [](const wchar_t* name) { return setting(name).empty(); });
+}
+
+bool Pair::isPostgreSql()
+{
+    return setting(L"QUINMARK_SERVER") != L"sqlserver";
 }
 
 std::wstring Pair::setting(const wchar_t* name)

@@ -22,8 +22,9 @@ struct PairState
 class Pair
 {
 public:
-    /// Names of the settings come from the environment; false when one is missing.
+    /// Whether the environment has all settings of the databases.
     static bool isConfigured();
+    static bool isPostgreSql();
     static std::wstring setting(const wchar_t* name);
 
     Pair();

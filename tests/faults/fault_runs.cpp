@@ -227,6 +227,10 @@ int missing(const wchar_t* what, const wchar_t* required)
 
 int main(int count, char** arguments)
 {
+    if (!Pair::isPostgreSql()) {
+        std::printf("needs PostgreSQL: QUINMARK_SERVER names another server\n");
+        return kSkipped;
+    }
     if (!Pair::isConfigured())
         return missing(L"the settings of the databases are missing", L"QUINMARK_REQUIRE_DATABASE");
     if (Pair::setting(L"DISPLAY").empty())
