@@ -1,0 +1,361 @@
+"""What a run of the component does with the tables of two databases, by the rules alone."""
+
+from server import Failure, description, is_number_keyed, no_row, null_used, parameter, row_values, skips
+from tables import TABLES
+from values import (DATE, DAY, GUID, NEW_YEAR_1900, Unsupported, ZERO_DATE, date_literal, literal_value, seconds,
+                    text_of)
+
+OFFICES, LAPTOP = 0, 1
+DELETE_ALL, ONE_WAY, ONE_WAY_DELETES, TWO_WAY, TWO_WAY_NO_DELETES, COMPUTER_TYPE, BY_KEY = range(1, 8)
+UNKNOWN, DELETE_WITH_UPDATES, SKIP_DELETES, ONLY_DELETES = range(1, 5)
+BOTH, NEW_ON_SOURCE, NEW_ON_DESTINATION, CHANGED_ON_DESTINATION, DELETED_ON_SOURCE = range(1, 6)
+OWN_ERROR = 1000
+OBJECT_ERROR = 0x80040000
+COUNTERS = ("source add", "source update", "source delete", "add", "update", "delete", "conflict", "error")
+UNCODED_TYPE = "ado type not coded, see debug"
+
+
+def raised(number):
+    """The number after a routine has passed an error on."""
+    if number == 1:
+        return OBJECT_ERROR + 1
+    return OBJECT_ERROR + number if number == 0 or 513 <= number < 0x80000000 else number
+
+
+def host_number(number):
+    return 0x800A0000 + number if number < 0x10000 else number
+
+
+class Pair:
+    """The two databases of a run, its site and what it showed to a person."""
+
+    def __init__(self, source, destination, site, local):
+        self.source = source
+        self.destination = destination
+        self.site = site
+        self.local = local
+        self.boxes = []
+
+    def set_error(self, message):
+        self.local.error = message
+
+
+def changed_rows(pair, table, key, last):
+    """Keys of the rows on both sides that differ in date, one of them after the last run; in the key's order."""
+    limit = date_literal(last)
+    if limit is None:
+        return []
+    there = {row[key]: row for row in pair.destination.rows(table)}
+    listed = []
+    for row in pair.source.rows(table):
+        other = there.get(row[key]) if row[key] is not None else None
+        if other is None or None in (row["mod_date"], other["mod_date"]) or row["mod_date"] == other["mod_date"]:
+            continue
+        if row["mod_date"] > limit or other["mod_date"] > limit:
+            listed.append((row[key], row["mod_date"], other["mod_date"]))
+    return sorted(listed)
+
+
+def missing_rows(here, there, table, key):
+    """Key and date of the rows that only `here` has. A Null among the keys there hides them all."""
+    keys = [row[key] for row in there.rows(table)]
+    if not keys:
+        return [(row[key], row["mod_date"]) for row in here.rows(table)]
+    if None in keys:
+        return []
+    return [(row[key], row["mod_date"]) for row in here.rows(table) if row[key] is not None and row[key] not in keys]
+
+
+class TableRun:
+    """A table object: configured once, run once or more."""
+
+    def __init__(self, method, name, dependent="", key_field="", deletes=UNKNOWN):
+        if name != "computer_type" and method != ONE_WAY_DELETES and dependent:
+            raise Failure(raised(OWN_ERROR), f"Dependent table only allowed on ONE_WAY_ALLOW_DELETES ({name},)")
+        self.method = method
+        self.name = name
+        self.table = TABLES[name.lower()]
+        self.dependent = dependent
+        self.key_field = key_field
+        self.deletes = deletes
+        self.count = dict.fromkeys(COUNTERS, 0)
+        self.last = self.next = ZERO_DATE
+
+    def go(self, pair, last, next_date):
+        self.pair, self.last, self.next = pair, last, next_date
+        if self.method == DELETE_ALL:
+            self._copy_all()
+        elif self.method in (ONE_WAY, ONE_WAY_DELETES):
+            self._trapped("replicateOneWay", OneWay(self, "unid", True, True, True).run)
+        elif self.method in (TWO_WAY, TWO_WAY_NO_DELETES):
+            TwoWay(self).run()
+        elif self.method == COMPUTER_TYPE:
+            self._copy_computer_types()
+        elif self.method == BY_KEY:
+            self._by_key()
+        else:
+            raise Failure(raised(OWN_ERROR), "Invalid replication method")
+
+    def _trapped(self, routine, body):
+        try:
+            body()
+        except Failure as failure:
+            self.pair.set_error(f"clsReplicateTable.{routine}: {failure.description}")
+            raise Failure(raised(failure.number),
+                          f"clsReplicateTable.{routine}({self.name}): {failure.description}") from None
+
+    def _by_key(self):
+        routine = "replicateOneWayWithPKField"
+        if not self.key_field:
+            return self.pair.set_error(f"PKField not set for {routine}()")
+        if self.deletes == UNKNOWN:
+            return self.pair.set_error(f"enumReplicatDeletes not set for {routine}()")
+        updates = self.deletes != ONLY_DELETES
+        deletes = self.deletes in (DELETE_WITH_UPDATES, ONLY_DELETES)
+        return self._trapped(routine, OneWay(self, self.key_field, updates, updates, deletes).run)
+
+    def _copy_all(self):
+        self._copy(self.table)
+        self.count["add"] = len(self.pair.destination.rows(self.table))
+
+    def _copy_computer_types(self):
+        for name in ("computer_type", "computer_type_setting"):
+            self._copy(TABLES[name])
+        # The database tells of the first statement of a batch.
+        self.count["add"] = len(self.pair.destination.rows(TABLES["computer_type"]))
+
+    def _copy(self, table):
+        self.pair.destination.tables[table.name] = [dict(row) for row in self.pair.source.rows(table)]
+
+    def write_counts(self, *counts):
+        for suffix, counter in counts:
+            self.pair.local.counts.append((self.pair.site, f"{self.name} {suffix}", self.count[counter]))
+
+    def values(self, row):
+        """The literals of a row; each column that has none is told to the person at the machine."""
+        values = row_values(self.table, row)
+        self.pair.boxes += [UNCODED_TYPE] * list(values.values()).count(Unsupported)
+        return values
+
+    def text(self, column, value):
+        """The text of a key; Null has none, which fails as soon as a statement needs it."""
+        return None if value is None else text_of(self.table.by_name[column].type, value)
+
+
+class OneWay:
+    """One call of a one-way routine, by `unid` or by a key field."""
+
+    def __init__(self, run, key, changed, added, gone):
+        self.run_object = run
+        self.pair = run.pair
+        self.table = run.table
+        self.key = key
+        self.by_key = run.method == BY_KEY
+        self.steps = (changed, added, gone)
+        self.source_date = self.destination_date = ZERO_DATE
+        self.at_offices = run.pair.site == OFFICES
+
+    def run(self):
+        count = self.run_object.count
+        count.update({counter: 0 for counter in COUNTERS if counter != "conflict"})
+        for wanted, step in zip(self.steps, (self._changed, self._only_source, self._only_destination)):
+            if wanted:
+                step()
+        self.run_object.write_counts(("updates", "update"), ("adds", "add"), ("deletes", "delete"),
+                                     ("conflicts", "conflict"), ("errors", "error"))
+
+    def _changed(self):
+        for key, self.source_date, self.destination_date in changed_rows(self.pair, self.table, self.key,
+                                                                         self.run_object.last):
+            self._changed_row(self.run_object.text(self.key, key))
+
+    def _changed_row(self, key):
+        source, destination, last = self.source_date, self.destination_date, self.run_object.last
+        not_allowed = f"Changed on both databases - Destination({self.pair.destination.name}) changes are not allowed"
+        if abs(seconds(source) - seconds(destination)) <= 2:
+            return
+        if source > last and destination > last:
+            self._report(key, BOTH, not_allowed if self.at_offices else None)
+        elif source > destination:
+            row = self._source_row(key)
+            self.pair.destination.update(self.table, self.key, key, self.run_object.values(row))
+            self.run_object.count["update"] += 1
+            self._dependents(key)
+        elif self.at_offices:
+            self._report(key, CHANGED_ON_DESTINATION, not_allowed)
+
+    def _only_source(self):
+        for value, date in missing_rows(self.pair.source, self.pair.destination, self.table, self.key):
+            if date is None:
+                raise null_used()
+            self.source_date, key = date, self.run_object.text(self.key, value)
+            if date >= self.run_object.last:
+                self.pair.destination.insert(self.table, self.run_object.values(self._source_row(key)))
+                self._dependents(key)
+                self.run_object.count["add"] += 1
+            elif self.at_offices:
+                self._report(key, NEW_ON_SOURCE, f"Deleted in destination({self.pair.destination.name}) - "
+                                                 "Destination deletes will not replicate properly")
+
+    def _only_destination(self):
+        for value, date in missing_rows(self.pair.destination, self.pair.source, self.table, self.key):
+            if date is None:
+                raise null_used()
+            self.destination_date, key = date, self.run_object.text(self.key, value)
+            if date >= self.run_object.last:
+                self._new_in_destination(key)
+            else:
+                self._deleted_from_source(key)
+
+    def _new_in_destination(self, key):
+        if self.at_offices:
+            self._report(key, NEW_ON_DESTINATION,
+                         f"New in destination({self.pair.destination.name}) - Destination adds are not allowed")
+
+    def _deleted_from_source(self, key):
+        source, destination = self.pair.source.name, self.pair.destination.name
+        if not self.at_offices:
+            self._report(key, DELETED_ON_SOURCE, f"Deleted from source({source})")
+        elif self.by_key or self.run_object.method == ONE_WAY_DELETES:
+            self._delete(key)
+        else:
+            self._report(key, NEW_ON_DESTINATION,
+                         f"New in destination({destination}) -OR- Deleted from source({source})")
+
+    def _delete(self, key):
+        if self.by_key and self.table.name == "dentist_company":
+            self._forget_company(key)
+        self.pair.destination.delete(self.table, self.key, key)
+        self._dependents(key)
+        self.run_object.count["delete"] += 1
+
+    def _forget_company(self, key):
+        self.pair.destination.update(TABLES["chart_comment_info"], "dc_id", key, {"dc_id": None})
+
+    def _source_row(self, key):
+        row = self.pair.source.select(self.table, self.key, key)
+        if row is None:
+            raise no_row()
+        return row
+
+    def _dependents(self, key):
+        if self.by_key or self.run_object.dependent.lower() != "chart_option_setting":
+            return
+        with self.pair.destination.batch():
+            self._copy_settings(TABLES["chart_option_setting"], key)
+
+    def _copy_settings(self, settings, key):
+        self.pair.destination.delete(settings, "chart_option_id", key)
+        for row in self.pair.source.rows(settings):
+            if row["chart_option_id"] is not None and text_of(GUID, row["chart_option_id"]) == key:
+                self.pair.destination.insert(settings, dict(row))
+
+    def _report(self, key, kind, error):
+        conflict = Conflict(self, key, kind)
+        if not conflict.save():
+            return
+        self.run_object.count["conflict"] += 1
+        if error is not None:
+            self.run_object.count["error"] += 1
+            self.pair.set_error(error)
+
+
+class Conflict:
+    """A row that was left alone, as it is written down. It is looked for by `unid`, whatever the key."""
+
+    def __init__(self, one_way, key, kind):
+        self.run_object = one_way.run_object
+        self.pair = one_way.pair
+        self.table = one_way.table
+        self.key = key
+        self.kind = kind
+        self.dates = [self._stored_date(one_way.source_date), self._stored_date(one_way.destination_date)]
+
+    @staticmethod
+    def _stored_date(date):
+        return None if date == ZERO_DATE or NEW_YEAR_1900 <= date < NEW_YEAR_1900 + DAY else date
+
+    def save(self):
+        """Whether there was a difference to be saved."""
+        source = self.pair.source.select(self.table, "unid", self.key)
+        destination = self.pair.destination.select(self.table, "unid", self.key)
+        described = self.pair.source if self.kind in (BOTH, NEW_ON_SOURCE) else self.pair.destination
+        words = description(described, self.table, self.key)
+        differences = self._differences(source, destination)
+        if differences:
+            self._check()
+            record = self._record(words)
+            self.pair.local.conflicts.append(record)
+            for name, *texts in differences:
+                record["differences"].append((name, *[parameter(text, 3500) for text in texts]))
+        return bool(differences)
+
+    def _differences(self, source, destination):
+        differences = []
+        for column in self.table.columns:
+            if skips(self.table, column, True):
+                continue
+            texts = [text_of(column.type, row[column.name]) if row else "" for row in (source, destination)]
+            if source is None or destination is None or texts[0] != texts[1]:
+                differences.append((column.name, *texts))
+        return differences
+
+    def _check(self):
+        message = ""
+        if self.run_object.next == NEW_YEAR_1900:
+            message += "Next replicate date not supplied.\r\n"
+        if is_number_keyed(self.table) and int(self.key) < 1:
+            message += "Patiend id or table guid not supplied\r\n"
+        if message:
+            raise Failure(raised(OWN_ERROR), f"Error saving conflict: {message}")
+
+    def _record(self, words):
+        by_number = is_number_keyed(self.table)
+        return {"site": self.pair.site, "next": self._stored_date(self.run_object.next),
+                "table": parameter(self.run_object.name, 50), "number": int(self.key) if by_number else 0,
+                "guid": None if by_number else self.key, "kind": self.kind, "words": parameter(words, 125),
+                "source date": self.dates[0], "destination date": self.dates[1], "differences": []}
+
+
+class TwoWay:
+    """One call of the two-way routine."""
+
+    def __init__(self, run):
+        self.run_object = run
+        self.pair = run.pair
+        self.table = run.table
+
+    def run(self):
+        try:
+            self._changed()
+            self._one_sided(self.pair.source, self.pair.destination, "Nrv")
+            self._one_sided(self.pair.destination, self.pair.source, "ZT")
+        except Failure as failure:
+            raise Failure(raised(failure.number), failure.description) from None
+        self.run_object.write_counts(
+            ("updates", "source update"), ("adds", "source add"), ("deletes", "source delete"), ("updates", "update"),
+            ("adds", "add"), ("deletes", "delete"), ("errors", "error"))
+
+    def _changed(self):
+        last = self.run_object.last
+        for value, source, destination in changed_rows(self.pair, self.table, "unid", last):
+            if source > last and destination > last:
+                self.pair.boxes.append("replication conflict")
+            if seconds(source) == seconds(destination):
+                continue
+            key = self.run_object.text("unid", value)
+            newer, older = self.pair.source, self.pair.destination
+            if source < destination:
+                newer, older = older, newer
+            older.update(self.table, "unid", key, self.run_object.values(newer.select(self.table, "unid", key)))
+
+    def _one_sided(self, here, there, name):
+        for value, date in missing_rows(here, there, self.table, "unid"):
+            if date is None:
+                raise null_used()
+            if date < self.run_object.last:
+                self.pair.boxes.append(
+                    f"TODO: delete from {name}" if self.run_object.method == TWO_WAY else
+                    f"replication conflict - new row on {name} {self.run_object.name} table before last Replicate date")
+            row = here.select(self.table, "unid", self.run_object.text("unid", value))
+            there.insert(self.table, self.run_object.values(row))
