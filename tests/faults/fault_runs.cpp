@@ -1,7 +1,10 @@
 // Fails every call into ADO, every allocation and every log entry of small runs, one by one, and says what was not as
 // it must be.
 //
-//   fault_runs [--seed N] [--minutes M] [--case "SCENARIO: FAULT"] [--list]
+//   fault_runs [--seed N] [--minutes M] [--case NAME] [--list]
+//
+// A case is a scenario and a fault, as --list prints them ("one way at the offices: ado lost once 17"), or words of
+// such a name ("one way at the offices:", "ado lost once").
 
 #include "FaultBench.h"
 #include "control/settings.h"
@@ -139,7 +142,7 @@ private:
             for (const Bucket& bucket : buckets) {
                 if (turn >= bucket.faults.size())
                     continue;
-                if (options_.only.empty() && Clock::now() >= end)
+                if (Clock::now() >= end)
                     return;
                 more = true;
                 consider(*bucket.scenario, bucket.faults[turn]);
@@ -150,10 +153,12 @@ private:
     void consider(const Scenario& scenario, const Fault& fault)
     {
         const std::string name = nameOf(scenario, fault);
-        if (options_.list)
-            std::printf("%s\n", name.c_str());
-        if (options_.list || (!options_.only.empty() && options_.only != name))
+        if (!isWanted(name))
             return;
+        if (options_.list) {
+            std::printf("%s\n", name.c_str());
+            return;
+        }
         Tally& tally = tallies_[fault.index()];
         ++tally.tried;
         g_case = name;
@@ -165,6 +170,11 @@ private:
         for (const std::wstring& complaint : complaints)
             std::printf("    %s\n", narrow(complaint).c_str());
         std::fflush(stdout);
+    }
+
+    bool isWanted(const std::string& name) const
+    {
+        return options_.only.empty() || (name + " ").find(options_.only + " ") != std::string::npos;
     }
 
     /// A database that does not answer as it should any more, such as a lock that was left behind, counts as found.
