@@ -22,19 +22,21 @@ install(FILES "${CMAKE_BINARY_DIR}/src/typelib/QuinmarkRepDLL.idl" DESTINATION e
 function(interface_entries result)
     file(READ "${PROJECT_SOURCE_DIR}/src/typelib/QuinmarkRepDLL.idl.in" idl)
     string(REGEX REPLACE "[][;]" " " idl "${idl}")
-    string(REGEX MATCHALL "uuid\\([0-9A-F-]+\\),[ \n]*helpstring\\(\"[^\"]*\"\\)[ \n]*interface _[A-Za-z]+" found "${idl}")
+    string(REGEX MATCHALL
+        "uuid\\([0-9A-F-]+\\),[ \n]*helpstring\\(\"[^\"]*\"\\)[ \n]*interface _[A-Za-z]+" found "${idl}")
     set(entries "")
     foreach(declaration ${found})
         string(REGEX REPLACE "^uuid\\(([0-9A-F-]+)\\).* (_[A-Za-z]+)$" "\\1;\\2" parts "${declaration}")
         list(GET parts 0 id)
         list(GET parts 1 name)
-        set(key "Interface\\{${id}}")
+        set(begin "        <RegistryValue Root=\"HKCR\" Key=\"Interface\\{${id}}")
+        set(text "Type=\"string\" Value=")
         string(APPEND entries
-            "        <RegistryValue Root=\"HKCR\" Key=\"${key}\" Type=\"string\" Value=\"${name}\"/>\n"
-            "        <RegistryValue Root=\"HKCR\" Key=\"${key}\\ProxyStubClsid\" Type=\"string\" Value=\"${automation}\"/>\n"
-            "        <RegistryValue Root=\"HKCR\" Key=\"${key}\\ProxyStubClsid32\" Type=\"string\" Value=\"${automation}\"/>\n"
-            "        <RegistryValue Root=\"HKCR\" Key=\"${key}\\TypeLib\" Type=\"string\" Value=\"${library}\"/>\n"
-            "        <RegistryValue Root=\"HKCR\" Key=\"${key}\\TypeLib\" Name=\"Version\" Type=\"string\" Value=\"${version}\"/>\n")
+            "${begin}\" ${text}\"${name}\"/>\n"
+            "${begin}\\ProxyStubClsid\" ${text}\"${automation}\"/>\n"
+            "${begin}\\ProxyStubClsid32\" ${text}\"${automation}\"/>\n"
+            "${begin}\\TypeLib\" ${text}\"${library}\"/>\n"
+            "${begin}\\TypeLib\" Name=\"Version\" ${text}\"${version}\"/>\n")
     endforeach()
     if(NOT entries)
         message(FATAL_ERROR "No interface found in the type library's source")

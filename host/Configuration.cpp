@@ -1,10 +1,12 @@
 #include "Configuration.h"
 
 #include "HostError.h"
+#include "com/convert.h"
 #include "passwords.h"
 #include "text.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <fmt/format.h>
 #include <fstream>
 #include <limits>
@@ -170,6 +172,24 @@ SideConfiguration readSide(Reader& top, const char* name, std::vector<std::strin
     return side;
 }
 
+/// One database for both sides would be emptied by a full copy and filled from itself, and so would one table that both
+/// prefixes name.
+void refuseSameSides(Reader& top, const toml::table& file, const Configuration& configuration)
+{
+    const SideConfiguration& source = configuration.source;
+    const SideConfiguration& destination = configuration.destination;
+    if (source.dsn.empty() || destination.dsn.empty())
+        return;
+    const toml::node_view section = file["destination"];
+    const auto refuse = [&](const char* name, const std::string& left, const std::string& right) {
+        if (com::upperCase(toWide(left)) == com::upperCase(toWide(right)))
+            top.mistake(*(section[name] ? section[name] : section).node(),
+                        fmt::format("destination.{}: expected another one than the source's", name));
+    };
+    refuse("dsn", source.dsn, destination.dsn);
+    refuse("prefix", source.prefix, destination.prefix);
+}
+
 void readLog(Reader& top, Configuration& configuration, std::vector<std::string>& mistakes)
 {
     const toml::table* section = top.section("log");
@@ -211,7 +231,9 @@ void readTables(Reader& top, Configuration& configuration, double maxDelete, std
     const toml::array* tables = node->as_array();
     if (!tables)
         return top.wrong(*node, "table", "[[table]] sections");
-    std::set<std::string> names;
+    if (tables->empty())
+        return top.wrong(*node, "table", "at least one [[table]] section");
+    std::set<std::wstring> names;
     for (const toml::node& entry : *tables) {
         const toml::table* table = entry.as_table();
         if (!table) {
@@ -219,7 +241,7 @@ void readTables(Reader& top, Configuration& configuration, double maxDelete, std
             continue;
         }
         const TableConfiguration& read = configuration.tables.emplace_back(readTable(*table, maxDelete, mistakes));
-        if (!read.name.empty() && !names.insert(read.name).second)
+        if (!read.name.empty() && !names.insert(com::upperCase(toWide(read.name))).second)
             top.mistake(entry, "table." + read.name + ": listed twice, expected each table once");
     }
 }
@@ -236,6 +258,7 @@ Configuration readConfiguration(const toml::table& file, std::vector<std::string
     const double maxDelete = top.number("max_delete", 0, 100, TableConfiguration().maxDelete);
     configuration.source = readSide(top, "source", mistakes);
     configuration.destination = readSide(top, "destination", mistakes);
+    refuseSameSides(top, file, configuration);
     readLog(top, configuration, mistakes);
     readTables(top, configuration, maxDelete, mistakes);
     top.refuseUnknown();
@@ -252,9 +275,12 @@ Configuration readConfiguration(const toml::table& file, std::vector<std::string
 
 std::string readFile(const std::string& path)
 {
+    if (std::error_code ignored; std::filesystem::is_directory(toWide(path), ignored))
+        throw HostError(kUsage, path + " is a folder", "Name the configuration file in it with -c.");
     std::ifstream file(toWide(path).c_str(), std::ios::binary);
     if (!file)
-        throw HostError(kUsage, path + " cannot be read; `quinrep init` writes one to start from");
+        throw HostError(kUsage, "the configuration file \"" + path + "\" cannot be read",
+                        "Name it with -c; `quinrep init` writes one to start from.");
     std::ostringstream text;
     text << file.rdbuf();
     return text.str();
@@ -265,6 +291,8 @@ std::string readFile(const std::string& path)
 Configuration loadConfiguration(const std::string& path)
 {
     const std::string text = readFile(path);
+    if (!isUtf8(text))
+        throw HostError(kUsage, path + " is not in UTF-8", "Save it in UTF-8 with the editor that wrote it.");
     std::vector<std::string> mistakes;
     try {
         Configuration configuration = readConfiguration(toml::parse(text), mistakes);

@@ -6,13 +6,33 @@
 
 using nlohmann::ordered_json;
 
+namespace {
+
+Failure failed(ordered_json error, ExitCode exitCode)
+{
+    std::string text = errorText(error);
+    return {{{"error", std::move(error)}}, std::move(text), exitCode};
+}
+
+} // namespace
+
 ordered_json errorJson(const com::Error& error)
 {
     return {{"number", error.number},
             {"hex", hexNumber(error)},
             {"source", toUtf8(error.source)},
-            {"text", toUtf8(error.description)},
+            {"text", trimmed(toUtf8(error.description))},
             {"todo", advice(error)}};
+}
+
+std::string errorText(const ordered_json& error)
+{
+    std::string text = error["text"];
+    if (error.contains("number"))
+        text = fmt::format("{} ({}) {}: {}", error["number"].get<long>(), error["hex"].get<std::string>(),
+                           error["source"].get<std::string>(), text);
+    const std::string todo = error["todo"];
+    return todo.empty() ? text : text + "\n  " + todo;
 }
 
 Failure currentFailure()
@@ -21,10 +41,9 @@ Failure currentFailure()
         throw;
     }
     catch (const HostError& error) {
-        return {{{"error", {{"text", error.what()}, {"todo", ""}}}}, error.what(), error.exitCode()};
+        return failed({{"text", error.what()}, {"todo", error.todo()}}, error.exitCode());
     }
     catch (...) {
-        const com::Error error = com::currentError();
-        return {{{"error", errorJson(error)}}, describe(error), kFailed};
+        return failed(errorJson(com::currentError()), kFailed);
     }
 }

@@ -1,7 +1,5 @@
 #include "HostError.h"
 
-#include "text.h"
-
 #include <fmt/format.h>
 
 namespace {
@@ -12,18 +10,26 @@ struct Advice
     const char* advice;
 };
 
-/// By what stands in the description; the first that fits.
+constexpr char kRegistration[] = "The component is not registered for 32-bit programs: run the regsvr32 of SysWOW64 on "
+                                 "QuinmarkRepDLL.dll. A 64-bit program cannot load it.";
 constexpr char kDsn[] =
     "There is no ODBC data source of that name for 32-bit programs; make it with odbcad32 of SysWOW64.";
 constexpr char kLogin[] =
     "The login quinmarkapp_user or its password is refused; check the password's source in the configuration.";
 constexpr char kServer[] = "The server does not answer; look whether it runs and the network is up, then try again.";
-constexpr char kControl[] = "Insert the site's row into replication_control of the local database.";
+constexpr char k64BitProgram[] = "A 64-bit program cannot load the component; use the 32-bit quinrep.";
+constexpr char kBitness[] = "The data source is for 64-bit programs; make one of that name with odbcad32 of SysWOW64.";
+constexpr char kTable[] = "Look with `quinrep check` which side lacks the table or is reached by a wrong prefix.";
+constexpr char kRights[] = "Grant the login quinmarkapp_user the rights that docs/sql-server.md lists.";
 
+/// By what stands in the description; the first that fits. Drivers tell in their own words and in the user's language:
+/// what has a number is known by that (see byNumber).
 constexpr Advice kAdvice[] = {
     {L"IM002", kDsn},
     {L"Data source name not found", kDsn},
+    {L"architecture mismatch", kBitness},
     {L"password authentication failed", kLogin},
+    {L"no password supplied", kLogin},
     {L"Login failed", kLogin},
     {L"Connection refused", kServer},
     {L"could not connect to server", kServer},
@@ -38,27 +44,43 @@ constexpr Advice kAdvice[] = {
     {L"out of sync on table", "Give both sides of the table the same columns in the same order."},
     {L"out of sync", "The two databases have different schema versions; update the older one first."},
     {L"does not match the version of the database", "Set program_version to the database's version, or update one."},
-    {L"control record missing", kControl},
-    {L"record missing from control table", kControl},
-    {L"Last Replication Date not a valid date", "Set last_timestamp of the site's control record to a date before all "
-                                                "changes that are to be replicated."},
+    {L"control record missing", kInsertControlRecord},
+    {L"record missing from control table", kInsertControlRecord},
+    {L"Last Replication Date not a valid date", kSetLastTimestamp},
+    {L"permission denied", kRights},
+    {L"permission was denied", kRights},
+    {L"Invalid object name", kTable},
     {L"Subscript out of range", "The databases may belong to two offices (control row DBOffice), or have more than one "
                                 "version row."},
-    {L"not a valid Win32 application", "A 64-bit program cannot load the component; use the 32-bit quinrep."},
+    {L"not a valid Win32 application", k64BitProgram},
 };
 
-bool cannotCreate(const com::Error& error)
+const char* byNumber(const com::Error& error)
 {
-    return error.number == com::kCannotCreateObject || com::errorResult(error.number) == REGDB_E_CLASSNOTREG;
+    constexpr HRESULT kLoginRefused = static_cast<HRESULT>(0x80040E4D);
+    constexpr HRESULT kNoTable = static_cast<HRESULT>(0x80040E37);
+    if (error.number == com::kCannotCreateObject)
+        return kRegistration;
+    switch (com::errorResult(error.number)) {
+    case REGDB_E_CLASSNOTREG:
+        return kRegistration;
+    case HRESULT_FROM_WIN32(ERROR_BAD_EXE_FORMAT):
+        return k64BitProgram;
+    case kLoginRefused:
+        return kLogin;
+    case kNoTable:
+        return kTable;
+    default:
+        return nullptr;
+    }
 }
 
 } // namespace
 
 std::string advice(const com::Error& error)
 {
-    if (cannotCreate(error))
-        return "The component is not registered for 32-bit programs: run the regsvr32 of SysWOW64 on "
-               "QuinmarkRepDLL.dll. A 64-bit program cannot load it.";
+    if (const char* known = byNumber(error))
+        return known;
     for (const Advice& entry : kAdvice)
         if (error.description.find(entry.sText) != std::wstring::npos)
             return entry.advice;
@@ -70,10 +92,7 @@ std::string hexNumber(const com::Error& error)
     return fmt::format("0x{:08X}", static_cast<unsigned long>(com::errorResult(error.number)));
 }
 
-std::string describe(const com::Error& error)
+HostError missingControlRecord()
 {
-    const std::string text =
-        fmt::format("{} ({}) {}: {}", error.number, hexNumber(error), toUtf8(error.source), toUtf8(error.description));
-    const std::string whatToDo = advice(error);
-    return whatToDo.empty() ? text : text + "\n  " + whatToDo;
+    return {kNotReady, "the site has no control record", kInsertControlRecord};
 }

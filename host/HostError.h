@@ -21,24 +21,35 @@ enum ExitCode : int
     kGuarded = 7,
 };
 
-/// A failure of the host itself, with the exit code that tells of it. Failures of the component and of ADO are
-/// com::Error and end with kFailed.
+/// A failure of the host itself, with the exit code that tells of it and, where that is not obvious, what to do about
+/// it. Failures of the component and of ADO are com::Error and end with kFailed.
 class HostError : public std::runtime_error
 {
 public:
-    HostError(ExitCode exitCode, const std::string& text) : std::runtime_error(text), exitCode_(exitCode) {}
+    HostError(ExitCode exitCode, const std::string& text, std::string todo = {})
+        : std::runtime_error(text),
+          exitCode_(exitCode),
+          todo_(std::move(todo))
+    {
+    }
     ExitCode exitCode() const { return exitCode_; }
+    const std::string& todo() const { return todo_; }
 
 private:
     ExitCode exitCode_;
+    std::string todo_;
 };
-
-/// A component's error in words: number in decimal and hexadecimal, source and text, and for the usual ones a line of
-/// what to do.
-std::string describe(const com::Error& error);
 
 /// The failure code that stands for an error, as 0x and eight digits.
 std::string hexNumber(const com::Error& error);
+
+/// What to do about a control record that is not there, and about one that begins no interval.
+inline constexpr char kInsertControlRecord[] = "Insert the site's row into replication_control of the local database.";
+inline constexpr char kSetLastTimestamp[] =
+    "Set last_timestamp of the site's control record to a date before all changes that are to be replicated.";
+
+/// The failure of what needs the site's control record and finds none.
+HostError missingControlRecord();
 
 /// What to do about an error; empty when nothing is known.
 std::string advice(const com::Error& error);

@@ -2,6 +2,7 @@
 
 #include "HostError.h"
 #include "com/convert.h"
+#include "commands/rows.h"
 #include "conflicts/report_conflict.h"
 #include "control/settings.h"
 #include "db/forward_only.h"
@@ -99,16 +100,7 @@ private:
     }
 
     /// A full copy needs no key: without one, only the numbers of rows can be compared.
-    bool hasKey()
-    {
-        ado::Recordset rs =
-            openForwardOnly(databases_.destination(), L"select * from " + table_.sTable + L" where 1 = 0");
-        bool found = false;
-        for (long index = 0, count = rs.fieldCount(); index < count; ++index)
-            found = found || com::upperCase(rs.field(index).name()) == com::upperCase(table_.sKey);
-        rs.close();
-        return found;
-    }
+    bool hasKey() { return containsName(columnNames(databases_.destination(), table_.sTable), table_.sKey); }
 
     /// The settings are emptied and copied with the types: what they would lose counts with what the types would.
     void lookAtComputerTypeSettings()
@@ -242,15 +234,12 @@ DATE lastReplicateDate(const Configuration& configuration, Databases& databases)
 {
     ado::Recordset rs =
         openForwardOnly(databases.local(), L"select last_timestamp from replication_control where unique_key = " +
-                                               std::to_wstring(static_cast<int>(configuration.site)));
+                                               siteKey(configuration.site));
     if (rs.eof())
-        throw HostError(kNotReady, "the site has no control record: insert its row into replication_control of the "
-                                   "local database");
+        throw missingControlRecord();
     const _variant_t last = rs.field(0).value();
     rs.close();
     if (!com::isDate(last))
-        throw HostError(kNotReady,
-                        "last_timestamp of the site's control record is no date; set it to a date before all "
-                        "changes that are to be replicated");
+        throw HostError(kNotReady, "last_timestamp of the site's control record is no date", kSetLastTimestamp);
     return com::toDate(last);
 }

@@ -4,6 +4,8 @@
 #include "com/convert.h"
 #include "text.h"
 
+#include <fstream>
+
 using Microsoft::WRL::ComPtr;
 
 namespace {
@@ -19,22 +21,36 @@ _bstr_t argument(const std::wstring& text)
     return _bstr_t(com::newBstr(text), false);
 }
 
-void open(clsConn& conn, const SideConfiguration& side)
+} // namespace
+
+void openSide(clsConn& conn, const SideConfiguration& side)
 {
     conn.openConnection(toWide(side.dsn), side.secret);
 }
 
-} // namespace
+ComPtr<_Factory> createFactory()
+{
+    ComPtr<_Factory> factory;
+    com::check(CoCreateInstance(CLSID_Factory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&factory)));
+    return factory;
+}
+
+void requireWritableLog(const std::string& path)
+{
+    if (!std::ofstream(toWide(path).c_str(), std::ios::app))
+        throw HostError(kUsage, "the log " + path + " cannot be written",
+                        "Name a file in a folder that exists and may be written to: file under [log], or --log-file.");
+}
 
 Databases::Databases(const Configuration& configuration) : localIsSource_(configuration.localIsSource)
 {
-    open(source_, configuration.source);
-    open(destination_, configuration.destination);
+    openSide(source_, configuration.source);
+    openSide(destination_, configuration.destination);
 }
 
-Component::Component(const Configuration& configuration)
+Component::Component(const Configuration& configuration) : factory_(createFactory())
 {
-    com::check(CoCreateInstance(CLSID_Factory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&factory_)));
+    requireWritableLog(configuration.logFile);
     enumReplicationUniqueId site = configuration.site;
     short logLevel = configuration.logLevel;
     _bstr_t role = argument(std::string(configuration.localIsSource ? "SOURCE" : "DESTINATION"));
@@ -64,9 +80,8 @@ void Component::ensureReplication()
     _variant_t reason;
     com::checkCall(factory_->get_sErrorMessage(&reason));
     const com::Error error{0, L"", com::concatText(reason)};
-    const std::string todo = advice(error);
-    throw HostError(kFailed, "the databases cannot be replicated: " + toUtf8(error.description) +
-                                 (todo.empty() ? "" : "\n  " + todo));
+    throw HostError(kFailed, "the databases cannot be replicated: " + trimmed(toUtf8(error.description)),
+                    advice(error));
 }
 
 ComPtr<_clsReplicateTable> Component::createTable(const TableConfiguration& table)

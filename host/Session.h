@@ -8,6 +8,15 @@
 #include <string>
 #include <wrl/client.h>
 
+/// Opens a connection to one of the databases with the component's login. Raises com::Error.
+void openSide(clsConn& conn, const SideConfiguration& side);
+
+/// The component's factory, not yet connected. Raises com::Error.
+Microsoft::WRL::ComPtr<_Factory> createFactory();
+
+/// Raises HostError(kUsage) when the component could not write its log there: it would ask a person, in a message box.
+void requireWritableLog(const std::string& path);
+
 /// The two databases, through connections of the host's own: what the component does not tell is read here.
 class Databases
 {
@@ -29,6 +38,7 @@ private:
 class Component
 {
 public:
+    /// Raises HostError(kUsage) when the log cannot be written.
     explicit Component(const Configuration& configuration);
     /// Disconnects.
     ~Component();

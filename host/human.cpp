@@ -1,16 +1,15 @@
+#include "Failure.h"
 #include "commands.h"
+#include "result_text.h"
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <map>
+#include <regex>
 
 using nlohmann::ordered_json;
 
 namespace {
-
-std::string text(const ordered_json& value)
-{
-    return value.is_string() ? value.get<std::string>() : value.is_null() ? "" : value.dump();
-}
 
 /// Characters, not bytes.
 size_t width(const std::string& utf8)
@@ -32,7 +31,7 @@ std::string grid(const ordered_json& rows, const std::vector<const char*>& colum
     for (const char* column : columns) {
         size_t widest = width(column);
         for (const ordered_json& row : rows)
-            widest = std::max(widest, width(text(row[column])));
+            widest = std::max(widest, width(resultText(row[column])));
         widths.push_back(widest);
     }
     std::string lines;
@@ -45,18 +44,24 @@ std::string grid(const ordered_json& rows, const std::vector<const char*>& colum
     const auto isNumber = [&](const char* column) { return !rows.empty() && rows.front()[column].is_number(); };
     add([](const char* column) { return std::string(column); }, isNumber);
     for (const ordered_json& row : rows)
-        add([&](const char* column) { return text(row[column]); }, isNumber);
+        add([&](const char* column) { return resultText(row[column]); }, isNumber);
     return lines;
+}
+
+/// The further lines below the first.
+std::string indented(const std::string& lines)
+{
+    return std::regex_replace(lines, std::regex("\r?\n"), "\n     ");
 }
 
 std::string checks(const ordered_json& result)
 {
     std::string lines;
     for (const ordered_json& check : result["checks"]) {
-        lines += fmt::format("{} {}\n", check["ok"].get<bool>() ? "ok  " : "BAD ", text(check["check"]));
+        lines += fmt::format("{} {}\n", check["ok"].get<bool>() ? "ok  " : "BAD ", resultText(check["check"]));
         for (const char* detail : {"finding", "todo"})
-            if (!text(check[detail]).empty())
-                lines += "     " + text(check[detail]) + "\n";
+            if (!resultText(check[detail]).empty())
+                lines += "     " + indented(resultText(check[detail])) + "\n";
     }
     return lines;
 }
@@ -72,10 +77,11 @@ std::string verification(const ordered_json& result)
     std::string lines = grid(result["tables"], {"table", "source_rows", "destination_rows", "differing"});
     for (const ordered_json& table : result["tables"])
         for (const ordered_json& row : table["rows"]) {
-            lines += fmt::format("{} {}: {}\n", text(table["table"]), text(row["key"]), text(row["what"]));
+            lines +=
+                fmt::format("{} {}: {}\n", resultText(table["table"]), resultText(row["key"]), resultText(row["what"]));
             for (const ordered_json& column : row.value("columns", ordered_json::array()))
-                lines += fmt::format("    {}: source '{}', destination '{}'\n", text(column["column"]),
-                                     text(column["source"]), text(column["destination"]));
+                lines += fmt::format("    {}: source '{}', destination '{}'\n", resultText(column["column"]),
+                                     resultText(column["source"]), resultText(column["destination"]));
         }
     return lines;
 }
@@ -84,26 +90,10 @@ std::string guard(const ordered_json& tables)
 {
     std::string lines = "Nothing was written: the run would delete too many rows.\n";
     for (const ordered_json& table : tables)
-        lines += fmt::format("  {}: {} of {} rows, allowed are {} %\n", text(table["table"]), text(table["deletes"]),
-                             text(table["destination_rows"]), text(table["max_delete"]));
+        lines += fmt::format("  {}: {} of {} rows, allowed are {} %\n", resultText(table["table"]),
+                             resultText(table["deletes"]), resultText(table["destination_rows"]),
+                             resultText(table["max_delete"]));
     return lines + "Go on with --force if that is meant.\n";
-}
-
-std::string failure(const ordered_json& error)
-{
-    std::string line = text(error["text"]);
-    if (error.contains("number"))
-        line = fmt::format("{} ({}) {}: {}", text(error["number"]), text(error["hex"]), text(error["source"]), line);
-    return "FAILED: " + line + "\n" + (text(error["todo"]).empty() ? "" : "  " + text(error["todo"]) + "\n");
-}
-
-std::string notDone(const ordered_json& tables)
-{
-    std::string names;
-    for (const ordered_json& table : tables)
-        if (!table["done"].get<bool>())
-            names += (names.empty() ? "Not done: " : ", ") + text(table["table"]);
-    return names.empty() ? names : names + "\n";
 }
 
 std::string run(const ordered_json& result)
@@ -111,37 +101,56 @@ std::string run(const ordered_json& result)
     if (result.contains("guard"))
         return guard(result["guard"]);
     if (!result.contains("tables"))
-        return failure(result["error"]);
-    const std::string lines = fmt::format("Interval: {} to {}\n", text(result["from"]), text(result["to"])) +
-                              grid(result["tables"], {"table", "method", "adds", "updates", "deletes", "source_adds",
-                                                      "source_updates", "conflicts", "errors"});
+        return "FAILED: " + errorText(result["error"]) + "\n";
+    const std::string lines =
+        fmt::format("Interval: {} to {}\n", resultText(result["from"]), resultText(result["to"])) +
+        grid(result["tables"],
+             {"table", "method", "adds", "updates", "deletes", "source_adds", "source_updates", "conflicts", "errors"});
+    const std::string notDone = tablesNotDone(result["tables"]);
     if (result.contains("error"))
-        return lines + notDone(result["tables"]) + failure(result["error"]) +
-               (text(result["recorded"]).empty() ? "The control record could not be told.\n" : "");
-    return text(result["recorded"]).empty() ? lines : lines + "Recorded: " + text(result["recorded"]) + "\n";
+        return lines + (notDone.empty() ? "" : "Not done: " + notDone + "\n") +
+               "FAILED: " + errorText(result["error"]) + "\n" +
+               (resultText(result["recorded"]).empty() ? "The control record could not be told.\n" : "");
+    return resultText(result["recorded"]).empty() ? lines
+                                                  : lines + "Recorded: " + resultText(result["recorded"]) + "\n";
+}
+
+std::string answer(const ordered_json& flag)
+{
+    return flag == true ? "yes" : "no";
+}
+
+/// Rows below a heading, or a word that there are none.
+std::string list(const char* heading, const ordered_json& rows, const std::vector<const char*>& columns)
+{
+    return rows.empty() ? fmt::format("{}: none\n", heading) : fmt::format("{}:\n", heading) + grid(rows, columns);
 }
 
 std::string status(const ordered_json& result)
 {
     const ordered_json& control = result["control"];
-    std::string lines = fmt::format("ready {}, in error {} {}\nlast run's interval ended {}, next attempt {}\n",
-                                    text(control["ready_f"]), text(control["error_f"]), text(control["error_message"]),
-                                    text(control["last_timestamp"]), text(control["next_timestamp"]));
-    lines += "Counters of the last run:\n" + grid(result["counts"], {"count_name", "count_value"});
-    lines += "Conflicts waiting:\n" + grid(result["conflicts"], {"table_name", "waiting"});
+    const std::string error = resultText(control["error_message"]);
+    std::string lines =
+        fmt::format("Ready for a run: {}\nIn error: {}\nLast run's interval ended: {}\n"
+                    "Next attempt: {}\n",
+                    answer(control["ready_f"]), answer(control["error_f"]) + (error.empty() ? "" : ", " + error),
+                    resultText(control["last_timestamp"]), resultText(control["next_timestamp"]));
+    lines += list("Counters of the last run", result["counts"], {"count_name", "count_value"});
+    lines += list("Conflicts waiting", result["conflicts"], {"table_name", "waiting"});
+    lines += result["log"].empty() ? "Last errors in the log: none\n" : "Last errors in the log:\n";
     for (const ordered_json& line : result["log"])
-        lines += text(line) + "\n";
+        lines += "  " + resultText(line) + "\n";
     return lines;
 }
 
 std::string conflict(const ordered_json& result)
 {
     const ordered_json& conflict = result["conflict"];
-    std::string lines = fmt::format("{} {}, {}: {}\n", text(conflict["unid"]), text(conflict["table_name"]),
-                                    text(conflict["conflict"]), text(conflict["key_info"]));
+    std::string lines = fmt::format("{} {}, {}: {}\n", resultText(conflict["unid"]), resultText(conflict["table_name"]),
+                                    resultText(conflict["conflict"]), resultText(conflict["key_info"]));
     for (const ordered_json& column : conflict["columns"])
-        lines += fmt::format("    {}: source '{}', destination '{}'\n", text(column["column"]), text(column["source"]),
-                             text(column["destination"]));
+        lines += fmt::format("    {}: source '{}', destination '{}'\n", resultText(column["column"]),
+                             resultText(column["source"]), resultText(column["destination"]));
     return lines;
 }
 
@@ -149,30 +158,31 @@ std::string resolved(const ordered_json& result)
 {
     std::string lines;
     for (const ordered_json& entry : result["resolved"])
-        lines += fmt::format("{} {}: {}\n", text(entry["unid"]), text(entry["key_info"]),
-                             !text(entry["refused"]).empty() ? "refused, " + text(entry["refused"])
-                             : entry["settled"].get<bool>()  ? std::string("settled")
-                                                             : std::string("stays"));
+        lines += fmt::format("{} {}: {}\n", resultText(entry["unid"]), resultText(entry["key_info"]),
+                             !resultText(entry["refused"]).empty() ? "refused, " + resultText(entry["refused"])
+                             : entry["settled"].get<bool>()        ? std::string("settled")
+                                                                   : std::string("stays"));
     return lines.empty() ? "no conflicts\n" : lines;
+}
+
+std::string reviewed(const ordered_json& result)
+{
+    return result["resolved"].empty() ? "" : resolved(result);
+}
+
+std::string waiting(const ordered_json& result)
+{
+    const ordered_json& conflicts = result["conflicts"];
+    return conflicts.empty() ? "no conflicts\n" : grid(conflicts, {"unid", "table_name", "conflict", "key_info"});
 }
 
 } // namespace
 
 std::string humanText(const std::string& command, const ordered_json& result)
 {
-    if (command == "check")
-        return checks(result);
-    if (command == "preview")
-        return preview(result);
-    if (command == "verify")
-        return verification(result);
-    if (command == "run")
-        return run(result);
-    if (command == "status")
-        return status(result);
-    if (command == "list")
-        return grid(result["conflicts"], {"unid", "table_name", "conflict", "key_info"});
-    if (command == "review" && result["resolved"].empty())
-        return {};
-    return command == "show" ? conflict(result) : resolved(result);
+    static const std::map<std::string, std::string (*)(const ordered_json&)> kTexts = {
+        {"check", checks}, {"preview", preview}, {"verify", verification}, {"run", run},         {"status", status},
+        {"list", waiting}, {"show", conflict},   {"resolve", resolved},    {"review", reviewed},
+    };
+    return kTexts.at(command)(result);
 }

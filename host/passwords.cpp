@@ -6,11 +6,15 @@
 #include <fstream>
 #include <iostream>
 #include <optional>
+#include <string_view>
 #include <windows.h>
 
 #include <wincred.h>
 
 namespace {
+
+/// What some editors put in front of UTF-8.
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 [[noreturn]] void fail(const std::string& source, const std::string& reason)
 {
@@ -33,8 +37,14 @@ std::wstring fromFile(const std::string& source, const std::string& path)
     std::string line;
     if (!std::getline(file, line))
         fail(source, "the file cannot be read or is empty");
+    if (line.starts_with(kByteOrderMark))
+        line.erase(0, kByteOrderMark.size());
     if (!line.empty() && line.back() == '\r')
         line.pop_back();
+    if (line.empty())
+        fail(source, "its first line is empty");
+    if (!isUtf8(line))
+        fail(source, "the file is not in UTF-8");
     return toWide(line);
 }
 

@@ -29,7 +29,19 @@ std::wstring toWide(std::string_view text)
     return decoded(text, CP_UTF8);
 }
 
+bool isUtf8(std::string_view text)
+{
+    return text.empty() || MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(),
+                                               static_cast<int>(text.size()), nullptr, 0) > 0;
+}
+
 std::wstring fromAnsi(std::string_view text)
 {
     return decoded(text, CP_ACP);
+}
+
+std::string trimmed(std::string text)
+{
+    text.erase(text.find_last_not_of(" \t\r\n") + 1);
+    return text;
 }

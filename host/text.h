@@ -7,5 +7,10 @@
 std::string toUtf8(std::wstring_view text);
 std::wstring toWide(std::string_view text);
 
+/// Without white space at its end, which drivers leave behind their messages.
+std::string trimmed(std::string text);
+
+bool isUtf8(std::string_view text);
+
 /// Text in the ANSI code page, as the component's log has it.
 std::wstring fromAnsi(std::string_view text);

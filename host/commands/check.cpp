@@ -19,82 +19,93 @@ struct Finding
 class Findings
 {
 public:
-    void good(const std::string& what) { add(what, true, "", ""); }
-    void bad(const std::string& what, const std::string& finding, const std::string& todo)
+    /// Runs a look and says whether it found nothing; what it raises is the finding, with `todo` unless its own advice
+    /// is known.
+    bool look(const std::string& what, const std::string& todo, const std::function<void()>& body)
     {
-        add(what, false, finding, todo);
-    }
-
-    /// Runs a look; what it raises is the finding, with `todo` unless its own advice is known.
-    void look(const std::string& what, const std::string& todo, const std::function<void()>& body)
-    {
+        Finding finding;
         try {
             body();
-            good(what);
         }
-        catch (const com::Error& error) {
-            const std::string known = advice(error);
-            bad(what, toUtf8(error.description), known.empty() ? todo : known);
-        }
-        catch (const Finding& finding) {
-            bad(what, finding.text, finding.todo);
+        catch (const Finding& raised) {
+            finding = raised;
         }
         catch (const HostError& error) {
-            bad(what, error.what(), todo);
+            finding = {error.what(), error.todo()};
         }
+        catch (const com::Error& error) {
+            finding = {trimmed(toUtf8(error.description)), advice(error)};
+            if (finding.text.empty())
+                finding.text = hexNumber(error);
+        }
+        const bool ok = finding.text.empty();
+        if (!ok && finding.todo.empty())
+            finding.todo = todo;
+        checks_.push_back({{"check", what}, {"ok", ok}, {"finding", finding.text}, {"todo", finding.todo}});
+        failed_ = failed_ || !ok;
+        return ok;
     }
 
     Outcome outcome() const { return {{{"checks", checks_}}, failed_ ? kNotReady : kDone}; }
 
 private:
-    void add(const std::string& what, bool ok, const std::string& finding, const std::string& todo)
-    {
-        checks_.push_back({{"check", what}, {"ok", ok}, {"finding", finding}, {"todo", todo}});
-        failed_ = failed_ || !ok;
-    }
-
     ordered_json checks_ = ordered_json::array();
     bool failed_ = false;
 };
 
-/// The columns of a table in their order. Raises Finding when there is no such table on that side.
-std::vector<std::string> columns(clsConn& conn, const std::string& side, const std::string& table)
+std::vector<std::wstring> columns(clsConn& conn, const std::string& side, const std::string& table)
 {
     try {
-        ado::Recordset rs = openForwardOnly(conn, L"select * from " + toWide(table) + L" where 1 = 0");
-        std::vector<std::string> names;
-        const long count = rs.fieldCount();
-        for (long index = 0; index < count; ++index)
-            names.push_back(toUtf8(rs.field(index).name()));
-        rs.close();
-        return names;
+        return columnNames(conn, toWide(table));
     }
     catch (const com::Error& error) {
-        throw Finding{"the " + side + " cannot read it: " + toUtf8(error.description),
+        throw Finding{"the " + side + " cannot read it: " + trimmed(toUtf8(error.description)),
                       "correct the name, or create the table on both sides and grant the login rights on it"};
     }
 }
 
-bool contains(const std::vector<std::string>& names, const std::string& name)
+/// The statements of a run reach both sides from the local database, by their prefixes.
+void checkPrefix(clsConn& local, const std::string& side, const std::string& prefix, const std::string& table)
 {
-    for (const std::string& candidate : names)
-        if (com::upperCase(toWide(candidate)) == com::upperCase(toWide(name)))
-            return true;
-    return false;
+    try {
+        columnNames(local, toWide(prefix + table));
+    }
+    catch (const com::Error& error) {
+        throw Finding{"the local database does not reach " + prefix + table + ": " + trimmed(toUtf8(error.description)),
+                      "correct the " + side + "'s prefix; to another server it needs a linked server there " +
+                          "(docs/sql-server.md, Prefixes)"};
+    }
 }
 
-void checkTable(Databases& databases, const TableConfiguration& table)
+/// Raises Finding unless both sides have the table, alike and with the columns that are needed, in reach of each other.
+void checkSides(const Configuration& configuration, Databases& databases, const std::string& table,
+                const std::vector<std::string>& needed)
 {
-    const std::vector<std::string> source = columns(databases.source(), "source", table.name);
-    const std::vector<std::string> destination = columns(databases.destination(), "destination", table.name);
-    const bool byRows = table.method != ONE_WAY_DELETE_ALL && table.method != COMPUTER_TYPE;
-    for (const std::string& column : {table.keyColumn(), std::string("mod_date")})
-        if (byRows && !(contains(source, column) && contains(destination, column)))
+    const std::vector<std::wstring> source = columns(databases.source(), "source", table);
+    const std::vector<std::wstring> destination = columns(databases.destination(), "destination", table);
+    for (const std::string& column : needed)
+        if (!containsName(source, toWide(column)) || !containsName(destination, toWide(column)))
             throw Finding{"there is no column " + column + " on both sides",
                           "add it on both sides, or use method \"full_copy\""};
     if (source != destination)
         throw Finding{"the two sides do not have the same columns in the same order",
                       "give the destination the source's columns, in the source's order"};
+    checkPrefix(databases.local(), "source", configuration.source.prefix, table);
+    checkPrefix(databases.local(), "destination", configuration.destination.prefix, table);
+}
+
+/// Rows that are compared one by one need their key and a date of change; copied ones and dependent ones do not.
+void checkTable(Findings& findings, const Configuration& configuration, Databases& databases,
+                const TableConfiguration& table)
+{
+    std::vector<std::string> needed;
+    if (table.method != ONE_WAY_DELETE_ALL && table.method != COMPUTER_TYPE)
+        needed = {table.keyColumn(), "mod_date"};
+    findings.look("table " + table.name, "", [&] { checkSides(configuration, databases, table.name, needed); });
+    const std::string dependent = table.method == COMPUTER_TYPE ? "computer_type_setting" : table.dependent;
+    if (!dependent.empty())
+        findings.look("table " + dependent + ", with " + table.name, "",
+                      [&] { checkSides(configuration, databases, dependent, {}); });
 }
 
 void checkProgramVersion(Databases& databases, const Configuration& configuration)
@@ -115,13 +126,14 @@ void checkControlRecord(Databases& databases, const Configuration& configuration
     const ordered_json rows = jsonRows(databases.local(), L"select last_timestamp, error_f, error_message from "
                                                           L"replication_control where unique_key = " +
                                                               siteKey(configuration.site));
-    if (rows.size() != 1)
+    if (rows.empty())
+        throw missingControlRecord();
+    if (rows.size() > 1)
         throw Finding{"the site has " + std::to_string(rows.size()) + " rows in replication_control",
                       "leave exactly one with its unique_key in the local database"};
     const ordered_json& control = rows.front();
     if (control["last_timestamp"].is_null())
-        throw Finding{"last_timestamp of the site's control record is empty",
-                      "set it to a date before all changes that are to be replicated"};
+        throw Finding{"last_timestamp of the site's control record is empty", kSetLastTimestamp};
     if (control["error_f"] == true)
         throw Finding{"the last run is in error: " + (control["error_message"].is_string()
                                                           ? control["error_message"].get<std::string>()
@@ -131,12 +143,24 @@ void checkControlRecord(Databases& databases, const Configuration& configuration
 
 void checkDatabases(Findings& findings, const Configuration& configuration)
 {
+    findings.look("pair of databases",
+                  "compare the control tables of both databases (docs/administration.md, Control tables)",
+                  [&] { Component(configuration).ensureReplication(); });
     Databases databases(configuration);
     findings.look("program version", "", [&] { checkProgramVersion(databases, configuration); });
     findings.look("control record", "grant the login the right to read the control tables",
                   [&] { checkControlRecord(databases, configuration); });
     for (const TableConfiguration& table : configuration.tables)
-        findings.look("table " + table.name, "", [&] { checkTable(databases, table); });
+        checkTable(findings, configuration, databases, table);
+}
+
+bool canConnect(Findings& findings, const std::string& name, const SideConfiguration& side)
+{
+    return findings.look(name + " " + side.dsn,
+                         "try the data source in odbcad32 of SysWOW64 with the login quinmarkapp_user", [&] {
+                             clsConn conn;
+                             openSide(conn, side);
+                         });
 }
 
 } // namespace
@@ -144,10 +168,11 @@ void checkDatabases(Findings& findings, const Configuration& configuration)
 Outcome checkCommand(const Configuration& configuration)
 {
     Findings findings;
-    findings.look("component and pair of databases",
-                  "compare the control tables of both databases (docs/administration.md, Control tables)",
-                  [&] { Component(configuration).ensureReplication(); });
-    findings.look("connections", "try the data source in odbcad32 of SysWOW64 with the login quinmarkapp_user",
-                  [&] { checkDatabases(findings, configuration); });
+    findings.look("log " + configuration.logFile, "", [&] { requireWritableLog(configuration.logFile); });
+    findings.look("component", "install it again", [] { createFactory(); });
+    const bool source = canConnect(findings, "source", configuration.source);
+    const bool destination = canConnect(findings, "destination", configuration.destination);
+    if (source && destination)
+        checkDatabases(findings, configuration);
     return findings.outcome();
 }

@@ -1,3 +1,4 @@
+#include "Failure.h"
 #include "Session.h"
 #include "commands.h"
 #include "commands/rows.h"
@@ -28,7 +29,14 @@ const char* typeName(long type)
     }
 }
 
-/// A literal for an id that a person gave; the server refuses what is no GUID.
+bool isGuid(const std::string& id)
+{
+    const std::wstring braced = id.starts_with('{') ? toWide(id) : L"{" + toWide(id) + L"}";
+    GUID guid;
+    return SUCCEEDED(IIDFromString(braced.c_str(), &guid));
+}
+
+/// A literal for an id that a person gave.
 std::wstring idLiteral(const std::string& id)
 {
     return Common::SqlQuote(toWide(id), false, false);
@@ -44,9 +52,9 @@ ordered_json conflicts(clsConn& local, const std::wstring& condition)
 
 ordered_json oneConflict(clsConn& local, const std::string& id)
 {
-    ordered_json rows = conflicts(local, L" where unid = " + idLiteral(id));
+    ordered_json rows = isGuid(id) ? conflicts(local, L" where unid = " + idLiteral(id)) : ordered_json();
     if (rows.empty())
-        throw HostError(kUsage, "there is no conflict " + id);
+        throw HostError(kUsage, "there is no conflict \"" + id + "\"", "`quinrep conflicts list` shows the ids.");
     return rows.front();
 }
 
@@ -82,7 +90,7 @@ std::string resolveOne(Component& component, clsConn& local, const ordered_json&
         return askComponent(component, local, conflict["unid"], use);
     }
     catch (const com::Error& error) {
-        const std::string text = describe(error);
+        const std::string text = errorText(errorJson(error));
         return lacksDate(conflict)
                    ? text + "\n  One of its dates is empty, so the component cannot load it: settle the "
                             "row in the database, then delete the conflict there."

@@ -1,6 +1,8 @@
 #include "commands/report.h"
 
+#include "Failure.h"
 #include "Page.h"
+#include "result_text.h"
 #include "text.h"
 
 #include <filesystem>
@@ -34,8 +36,7 @@ constexpr ReportColumn kGuardColumns[] = {{"table", "Table", false},
 
 std::string textOf(const ordered_json& object, const char* name)
 {
-    const ordered_json value = object.value(name, ordered_json());
-    return value.is_string() ? value.get<std::string>() : value.is_null() ? "" : value.dump();
+    return resultText(object.value(name, ordered_json()));
 }
 
 bool isNumber(const ordered_json& row, const char* name)
@@ -76,28 +77,9 @@ long long total(const ordered_json& tables, const char* counter)
     return sum;
 }
 
-std::string notDone(const ordered_json& tables)
-{
-    std::string names;
-    for (const ordered_json& table : tables)
-        if (!table.value("done", true))
-            names += (names.empty() ? "" : ", ") + textOf(table, "table");
-    return names;
-}
-
 std::string message(const char* kind, const std::string& text)
 {
     return fmt::format("<p class=\"card {}\">{}</p>\n", kind, escapeHtml(text));
-}
-
-std::string failureText(const ordered_json& error)
-{
-    std::string text = textOf(error, "text");
-    if (error.contains("number"))
-        text =
-            fmt::format("{} ({}) {}: {}", textOf(error, "number"), textOf(error, "hex"), textOf(error, "source"), text);
-    const std::string todo = textOf(error, "todo");
-    return todo.empty() ? text : text + "\n" + todo;
 }
 
 /// How the run ended, most important first.
@@ -105,8 +87,8 @@ std::string messages(const ordered_json& result, const ordered_json& tables)
 {
     std::string html;
     if (result.contains("error"))
-        html += message("trouble", "The run failed: " + failureText(result["error"]));
-    if (const std::string names = notDone(tables); !names.empty())
+        html += message("trouble", "The run failed: " + errorText(result["error"]));
+    if (const std::string names = tablesNotDone(tables); !names.empty())
         html += message("trouble", "Not done: " + names);
     if (const std::string recorded = textOf(result, "recorded"); !recorded.empty())
         html += message("trouble", "Recorded: " + recorded);
@@ -126,7 +108,9 @@ std::string guardBody(const ordered_json& tables)
 
 std::string runBody(const ordered_json& result)
 {
-    const ordered_json tables = result.value("tables", ordered_json::array());
+    if (!result.contains("tables"))
+        return "<main>" + messages(result, ordered_json::array()) + "</main>\n";
+    const ordered_json& tables = result["tables"];
     return fmt::format("<main><dl><div><dt>Changes from</dt><dd>{}</dd></div><div><dt>to</dt><dd>{}</dd></div></dl>\n",
                        escapeHtml(textOf(result, "from")), escapeHtml(textOf(result, "to"))) +
            messages(result, tables) + grid(tables, kRunColumns) + "</main>\n";

@@ -6,41 +6,22 @@
 #include "db/sql_literals.h"
 #include "text.h"
 
+#include <QuinmarkRepDLL.h>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 /// A value of a result as JSON: null, a boolean, a whole number, or its text.
-inline nlohmann::ordered_json jsonValue(const _variant_t& value)
-{
-    switch (value.vt) {
-    case VT_NULL:
-    case VT_EMPTY:
-        return nullptr;
-    case VT_BOOL:
-        return com::toBool(value);
-    case VT_I2:
-    case VT_I4:
-        return com::toInt32(value);
-    default:
-        return toUtf8(com::toText(value));
-    }
-}
+nlohmann::ordered_json jsonValue(const _variant_t& value);
 
 /// The rows of a query, each an object by its column names.
-inline nlohmann::ordered_json jsonRows(clsConn& conn, const std::wstring& sql)
-{
-    nlohmann::ordered_json rows = nlohmann::ordered_json::array();
-    ado::Recordset rs = openForwardOnly(conn, sql);
-    const long count = rs.fieldCount();
-    for (; !rs.eof(); rs.moveNext()) {
-        nlohmann::ordered_json row;
-        for (long index = 0; index < count; ++index)
-            row[toUtf8(rs.field(index).name())] = jsonValue(rs.field(index).value());
-        rows.push_back(std::move(row));
-    }
-    rs.close();
-    return rows;
-}
+nlohmann::ordered_json jsonRows(clsConn& conn, const std::wstring& sql);
+
+/// The columns of a table in their order.
+std::vector<std::wstring> columnNames(clsConn& conn, const std::wstring& table);
+
+/// Whether a name is among these, in upper or lower case.
+bool containsName(const std::vector<std::wstring>& names, const std::wstring& name);
 
 /// The key of the site's rows in the control tables.
 inline std::wstring siteKey(enumReplicationUniqueId site)

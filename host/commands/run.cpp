@@ -117,10 +117,10 @@ private:
         com::checkCall(run_->initNextRun(&frequency, &version.GetBSTR()));
         from_ = dateProperty(*run_.Get(), &_clsReplicate::get_dLastReplicate);
         if (flagProperty(*run_.Get(), &_clsReplicate::get_bError))
-            throw HostError(kNotReady, "the last run is in error: " + recorded() +
-                                           "\n  Look into it, then clear it with --reset-error.");
+            throw HostError(kNotReady, "the last run is in error: " + recorded(),
+                            "Look into it, then clear it with --reset-error.");
         if (!flagProperty(*run_.Get(), &_clsReplicate::get_bReady))
-            throw HostError(kNotReady, "the site is not marked ready for a run; --ready marks it");
+            throw HostError(kNotReady, "the site is not marked ready for a run", "Mark it with --ready.");
     }
 
     std::string recorded()

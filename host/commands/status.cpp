@@ -39,12 +39,11 @@ Outcome statusCommand(const Configuration& configuration)
                                            L"from replication_control" +
                                                site);
     if (control.empty())
-        throw HostError(kNotReady,
-                        "the site has no control record: insert its row into replication_control of the local "
-                        "database");
+        throw missingControlRecord();
     ordered_json waiting = jsonRows(local, L"select table_name, count(*) waiting from replication_conflict group by "
                                            L"table_name order by table_name");
-    ordered_json counts = jsonRows(local, L"select count_name, count_value from replication_counts" + site);
+    ordered_json counts =
+        jsonRows(local, L"select count_name, count_value from replication_counts" + site + L" order by count_name");
     return {{{"control", control.front()},
              {"counts", std::move(counts)},
              {"conflicts", std::move(waiting)},

@@ -29,16 +29,37 @@ std::uint64_t fingerprint(const ado::Recordset& rs, long count)
     return hash;
 }
 
-using Rows = std::map<std::wstring, std::uint64_t>;
+/// What stands for the key of a row in a table without one, as a full copy may have: all of its values.
+std::wstring wholeRow(const ado::Recordset& rs, long count)
+{
+    std::wstring values;
+    for (long index = 0; index < count; ++index)
+        values += (index == 0 ? L"" : L", ") + com::concatText(rs.field(index).value());
+    return values;
+}
 
-Rows readRows(clsConn& conn, const KeyedTable& table)
+struct Row
+{
+    std::uint64_t fingerprint = 0;
+    /// Whether a query for the key finds this row.
+    bool found = false;
+};
+
+using Rows = std::map<std::wstring, Row>;
+
+/// The rows by their keys. Where a key comes again, each further row has its number behind it.
+Rows readRows(clsConn& conn, const KeyedTable& table, bool hasKey)
 {
     Rows rows;
     ado::Recordset rs = openForwardOnly(conn, L"select * from " + table.sTable);
-    const ado::Field key = rs.field(table.sKey);
     const long count = rs.fieldCount();
-    for (; !rs.eof(); rs.moveNext())
-        rows.emplace(com::toText(key.value()), fingerprint(rs, count));
+    for (; !rs.eof(); rs.moveNext()) {
+        const std::wstring key = hasKey ? com::concatText(rs.value(table.sKey)) : wholeRow(rs, count);
+        const std::uint64_t print = fingerprint(rs, count);
+        bool added = rows.emplace(key, Row{print, hasKey}).second;
+        for (int copy = 2; !added; ++copy)
+            added = rows.emplace(key + L" (" + std::to_wstring(copy) + L")", Row{print, false}).second;
+    }
     rs.close();
     return rows;
 }
@@ -76,16 +97,18 @@ public:
 
     ordered_json run()
     {
-        const Rows source = readRows(databases_.source(), table_);
-        const Rows destination = readRows(databases_.destination(), table_);
-        for (const auto& [key, print] : source) {
-            const auto found = destination.find(key);
-            if (found == destination.end())
+        const bool hasKey = containsName(columnNames(databases_.source(), table_.sTable), table_.sKey) &&
+                            containsName(columnNames(databases_.destination(), table_.sTable), table_.sKey);
+        const Rows source = readRows(databases_.source(), table_, hasKey);
+        const Rows destination = readRows(databases_.destination(), table_, hasKey);
+        for (const auto& [key, row] : source) {
+            const auto other = destination.find(key);
+            if (other == destination.end())
                 note(key, "source only");
-            else if (found->second != print)
-                note(key, "different");
+            else if (other->second.fingerprint != row.fingerprint)
+                noteDifferent(key, row.found && other->second.found);
         }
-        for (const auto& [key, print] : destination)
+        for (const auto& [key, row] : destination)
             if (!source.count(key))
                 note(key, "destination only");
         return {{"table", toUtf8(table_.sTable)},
@@ -98,14 +121,21 @@ public:
     size_t differing() const { return differing_; }
 
 private:
-    void note(const std::wstring& key, const char* what)
+    /// Whether the row is listed, and not only counted.
+    bool note(const std::wstring& key, const char* what)
     {
         ++differing_;
         if (rows_.size() >= kListedRows)
-            return;
+            return false;
         rows_.push_back({{"key", toUtf8(key)}, {"what", what}});
-        if (std::string(what) == "different")
-            rows_.back()["columns"] = differingColumns(databases_, table_, key);
+        return true;
+    }
+
+    void noteDifferent(const std::wstring& key, bool found)
+    {
+        if (note(key, "different"))
+            rows_.back()["columns"] =
+                found ? differingColumns(databases_, table_, key) : ordered_json(ordered_json::array());
     }
 
     Databases& databases_;

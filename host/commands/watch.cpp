@@ -66,8 +66,7 @@ private:
                                                                L"replication_control where unique_key = " +
                                                                    siteKey(configuration_.site));
         if (rs.eof())
-            throw HostError(kNotReady, "the site has no control record: insert its row into replication_control of the "
-                                       "local database");
+            throw missingControlRecord();
         const _variant_t next = rs.field(0).value();
         const DATE now = com::toDate(rs.field(1).value());
         rs.close();

@@ -36,6 +36,7 @@ dsn = "S"
 password = "env:P"
 [destination]
 dsn = "D"
+prefix = "d."
 password = "prompt"
 [log]
 file = "x.log"
@@ -114,7 +115,51 @@ TEST(ConfigurationFile, MissingFileLeadsToInit)
     }
     catch (const HostError& error) {
         EXPECT_EQ(error.exitCode(), kUsage);
-        EXPECT_THAT(error.what(), HasSubstr("quinrep init"));
+        EXPECT_THAT(error.todo(), HasSubstr("quinrep init"));
+    }
+}
+
+TEST(ConfigurationFile, WithoutTablesIsRefused)
+{
+    EXPECT_THAT(mistakesIn("table = []\n" + std::string(kHead)),
+                HasSubstr("line 1, column 9: table: expected at least"));
+    EXPECT_THAT(mistakesIn(kHead), HasSubstr("table is missing"));
+}
+
+// One database as both sides: a full copy would empty it and fill it from itself.
+TEST(ConfigurationFile, OneDatabaseForBothSidesIsRefused)
+{
+    std::string text = withTable("name = \"users\"\nmethod = \"one_way\"\n");
+    text.replace(text.find("\"D\""), 3, "\"s\"");
+    text.replace(text.find("\"d.\""), 4, "\"\"");
+    const std::string mistakes = mistakesIn(text);
+    EXPECT_THAT(mistakes, HasSubstr("line 8, column 7: destination.dsn: expected another one than the source's"));
+    EXPECT_THAT(mistakes, HasSubstr("line 9, column 10: destination.prefix: expected another one than the source's"));
+}
+
+TEST(ConfigurationFile, ByteOrderMarkAndWindowsLineEndsAreTaken)
+{
+    std::string text;
+    for (const char unit : withTable("name = \"Zähne\"\nmethod = \"one_way\"\n"))
+        text += unit == '\n' ? "\r\n" : std::string(1, unit);
+    EXPECT_EQ(load("\xEF\xBB\xBF" + text).tables.at(0).name, "Zähne");
+}
+
+TEST(ConfigurationFile, InAnotherEncodingIsToldAsSuch)
+{
+    EXPECT_THAT(mistakesIn("site = \"B\xF6se\"\n"), HasSubstr("is not in UTF-8"));
+    EXPECT_THAT(mistakesIn(std::string("\xFF\xFEs\0i\0", 6)), HasSubstr("is not in UTF-8"));
+}
+
+TEST(ConfigurationFile, FolderIsToldAsSuch)
+{
+    try {
+        loadConfiguration(std::filesystem::temp_directory_path().string());
+        FAIL() << "no error";
+    }
+    catch (const HostError& error) {
+        EXPECT_EQ(error.exitCode(), kUsage);
+        EXPECT_THAT(error.what(), HasSubstr("is a folder"));
     }
 }
 
@@ -138,12 +183,17 @@ INSTANTIATE_TEST_SUITE_P(
     ConfigurationFile, TableMistake,
     testing::Values(
         BadTable{"KeyMissing", "name = \"x\"\nmethod = \"by_key\"",
-                 "line 12, column 1: table.x: method \"by_key\" needs"},
+                 "line 13, column 1: table.x: method \"by_key\" needs"},
         BadTable{"KeyTooMany", "name = \"x\"\nmethod = \"one_way\"\nkey = \"k\"", "key and deletes are for method"},
         BadTable{"Dependent", "name = \"x\"\nmethod = \"one_way\"\ndependent = \"y\"", "dependent is for method"},
         BadTable{"ComputerType", "name = \"x\"\nmethod = \"computer_type\"", "is for table computer_type only"},
-        BadTable{"NameEmpty", "name = \"\"\nmethod = \"one_way\"", "line 13, column 8: table.name: expected a text"},
+        BadTable{"NameEmpty", "name = \"\"\nmethod = \"one_way\"", "line 14, column 8: table.name: expected a text"},
         BadTable{"Percent", "name = \"x\"\nmethod = \"one_way\"\nmax_delete = 101", "a number from 0 to 100"},
         BadTable{"Twice", "name = \"x\"\nmethod = \"one_way\"\n[[table]]\nname = \"x\"\nmethod = \"one_way\"",
-                 "line 15, column 1: table.x: listed twice"}),
+                 "line 16, column 1: table.x: listed twice"},
+        BadTable{"TwiceInOtherCase",
+                 "name = \"x\"\nmethod = \"one_way\"\n[[table]]\nname = \"X\"\nmethod = \"one_way\"",
+                 "line 16, column 1: table.X: listed twice"},
+        BadTable{"PercentWithoutValue", "name = \"x\"\nmethod = \"one_way\"\nmax_delete = nan",
+                 "a number from 0 to 100"}),
     [](const auto& info) { return info.param.name; });

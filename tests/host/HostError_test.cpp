@@ -6,7 +6,7 @@ using testing::HasSubstr;
 
 TEST(ErrorText, ShowsNumberInDecimalAndHexadecimalSourceAndText)
 {
-    EXPECT_EQ(describe({13, L"clsConflict.loadFromRs", L"Type mismatch"}),
+    EXPECT_EQ(errorText(errorJson({13, L"clsConflict.loadFromRs", L"Type mismatch\r\n"})),
               "13 (0x800A000D) clsConflict.loadFromRs: Type mismatch");
     EXPECT_EQ(hexNumber({-2147217843, L"", L""}), "0x80040E4D");
 }
@@ -25,7 +25,7 @@ class UsualError : public testing::TestWithParam<Usual>
 TEST_P(UsualError, HasALineOfWhatToDo)
 {
     EXPECT_THAT(advice(GetParam().error), HasSubstr(GetParam().todo));
-    EXPECT_THAT(describe(GetParam().error), HasSubstr(GetParam().todo));
+    EXPECT_THAT(errorText(errorJson(GetParam().error)), HasSubstr(std::string("\n  ") + advice(GetParam().error)));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -34,6 +34,14 @@ INSTANTIATE_TEST_SUITE_P(
         Usual{"Dsn", {-1, L"", L"[IM002] Data source name not found"}, "odbcad32"},
         Usual{"Login", {-1, L"", L"FATAL: password authentication failed for user"}, "password is refused"},
         Usual{"SqlServerLogin", {-1, L"", L"Login failed for user 'quinmarkapp_user'."}, "password is refused"},
+        Usual{"LoginInAnyLanguage", {-2147217843, L"", L"Fehler bei der Anmeldung"}, "password is refused"},
+        Usual{"NoPassword",
+              {-1, L"", L"connection to server failed: fe_sendauth: no password supplied"},
+              "password is refused"},
+        Usual{"DsnOf64Bit", {-1, L"", L"The specified DSN contains an architecture mismatch"}, "64-bit"},
+        Usual{"Component64Bit", {HRESULT_FROM_WIN32(ERROR_BAD_EXE_FORMAT), L"", L""}, "32-bit quinrep"},
+        Usual{"Table", {-1, L"", L"Invalid object name 'no_such'."}, "quinrep check"},
+        Usual{"Rights", {-1, L"", L"The SELECT permission was denied on the object 'users'"}, "rights"},
         Usual{"Versions", {-1, L"", L"Databases are out of sync"}, "schema versions"},
         Usual{"Control", {-1, L"", L"Replication control error - control record missing"}, "replication_control"},
         Usual{"NotRegistered", {429, L"", L"ActiveX component can't create object"}, "regsvr32"},
@@ -49,12 +57,13 @@ TEST(ErrorText, UnknownErrorHasNoAdvice)
 TEST(FailureOfACommand, KeepsTheExitCodeOfTheHost)
 {
     try {
-        throw HostError(kNotReady, "not now");
+        throw HostError(kNotReady, "not now", "Wait.");
     }
     catch (...) {
         const Failure failure = currentFailure();
         EXPECT_EQ(failure.exitCode, kNotReady);
-        EXPECT_EQ(failure.text, "not now");
+        EXPECT_EQ(failure.text, "not now\n  Wait.");
+        EXPECT_EQ(failure.result["error"]["todo"], "Wait.");
         EXPECT_EQ(failure.result["error"]["text"], "not now");
     }
 }

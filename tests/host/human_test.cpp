@@ -16,6 +16,36 @@ TEST(HumanText, ColumnsAreAlignedByCharactersNotBytes)
                                          "  2     users       c         k\n");
 }
 
+TEST(HumanText, StatusAnswersQuestions)
+{
+    const ordered_json result = {{"control",
+                                  {{"ready_f", false},
+                                   {"error_f", true},
+                                   {"error_message", "trouble"},
+                                   {"last_timestamp", "a"},
+                                   {"next_timestamp", nullptr}}},
+                                 {"counts", ordered_json::array()},
+                                 {"conflicts", {{{"table_name", "users"}, {"waiting", 2}}}},
+                                 {"log", {"line"}}};
+    EXPECT_EQ(humanText("status", result), "Ready for a run: no\n"
+                                           "In error: yes, trouble\n"
+                                           "Last run's interval ended: a\n"
+                                           "Next attempt: \n"
+                                           "Counters of the last run: none\n"
+                                           "Conflicts waiting:\n"
+                                           "  table_name  waiting\n"
+                                           "  users             2\n"
+                                           "Last errors in the log:\n"
+                                           "  line\n");
+}
+
+TEST(HumanText, CheckKeepsTheLinesOfAFindingTogether)
+{
+    const ordered_json result = {
+        {"checks", {{{"check", "table x"}, {"ok", false}, {"finding", "one\r\ntwo"}, {"todo", "do it"}}}}};
+    EXPECT_EQ(humanText("check", result), "BAD  table x\n     one\n     two\n     do it\n");
+}
+
 TEST(HumanText, GuardNamesTableRowsAndTheWayOn)
 {
     const ordered_json result = {

@@ -39,6 +39,21 @@ TEST(Password, ComesFromTheFirstLineOfAFile)
     EXPECT_THAT(refusal("file:no-such-file"), HasSubstr("the file cannot be read or is empty"));
 }
 
+TEST(Password, OfAFileThatAnEditorMarkedAsUtf8ComesWithoutTheMark)
+{
+    EXPECT_EQ(resolvePassword("file:" + TemporaryFile("\xEF\xBB\xBFgeh\xC3\xA4im", "password").path(), "dsn"),
+              L"gehäim");
+}
+
+TEST(Password, FileThatHoldsNoneIsTold)
+{
+    EXPECT_THAT(refusal("file:" + TemporaryFile("\r\ngeheim", "password").path()), HasSubstr("first line is empty"));
+    EXPECT_THAT(refusal("file:" + TemporaryFile(std::string("\xFF\xFEg\0e\0", 6), "password").path()),
+                HasSubstr("not in UTF-8"));
+    EXPECT_THAT(refusal("file:" + TemporaryFile("geh\xE4im", "password").path()),
+                testing::AllOf(HasSubstr("not in UTF-8"), testing::Not(HasSubstr("im\""))));
+}
+
 TEST(Password, ComesFromTheCredentialManager)
 {
     wchar_t target[] = L"quinrep-test";

@@ -1,0 +1,56 @@
+#include "commands/rows.h"
+
+#include <algorithm>
+
+using nlohmann::ordered_json;
+
+ordered_json jsonValue(const _variant_t& value)
+{
+    switch (value.vt) {
+    case VT_NULL:
+    case VT_EMPTY:
+        return nullptr;
+    case VT_BOOL:
+        return com::toBool(value);
+    case VT_UI1:
+    case VT_I2:
+    case VT_I4:
+        return com::toInt32(value);
+    case VT_I8:
+        return value.llVal;
+    default:
+        return toUtf8(com::toText(value));
+    }
+}
+
+ordered_json jsonRows(clsConn& conn, const std::wstring& sql)
+{
+    ordered_json rows = ordered_json::array();
+    ado::Recordset rs = openForwardOnly(conn, sql);
+    const long count = rs.fieldCount();
+    for (; !rs.eof(); rs.moveNext()) {
+        ordered_json row;
+        for (long index = 0; index < count; ++index)
+            row[toUtf8(rs.field(index).name())] = jsonValue(rs.field(index).value());
+        rows.push_back(std::move(row));
+    }
+    rs.close();
+    return rows;
+}
+
+std::vector<std::wstring> columnNames(clsConn& conn, const std::wstring& table)
+{
+    ado::Recordset rs = openForwardOnly(conn, L"select * from " + table + L" where 1 = 0");
+    std::vector<std::wstring> names;
+    for (long index = 0, count = rs.fieldCount(); index < count; ++index)
+        names.push_back(rs.field(index).name());
+    rs.close();
+    return names;
+}
+
+bool containsName(const std::vector<std::wstring>& names, const std::wstring& name)
+{
+    return std::any_of(names.begin(), names.end(), [upper = com::upperCase(name)](const std::wstring& candidate) {
+        return com::upperCase(candidate) == upper;
+    });
+}

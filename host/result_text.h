@@ -1,0 +1,10 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+/// A value of a result for a person: a text as it stands, nothing for null.
+std::string resultText(const nlohmann::ordered_json& value);
+
+/// The names of the tables that a run did not do, with commas between them.
+std::string tablesNotDone(const nlohmann::ordered_json& tables);
