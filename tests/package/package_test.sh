@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # package_test.sh BUILD NAME CMAKE: packs what was built, installs it with msiexec in a prefix of its own, upgrades an
-# older version, removes it, and holds registry and files against what was there before.
+# older version, removes it, and holds registry and files against what was there before. With the settings of the two
+# databases it lets the installed quinrep run between them; without them it skips that, and with
+# QUINMARK_REQUIRE_DATABASE=1 it fails.
 set -euo pipefail
 
 build=$1
@@ -132,5 +134,87 @@ tells() { # TEXT
 expect 'zip: without a manifest the component is not found' tells 0x80040154
 sed 's/"quinrep"/"example_replicate"/' "$name/quinrep.exe.manifest" >"$name/example_replicate.exe.manifest"
 expect 'zip: with the manifest it is, without a registration' tells 'Factory.init: '
+
+# The run of an installation, with the ADO classes of the test bed beside it.
+configuration() { # the two databases, as an administrator at the office describes them
+    cat <<TOML
+site = "offices"
+local = "source"
+program_version = "3.46"
+[source]
+dsn = "$QUINMARK_OFFICE_DSN"
+prefix = "$QUINMARK_OFFICE_PREFIX"
+password = "env:QUINMARK_PASSWORD"
+[destination]
+dsn = "$QUINMARK_LAPTOP_DSN"
+prefix = "$QUINMARK_LAPTOP_PREFIX"
+password = "env:QUINMARK_PASSWORD"
+[log]
+file = "run.log"
+[[table]]
+name = "users"
+method = "one_way_deletes"
+TOML
+}
+
+sql() { # DSN STATEMENT: the first value of a query
+    wine cscript //nologo sql.js "$1" "$2" 2>/dev/null | tr -d '\r'
+}
+
+quinrep() { # ARGUMENT...: the installed program, from its folder
+    (cd "$program" && wine quinrep.exe -c "$(winepath -w "$work/quinrep.toml")" \
+        --log-file "$(winepath -w "$work/run.log")" "$@" | tr -d '\r')
+}
+
+runs() { quinrep run --ready --reset-error --json >run.json && grep -q '"adds": 1,' run.json; }
+findsNothing() { quinrep "$1" >"$1.txt" || { cat "$1.txt"; return 1; }; }
+copied() { [[ $(sql "$QUINMARK_LAPTOP_DSN" 'select user_name from users') == installed ]]; }
+
+# The program by itself has no manifest that leads it to the DLL: what it finds is what is registered.
+loadsTheRegistered() {
+    mkdir -p alone
+    cp "$program/quinrep.exe" alone/
+    (cd alone && wine quinrep.exe -c ../quinrep.toml --log-file ../run.log check | tr -d '\r' >../alone.txt) ||
+        { cat alone.txt; return 1; }
+}
+
+testRun() {
+    export QUINMARK_PASSWORD=${QUINMARK_PASSWORD-}
+    cat >sql.js <<'JS'
+var connection = new ActiveXObject("ADODB.Connection");
+var password = new ActiveXObject("WScript.Shell").Environment("PROCESS")("QUINMARK_PASSWORD");
+connection.Open("DSN=" + WScript.Arguments(0) + ";UID=quinmarkapp_user;PWD=" + password);
+var rows = connection.Execute(WScript.Arguments(1));
+if (rows.State) WScript.Echo(rows.EOF ? "" : rows.Fields(0).Value);
+connection.Close();
+JS
+    configuration >quinrep.toml
+    wine regsvr32 /s "$(winepath -w "$build/adodb.dll")"
+    sql "$QUINMARK_OFFICE_DSN" 'select 1 from users' >/dev/null
+    snapshot before
+    expect 'run: installs' install new.msi
+    sql "$QUINMARK_OFFICE_DSN" 'delete from users'
+    sql "$QUINMARK_LAPTOP_DSN" 'delete from users'
+    sql "$QUINMARK_OFFICE_DSN" "insert into users (unid, user_name, initials, access_level, active_f, mod_date)
+        values (1, 'installed', null, 1, 1, '2025-03-11T09:15:00')"
+    sql "$QUINMARK_OFFICE_DSN" "update replication_control set last_timestamp = '2025-03-10T12:00:00'"
+    expect 'run: quinrep check finds nothing' findsNothing check
+    expect 'run: the registered component is the one that is used' loadsTheRegistered
+    expect 'run: one row is added' runs
+    expect 'run: the row is at the other side' copied
+    expect 'run: quinrep verify finds both sides alike' findsNothing verify
+    sql "$QUINMARK_OFFICE_DSN" 'delete from users'
+    sql "$QUINMARK_LAPTOP_DSN" 'delete from users'
+    expect 'run: removes' remove new.msi
+    isAsBefore 'removed after a run'
+}
+
+if [[ -n ${QUINMARK_OFFICE_DSN-} ]]; then
+    testRun
+elif [[ ${QUINMARK_REQUIRE_DATABASE-} == 1 ]]; then
+    expect 'run: QUINMARK_OFFICE_DSN is set' false
+else
+    printf 'skip  run: QUINMARK_OFFICE_DSN is not set\n'
+fi
 
 [[ $failures -eq 0 ]]
