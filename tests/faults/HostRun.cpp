@@ -62,6 +62,7 @@ public:
         }
         catch (const GivenUp&) {
         }
+        readCounters();
         run_.Reset();
         table_.Reset();
         outcome_.liveBeforeDisconnect = ado_.liveObjects();
@@ -86,6 +87,15 @@ private:
     {
         faults_.heal();
         ado_.journal().recording = false;
+    }
+
+    void readCounters()
+    {
+        if (!table_)
+            return;
+        com::checkCall(table_->get_lCntDestAdd(&outcome_.adds));
+        com::checkCall(table_->get_lCntDestUpdate(&outcome_.updates));
+        com::checkCall(table_->get_lCntDestDelete(&outcome_.deletes));
     }
 
     /// Has the component do something; `call` returns its HRESULT and does nothing else.

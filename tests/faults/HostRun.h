@@ -14,6 +14,10 @@ struct HostOutcome
     /// sErrorMessage and bError of the run object behind a failed step of its own.
     std::wstring runMessage;
     bool runError = false;
+    /// Counters of the table object for the destination; all zero when there was none.
+    long adds = 0;
+    long updates = 0;
+    long deletes = 0;
     /// Texts of the message boxes.
     std::vector<std::wstring> boxes;
     /// ADO objects alive when the host had let all objects of the run go, and when it had disconnected.

@@ -22,6 +22,7 @@ public:
             judgeFailure();
         else
             judgeUnnoticed();
+        judgeCounters();
         judgeBoxes();
         judgeObjects();
         judgeNextRun();
@@ -188,6 +189,32 @@ private:
         const std::vector<AdoCall>& calls = seen_.journal.calls();
         return std::none_of(calls.begin() + static_cast<std::ptrdiff_t>(seen_.failure->call), calls.end(),
                             [](const AdoCall& call) { return call.readsClosed && call.step != Step::Disconnect; });
+    }
+
+    /// One-way routines count what they wrote, but for a row in the middle of which they failed; two-way ones nothing.
+    void judgeCounters()
+    {
+        const HostOutcome& outcome = seen_.outcome;
+        if (scenario_.method == ONE_WAY_DELETE_ALL || scenario_.method == COMPUTER_TYPE)
+            return;
+        judgeCounter(L"adds", outcome.adds, L"Insert into " + scenario_.table + L" ");
+        judgeCounter(L"updates", outcome.updates, L"Update " + scenario_.table + L" set ");
+        judgeCounter(L"deletes", outcome.deletes, L"delete from " + scenario_.table + L" where ");
+    }
+
+    void judgeCounter(const wchar_t* what, long counted, const std::wstring& statement)
+    {
+        const std::vector<AdoCall>& calls = seen_.journal.calls();
+        long rows = 0;
+        for (size_t index = 1; index <= calls.size(); ++index)
+            if (calls[index - 1].writes && calls[index - 1].step == Step::Table)
+                rows += seen_.journal.statement(index).starts_with(statement) ? 1 : 0;
+        if (scenario_.routine().empty())
+            rows = 0;
+        const bool inTable = seen_.failure && seen_.failure->step == Step::Table;
+        expect(counted == rows || (inTable && counted == rows - 1), std::wstring(what) + L": " +
+                                                                        std::to_wstring(counted) + L" counted, " +
+                                                                        std::to_wstring(rows) + L" written");
     }
 
     /// Those of the run without a fault, as far as it got, and one for a log that cannot be written.
