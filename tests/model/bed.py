@@ -202,6 +202,12 @@ class Host:
                 return answer
             answer.append([_unescape(field) for field in line.split("\t")])
 
+    def take_log(self):
+        """What has been logged since this was called last."""
+        data = self.log.read_bytes() if self.log.exists() else b""
+        self.log.unlink(missing_ok=True)
+        return data
+
     def close(self):
         self._process.stdin.close()
         self._process.wait(timeout=20)

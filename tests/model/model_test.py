@@ -18,9 +18,9 @@ from cases import Case, Generator
 from check import Bench, faults
 from shrink import shrunk
 
+ENOUGH = 5
 KEPT = pathlib.Path(__file__).parent / "cases"
 SETTINGS = ("QUINMARK_OFFICE_DSN", "QUINMARK_LAPTOP_DSN", "QUINMARK_PASSWORD", "ODBCINI")
-ENOUGH = 5
 
 
 def options():
@@ -30,6 +30,7 @@ def options():
     parser.add_argument("--seed", type=int, default=random.SystemRandom().randrange(2**32))
     parser.add_argument("--cases", type=int, help="how many random cases; 2000 unless --minutes is given")
     parser.add_argument("--minutes", type=float, help="how long to try random cases")
+    parser.add_argument("--stop", action="store_true", help="at the first find, and without making it small")
     parser.add_argument("--keep", action="store_true", help="put what is found, made small, into cases/")
     parser.add_argument("--first", type=int, default=0, help="the number of the first case of the seed")
     chosen = parser.parse_args()
@@ -76,11 +77,14 @@ def try_random(chosen, bench):
     end = time.monotonic() + (chosen.minutes * 60 if chosen.minutes else float("inf"))
     number = chosen.first
     found = 0
-    while (chosen.cases is None or number - chosen.first < chosen.cases) and time.monotonic() < end and found < ENOUGH:
+    while (chosen.cases is None or number - chosen.first < chosen.cases) and time.monotonic() < end:
         case = Generator(random.Random(f"{chosen.seed} {number}")).case()
         lines = faults(case, bench)
         if lines:
             found += 1
+            if chosen.stop or found >= ENOUGH:
+                print(f"--seed {chosen.seed} --first {number}:", *lines[:8], sep="\n  ")
+                return number - chosen.first + 1, found
             small = explain(case, f"--seed {chosen.seed} --first {number} --cases 1", lines, bench)
             if chosen.keep:
                 keep(small, f"seed_{chosen.seed}_{number}")

@@ -1,5 +1,6 @@
 """What a run of the component does with the tables of two databases, by the rules alone."""
 
+from reports import delete_report, difference_report
 from server import Failure, description, is_number_keyed, no_row, null_used, parameter, row_values, skips
 from tables import TABLES
 from values import (DATE, DAY, GUID, NEW_YEAR_1900, Unsupported, ZERO_DATE, date_literal, literal_value, seconds,
@@ -35,6 +36,7 @@ class Pair:
         self.site = site
         self.local = local
         self.boxes = []
+        self.log = []
 
     def set_error(self, message):
         self.local.error = message
@@ -175,7 +177,7 @@ class OneWay:
         if abs(seconds(source) - seconds(destination)) <= 2:
             return
         if source > last and destination > last:
-            self._report(key, BOTH, not_allowed if self.at_offices else None)
+            self._report(key, BOTH, not_allowed if self.at_offices else None, self._difference_report)
         elif source > destination:
             row = self._source_row(key)
             self.pair.destination.update(self.table, self.key, key, self.run_object.values(row))
@@ -195,7 +197,8 @@ class OneWay:
                 self.run_object.count["add"] += 1
             elif self.at_offices:
                 self._report(key, NEW_ON_SOURCE, f"Deleted in destination({self.pair.destination.name}) - "
-                                                 "Destination deletes will not replicate properly")
+                                                 "Destination deletes will not replicate properly",
+                             self._source_report)
 
     def _only_destination(self):
         for value, date in missing_rows(self.pair.destination, self.pair.source, self.table, self.key):
@@ -210,17 +213,19 @@ class OneWay:
     def _new_in_destination(self, key):
         if self.at_offices:
             self._report(key, NEW_ON_DESTINATION,
-                         f"New in destination({self.pair.destination.name}) - Destination adds are not allowed")
+                         f"New in destination({self.pair.destination.name}) - Destination adds are not allowed",
+                         self._destination_report)
 
     def _deleted_from_source(self, key):
         source, destination = self.pair.source.name, self.pair.destination.name
         if not self.at_offices:
-            self._report(key, DELETED_ON_SOURCE, f"Deleted from source({source})")
+            self._report(key, DELETED_ON_SOURCE, f"Deleted from source({source})", self._destination_report)
         elif self.by_key or self.run_object.method == ONE_WAY_DELETES:
             self._delete(key)
         else:
             self._report(key, NEW_ON_DESTINATION,
-                         f"New in destination({destination}) -OR- Deleted from source({source})")
+                         f"New in destination({destination}) -OR- Deleted from source({source})",
+                         self._destination_report)
 
     def _delete(self, key):
         if self.by_key and self.table.name == "dentist_company":
@@ -250,11 +255,22 @@ class OneWay:
             if row["chart_option_id"] is not None and text_of(GUID, row["chart_option_id"]) == key:
                 self.pair.destination.insert(settings, dict(row))
 
-    def _report(self, key, kind, error):
+    def _difference_report(self, key):
+        rows = [side.select(self.table, self.key, key) for side in (self.pair.destination, self.pair.source)]
+        return difference_report(self.run_object.name, self.table, *rows)
+
+    def _source_report(self, key):
+        return delete_report(self.run_object.name, self.table, self.pair.source.select(self.table, self.key, key))
+
+    def _destination_report(self, key):
+        return delete_report(self.run_object.name, self.table, self.pair.destination.select(self.table, self.key, key))
+
+    def _report(self, key, kind, error, report=lambda key: []):
         conflict = Conflict(self, key, kind)
         if not conflict.save():
             return
         self.run_object.count["conflict"] += 1
+        self.pair.log += report(key)
         if error is not None:
             self.run_object.count["error"] += 1
             self.pair.set_error(error)

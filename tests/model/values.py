@@ -45,13 +45,15 @@ def date_literal(date):
 
 
 def date_text(date):
-    """Short date and long time of the United States, each only where there is something to say."""
+    """Short date and long time of the United States, each only where there is something to say: a fraction that rounds
+    to midnight still is a time.
+    """
     moment = EPOCH + datetime.timedelta(seconds=seconds(date))
     clock = f"{(moment.hour + 11) % 12 + 1}:{moment:%M:%S} {'AM' if moment.hour < 12 else 'PM'}"
     day = f"{moment.month}/{moment.day}/{moment.year}"
     if moment.date() == EPOCH.date():
         return clock
-    return day if moment.time() == datetime.time() else f"{day} {clock}"
+    return f"{day} {clock}" if date % DAY else day
 
 
 def double_text(value):
