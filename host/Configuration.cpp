@@ -54,7 +54,7 @@ public:
     {
     }
 
-    std::string text(const char* name, std::optional<std::string> otherwise = std::nullopt)
+    std::string text(const char* name, const std::optional<std::string>& otherwise = std::nullopt)
     {
         const toml::node* node = find(name, otherwise.has_value(), "a text");
         if (!node)
@@ -69,7 +69,7 @@ public:
     /// The source of a password. What stands there instead may be a password: it is not repeated.
     std::string passwordSource(const char* name)
     {
-        const std::string source = text(name);
+        std::string source = text(name);
         const toml::node* node = table_.get(name);
         if (node && !source.empty() && !isPasswordSource(source))
             wrong(*node, name, kPasswordSources);

@@ -53,8 +53,8 @@ std::wstring fromCredentials(const std::string& source, const std::string& name)
     CREDENTIALW* credential = nullptr;
     if (!CredReadW(toWide(name).c_str(), CRED_TYPE_GENERIC, 0, &credential))
         fail(source, "there is no generic credential of that name");
-    const std::wstring password(reinterpret_cast<const wchar_t*>(credential->CredentialBlob),
-                                credential->CredentialBlobSize / sizeof(wchar_t));
+    std::wstring password(reinterpret_cast<const wchar_t*>(credential->CredentialBlob),
+                          credential->CredentialBlobSize / sizeof(wchar_t));
     CredFree(credential);
     return password;
 }
