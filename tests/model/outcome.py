@@ -140,8 +140,12 @@ class Actual:
                                  "counts": [(row["unique_key"], row["count_name"], row["count_value"])
                                             for row in state[side]["replication_counts"] or []],
                                  "conflicts": conflicts(state[side])} for side in state},
-                "control": [local["ready_f"], error, DATE.parse(local["last_timestamp"])],
+                "control": [local["ready_f"], error, date_of_json(local["last_timestamp"])],
                 "key": {side: bool(state[side]["key"]) for side in state}}
+
+
+def date_of_json(text):
+    return None if text is None else DATE.parse(text)
 
 
 def ordered(rows):
@@ -155,13 +159,11 @@ def conflicts(state):
     for row in state["replication_conflict_data"] or []:
         data.setdefault(row["conflict_id"], []).append((row["field_name"], row["source_data"], row["destination_data"]))
 
-    def date(text):
-        return None if text is None else DATE.parse(text)
-
-    return sorted(({"site": row["unique_key"], "next": date(row["last_replicate_date"]), "table": row["table_name"],
+    return sorted(({"site": row["unique_key"], "next": date_of_json(row["last_replicate_date"]), "table": row["table_name"],
                     "number": row["patient_id"], "guid": row["guid"] and GUID.text(row["guid"]),
                     "kind": row["conflict_type"], "words": row["key_info"],
-                    "source date": date(row["source_mod_date"]), "destination date": date(row["destination_mod_date"]),
+                    "source date": date_of_json(row["source_mod_date"]),
+                    "destination date": date_of_json(row["destination_mod_date"]),
                     "differences": data.get(row["unid"], [])} for row in state["replication_conflict"] or []), key=repr)
 
 
