@@ -1,5 +1,7 @@
 """What a run of the component does with the tables of two databases, by the rules alone."""
 
+import itertools
+
 from reports import delete_report, difference_report
 from server import Failure, description, is_number_keyed, no_row, null_used, parameter, row_values, skips
 from tables import TABLES
@@ -47,15 +49,14 @@ def changed_rows(pair, table, key, last):
     limit = date_literal(last)
     if limit is None:
         return []
-    there = {row[key]: row for row in pair.destination.rows(table)}
     listed = []
-    for row in pair.source.rows(table):
-        other = there.get(row[key]) if row[key] is not None else None
-        if other is None or None in (row["mod_date"], other["mod_date"]) or row["mod_date"] == other["mod_date"]:
+    for row, other in itertools.product(pair.source.rows(table), pair.destination.rows(table)):
+        dates = (row["mod_date"], other["mod_date"])
+        if row[key] is None or row[key] != other[key] or None in dates or dates[0] == dates[1]:
             continue
-        if row["mod_date"] > limit or other["mod_date"] > limit:
-            listed.append((row[key], row["mod_date"], other["mod_date"]))
-    return sorted(listed)
+        if max(dates) > limit:
+            listed.append((row[key], *dates))
+    return sorted(listed, key=lambda item: item[0])
 
 
 def missing_rows(here, there, table, key):

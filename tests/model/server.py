@@ -98,12 +98,12 @@ class Database:
     def update(self, table, column, text, values):
         wanted = key_value(table.by_name[column], text)
         self._check_literals(values)
-        matching = [row for row in self.rows(table) if row[column] == wanted]
-        for row in matching:
-            changed = {**row, **values}
-            self._check_row(table, changed, row)
-            self.rows(table).remove(row)
-            self.rows(table).append(changed)
+        with self.batch():
+            for row in [row for row in self.rows(table) if row[column] == wanted]:
+                changed = {**row, **values}
+                self._check_row(table, changed, row)
+                self.rows(table).remove(row)
+                self.rows(table).append(changed)
 
     def insert(self, table, values):
         self._check_literals(values)
