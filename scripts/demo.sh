@@ -91,11 +91,14 @@ heading 'What the run may not decide'
 script conflicts list
 mapfile -t charts < <(conflictIds chart_hdr)
 mapfile -t shortcuts < <(conflictIds shortcut)
-[[ ${#charts[@]} -eq 3 && ${#shortcuts[@]} -eq 1 ]] || die 'these are not the conflicts that were made'
+[[ ${#charts[@]} -eq 4 && ${#shortcuts[@]} -eq 1 ]] || die 'these are not the conflicts that were made'
 
 heading 'One resolved each way'
 script conflicts resolve "${charts[0]}" source
 script conflicts resolve "${charts[1]}" destination
 script conflicts resolve "${charts[2]}" later
 script conflicts resolve "${shortcuts[0]}" source
-compareDatabases chart_hdr=2
+compareDatabases chart_hdr=3
+
+note 'two conflicts are left: scripts/quinrep.sh review, or scripts/quinrep.sh conflicts --help'
+note "the run's report: $out/report.html"

@@ -1,6 +1,11 @@
 #!/usr/bin/env bash
 # Installs what building, running and testing need on Debian 12 (as root), and fetches the interface definitions
 # that widl imports into build/libwine-dev. Does nothing, quickly, when all of it is there.
+#
+#   install-deps.sh [--browser]
+#
+# --browser also gets what drives quinrep's pages in a browser, into build/review-node_modules; where that cannot be had
+# it is only told, unless QUINMARK_REQUIRE_BROWSER is 1.
 # Exit status: 0 all there, 1 failed, 4 root is needed.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
@@ -13,6 +18,7 @@ readonly kPackages=(
     libodbc2:i386 odbc-postgresql:i386 tdsodbc:i386 postgresql python3
     libcli11-dev libtomlplusplus-dev nlohmann-json3-dev libfmt-dev wixl
 )
+readonly reviewTests="$repoRoot/tests/review" reviewModules="$repoRoot/build/review-node_modules"
 readonly idlDir="$repoRoot/build/libwine-dev"
 
 missingPackages() {
@@ -85,9 +91,26 @@ downloadPackage() {
     apt-get -q -o APT::Sandbox::User=root download "$1"
 }
 
+installBrowser() {
+    local packages=()
+    [[ -x /usr/bin/chromium ]] || packages+=(chromium)
+    command -v npm >/dev/null || packages+=(nodejs npm)
+    [[ ${#packages[@]} -eq 0 ]] || installPackages "${packages[@]}"
+    cmp -s "$reviewTests/package-lock.json" "$reviewModules/package-lock.json" && return 0
+    mkdir -p "$reviewModules"
+    cp "$reviewTests"/package*.json "$reviewModules"
+    npm ci --prefix "$reviewModules" --ignore-scripts --no-audit --no-fund || {
+        rm "$reviewModules/package-lock.json"
+        die 'npm could not fetch the driver of the browser; see its messages above'
+    }
+}
+
 [[ -x $(command -v dpkg-query) ]] || die 'this script needs Debian 12'
 mapfile -t missing < <(missingPackages)
 [[ ${#missing[@]} -eq 0 ]] || installPackages "${missing[@]}"
 mapfile -t missing < <(missingPackages)
 [[ ${#missing[@]} -eq 0 ]] || die "still missing after the installation: ${missing[*]}"
 fetchInterfaceDefinitions
+if [[ ${1-} == --browser ]]; then
+    (installBrowser) || [[ ${QUINMARK_REQUIRE_BROWSER-} != 1 ]] || die 'what the browser tests need cannot be installed'
+fi

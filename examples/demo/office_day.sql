@@ -4,7 +4,7 @@
 
 update patient set phone = '555-0101', mod_date = :now where unid in (1, 2, 3);
 update chart_hdr set status = 7, mod_date = :now where patient_id in (10, 11, 12, 13);
-update chart_hdr set status = 8, mod_date = :now where patient_id in (20, 21, 22);
+update chart_hdr set status = 8, mod_date = :now where patient_id in (20, 21, 22, 23);
 update chart_option set option_name = option_name || ' (revised)', mod_date = :now where sort_order = 1;
 update chart_option_setting set setting_value = 'office' where chart_option_id in
     (select unid from chart_option where sort_order = 1);

@@ -50,7 +50,7 @@ test('the list is filtered by table and by text in any case', async () => {
     changed('Recall');
     changed('Überweisung');
     await open();
-    await page.getByLabel('Table').selectOption('shortcut');
+    await page.getByRole('combobox', { name: 'Table' }).selectOption('shortcut');
     await press('Show');
     assert.equal(await page.locator('nav a').count(), 2);
     await page.getByLabel('Key or kind contains').fill('üBER');

@@ -31,7 +31,8 @@ test('only leaving a conflict for later is possible; the reasons stand beside th
     assert.equal(await page.getByRole('button', { name: 'Use source' }).isDisabled(), true);
     assert.equal(await page.getByRole('button', { name: 'Use destination' }).isDisabled(), true);
     assert.match(await page.textContent('#why-source'), /Not possible at the offices: .* the conflict would stay/);
-    assert.match(await page.textContent('#why-destination'), /Not possible at the offices: .*refuses to replicate back/);
+    assert.match(await page.textContent('#why-destination'),
+        /Not possible at the offices: .*refuses to replicate back/);
     await browser.screenshot('offices');
     await page.getByRole('button', { name: 'Later' }).click();
     await page.getByText('The conflict stays in the list.').waitFor();

@@ -60,15 +60,16 @@ export class Practice {
     }
 
     /// A shortcut with a text at the office and one at the laptop (null: no row there), and its conflict at `side`.
-    conflict(side, { key, type = ConflictType.changedOnBoth, table = 'shortcut', column = 'item_text', office, laptop }) {
+    conflict(side, { key, type = ConflictType.changedOnBoth, table = 'shortcut', column = 'item_text', office,
+        laptop }) {
         const conflict = { id: randomUUID(), row: randomUUID(), key };
         if (table === 'shortcut') {
             if (office !== null) this.office.addShortcut(conflict.row, office.slice(0, 500));
             if (laptop !== null) this.laptop.addShortcut(conflict.row, laptop.slice(0, 500));
         }
-        side.sql(`insert into replication_conflict (unid, unique_key, last_replicate_date, table_name, guid,
-                  conflict_type, key_info, source_mod_date, destination_mod_date) values ('${conflict.id}', 1,
-                  '2026-03-01 18:00', ${quote(table)}, '${conflict.row}', ${type}, ${quote(key)}, '2026-03-02 09:15',
+        side.sql(`insert into replication_conflict (unid, unique_key, last_replicate_date, table_name, patient_id,
+                  guid, conflict_type, key_info, source_mod_date, destination_mod_date) values ('${conflict.id}', 1,
+                  '2026-03-01 18:00', ${quote(table)}, 0, '${conflict.row}', ${type}, ${quote(key)}, '2026-03-02 09:15',
                   '2026-03-02 11:40');
                   insert into replication_conflict_data values ('${conflict.id}', ${quote(column)}, ${quote(office)},
                   ${quote(laptop)})`);

@@ -6,39 +6,49 @@ import { createRequire } from 'node:module';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { createInterface } from 'node:readline';
+import { pathToFileURL } from 'node:url';
 
 const { chromium } = createRequire(join(process.env.REVIEW_MODULES, 'package.json'))('playwright-core');
 const kChromiumOptions = ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
     '--disable-background-networking', '--disable-component-update', '--disable-sync'];
 
-function configuration(site) {
+const kShortcuts = '[[table]]\nname = "shortcut"\nmethod = "one_way"\n';
+
+function configuration(site, tables) {
     const side = (dsn, prefix) => `dsn = "${dsn}"\nprefix = "${prefix}"\npassword = "env:QUINMARK_PASSWORD"\n`;
     return `site = "${site}"
 local = "${site === 'laptop' ? 'destination' : 'source'}"
-program_version = "test"
+program_version = "laptop"
 [source]
 ${side(process.env.QUINMARK_OFFICE_DSN, process.env.QUINMARK_OFFICE_PREFIX)}
 [destination]
 ${side(process.env.QUINMARK_LAPTOP_DSN, process.env.QUINMARK_LAPTOP_PREFIX)}
 [log]
 file = "review-${site}.log"
-[[table]]
-name = "shortcut"
-method = "one_way"
-`;
+${tables}`;
 }
 
-export function startQuinrep(site, ...command) {
+function startQuinrep(site, command, tables = kShortcuts) {
     const file = `review-${site}.toml`;
-    writeFileSync(file, configuration(site));
+    writeFileSync(file, configuration(site, tables));
     return spawn('wine', [process.env.QUINREP, '-c', file, ...command], { stdio: ['ignore', 'pipe', 'inherit'] });
+}
+
+/// Runs `quinrep run` at the laptop with these tables; its exit status, and the address of report-NAME.html.
+export async function report(name, tables, ...options) {
+    const file = `report-${name}.html`;
+    const command = ['-q', 'run', '--ready', '--reset-error', '--report', file, ...options];
+    const quinrep = startQuinrep('laptop', command, tables);
+    quinrep.stdout.resume();
+    const [status] = await once(quinrep, 'exit');
+    return { status, address: pathToFileURL(file).href };
 }
 
 export class Review {
     /// Starts the review of a site ("laptop" or "offices") and waits for its address.
     static async start(site) {
         const review = new Review();
-        review.process = startQuinrep(site, 'review');
+        review.process = startQuinrep(site, ['review']);
         review.exit = once(review.process, 'exit');
         const lines = createInterface({ input: review.process.stdout });
         [review.address] = await Promise.race([
