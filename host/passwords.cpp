@@ -59,15 +59,39 @@ std::wstring fromCredentials(const std::string& source, const std::string& name)
     return password;
 }
 
-/// A line from the console, without echo.
-std::optional<std::wstring> hiddenLine(HANDLE input, DWORD mode)
+/// Where standard input is a console, it shows nothing of what is typed for as long as this lives.
+class WithoutEcho
+{
+public:
+    WithoutEcho() : isConsole_(GetConsoleMode(input(), &mode_) != 0)
+    {
+        if (isConsole_)
+            SetConsoleMode(input(), (mode_ | ENABLE_LINE_INPUT) & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
+    }
+    ~WithoutEcho()
+    {
+        if (isConsole_)
+            SetConsoleMode(input(), mode_);
+    }
+    WithoutEcho(const WithoutEcho&) = delete;
+    WithoutEcho& operator=(const WithoutEcho&) = delete;
+
+    bool isConsole() const { return isConsole_; }
+
+    static HANDLE input() { return GetStdHandle(STD_INPUT_HANDLE); }
+
+private:
+    DWORD mode_ = 0;
+    bool isConsole_;
+};
+
+/// A line that is typed.
+std::optional<std::wstring> typedLine()
 {
     constexpr DWORD kLongest = 512;
     std::wstring line(kLongest, L'\0');
     DWORD length = 0;
-    SetConsoleMode(input, (mode | ENABLE_LINE_INPUT) & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
-    const BOOL read = ReadConsoleW(input, line.data(), kLongest, &length, nullptr);
-    SetConsoleMode(input, mode);
+    const BOOL read = ReadConsoleW(WithoutEcho::input(), line.data(), kLongest, &length, nullptr);
     line.resize(read ? length : 0);
     const size_t end = line.find_first_of(L"\r\n");
     if (end == std::wstring::npos)
@@ -88,11 +112,9 @@ std::optional<std::wstring> pipedLine()
 
 std::wstring fromPrompt(const std::string& source, const std::string& what)
 {
-    const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
-    DWORD mode = 0;
-    const bool console = GetConsoleMode(input, &mode) != 0;
+    const WithoutEcho hidden; // before the prompt, since somebody may type at once
     std::cerr << "Password for " << what << ": " << std::flush;
-    const std::optional<std::wstring> line = console ? hiddenLine(input, mode) : pipedLine();
+    const std::optional<std::wstring> line = hidden.isConsole() ? typedLine() : pipedLine();
     std::cerr << std::endl;
     if (!line)
         fail(source, "nothing was entered");

@@ -219,7 +219,7 @@ private:
 Outcome runCommand(const Configuration& configuration, const RunOptions& options)
 {
     const SiteLock lock(configuration);
-    cancellation();
+    const std::atomic<bool>& cancelled = cancellation();
     Run run(configuration, options);
     run.ensurePair();
     if (!options.force) {
@@ -227,5 +227,7 @@ Outcome runCommand(const Configuration& configuration, const RunOptions& options
         if (!endangered.empty())
             return {{{"guard", std::move(endangered)}}, kGuarded};
     }
+    if (cancelled)
+        throw HostError(kFailed, "cancelled before the first table; nothing was written");
     return run.go(options);
 }

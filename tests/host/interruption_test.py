@@ -54,6 +54,16 @@ class InterruptedRun(practice.PracticeTest):
         self.assertIn("the last run is in error: Cancelled before table chair_type", refused.stderr)
         self.assert_converges("--reset-error", "--ready")
 
+    def test_ctrl_c_during_the_look_ahead_writes_nothing(self):
+        with self.laptop.locked("users", "access exclusive"):
+            terminal = self.start()
+            terminal.type(CTRL_C)
+            terminal.wait_for("^C")
+        self.assertEqual(terminal.wait(), 1)
+        self.assertIn("quinrep: cancelled before the first table; nothing was written", terminal.lines)
+        self.assertTrue(self.has_patient_key())
+        self.assertEqual(self.control("last_timestamp, error_f"), LAST_RUN + "|f")
+
     def test_second_ctrl_c_ends_it_at_once(self):
         with self.laptop.locked("users"):
             terminal = self.start()
