@@ -15,21 +15,21 @@ heading() {
     printf '\n== %s ==\n' "$*"
 }
 
-# show STATUS NAME COMMAND...: runs a Windows program, shows what it says without its carriage returns and keeps it in
+# show STATUS NAME ENCODING COMMAND...: runs a Windows program, shows what it says as this system would and keeps that in
 # $out/NAME.txt. It has to end with that status.
 show() {
     local status=0
-    runInterruptible wine "${@:3}" >"$out/$2.crlf" || status=$?
-    tr -d '\r' <"$out/$2.crlf" | tee "$out/$2.txt"
+    runInterruptible wine "${@:4}" >"$out/$2.crlf" || status=$?
+    tr -d '\r' <"$out/$2.crlf" | iconv -f "$3" -t utf-8 | tee "$out/$2.txt"
     [[ $status -eq $1 ]] || die "$2 ended with status $status"
 }
 
 script() { # NAME ARG...: runs examples/NAME.vbs
-    show 0 "$1" cscript //nologo "examples/$1.vbs" "${@:2}"
+    show 0 "$1" cp437 cscript //nologo "examples/$1.vbs" "${@:2}"
 }
 
 quinrep() { # STATUS COMMAND...
-    show "$1" "quinrep $2" "$binaries/quinrep.exe" -q -c examples/demo/quinrep.toml "${@:2}"
+    show "$1" "quinrep $2" utf-8 "$binaries/quinrep.exe" -q -c examples/demo/quinrep.toml "${@:2}"
 }
 
 sql() { # SIDE ARG...
