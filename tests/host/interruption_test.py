@@ -60,7 +60,7 @@ class InterruptedRun(practice.PracticeTest):
             terminal.type(CTRL_C)
             terminal.wait_for("^C")
         self.assertEqual(terminal.wait(), 1)
-        self.assertIn("quinrep: cancelled before the first table; nothing was written", terminal.lines)
+        self.assertIn("quinrep: cancelled before the first table; nothing was written", "".join(terminal.lines))
         self.assertTrue(self.has_patient_key())
         self.assertEqual(self.control("last_timestamp, error_f"), LAST_RUN + "|f")
 
