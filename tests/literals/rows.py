@@ -1,0 +1,145 @@
+"""Random rows of every type that replication carries, and what becomes of them on their way through literals."""
+
+import datetime
+import decimal
+import math
+import struct
+import uuid
+
+from settings import Refused, read_date, read_number
+
+# `unid` and what follows; the types of the column in the practice database's terms are in `create`.
+COLUMNS = {"t": "varchar(4000)", "c": "char(12)", "i": "int", "s": "smallint", "f": "double precision",
+           "m": "numeric(19, 4)", "b": "boolean", "g": "uuid", "d": "timestamp(3)"}
+PIECES = ["'", "''", '"', "\\", "\\'", "--", "/*", "*/", ";", "?", "{", "}", "{d '", "{fn now()}", "[x]", "]", "$$", "$1",
+          "%", "_", ":x", "@p", "Null", "\r\n", "\n", "\t", "\x1a", "\x01", "\x7f", " ", "   ", "E'", "U&'", "N'", "go\n",
+          "select top 1", "dateadd(s, 1, x)", "getdate()", "O'Brien", "é", "ß", "–", "€", "日本", "ー", "\u00a0", "\u200b",
+          "\ufeff", "\U0001f9b7", "\U00020bb7", "е́", "؟"]
+FIRST_DAY = datetime.datetime(100, 1, 1)
+LAST_DAY = datetime.datetime(9999, 12, 31)
+NEAR = [datetime.datetime(1899, 12, 29), datetime.datetime(1899, 12, 30), datetime.datetime(1899, 12, 31),
+        datetime.datetime(1900, 1, 1), datetime.datetime(1970, 1, 1), datetime.datetime(2000, 2, 29), FIRST_DAY, LAST_DAY]
+
+
+def random_text(chance, longest):
+    count = chance.choice([0, 1, 2, 3, 8, 8, 40])
+    text = "".join(chance.choice(PIECES) if chance.random() < 0.6 else random_character(chance) for _ in range(count))
+    if chance.random() < 0.01:
+        text += "x'" * (longest // 2)
+    return text[:longest]
+
+
+def random_character(chance):
+    code = chance.choice([chance.randrange(1, 128), chance.randrange(128, 0xD800), chance.randrange(0xE000, 0xFFFE),
+                          chance.randrange(0x10000, 0x110000)])
+    return chr(code)
+
+
+def random_double(chance):
+    kind = chance.randrange(4)
+    if kind == 0:
+        while True:
+            value = struct.unpack("<d", chance.randbytes(8))[0]
+            if math.isfinite(value):
+                return value
+    if kind == 1:
+        return float(chance.randint(-10**6, 10**6))
+    if kind == 2:
+        return chance.randint(-10**9, 10**9) / 10**chance.randint(1, 9)
+    return chance.choice([0.0, 5e-324, 2.2250738585072014e-308, 1.7976931348623157e308, 0.1, 0.30000000000000004, 1e15,
+                          999999999999999.9, 1e16, 123456789012345678.0, 1e-5, 0.0001])
+
+
+def random_date(chance):
+    day = chance.choice(NEAR) if chance.random() < 0.2 else \
+        FIRST_DAY + datetime.timedelta(days=chance.randrange((LAST_DAY - FIRST_DAY).days))
+    if chance.random() < 0.4:
+        day = datetime.datetime(chance.randint(1950, 2049), chance.randint(1, 12), chance.randint(1, 28))
+    if chance.random() < 0.3:
+        return day
+    milliseconds = chance.choice([chance.randrange(86_398_000), chance.randrange(86_398) * 1000, 400, 1000, 43_200_000])
+    # Half a second is nobody's.
+    return day + datetime.timedelta(milliseconds=milliseconds + (milliseconds % 1000 == 500))
+
+
+MAKERS = {
+    "t": lambda chance: random_text(chance, 4000),
+    "c": lambda chance: random_text(chance, 12).ljust(12),
+    "i": lambda chance: chance.choice([0, 1, -2**31, 2**31 - 1, chance.randint(-2**31, 2**31 - 1)]),
+    "s": lambda chance: chance.choice([0, 1, -2**15, 2**15 - 1, chance.randint(-2**15, 2**15 - 1)]),
+    "f": random_double,
+    "m": lambda chance: decimal.Decimal(chance.choice(
+        [0, 1, 12500, -2**63, 2**63 - 1, chance.randint(-2**63, 2**63 - 1), chance.randint(-10**6, 10**6)])).scaleb(-4),
+    "b": lambda chance: chance.random() < 0.5,
+    "g": lambda chance: str(uuid.UUID(bytes=chance.randbytes(16))),
+    "d": random_date,
+}
+
+
+def random_row(chance):
+    """All columns, or one alone: a column that is refused takes the others with it."""
+    wanted = list(COLUMNS) if chance.random() < 0.2 else [chance.choice("ttcisffmmbgddd")]
+    return {name: MAKERS[name](chance) if name in wanted else None for name in COLUMNS}
+
+
+def literal(name, value):
+    """A value in the test's own SQL, which has nothing in common with the literals that are tried."""
+    if value is None:
+        return "null"
+    if name in "tc":
+        return f"convert_from('\\x{value.encode().hex()}', 'UTF8')"
+    if name == "d":
+        return f"'{value.isoformat(sep=' ', timespec='milliseconds')}'"
+    return f"'{value!r}'" if name == "f" else f"'{value}'"
+
+
+# The columns as texts that hold exactly what is stored, whatever the server's settings.
+EXACT = {"t": "encode(convert_to({0}::text, 'UTF8'), 'hex')", "c": "encode(convert_to({0}::text, 'UTF8'), 'hex')",
+         "d": "to_char({0}, 'YYYY-MM-DD HH24:MI:SS.MS')"}
+DECODERS = {"t": lambda text: bytes.fromhex(text).decode(), "c": lambda text: bytes.fromhex(text).decode().ljust(12),
+            "f": float, "m": decimal.Decimal, "b": lambda text: text == "true",
+            "d": datetime.datetime.fromisoformat, "g": str, "i": int, "s": int}
+
+
+def exact(name, kind):
+    """The SQL for column `name` of the kind of `kind`."""
+    return EXACT.get(kind, "{0}::text").format(name)
+
+
+def decode(kind, text):
+    return None if text is None else DECODERS[kind](text)
+
+
+def carried(name, value, region, server):
+    """What arrives of a value; raises Refused where the statement is."""
+    if value is None or value == "" and name == "t":
+        return None
+    if name == "d":
+        return read_date(value, region, server)
+    if name == "f":
+        number = read_number(f"{value:.15G}", region)
+        if not math.isfinite(number):
+            raise Refused
+        return number
+    if name == "m":
+        read_number(f"{value:f}".rstrip("0").rstrip("."), region)
+    return value
+
+
+def carried_row(row, region, server):
+    """The row that arrives, or None when it is refused."""
+    try:
+        return {name: carried(name, value, region, server) for name, value in row.items()}
+    except Refused:
+        return None
+
+
+def routine_results(row, region, server):
+    """What the literal routines' statement stores: four texts, a bit, a date; None when it is refused."""
+    text = row["t"] or ""
+    try:
+        return {"q": text or None, "l": "%" + text if text else "%", "r": text + "%" if text else "%",
+                "w": f"%{text}%" if text else "%", "n": 1 if text else 0,
+                "d": read_date(row["d"], region, server)}
+    except Refused:
+        return None
