@@ -1,13 +1,11 @@
 """Where literals are tried: a database of their own, and a Wine prefix of their own for the regional settings."""
 
 import os
-import pathlib
-import shutil
 import subprocess
-import tempfile
 
 import bed
 from rows import COLUMNS, decode, exact, literal
+from wine_prefix import Prefix
 
 DATABASE = "literals"
 ROUTINE_COLUMNS = {"q": "t", "l": "t", "r": "t", "w": "t", "n": "i", "d": "d"}
@@ -65,37 +63,17 @@ class Database:
         self._server.close()
 
 
-class Prefix:
-    """A copy of the prefix of the tests; it shares the files, which nobody changes, and not the registry."""
+class RegionalPrefix(Prefix):
+    """Where the host runs, as a user with other regional settings."""
 
     def __init__(self):
-        original = pathlib.Path(os.environ["WINEPREFIX"])
-        self._folder = tempfile.TemporaryDirectory(prefix="wine-literals-", dir=original.parent)
-        self.path = pathlib.Path(self._folder.name)
-        shutil.copytree(original / "drive_c", self.path / "drive_c", symlinks=True, copy_function=os.link,
-                        ignore=lambda folder, _: ["Temp", "temp"])
-        for file in [*original.glob("*.reg"), original / ".update-timestamp"]:
-            shutil.copy2(file, self.path)
-        shutil.copytree(original / "dosdevices", self.path / "dosdevices", symlinks=True)
-        self.environment = {**os.environ, "WINEPREFIX": str(self.path)}
-        subprocess.run(["wineserver", "-p"], env=self.environment, check=True)
-        # The first program brings up Windows' own, which would hold on to a pipe.
-        self._run("wine", "cmd", "/c", "exit")
-        self._run("wine", "regsvr32", "/s", ADODB.name, cwd=ADODB.parent)
-
-    def _run(self, *command, **options):
-        subprocess.run(command, env=self.environment, check=True, timeout=60, stdin=subprocess.DEVNULL,
-                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, **options)
+        super().__init__()
+        self.register(ADODB)
 
     def use(self, region):
         file = self.path / "region.reg"
         file.write_text(region.registry(), encoding="utf-16")
-        self._run("wine", "regedit", "/S", file.name, cwd=self.path)
-
-    def close(self):
-        self._run("wineserver", "-k")
-        subprocess.run(["wineserver", "-w"], env=self.environment, check=False)
-        self._folder.cleanup()
+        self.run("wine", "regedit", "/S", file.name, cwd=self.path)
 
 
 def copy_rows(host, prefix):

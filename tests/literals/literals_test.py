@@ -18,7 +18,7 @@ import model_test
 from rows import carried_row, random_row, routine_results
 from settings import PAIRS
 
-ROWS = 300
+ROWS = 200
 SECOND = datetime.timedelta(seconds=1)
 ENOUGH = 10
 
@@ -117,7 +117,7 @@ def main():
     model_test.leave_without_databases()
     chosen = options()
     print(f"seed {chosen.seed}", flush=True)
-    prefix = bench.Prefix()
+    prefix = bench.RegionalPrefix()
     database = bench.Database()
     try:
         tried, found = run(chosen, database, prefix)

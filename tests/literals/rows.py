@@ -35,12 +35,18 @@ def random_character(chance):
     return chr(code)
 
 
+def is_halfway(value):
+    """Half of the fifteenth digit is nobody's."""
+    digits = decimal.Decimal(value).as_tuple().digits
+    return len(digits) == 16 and digits[15] == 5
+
+
 def random_double(chance):
     kind = chance.randrange(4)
     if kind == 0:
         while True:
             value = struct.unpack("<d", chance.randbytes(8))[0]
-            if math.isfinite(value):
+            if math.isfinite(value) and not is_halfway(value):
                 return value
     if kind == 1:
         return float(chance.randint(-10**6, 10**6))

@@ -1,0 +1,110 @@
+"""Libraries planted in the working directory, each named like one that the programs load: none of them is loaded."""
+
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
+BINARIES = pathlib.Path(os.environ.get("QUINMARK_BINARIES", REPOSITORY / "build" / "x86-release"))
+PROGRAMS = ["quinrep.exe", "QuinmarkRepDLL.dll", "adodb.dll"]
+# What belongs to every Windows; odbc32 and advapi32 among it.
+SYSTEM = {"advapi32.dll", "bcrypt.dll", "kernel32.dll", "msvcrt.dll", "odbc32.dll", "ole32.dll", "oleaut32.dll",
+          "shell32.dll", "user32.dll", "version.dll", "ws2_32.dll"}
+# Looked for by programs of all kinds; not every one is loaded today.
+USUAL = {"cryptbase.dll", "cryptsp.dll", "dbghelp.dll", "dwmapi.dll", "libgcc_s_dw2-1.dll", "libstdc++-6.dll",
+         "libwinpthread-1.dll", "msado15.dll", "odbccp32.dll", "profapi.dll", "propsys.dll", "secur32.dll", "sxs.dll",
+         "uxtheme.dll", "winmm.dll", "wtsapi32.dll"}
+
+# Wine does not start with others than its own.
+UNMOVABLE = {"kernel32.dll", "kernelbase.dll", "ntdll.dll", "user32.dll", "gdi32.dll", "win32u.dll"}
+
+
+def imports(file):
+    dump = subprocess.run(["i686-w64-mingw32-objdump", "-p", str(file)], check=True, text=True, capture_output=True)
+    return {name.lower() for name in re.findall(r"DLL Name: (\S+)", dump.stdout)}
+
+
+class Planted(unittest.TestCase):
+    def setUp(self):
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="planted-"))
+        self.addCleanup(shutil.rmtree, self.folder)
+        self.told = self.folder / "told.txt"
+        self.environment = {**os.environ, "QUINMARK_CANARY": "Z:" + str(self.told).replace("/", "\\")}
+        (self.folder / "quinrep.toml").write_text(
+            "site = 'offices'\nlocal = 'source'\nprogram_version = 'laptop'\n" +
+            "".join(f"[{side}]\ndsn = '{dsn}'\nprefix = '{prefix}'\npassword = 'env:QUINMARK_PASSWORD'\n"
+                    for side, dsn, prefix in (("source", "QuinmarkOffice", "office."),
+                                              ("destination", "QuinmarkLaptop", "laptop."))) +
+            f"[log]\nfile = '{self.folder}/replication.log'\n[[table]]\nname = 'users'\nmethod = 'one_way'\n")
+        (self.folder / "create.vbs").write_text(
+            'set f = CreateObject("QuinmarkRepDLL.Factory")\nset a = CreateObject("ADODB.Connection")\n'
+            'a.Open "DSN=QuinmarkOffice;UID=quinmarkapp_user;PWD=" & '
+            'CreateObject("WScript.Shell").Environment("PROCESS")("QUINMARK_PASSWORD")\nWScript.Echo TypeName(f)\n')
+
+    def run_in_folder(self, *command, debug="-all"):
+        return subprocess.run(["wine", *command], cwd=self.folder, stdin=subprocess.DEVNULL, timeout=60, check=False,
+                              env={**self.environment, "WINEDEBUG": debug}, text=True, errors="replace",
+                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+
+    def loaded(self, *command):
+        """The paths of all libraries that a program loads, in lower case."""
+        output = self.run_in_folder(*command, debug="+loaddll").stdout
+        return {path.lower() for path in re.findall(r'Loaded L"([^"]+\.dll)"', output, re.I)}
+
+    def plant(self, names, folder):
+        for name in names:
+            shutil.copy2(BINARIES / "canary.dll", folder / name)
+        # Wine would take its own library wherever it finds one of that name; Windows takes what it finds.
+        modules = ",".join(name.removesuffix(".dll") for name in names - UNMOVABLE)
+        self.environment["WINEDLLOVERRIDES"] = f"mscoree,mshtml=;{modules}=n,b"
+
+    def told_paths(self):
+        return self.told.read_bytes().decode("utf-16-le").split() if self.told.exists() else []
+
+    def programs(self):
+        """Commands, and what each says when it went through."""
+        commands = {("cscript", "//nologo", "create.vbs"): "Factory",
+                    (str(BINARIES / "quinrep.exe"), "--version"): "quinrep "}
+        if os.environ.get("QUINMARK_PASSWORD"):
+            commands[str(BINARIES / "quinrep.exe"), "check"] = "users"
+        else:
+            commands.pop(("cscript", "//nologo", "create.vbs"))
+        return commands
+
+    def test_nothing_is_loaded_from_the_working_directory(self):
+        commands = self.programs()
+        names = SYSTEM | USUAL | {name.lower() for name in PROGRAMS if name.endswith(".dll")}
+        for command in commands:
+            loaded = {path.rpartition("\\")[2] for path in self.loaded(*command)}
+            self.assertIn("kernel32.dll", loaded)
+            names |= loaded
+        self.plant(names, self.folder)
+        for command, said in commands.items():
+            run = self.run_in_folder(*command)
+            self.assertIn(said, run.stdout, command)
+            self.assertEqual(run.returncode, 0, command)
+            self.assertEqual([path for path in self.loaded(*command) if self.folder.name in path], [])
+        self.assertEqual(self.told_paths(), [])
+
+    def test_a_planted_library_would_be_seen(self):
+        """Beside the program it is loaded: only administrators may write there."""
+        shutil.copy2(BINARIES / "quinrep.exe", self.folder)
+        self.plant({"bcrypt.dll", "ws2_32.dll"}, self.folder)
+        self.run_in_folder(str(self.folder / "quinrep.exe"), "--version")
+        self.assertTrue(self.told_paths())
+
+    def test_programs_need_system_libraries_only(self):
+        for name in PROGRAMS:
+            self.assertLessEqual(imports(BINARIES / name), SYSTEM, name)
+
+
+if __name__ == "__main__":
+    if not os.environ.get("WINEPREFIX"):
+        print("SKIPPED: needs WINEPREFIX")
+        sys.exit(77)
+    unittest.main()

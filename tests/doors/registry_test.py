@@ -1,0 +1,77 @@
+"""What registration leaves behind: classes of the machine and nothing else, no files, and no settings of the user."""
+
+import os
+import pathlib
+import sys
+import unittest
+
+from wine_prefix import Prefix
+
+REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
+BINARIES = pathlib.Path(os.environ.get("QUINMARK_BINARIES", REPOSITORY / "build" / "x86-release"))
+CLASSES = r"Software\\Classes\\"
+KINDS = ("CLSID", "Interface", "Typelib", "QuinmarkRepDLL.")
+
+
+def registry(file):
+    """The lines of values by their keys; the times of the keys are left out."""
+    keys = {}
+    for block in file.read_text(encoding="utf-8", errors="replace").split("\n[")[1:]:
+        head, *lines = block.splitlines()
+        keys[head.rpartition("]")[0]] = [line for line in lines if line and not line.startswith("#time=")]
+    return keys
+
+
+def files(folder):
+    return {str(file): file.lstat().st_mtime_ns for file in folder.rglob("*") if not file.is_dir()}
+
+
+class Registration(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.prefix = Prefix()
+        # What was registered for the other tests.
+        cls.prefix.run("wine", "regsvr32", "/s", "/u", "QuinmarkRepDLL.dll", cwd=BINARIES)
+        cls.before = cls.state()
+        # Without a display Wine writes nothing about display adapters.
+        cls.prefix.environment.pop("DISPLAY", None)
+        cls.prefix.start()
+        cls.prefix.register(BINARIES / "QuinmarkRepDLL.dll")
+        cls.after = cls.state()
+
+    @classmethod
+    def state(cls):
+        cls.prefix.stop()
+        state = {name: registry(cls.prefix.path / f"{name}.reg") for name in ("system", "user", "userdef")}
+        state["files"] = files(cls.prefix.path / "drive_c")
+        return state
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.prefix.close()
+
+    def changed(self, part):
+        before, after = self.before[part], self.after[part]
+        return sorted(key for key in before.keys() | after.keys() if before.get(key) != after.get(key))
+
+    def test_only_classes_of_the_machine_are_written(self):
+        written = self.changed("system")
+        self.assertGreater(len(written), 10)
+        for key in written:
+            self.assertTrue(key.startswith(CLASSES), key)
+            self.assertTrue(key[len(CLASSES):].startswith(KINDS), key)
+            self.assertNotIn(key, self.before["system"])
+
+    def test_nothing_of_the_user_is_written(self):
+        self.assertEqual(self.changed("user"), [])
+        self.assertEqual(self.changed("userdef"), [])
+
+    def test_no_file_is_written(self):
+        self.assertEqual(self.changed("files"), [])
+
+
+if __name__ == "__main__":
+    if not os.environ.get("WINEPREFIX"):
+        print("SKIPPED: needs WINEPREFIX")
+        sys.exit(77)
+    unittest.main()
