@@ -1,8 +1,7 @@
 #include "Failure.h"
 
+#include "result_text.h"
 #include "text.h"
-
-#include <fmt/format.h>
 
 using nlohmann::ordered_json;
 
@@ -23,16 +22,6 @@ ordered_json errorJson(const com::Error& error)
             {"source", toUtf8(error.source)},
             {"text", trimmed(toUtf8(error.description))},
             {"todo", advice(error)}};
-}
-
-std::string errorText(const ordered_json& error)
-{
-    std::string text = error["text"];
-    if (error.contains("number"))
-        text = fmt::format("{} ({}) {}: {}", error["number"].get<long>(), error["hex"].get<std::string>(),
-                           error["source"].get<std::string>(), text);
-    const std::string todo = error["todo"];
-    return todo.empty() ? text : text + "\n  " + todo;
 }
 
 Failure currentFailure()

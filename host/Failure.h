@@ -17,9 +17,5 @@ struct Failure
 /// An error of the component or of ADO as the "error" of a result.
 nlohmann::ordered_json errorJson(const com::Error& error);
 
-/// An error of a result in words: number in decimal and hexadecimal and source where it has them, its text, and on a
-/// line of its own what to do.
-std::string errorText(const nlohmann::ordered_json& error);
-
 /// What is in flight, seen from a handler.
 Failure currentFailure();

@@ -6,9 +6,6 @@
 /// Text as HTML, for elements and quoted attributes alike.
 std::string escapeHtml(std::string_view text);
 
-/// Random bytes from the platform's generator as hexadecimal digits, two for each. Raises HostError(kFailed).
-std::string randomHex(size_t bytes);
-
 /// What an HTML page may load: its own style sheet, known by the nonce, and nothing else. Forms go to the page's own
 /// origin only.
 std::string contentPolicy(const std::string& nonce);

@@ -1,5 +1,7 @@
 #include "result_text.h"
 
+#include <fmt/format.h>
+
 using nlohmann::ordered_json;
 
 std::string resultText(const ordered_json& value)
@@ -14,4 +16,14 @@ std::string tablesNotDone(const ordered_json& tables)
         if (!table.value("done", true))
             names += (names.empty() ? "" : ", ") + resultText(table["table"]);
     return names;
+}
+
+std::string errorText(const ordered_json& error)
+{
+    std::string text = error["text"];
+    if (error.contains("number"))
+        text = fmt::format("{} ({}) {}: {}", error["number"].get<long>(), error["hex"].get<std::string>(),
+                           error["source"].get<std::string>(), text);
+    const std::string todo = error["todo"];
+    return todo.empty() ? text : text + "\n  " + todo;
 }

@@ -8,3 +8,7 @@ std::string resultText(const nlohmann::ordered_json& value);
 
 /// The names of the tables that a run did not do, with commas between them.
 std::string tablesNotDone(const nlohmann::ordered_json& tables);
+
+/// An error of a result in words: number in decimal and hexadecimal and source where it has them, its text, and on a
+/// line of its own what to do.
+std::string errorText(const nlohmann::ordered_json& error);

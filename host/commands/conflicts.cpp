@@ -2,6 +2,7 @@
 #include "Session.h"
 #include "commands.h"
 #include "commands/rows.h"
+#include "result_text.h"
 
 using Microsoft::WRL::ComPtr;
 using nlohmann::ordered_json;

@@ -1,9 +1,8 @@
 #include "commands/report.h"
 
-#include "Failure.h"
 #include "Page.h"
+#include "random.h"
 #include "result_text.h"
-#include "text.h"
 
 #include <filesystem>
 #include <fmt/format.h>
@@ -127,6 +126,6 @@ std::string reportPage(const ordered_json& result)
 
 bool writeReport(const std::string& path, const ordered_json& result)
 {
-    std::ofstream file(std::filesystem::path(toWide(path)), std::ios::binary);
+    std::ofstream file(std::filesystem::path(std::u8string(path.begin(), path.end())), std::ios::binary);
     return static_cast<bool>((file << reportPage(result)).flush());
 }

@@ -3,6 +3,7 @@
 #include "Failure.h"
 #include "Page.h"
 #include "commands.h"
+#include "random.h"
 #include "review/choices.h"
 
 #include <fmt/format.h>

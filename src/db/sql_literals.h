@@ -1,7 +1,8 @@
 #pragma once
 
+#include "db/sql_text.h"
+
 #include <comdef.h>
-#include <string>
 
 /// Values as SQL literals. The forms of dates and numbers are the platform's own for the user's locale; the server has
 /// to read them under a matching setting.
@@ -9,13 +10,6 @@ namespace Common {
 
 /// 'date' in the locale's short form, with the time unless it is midnight; Null for the zero date.
 std::wstring SqlDate(DATE dValue);
-
-/// 's' with its apostrophes doubled; Null for an empty text. With a wildcard flag: see SqlLikePattern.
-std::wstring SqlQuote(const std::wstring& s, bool bLeadingWildcard, bool bTrailingWildcard);
-
-/// A LIKE pattern: 's' with its apostrophes doubled and "%" put before or behind; '%' for an empty text whatever the
-/// flags. Wildcard characters inside `s` stay wildcards.
-std::wstring SqlLikePattern(const std::wstring& s, bool bLeadingWildcard, bool bTrailingWildcard);
 
 /// A value's text between apostrophes, nothing doubled: for keys, GUIDs and numbers. Raises 94 for Null.
 std::wstring SqlQuoteOnly(const _variant_t& vValue);

@@ -1,4 +1,5 @@
 #include "Failure.h"
+#include "result_text.h"
 
 #include <gmock/gmock.h>
 

@@ -55,7 +55,7 @@ export class Practice {
     clear() {
         for (const side of [this.office, this.laptop]) {
             side.sql(`delete from replication_conflict; delete from replication_conflict_data;
-                      delete from shortcut where item_name = 'review'`);
+                      delete from shortcut`);
         }
     }
 

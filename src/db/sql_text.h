@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+
+/// Text as SQL literals.
+namespace Common {
+
+/// 's' with its apostrophes doubled; Null for an empty text. With a wildcard flag: see SqlLikePattern.
+std::wstring SqlQuote(const std::wstring& s, bool bLeadingWildcard, bool bTrailingWildcard);
+
+/// A LIKE pattern: 's' with its apostrophes doubled and "%" put before or behind; '%' for an empty text whatever the
+/// flags. Wildcard characters inside `s` stay wildcards.
+std::wstring SqlLikePattern(const std::wstring& s, bool bLeadingWildcard, bool bTrailingWildcard);
+
+} // namespace Common

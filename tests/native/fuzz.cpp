@@ -1,0 +1,195 @@
+// What needs no platform, built for the build machine under the sanitizers and fed by libFuzzer. The first byte says
+// which part gets the rest.
+
+#include "Page.h"
+#include "commands/Pauses.h"
+#include "commands/report.h"
+#include "db/sql_text.h"
+#include "random.h"
+#include "replication/row_policy.h"
+#include "review/HttpRequest.h"
+#include "review/difference.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+using nlohmann::ordered_json;
+
+/// As constant as a page has to be that is compared.
+std::string randomHex(size_t bytes)
+{
+    return std::string(bytes * 2, 'a');
+}
+
+namespace {
+
+void require(bool holds, const char* what)
+{
+    if (holds)
+        return;
+    std::fprintf(stderr, "does not hold: %s\n", what);
+    std::abort();
+}
+
+bool isContinuation(std::string_view text)
+{
+    return !text.empty() && (static_cast<unsigned char>(text.front()) & 0xC0) == 0x80;
+}
+
+std::optional<HttpRequest> parsed(std::string_view received)
+{
+    try {
+        return parseRequest(received);
+    }
+    catch (const HttpError& error) {
+        require(error.status() >= 400 && error.status() < 500, "a bad request is the client's fault");
+        return std::nullopt;
+    }
+}
+
+void tryRequest(std::string_view received)
+{
+    const std::optional<HttpRequest> request = parsed(received);
+    if (!request)
+        return;
+    require(request->body.size() <= kMaxBodyBytes, "a body has its limit");
+    require(!parsed(received.substr(0, received.find("\r\n\r\n"))), "a request ends with its header");
+    for (const auto& [name, value] : request->headers)
+        require(name.find_first_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ\r\n") == std::string::npos, "names are in lower case");
+}
+
+void tryForm(std::string_view text)
+{
+    const std::string value(text);
+    const FormFields fields = parseForm("a=" + encodeUrl(value) + "&b=1");
+    require(fields.at("a") == value && fields.at("b") == "1", "what was encoded is decoded");
+    try {
+        parseForm(text);
+    }
+    catch (const HttpError& error) {
+        require(error.status() == 400, "a broken form is a bad request");
+    }
+}
+
+void tryDifference(std::string_view text)
+{
+    const size_t middle = text.size() / 2;
+    const std::string left(text.substr(0, middle));
+    const std::string right(text.substr(middle));
+    const Difference found = findDifference(left, right);
+    const auto joined = [&found](std::string_view own) {
+        return std::string(found.begin) + std::string(own) + std::string(found.end);
+    };
+    require(joined(found.left) == left && joined(found.right) == right, "a difference leaves nothing out");
+    if (!isContinuation(left) && !isContinuation(right))
+        require(!isContinuation(found.left) && !isContinuation(found.right), "no character is cut at its beginning");
+    require(left != right || (found.left.empty() && found.right.empty()), "equal texts have no difference");
+}
+
+void tryReport(std::string_view text)
+{
+    const std::string value(text);
+    const auto page = [](const std::string& shown) {
+        return reportPage({{"from", shown},
+                           {"to", shown},
+                           {"recorded", shown},
+                           {"error", {{"text", shown}, {"todo", shown}}},
+                           {"tables", {{{"table", shown}, {"method", shown}, {"done", false}, {"conflicts", 1}}}}});
+    };
+    const std::string shown = page(value);
+    std::string harmless;
+    for (const char c : value)
+        harmless += std::string_view("<>&\"'").find(c) == std::string_view::npos ? c : '.';
+    const auto tags = [](const std::string& html) { return std::count(html.begin(), html.end(), '<'); };
+    require(tags(shown) == tags(page(harmless.empty() ? value : harmless)), "no text becomes a tag");
+    require(value.empty() || shown.find(escapeHtml(value)) != std::string::npos, "the text is shown");
+}
+
+void tryLiteral(std::string_view text)
+{
+    std::wstring value;
+    for (const char c : text)
+        value += static_cast<wchar_t>(static_cast<unsigned char>(c));
+    const std::wstring literal = Common::SqlQuote(value, false, false);
+    if (value.empty()) {
+        require(literal == L"Null", "an empty text is Null");
+        return;
+    }
+    require(literal.size() >= 2 && literal.front() == L'\'' && literal.back() == L'\'', "a literal stands in quotes");
+    std::wstring read;
+    for (size_t index = 1; index + 1 < literal.size(); ++index) {
+        read += literal[index];
+        if (literal[index] == L'\'')
+            require(literal[++index] == L'\'' && index + 1 < literal.size(), "a quote within is doubled");
+    }
+    require(read == value, "a literal is read back as it was");
+    require(Common::SqlLikePattern(value, true, true) == L"'%" + literal.substr(1, literal.size() - 2) + L"%'",
+            "a pattern is the literal between wildcards");
+}
+
+void tryPolicy(uint8_t bits)
+{
+    const auto bit = [bits](int number) { return (bits >> number & 1) != 0; };
+    const Site site = bit(0) ? Site::Laptop : Site::Offices;
+    const CommonDates dates{bit(1), bit(2), bit(3), bit(4), bit(5)};
+    const CommonRow common = decideCommonRow(site, dates);
+    require(!dates.equal || common == CommonRow::Leave, "equal dates leave a row");
+    require(common != CommonRow::Update || dates.sourceNewer, "only a newer source is copied");
+    require(common != CommonRow::Update || !(dates.sourceAfterLastRun && dates.destinationAfterLastRun),
+            "what both sides changed is not copied");
+    const Modified modified = bit(6) ? Modified::SinceLastRun : Modified::BeforeLastRun;
+    const DestinationOnlyRow alone = decideDestinationOnlyRow(site, modified, bit(7));
+    require(alone != DestinationOnlyRow::Delete || (bit(7) && site == Site::Offices && !bit(6)),
+            "only the offices delete, only old rows, only when allowed");
+    require(decideTwoWayRow(true, bit(0)) == TwoWayRow::Leave, "rows of one second stay");
+}
+
+void tryPauses(std::string_view text)
+{
+    Pauses pauses;
+    Pauses::Seconds last{0};
+    for (const char c : text) {
+        if (c % 8 == 0) {
+            pauses.reset();
+            last = Pauses::Seconds(0);
+        }
+        const Pauses::Seconds next = pauses.next();
+        require(next >= Pauses::kFirst && next >= last && next <= Pauses::kLongest, "pauses grow up to the longest");
+        last = next;
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    if (size == 0)
+        return 0;
+    const std::string_view text(reinterpret_cast<const char*>(data) + 1, size - 1);
+    switch (data[0] % 7) {
+    case 0:
+        tryRequest(text);
+        break;
+    case 1:
+        tryForm(text);
+        break;
+    case 2:
+        tryDifference(text);
+        break;
+    case 3:
+        tryReport(text);
+        break;
+    case 4:
+        tryLiteral(text);
+        break;
+    case 5:
+        tryPauses(text);
+        break;
+    default:
+        for (const char c : text)
+            tryPolicy(static_cast<uint8_t>(c));
+    }
+    return 0;
+}
