@@ -2,10 +2,11 @@
 # Installs what building, running and testing need on Debian 12 (as root), and fetches the interface definitions
 # that widl imports into build/libwine-dev. Does nothing, quickly, when all of it is there.
 #
-#   install-deps.sh [--browser]
+#   install-deps.sh [--tests]
 #
-# --browser also gets what drives quinrep's pages in a browser, into build/review-node_modules; where that cannot be had
-# it is only told, unless QUINMARK_REQUIRE_BROWSER is 1.
+# --tests also gets what some tests need and can be skipped for: a browser and what drives it (the latter into
+# build/review-node_modules), a compiler for this machine with its sanitizers, and what checks the source. Where that
+# cannot be had it is only told, unless QUINMARK_REQUIRE_TOOLS is 1.
 # Exit status: 0 all there, 1 failed, 4 root is needed.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
@@ -18,15 +19,15 @@ readonly kPackages=(
     libodbc2:i386 odbc-postgresql:i386 tdsodbc:i386 postgresql python3
     libcli11-dev libtomlplusplus-dev nlohmann-json3-dev libfmt-dev wixl
 )
+readonly kTestPackages=(chromium clang libclang-rt-14-dev clang-tidy cppcheck)
 readonly reviewTests="$repoRoot/tests/review" reviewModules="$repoRoot/build/review-node_modules"
 readonly idlDir="$repoRoot/build/libwine-dev"
 
-missingPackages() {
+missingPackages() { # PACKAGE...
     local installed package native
     native="$(dpkg --print-architecture)"
-    installed="$(dpkg-query -W -f '${Package}:${Architecture} ${db:Status-Status}\n' "${kPackages[@]}" 2>/dev/null ||
-        true)"
-    for package in "${kPackages[@]}"; do
+    installed="$(dpkg-query -W -f '${Package}:${Architecture} ${db:Status-Status}\n' "$@" 2>/dev/null || true)"
+    for package in "$@"; do
         [[ $package == *:* ]] || package="$package:($native|all)"
         grep -qxE -- "${package//+/\\+} installed" <<<"$installed" || printf '%s\n' "${package/:(*/}"
     done
@@ -91,9 +92,9 @@ downloadPackage() {
     apt-get -q -o APT::Sandbox::User=root download "$1"
 }
 
-installBrowser() {
-    local packages=()
-    [[ -x /usr/bin/chromium ]] || packages+=(chromium)
+installTestTools() {
+    local packages
+    mapfile -t packages < <(missingPackages "${kTestPackages[@]}")
     command -v npm >/dev/null || packages+=(nodejs npm)
     [[ ${#packages[@]} -eq 0 ]] || installPackages "${packages[@]}"
     cmp -s "$reviewTests/package-lock.json" "$reviewModules/package-lock.json" && return 0
@@ -106,11 +107,11 @@ installBrowser() {
 }
 
 [[ -x $(command -v dpkg-query) ]] || die 'this script needs Debian 12'
-mapfile -t missing < <(missingPackages)
+mapfile -t missing < <(missingPackages "${kPackages[@]}")
 [[ ${#missing[@]} -eq 0 ]] || installPackages "${missing[@]}"
-mapfile -t missing < <(missingPackages)
+mapfile -t missing < <(missingPackages "${kPackages[@]}")
 [[ ${#missing[@]} -eq 0 ]] || die "still missing after the installation: ${missing[*]}"
 fetchInterfaceDefinitions
-if [[ ${1-} == --browser ]]; then
-    (installBrowser) || [[ ${QUINMARK_REQUIRE_BROWSER-} != 1 ]] || die 'what the browser tests need cannot be installed'
+if [[ ${1-} == --tests ]]; then
+    (installTestTools) || [[ ${QUINMARK_REQUIRE_TOOLS-} != 1 ]] || die 'what the tests need cannot be installed'
 fi

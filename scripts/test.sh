@@ -4,8 +4,8 @@
 #   test.sh [--sqlserver SOURCE_DSN DESTINATION_DSN SOURCE_PREFIX DESTINATION_PREFIX] [CTEST ARGUMENT...]
 #
 # With --sqlserver the runs between two databases use these, with the password in QUINMARK_PASSWORD and the ODBC
-# settings of the caller (ODBCINI), instead of the private PostgreSQL. The tests in a browser are skipped where Chromium
-# cannot be installed, unless QUINMARK_REQUIRE_BROWSER is 1.
+# settings of the caller (ODBCINI), instead of the private PostgreSQL. Tests that need what cannot be installed (a
+# browser, sanitizers) are skipped, unless QUINMARK_REQUIRE_TOOLS is 1.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -27,7 +27,7 @@ if [[ ${1-} == --sqlserver ]]; then
     shift $(($# < 5 ? $# : 5))
 fi
 
-"$repoRoot/scripts/install-deps.sh" --browser
+"$repoRoot/scripts/install-deps.sh" --tests
 build
 startTestbed
 # The first program with a window brings up the desktop, which would hold on to a test's output like the others.

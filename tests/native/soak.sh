@@ -24,7 +24,7 @@ cd "$root"
 printf 'int main() {}' >"$build/probe.cpp"
 if ! clang++ -fsanitize=fuzzer-no-link,address "$build/probe.cpp" -o "$build/probe" 2>/dev/null; then
     echo 'SKIPPED: clang++ with its sanitizers is missing; run scripts/install-deps.sh --tests' >&2
-    [[ ${QUINMARK_REQUIRE_NATIVE-} != 1 ]] || exit 1
+    [[ ${QUINMARK_REQUIRE_TOOLS-} != 1 ]] || exit 1
     exit 77
 fi
 clang++ -std=c++20 -O1 -g -fsanitize=fuzzer,address,undefined -fno-sanitize-recover=all -DFMT_HEADER_ONLY \

@@ -1,10 +1,10 @@
 #!/bin/sh
 # run.sh TEST.mjs: one test file in node, with the browser's driver from $REVIEW_MODULES. Exit status: the test's own,
-# or 77 where something for it is missing (1 with QUINMARK_REQUIRE_BROWSER=1).
+# or 77 where something for it is missing (1 with QUINMARK_REQUIRE_TOOLS=1).
 
 missing() {
-    if [ "${QUINMARK_REQUIRE_BROWSER-}" = 1 ]; then
-        echo "FAILED: $1 is missing, and QUINMARK_REQUIRE_BROWSER is set" >&2
+    if [ "${QUINMARK_REQUIRE_TOOLS-}" = 1 ]; then
+        echo "FAILED: $1 is missing, and QUINMARK_REQUIRE_TOOLS is set" >&2
         exit 1
     fi
     echo "SKIPPED: $1 is missing; run scripts/install-deps.sh" >&2
