@@ -19,8 +19,8 @@ PATIENCE = 20
 TABLES = ["users", "chair_type"]
 
 
-def main():
-    """Runs the tests of the calling program, or skips them (77) where the private PostgreSQL is missing."""
+def skip_without_databases():
+    """Ends the program with 77 where the private PostgreSQL is missing, with 1 where it must not be."""
     on_sql_server = os.environ.get("QUINMARK_SERVER") == "sqlserver"
     missing = [name for name in SETTINGS if not os.environ.get(name)]
     if on_sql_server or missing:
@@ -28,6 +28,11 @@ def main():
         reason = "the private PostgreSQL is not used" if on_sql_server else f"{missing} are not set"
         print(f"{'FAILED' if required else 'SKIPPED'}: {reason}")
         sys.exit(1 if required else 77)
+
+
+def main():
+    """Runs the tests of the calling program, or skips them where the private PostgreSQL is missing."""
+    skip_without_databases()
     unittest.main()
 
 

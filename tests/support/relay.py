@@ -9,12 +9,14 @@ As a module: Relay. As a program, steered by the lines that it reads, each answe
 """
 
 import asyncio
+import ctypes
 import socket
 import struct
 import sys
 import threading
 
 LOCALHOST = "127.0.0.1"
+SO_ATTACH_FILTER = 26
 
 
 class Relay:
@@ -25,6 +27,9 @@ class Relay:
         self._writers = set()
         self._connections = set()
         self._listener = None
+        self._until_freeze = None
+        self.frozen = threading.Event()
+        self.passed = 0
         self.port = 0
         self._loop = asyncio.new_event_loop()
         self._thread = threading.Thread(target=self._loop.run_forever, daemon=True)
@@ -38,6 +43,15 @@ class Relay:
     def freeze(self):
         """Keeps back whatever is sent from now on."""
         self._call(self._set_flowing(False))
+
+    def freeze_after(self, count):
+        """Freezes when that many bytes more have passed, both ways together, and sets `frozen`."""
+        self.frozen.clear()
+        self._until_freeze = self.passed + count
+
+    def vanish(self):
+        """Answers the clients with nothing from now on, not even with an acknowledgement of what they send."""
+        self._call(self._vanish())
 
     def heal(self):
         """Forwards again."""
@@ -82,6 +96,13 @@ class Relay:
         self._flowing.set()
         await asyncio.gather(*self._connections)
 
+    async def _vanish(self):
+        drop_all = ctypes.create_string_buffer(struct.pack("HBBI", 6, 0, 0, 0))
+        program = struct.pack("HP", 1, ctypes.addressof(drop_all))
+        self._flowing.clear()
+        for writer in self._writers:
+            writer.get_extra_info("socket").setsockopt(socket.SOL_SOCKET, SO_ATTACH_FILTER, program)
+
     async def _serve(self, reader, writer):
         task = asyncio.current_task()
         self._connections.add(task)
@@ -109,11 +130,26 @@ class Relay:
         try:
             while data := await reader.read(65536):
                 await self._flowing.wait()
+                data = await self._pass_until_freeze(data, writer)
                 writer.write(data)
                 await writer.drain()
+                self.passed += len(data)
         except OSError:
             pass  # the other pump sees its end of it
         writer.close()
+
+    async def _pass_until_freeze(self, data, writer):
+        """What is left of the data when it flows again."""
+        if self._until_freeze is None or self.passed + len(data) < self._until_freeze:
+            return data
+        first = self._until_freeze - self.passed
+        self._until_freeze = None
+        self._flowing.clear()
+        writer.write(data[:first])
+        self.passed += first
+        self.frozen.set()
+        await self._flowing.wait()
+        return data[first:]
 
 
 def main(address):

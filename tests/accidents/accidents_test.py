@@ -1,0 +1,215 @@
+"""Runs with an accident in the middle: a connection cut or frozen, the server or the host killed, after a random number
+of bytes. Judged by what is left, and by what the next run makes of it.
+
+The last lines say what was tried and how much was found; the exit status is 1 when anything was, 77 when the private
+PostgreSQL is not used. `--seed N --first K --accidents 1` repeats an accident.
+"""
+
+import argparse
+import collections
+import os
+import random
+import subprocess
+import sys
+import time
+
+import practice
+from cluster import Cluster
+from judgement import after_accident, after_good_run, settings_left
+from relay import Relay
+from scene import Scene, configuration, snapshot
+
+ACCIDENTS_OF_A_SCENE = 10
+SHORT = 20
+PATIENCE = 60
+DSNS = {"office": "QuinmarkOffice", "laptop": "QuinmarkLaptop"}
+
+
+class Bench:
+    """A cluster, a relay in front of either database, and quinrep between them."""
+
+    def __init__(self):
+        self.cluster = Cluster()
+        self.sides = {name: practice.Side(dsn) for name, dsn in DSNS.items()}
+        self.relays = {name: Relay("127.0.0.1", self.cluster.port) for name in DSNS}
+        self._environment = dict(os.environ, ODBCINI=self.cluster.with_ports(
+            {DSNS[name]: relay.port for name, relay in self.relays.items()}))
+        self._configuration = self.cluster.folder / "quinrep.toml"
+        self._configuration.write_text(configuration(self.cluster.folder))
+
+    def set(self, scene):
+        for name, side in self.sides.items():
+            side.sql(scene.sql[name])
+
+    def states(self):
+        return {name: snapshot(side) for name, side in self.sides.items()}
+
+    def start(self):
+        command = ["wine", os.environ["QUINREP"], "-q", "-c", str(self._configuration), "run", "--ready",
+                   "--reset-error", "--force"]
+        return subprocess.Popen(command, env=self._environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                stderr=subprocess.STDOUT, text=True)
+
+    def good_run(self):
+        """A run that must go through; conflicts are no failure."""
+        process = self.start()
+        output = process.communicate(timeout=PATIENCE)[0]
+        if process.returncode not in (0, 2):
+            raise AssertionError(f"the run after it fails: {output}")
+
+    def restore(self):
+        for relay in self.relays.values():
+            relay.heal()
+        self.cluster.restore()
+        self.cluster.wait_for_others(self.sides["office"])
+
+    def close(self):
+        for relay in self.relays.values():
+            relay.close()
+        self.cluster.close()
+
+
+class Rehearsal:
+    """A scene and what undisturbed runs make of it."""
+
+    def __init__(self, bench, seed):
+        self.scene = Scene(random.Random(seed))
+        bench.set(self.scene)
+        self.before = bench.states()
+        begin = {name: relay.passed for name, relay in bench.relays.items()}
+        bench.good_run()
+        self.bytes = {name: relay.passed - begin[name] for name, relay in bench.relays.items()}
+        self.after = bench.states()
+        bench.good_run()
+        self.after_second = bench.states()
+        if self.after["laptop"]["users"] == self.before["laptop"]["users"]:
+            raise AssertionError("an undisturbed run copies nothing")
+
+
+class Accident:
+    """One accident of a seed: what, in front of which database, after how many bytes."""
+
+    KINDS = ["cut", "cut politely", "cut for good", "frozen for a while", "frozen until the host was killed",
+             "host killed", "server process killed", "server killed"]
+
+    def __init__(self, choose, rehearsal):
+        self.kind = choose.choice(self.KINDS)
+        self.place = choose.choice(list(DSNS))
+        self.count = choose.randint(1, rehearsal.bytes[self.place])
+        self._choose = choose
+
+    def __str__(self):
+        return f"{self.kind}, {self.place}, after {self.count} bytes"
+
+    def happen(self, bench):
+        """Starts a run, lets it happen, and waits for the run's end; whether it happened."""
+        relay = bench.relays[self.place]
+        relay.freeze_after(self.count)
+        process = bench.start()
+        practice.wait_until(lambda: relay.frozen.is_set() or process.poll() is not None, "it is time", PATIENCE)
+        happened = process.poll() is None
+        if happened:
+            self._strike(bench, relay, process)
+        relay.heal() if "cut" not in self.kind else None
+        output = process.communicate(timeout=PATIENCE)[0]
+        return happened, process.returncode, output
+
+    def _strike(self, bench, relay, process):
+        if "cut" in self.kind:
+            relay.cut(reset=self.kind != "cut politely")
+            if self.kind != "cut for good":
+                relay.heal()
+        elif self.kind == "frozen for a while":
+            time.sleep(0.2)
+        elif "host" in self.kind:
+            process.kill()
+            process.wait()
+            if self.kind != "host killed":
+                relay.cut()
+        elif self.kind == "server process killed":
+            bench.cluster.kill_backend(bench.sides[self.place], self._choose.choice)
+        else:
+            bench.cluster.kill_server()
+
+
+class Trial:
+    """Accidents one after the other, and what was found and seen."""
+
+    def __init__(self, bench, seed):
+        self._bench = bench
+        self._seed = seed
+        self._rehearsal = None
+        self.tried = collections.Counter()
+        self.found = collections.Counter()
+        self.seen = collections.Counter()
+
+    def one(self, number):
+        scene = number // ACCIDENTS_OF_A_SCENE
+        if not self._rehearsal or self._rehearsal[0] != scene:
+            self._rehearsal = scene, Rehearsal(self._bench, f"{self._seed} scene {scene}")
+        rehearsal = self._rehearsal[1]
+        accident = Accident(random.Random(f"{self._seed} {number}"), rehearsal)
+        self.tried[accident.kind] += 1
+        try:
+            faults = self._faults(accident, rehearsal)
+        except (AssertionError, subprocess.TimeoutExpired) as error:
+            faults = [repr(error)]
+        if faults:
+            self.found[accident.kind] += 1
+            print(f"--seed {self._seed} --first {number} --accidents 1: {accident}", *faults[:8], sep="\n  ", flush=True)
+
+    def _faults(self, accident, rehearsal):
+        bench = self._bench
+        bench.set(rehearsal.scene)
+        happened, status, output = accident.happen(bench)
+        bench.restore()
+        seen = bench.states()
+        faults = after_accident(rehearsal.before, seen, rehearsal.after)
+        moved = seen["office"]["advanced"]
+        if status in (0, 2) and not moved:
+            faults.append(f"the run says that it went through: {output}")
+        wanted = rehearsal.after_second if moved else rehearsal.after
+        bench.good_run()
+        faults += after_good_run(rehearsal.before, seen, bench.states(), wanted)
+        self._count(happened, rehearsal, seen)
+        return faults
+
+    def _count(self, happened, rehearsal, seen):
+        self.seen["accidents that came too late"] += not happened
+        self.seen["interval moved"] += seen["office"]["advanced"]
+        self.seen["foreign key dropped"] += not seen["office"]["key"]
+        self.seen["full-copy table emptied"] += not seen["laptop"]["ada_code"]
+        self.seen["settings left behind"] += bool(settings_left(rehearsal.before, seen, rehearsal.after))
+
+
+def options():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--seed", type=int, default=random.SystemRandom().randrange(2**32))
+    parser.add_argument("--minutes", type=float, help="how long to try")
+    parser.add_argument("--accidents", type=int, default=SHORT, help="how many, unless --minutes is given")
+    parser.add_argument("--first", type=int, default=0, help="the number of the first accident of the seed")
+    return parser.parse_args()
+
+
+def main():
+    practice.skip_without_databases()
+    chosen = options()
+    print(f"seed {chosen.seed}", flush=True)
+    bench = Bench()
+    try:
+        trial = Trial(bench, chosen.seed)
+        end = time.monotonic() + (chosen.minutes or 0) * 60
+        number = chosen.first
+        while time.monotonic() < end if chosen.minutes else number < chosen.first + chosen.accidents:
+            trial.one(number)
+            number += 1
+    finally:
+        bench.close()
+    print("seen:", ", ".join(f"{what} {count}" for what, count in trial.seen.items()))
+    for kind in sorted(trial.tried):
+        print(f"tried {kind}: {trial.tried[kind]}, found: {trial.found[kind]}")
+    return 1 if trial.found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

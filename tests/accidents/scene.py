@@ -1,0 +1,100 @@
+"""What both databases hold before a run: rows of every kind that the methods tell apart, random but for that."""
+
+import json
+import uuid
+
+LAST = "2026-03-01 18:00:00"
+OLD = "2026-02-01 08:{:02}:{:02}"
+NEW = "2026-03-02 09:{:02}:{:02}"
+# name, text column, other required columns, method
+TABLES = {
+    "ada_code": ("ada_code_desc", {"ada_code": "D1"}, "method = 'full_copy'"),
+    "users": ("user_name", {}, "method = 'one_way_deletes'"),
+    "shortcut": ("item_name", {}, "method = 'one_way'"),
+    "chart_option": ("option_name", {}, "method = 'one_way_deletes'\ndependent = 'chart_option_setting'"),
+    "combo_values": ("combo_value", {"combo_name": "c"}, "method = 'two_way'"),
+    "config": ("config_name", {"category": "c"}, "method = 'by_key'\nkey = 'unid'\ndeletes = 'with_updates'"),
+    "computer_type": ("type_name", {}, "method = 'computer_type'"),
+}
+# Which date each side's row has; None: the side lacks it.
+ONE_WAY = [(OLD, OLD), (NEW, OLD), (NEW, NEW), (OLD, NEW), (NEW, None), (OLD, None), (None, OLD), (None, NEW)]
+TWO_WAY = [(OLD, OLD), (NEW, OLD), (OLD, NEW), (NEW, None), (None, NEW)]
+DEPENDENTS = {"chart_option": ("chart_option_setting", "chart_option_id"),
+              "computer_type": ("computer_type_setting", "computer_type_id")}
+ALL = [*TABLES, *(name for name, _ in DEPENDENTS.values())]
+RECORDS = ["replication_conflict_data", "replication_conflict", "replication_counts", "replication_control"]
+
+
+class Scene:
+    """The statements that bring either side to the state before the run."""
+
+    def __init__(self, random):
+        self._random = random
+        self._statements = {"office": [], "laptop": []}
+        for table in TABLES:
+            self._fill(table)
+        self.sql = {side: self._clear() + ";".join(self._statements[side]) for side in self._statements}
+
+    @staticmethod
+    def _clear():
+        tables = [*reversed(ALL), *RECORDS]
+        return "".join(f"delete from {table};" for table in tables) + f"""
+            insert into replication_control (unique_key, ready_f, error_f, last_timestamp, next_timestamp)
+            select site, true, false, '{LAST}', '{LAST}' from generate_series(0, 1) site;
+            alter table patient drop constraint if exists FK_patient_dentist;
+            alter table patient add constraint FK_patient_dentist foreign key (dc_id, dentist_id)
+            references dentist (dc_id, dentist_id);"""
+
+    def _fill(self, table):
+        kinds = TWO_WAY if "two_way" in TABLES[table][2] else ONE_WAY
+        rows = [kind for kind in kinds for _ in range(self._random.choice((1, 1, 2)))]
+        self._random.shuffle(rows)
+        for number, dates in enumerate(rows):
+            key = number + 1 if table == "users" else uuid.UUID(int=self._random.getrandbits(128))
+            text = f"row {number} it's {self._random.choice('abc') * self._random.randint(1, 30)}"
+            for side, date in zip(self._statements, dates):
+                if date:
+                    same = dates[0] == dates[1] == OLD
+                    self._insert(side, table, key, text if same else f"{text} {side}"[:40], date, number)
+
+    def _insert(self, side, table, key, text, date, number):
+        column, others, _ = TABLES[table]
+        # Sides that both changed differ by more than the tolerance.
+        date = date.format(number, 30 if side == "office" or date == OLD else 20)
+        values = {"unid": key, column: text, "mod_date": date, **others}
+        self._add(side, table, values)
+        if table in DEPENDENTS:
+            dependent, parent = DEPENDENTS[table]
+            for setting in ("one", "two"):
+                unid = uuid.uuid5(uuid.NAMESPACE_OID, f"{key} {setting}")
+                self._add(side, dependent, {"unid": unid, parent: key, "setting_name": setting, "setting_value": text,
+                                            "mod_date": date})
+
+    def _add(self, side, table, values):
+        literals = ", ".join("'" + str(value).replace("'", "''") + "'" for value in values.values())
+        self._statements[side].append(f"insert into {table} ({', '.join(values)}) values ({literals})")
+
+
+def snapshot(side):
+    """All rows by table and key, the conflicts, and what the run leaves in the control record."""
+    parts = [f"'{table}', (select json_object_agg(t.unid, row_to_json(t)) from {table} t)" for table in ALL]
+    parts += ["""'conflicts', (select json_agg(json_build_array(c.table_name, c.patient_id, c.guid, c.conflict_type,
+              (select json_object_agg(d.field_name, array[d.source_data, d.destination_data])
+               from replication_conflict_data d where d.conflict_id = c.unid)))
+              from replication_conflict c)""",
+              f"'advanced', (select last_timestamp <> '{LAST}' from replication_control where unique_key = 0)",
+              "'ready', (select ready_f from replication_control where unique_key = 0)",
+              "'key', (select count(*) = 1 from pg_constraint where conname = 'fk_patient_dentist')"]
+    state = json.loads(side.sql(f"select json_build_object({', '.join(parts)})"))
+    return {name: {} if name in ALL and value is None else value or [] if name == "conflicts" else value
+            for name, value in state.items()}
+
+
+def configuration(folder):
+    """Text of a configuration that replicates all tables at the office."""
+    sides = "".join(f"[{role}]\ndsn = '{dsn}'\nprefix = '{prefix}'\npassword = 'env:QUINMARK_PASSWORD'\n"
+                    for role, dsn, prefix in (("source", "QuinmarkOffice", "office."),
+                                              ("destination", "QuinmarkLaptop", "laptop.")))
+    tables = "".join(f"[[table]]\nname = '{name}'\n{settings}\n" for name, (_, _, settings) in TABLES.items())
+    return ("site = 'offices'\nlocal = 'source'\nprogram_version = 'laptop'\nfrequency = 600\n" + sides +
+            f"[log]\nfile = '{folder}/replication.log'\n" + tables)
