@@ -7,66 +7,18 @@ PostgreSQL is not used. `--seed N --first K --accidents 1` repeats an accident.
 
 import argparse
 import collections
-import os
 import random
 import subprocess
 import sys
 import time
 
 import practice
-from cluster import Cluster
+from bench import DSNS, PATIENCE, Bench
 from judgement import after_accident, after_good_run, settings_left
-from relay import Relay
-from scene import Scene, configuration, snapshot
+from scene import Scene
 
 ACCIDENTS_OF_A_SCENE = 10
 SHORT = 20
-PATIENCE = 60
-DSNS = {"office": "QuinmarkOffice", "laptop": "QuinmarkLaptop"}
-
-
-class Bench:
-    """A cluster, a relay in front of either database, and quinrep between them."""
-
-    def __init__(self):
-        self.cluster = Cluster()
-        self.sides = {name: practice.Side(dsn) for name, dsn in DSNS.items()}
-        self.relays = {name: Relay("127.0.0.1", self.cluster.port) for name in DSNS}
-        self._environment = dict(os.environ, ODBCINI=self.cluster.with_ports(
-            {DSNS[name]: relay.port for name, relay in self.relays.items()}))
-        self._configuration = self.cluster.folder / "quinrep.toml"
-        self._configuration.write_text(configuration(self.cluster.folder))
-
-    def set(self, scene):
-        for name, side in self.sides.items():
-            side.sql(scene.sql[name])
-
-    def states(self):
-        return {name: snapshot(side) for name, side in self.sides.items()}
-
-    def start(self):
-        command = ["wine", os.environ["QUINREP"], "-q", "-c", str(self._configuration), "run", "--ready",
-                   "--reset-error", "--force"]
-        return subprocess.Popen(command, env=self._environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                stderr=subprocess.STDOUT, text=True)
-
-    def good_run(self):
-        """A run that must go through; conflicts are no failure."""
-        process = self.start()
-        output = process.communicate(timeout=PATIENCE)[0]
-        if process.returncode not in (0, 2):
-            raise AssertionError(f"the run after it fails: {output}")
-
-    def restore(self):
-        for relay in self.relays.values():
-            relay.heal()
-        self.cluster.restore()
-        self.cluster.wait_for_others(self.sides["office"])
-
-    def close(self):
-        for relay in self.relays.values():
-            relay.close()
-        self.cluster.close()
 
 
 class Rehearsal:
@@ -102,16 +54,20 @@ class Accident:
         return f"{self.kind}, {self.place}, after {self.count} bytes"
 
     def happen(self, bench):
-        """Starts a run, lets it happen, and waits for the run's end; whether it happened."""
+        """Starts a run and lets it happen; whether it did, and the run's status and output."""
         relay = bench.relays[self.place]
         relay.freeze_after(self.count)
         process = bench.start()
-        practice.wait_until(lambda: relay.frozen.is_set() or process.poll() is not None, "it is time", PATIENCE)
-        happened = process.poll() is None
-        if happened:
-            self._strike(bench, relay, process)
-        relay.heal() if "cut" not in self.kind else None
-        output = process.communicate(timeout=PATIENCE)[0]
+        try:
+            practice.wait_until(lambda: relay.frozen.is_set() or process.poll() is not None, "it is time", PATIENCE)
+            happened = process.poll() is None
+            if happened:
+                self._strike(bench, relay, process)
+            if "cut" not in self.kind:
+                relay.heal()
+            output = process.communicate(timeout=PATIENCE)[0]
+        finally:
+            process.kill()
         return happened, process.returncode, output
 
     def _strike(self, bench, relay, process):

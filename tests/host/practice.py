@@ -80,6 +80,17 @@ class Side:
             finally:
                 psql.stdin.close()
 
+    @contextlib.contextmanager
+    def transaction(self, statement):
+        """Runs a statement in a transaction that is committed at the end."""
+        with self._psql(stdin=subprocess.PIPE, bufsize=1) as psql:
+            psql.stdin.write(f"begin; {statement}; select 'done';\n")
+            if psql.stdout.readline() != "done\n":
+                raise AssertionError(f"psql failed: {statement}")
+            yield
+            psql.stdin.write("commit;\n")
+            psql.stdin.close()
+
     def wait_for_waiter(self):
         """Until somebody waits for a lock."""
         waiting = "select count(*) from pg_locks where not granted and database = " \

@@ -54,7 +54,8 @@ class Relay:
         self._call(self._vanish())
 
     def heal(self):
-        """Forwards again."""
+        """Forwards again, and without a freeze to come."""
+        self._until_freeze = None
         self._call(self._open())
 
     def close(self):

@@ -1,0 +1,61 @@
+"""Two databases on a server of the test's own, and quinrep between them."""
+
+import os
+import subprocess
+
+import practice
+from cluster import Cluster
+from relay import Relay
+from scene import configuration, snapshot
+
+PATIENCE = 60
+DSNS = {"office": "QuinmarkOffice", "laptop": "QuinmarkLaptop"}
+
+
+class Bench:
+    """A cluster, a relay in front of either database, and quinrep between them."""
+
+    def __init__(self):
+        self.cluster = Cluster()
+        self.sides = {name: practice.Side(dsn) for name, dsn in DSNS.items()}
+        self.relays = {name: Relay("127.0.0.1", self.cluster.port) for name in DSNS}
+        self._environment = dict(os.environ, ODBCINI=self.cluster.with_ports(
+            {DSNS[name]: relay.port for name, relay in self.relays.items()}))
+        # Without a display the message boxes of two-way replication do not wait for a person.
+        self._environment.pop("DISPLAY", None)
+        self._configuration = self.cluster.folder / "quinrep.toml"
+        self._configuration.write_text(configuration(self.cluster.folder))
+
+    def set(self, scene):
+        for name, side in self.sides.items():
+            side.sql(scene.sql[name])
+
+    def states(self):
+        return {name: snapshot(side) for name, side in self.sides.items()}
+
+    def start(self):
+        command = ["wine", os.environ["QUINREP"], "-q", "-c", str(self._configuration), "run", "--ready",
+                   "--reset-error", "--force"]
+        return subprocess.Popen(command, env=self._environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                stderr=subprocess.STDOUT, text=True)
+
+    def good_run(self):
+        """A run that must go through; conflicts are no failure."""
+        process = self.start()
+        try:
+            output = process.communicate(timeout=PATIENCE)[0]
+        finally:
+            process.kill()
+        if process.returncode not in (0, 2):
+            raise AssertionError(f"the run after it fails: {output}")
+
+    def restore(self):
+        for relay in self.relays.values():
+            relay.heal()
+        self.cluster.restore()
+        self.cluster.wait_for_others(self.sides["office"])
+
+    def close(self):
+        for relay in self.relays.values():
+            relay.close()
+        self.cluster.close()
