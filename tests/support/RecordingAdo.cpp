@@ -100,6 +100,11 @@ void RecordingAdo::answerOn(const std::wstring& connection, const std::wstring& 
     journal_->answer(connection, statement, std::move(answer));
 }
 
+void RecordingAdo::answerOthers(std::function<AdoAnswer(const std::wstring&, const std::wstring&)> answer)
+{
+    journal_->answerOthers(std::move(answer));
+}
+
 void RecordingAdo::failCall(size_t n, AdoFailure failure)
 {
     journal_->failCall(n, std::move(failure));

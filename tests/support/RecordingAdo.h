@@ -72,6 +72,9 @@ public:
     void answer(const std::wstring& statement, AdoAnswer answer);
     void answerOn(const std::wstring& connection, const std::wstring& statement, AdoAnswer answer);
 
+    /// Answers every statement that has no answer laid down, by its connection and text; may throw an AdoFailure.
+    void answerOthers(std::function<AdoAnswer(const std::wstring&, const std::wstring&)> answer);
+
     /// Fails the n-th call from now (from 1), reads and creations included.
     void failCall(size_t n, AdoFailure failure);
     /// Fails the n-th call of a member from now, such as "Command.Execute", "Connection.State" or "create Recordset".

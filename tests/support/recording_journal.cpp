@@ -36,6 +36,8 @@ AdoAnswer RecordingJournal::run(const std::wstring& connection, const std::wstri
     std::optional<AdoAnswer> answer = takeAnswer({connection, statement});
     if (!answer)
         answer = takeAnswer({kAnyConnection, statement});
+    if (!answer && others_)
+        answer = others_(connection, statement);
     throwAt(AdoMoment::After, failure);
     return answer.value_or(AdoAnswer());
 }

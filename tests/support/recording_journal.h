@@ -18,6 +18,7 @@ public:
     AdoAnswer run(const std::wstring& connection, const std::wstring& statement, const std::wstring& sent);
 
     void answer(const std::wstring& connection, const std::wstring& statement, AdoAnswer answer);
+    void answerOthers(std::function<AdoAnswer(const std::wstring&, const std::wstring&)> answer) { others_ = answer; }
     void failCall(size_t n, AdoFailure failure) { failures_.push_back({Trigger::Call, L"", L"", n, failure}); }
     void failMember(const std::wstring& member, size_t n, AdoFailure failure);
     void failStatement(const std::wstring& connection, const std::wstring& statement, size_t n, AdoFailure failure);
@@ -75,6 +76,7 @@ private:
     std::vector<Line> lines_;
     std::vector<AdoStatement> statements_;
     std::map<AdoStatement, Answers> answers_;
+    std::function<AdoAnswer(const std::wstring&, const std::wstring&)> others_;
     std::map<std::wstring, std::function<void()>> actions_;
     std::map<std::wstring, AdoFailure> cuts_;
     std::map<std::wstring, std::wstring> databases_;

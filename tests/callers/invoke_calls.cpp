@@ -1,0 +1,256 @@
+// Random calls to all public members from two threads: invoke_calls [--seed N] [--minutes M] [--round R].
+
+#include "Caller.h"
+#include "HeapUse.h"
+#include "com/module.h"
+#include "control/settings.h"
+#include "faults/ImportHook.h"
+#include "support/MessageBoxes.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <stdexcept>
+#include <thread>
+
+namespace {
+
+constexpr size_t kThreads = 2;
+constexpr size_t kCallsPerThread = 1000;
+constexpr size_t kRoundsOfShortForm = 50;
+constexpr size_t kWarmUpRounds = 5;
+/// Far above any single call, also on a loaded machine: nothing waits here but a hanging call.
+constexpr std::chrono::seconds kHangs{60};
+
+CallWatch g_watches[kThreads];
+thread_local CallWatch* g_watch = nullptr;
+
+[[noreturn]] void endProcess(const char* what, CallWatch* watch)
+{
+    std::printf("%s: %s\n", what, watch ? watch->text().c_str() : "outside of a caller");
+    std::printf("tried random calls: 1, found: 1\n");
+    std::fflush(stdout);
+    TerminateProcess(GetCurrentProcess(), EXIT_FAILURE);
+    std::abort();
+}
+
+LONG WINAPI tellCrash(EXCEPTION_POINTERS* exception)
+{
+    std::printf("code %08lX at %p\n", exception->ExceptionRecord->ExceptionCode,
+                exception->ExceptionRecord->ExceptionAddress);
+    endProcess("crash", g_watch);
+}
+
+void tellTermination()
+{
+    endProcess("an exception left a call", g_watch);
+}
+
+/// The pause after closing a connection tells nothing here.
+void WINAPI shortSleep(DWORD milliseconds)
+{
+    constexpr DWORD kPause = 5000;
+    if (milliseconds < kPause)
+        SleepEx(milliseconds, FALSE);
+}
+
+void withoutTextCache()
+{
+    using SetOaNoCache = void(WINAPI*)();
+    const HMODULE automation = GetModuleHandleW(L"oleaut32.dll");
+    reinterpret_cast<SetOaNoCache>(reinterpret_cast<void*>(GetProcAddress(automation, "SetOaNoCache")))();
+}
+
+/// Names a call that does not come back, for as long as it lives.
+class Watchdog
+{
+public:
+    Watchdog() : thread_([this] { look(); }) {}
+    ~Watchdog()
+    {
+        ended_ = true;
+        thread_.join();
+    }
+    Watchdog(const Watchdog&) = delete;
+    Watchdog& operator=(const Watchdog&) = delete;
+
+private:
+    void look()
+    {
+        while (!ended_) {
+            Sleep(200);
+            for (CallWatch& watch : g_watches)
+                if (watch.isBusyFor(kHangs))
+                    endProcess("hang", &watch);
+        }
+    }
+
+    std::atomic<bool> ended_ = false;
+    std::thread thread_;
+};
+
+/// The current folder, for the logs that the calls write wherever they are told to; gone with this.
+class LogFolder
+{
+public:
+    LogFolder()
+        : path_(std::filesystem::temp_directory_path() / (L"callers " + std::to_wstring(GetCurrentProcessId()))),
+          before_(std::filesystem::current_path())
+    {
+        std::filesystem::create_directory(path_);
+        std::filesystem::current_path(path_);
+    }
+    ~LogFolder()
+    {
+        std::error_code ignored;
+        std::filesystem::current_path(before_, ignored);
+        std::filesystem::remove_all(path_, ignored);
+    }
+    LogFolder(const LogFolder&) = delete;
+    LogFolder& operator=(const LogFolder&) = delete;
+
+    void empty() const
+    {
+        for (const auto& entry : std::filesystem::directory_iterator(path_))
+            std::filesystem::remove_all(entry);
+    }
+
+private:
+    std::filesystem::path path_;
+    std::filesystem::path before_;
+};
+
+struct Options
+{
+    std::uint64_t seed = static_cast<std::uint64_t>(std::time(nullptr));
+    double minutes = 0;
+    size_t onlyRound = 0;
+};
+
+Options parse(int count, char** arguments)
+{
+    Options options;
+    for (int index = 1; index + 1 < count; index += 2) {
+        const std::string name = arguments[index];
+        const char* value = arguments[index + 1];
+        if (name == "--seed")
+            options.seed = std::strtoull(value, nullptr, 10);
+        else if (name == "--minutes")
+            options.minutes = std::strtod(value, nullptr);
+        else if (name == "--round")
+            options.onlyRound = std::strtoul(value, nullptr, 10);
+        else
+            throw std::invalid_argument("unknown option " + name);
+    }
+    return options;
+}
+
+class Campaign
+{
+public:
+    explicit Campaign(const Options& options) : options_(options) {}
+
+    int run()
+    {
+        std::printf("seed %llu\n", static_cast<unsigned long long>(options_.seed));
+        const auto begun = std::chrono::steady_clock::now();
+        const std::chrono::duration<double> limit(options_.minutes * 60);
+        for (size_t round = 1;
+             options_.minutes > 0 ? std::chrono::steady_clock::now() - begun < limit : round <= kRoundsOfShortForm;
+             ++round)
+            if (options_.onlyRound == 0 || options_.onlyRound == round)
+                runRound(round);
+        return report();
+    }
+
+private:
+    void runRound(size_t round)
+    {
+        std::thread threads[kThreads];
+        for (size_t index = 0; index < kThreads; ++index)
+            threads[index] = std::thread([=, this] { runCaller(round, index); });
+        for (std::thread& thread : threads)
+            thread.join();
+        folder_.empty();
+        tried_ += kThreads * kCallsPerThread;
+        if (com::moduleInUse())
+            complain("round " + std::to_string(round) + ": objects are left");
+        if (round == kWarmUpRounds)
+            heapAfterWarmUp_ = heapBytesInUse();
+        lastRound_ = round;
+    }
+
+    void runCaller(size_t round, size_t index)
+    {
+        g_watch = &g_watches[index];
+        const MessageBoxes boxes;
+        Caller caller(partSeed(options_.seed, round * kThreads + index),
+                      "--seed " + std::to_string(options_.seed) + " --round " + std::to_string(round) + " thread " +
+                          std::to_string(index),
+                      *g_watch);
+        caller.makeCalls(kCallsPerThread);
+        caller.leave();
+        const std::lock_guard lock(mutex_);
+        for (const std::string& complaint : caller.complaints())
+            complain(complaint);
+        for (const auto& [code, count] : caller.outcomes())
+            outcomes_[code] += count;
+    }
+
+    void complain(const std::string& complaint)
+    {
+        constexpr size_t kShown = 20;
+        if (++found_ <= kShown)
+            std::printf("%s\n", complaint.c_str());
+    }
+
+    int report()
+    {
+        size_t grown = 0;
+        if (lastRound_ > kWarmUpRounds && options_.onlyRound == 0) {
+            const size_t now = heapBytesInUse();
+            const size_t rounds = lastRound_ - kWarmUpRounds;
+            const double perCall = (static_cast<double>(now) - static_cast<double>(heapAfterWarmUp_)) /
+                                   static_cast<double>(rounds * kThreads * kCallsPerThread);
+            std::printf("heap: %zu bytes after the warm-up, %zu at the end, %.3f a call\n", heapAfterWarmUp_, now,
+                        perCall);
+            constexpr double kNoise = 0.5;
+            grown = perCall > kNoise ? 1 : 0;
+        }
+        for (const auto& [code, count] : outcomes_)
+            std::printf("  %s: %zu\n", code.c_str(), count);
+        std::printf("tried random calls: %zu, found: %zu\n", tried_, found_ + grown);
+        return found_ + grown > 0 ? EXIT_FAILURE : EXIT_SUCCESS;
+    }
+
+    Options options_;
+    LogFolder folder_;
+    std::mutex mutex_;
+    std::map<std::string, size_t> outcomes_;
+    size_t tried_ = 0;
+    size_t found_ = 0;
+    size_t heapAfterWarmUp_ = 0;
+    size_t lastRound_ = 0;
+};
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    try {
+        const Options options = parse(count, arguments);
+        SetUnhandledExceptionFilter(tellCrash);
+        std::set_terminate(tellTermination);
+        attachSettings();
+        const ImportHook sleep("Sleep", reinterpret_cast<void*>(shortSleep));
+        // Texts that the platform keeps for later would look like a leak.
+        withoutTextCache();
+        const Watchdog watchdog;
+        return Campaign(options).run();
+    }
+    catch (const std::exception& error) {
+        std::printf("%s\n", error.what());
+    }
+    return 2;
+}
