@@ -112,7 +112,8 @@ class Trial:
             faults = [repr(error)]
         if faults:
             self.found[accident.kind] += 1
-            print(f"--seed {self._seed} --first {number} --accidents 1: {accident}", *faults[:8], sep="\n  ", flush=True)
+            name = f"--seed {self._seed} --first {number} --accidents 1: {accident}"
+            print(name, *faults[:8], sep="\n  ", flush=True)
 
     def _faults(self, accident, rehearsal):
         bench = self._bench

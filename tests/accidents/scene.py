@@ -55,7 +55,7 @@ class Scene:
             for side, date in zip(self._statements, dates):
                 if date:
                     same = dates[0] == dates[1] == OLD
-                    self._insert(side, table, key, text if same else f"{text} {side}"[:40], date, number)
+                    self._insert(side, table, key, text if same else f"{side} {text}"[:40], date, number)
 
     def _insert(self, side, table, key, text, date, number):
         column, others, _ = TABLES[table]
