@@ -26,7 +26,7 @@ template <class Value>
 Value& requireOut(Value* out)
 {
     if (!out)
-        check(E_POINTER);
+        throw platformError(E_POINTER);
     *out = Value{};
     return *out;
 }
@@ -47,7 +47,7 @@ template <class Value>
 Value& requireIn(Value* in)
 {
     if (!in)
-        check(E_POINTER);
+        throw platformError(E_POINTER);
     return *in;
 }
 

@@ -3,8 +3,6 @@
 #include "com/object.h"
 #include "com/server.h"
 
-using Microsoft::WRL::ComPtr;
-
 namespace com {
 namespace {
 

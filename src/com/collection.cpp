@@ -3,8 +3,6 @@
 #include "com/boundary.h"
 #include "com/convert.h"
 
-using Microsoft::WRL::ComPtr;
-
 namespace com {
 namespace {
 

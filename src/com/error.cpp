@@ -129,7 +129,7 @@ void checkCall(HRESULT code)
         if (SUCCEEDED(info->GetDescription(&description)))
             error.description = takeText(description);
     }
-    throw error;
+    throw Error(std::move(error));
 }
 
 Error currentError()

@@ -49,9 +49,11 @@ std::vector<RegistryKey> classKeys(const Server& server, const ClassEntry& entry
 
 void writeKey(const RegistryKey& key)
 {
-    for (const auto& [name, text] : key.values)
+    for (const auto& [name, text] : key.values) {
+        const size_t bytes = (text.size() + 1) * sizeof(wchar_t);
         checkRegistry(RegSetKeyValueW(HKEY_CLASSES_ROOT, key.path.c_str(), name.c_str(), REG_SZ, text.c_str(),
-                                      static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t))));
+                                      static_cast<DWORD>(bytes)));
+    }
 }
 
 void removeKey(const std::wstring& path)

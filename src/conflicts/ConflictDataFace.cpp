@@ -3,7 +3,6 @@
 #include "com/boundary.h"
 
 using com::comBoundary;
-using com::requireOut;
 using com::requireText;
 
 HRESULT ConflictDataFace::get_sField(BSTR* value) noexcept

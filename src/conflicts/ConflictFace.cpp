@@ -4,7 +4,6 @@
 
 using com::comBoundary;
 using com::requireIn;
-using com::requireOut;
 using com::requireText;
 
 namespace {

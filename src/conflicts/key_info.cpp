@@ -102,7 +102,7 @@ std::wstring keyInfoSql(const std::wstring& sTable, const _variant_t& vUnid)
 std::wstring getKeyInfo(const std::wstring& sTable, const _variant_t& vUnid, long eConflictType)
 try {
     ado::Recordset rs = openDescription(keyInfoSql(sTable, vUnid), eConflictType);
-    const std::wstring sKeyInfo = com::toText(rs.field(0).value());
+    std::wstring sKeyInfo = com::toText(rs.field(0).value());
     rs.close();
     return sKeyInfo;
 }

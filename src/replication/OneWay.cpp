@@ -30,6 +30,8 @@ OneWay::OneWay(OneWayPlan plan, DATE dLastReplicate, DATE dNextReplicate, Counte
       site_(currentSite())
 {
     counters_ = {.lCntConflict = counters.lCntConflict};
+    // Asked for when the counters are reset, since either can fail.
+    // cppcheck-suppress useInitializationList
     sDestDatabaseName_ = Utils::getConnDest()->getConn().defaultDatabase();
     sSourceDatabaseName_ = Utils::getConnSource()->getConn().defaultDatabase();
 }

@@ -94,6 +94,14 @@ TEST_F(ReplicateTableTest, GoRunsTheMethodsRoutineThroughThePublicInterface)
     EXPECT_EQ(dispatched(ONE_WAY_WITH_PK_FIELD), (Lines{L"replicateOneWayWithPKField"}));
 }
 
+TEST_F(ReplicateTableTest, TableThatWasNotInitialisedRunsNothing)
+{
+    const auto routines = com::makeObject<RecordingTable>();
+    EXPECT_EQ(raised([&] { table_.go(1, 2, *routines.Get()); }),
+              ownError(L"clsReplicateTable.go", L"Invalid replication method"));
+    EXPECT_EQ(routines->calls(), Lines());
+}
+
 TEST_F(ReplicateTableTest, MethodThatDoesNotExistRunsNothing)
 {
     const auto routines = com::makeObject<RecordingTable>();

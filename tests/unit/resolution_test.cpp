@@ -75,6 +75,16 @@ TEST_F(ResolutionTest, RowDeletedOnTheSourceIsDeletedAtLaptop)
     EXPECT_EQ(ado().statements(), joined({deleted_, removed()}));
 }
 
+TEST_F(ResolutionTest, NoStatementAsksHowManyRowsItChanged)
+{
+    for (const long kind : {CHANGED_ON_BOTH, DELETED_ON_SOURCE}) {
+        conflictAt(LAPTOP, kind, USE_SOURCE);
+        EXPECT_TRUE(conflict_.resolve());
+        for (const std::wstring& call : ado().calls())
+            EXPECT_EQ(call.find(L"Execute(ref"), std::wstring::npos) << call;
+    }
+}
+
 TEST_F(ResolutionTest, OtherKindsAreNotSettledFromTheSource)
 {
     for (const long kind : {NEW_ON_source, NEW_ON_DEST, CHANGED_ON_DEST}) {

@@ -54,6 +54,19 @@ protected:
     MessageBoxes boxes_;
 };
 
+TEST_F(TwoWayTest, NoStatementAsksHowManyRowsItChanged)
+{
+    changed(10, -10);
+    onlySourceHas(L"K2", 10);
+    sourceHolds(L"K2", L"N", 10);
+    runAt(LAPTOP);
+    EXPECT_EQ(ado().statements(),
+              wholeRun(joined({onSource({select(L"K1")}), onDestination({update(L"K1", L"S", 10)})}),
+                       joined({onSource({selectFromOffice(L"K2")}), onDestination({insert(L"K2", L"N", 10)})})));
+    for (const std::wstring& call : ado().calls())
+        EXPECT_EQ(call.find(L"Execute(ref"), std::wstring::npos) << call;
+}
+
 TEST_F(TwoWayTest, TablesThatAgreeAreOnlyCompared)
 {
     for (const long site : {OFFICES, LAPTOP}) {

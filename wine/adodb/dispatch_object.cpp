@@ -102,7 +102,7 @@ Call::Call(const DISPPARAMS& params, WORD flags, VARIANT* result) : flags_(flags
     const unsigned positional = params.cArgs - params.cNamedArgs;
     for (unsigned index = 0; index < positional; ++index) {
         if (index >= kMostArguments)
-            com::check(DISP_E_BADPARAMCOUNT);
+            throw com::platformError(DISP_E_BADPARAMCOUNT);
         arguments_[index] = &params.rgvarg[params.cArgs - 1 - index];
         count_ = index + 1;
     }
@@ -113,7 +113,7 @@ Call::Call(const DISPPARAMS& params, WORD flags, VARIANT* result) : flags_(flags
             continue;
         }
         if (id < 0 || id >= static_cast<DISPID>(kMostArguments))
-            com::check(DISP_E_PARAMNOTFOUND);
+            throw com::platformError(DISP_E_PARAMNOTFOUND);
         arguments_[id] = &params.rgvarg[named];
         count_ = std::max(count_, static_cast<unsigned>(id) + 1);
     }
