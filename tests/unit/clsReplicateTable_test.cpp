@@ -99,7 +99,7 @@ TEST_F(ReplicateTableTest, TableThatWasNotInitialisedRunsNothing)
     const auto routines = com::makeObject<RecordingTable>();
     EXPECT_EQ(raised([&] { table_.go(1, 2, *routines.Get()); }),
               ownError(L"clsReplicateTable.go", L"Invalid replication method"));
-    EXPECT_EQ(routines->calls(), Lines());
+    EXPECT_EQ(routines->calls, Lines());
 }
 
 TEST_F(ReplicateTableTest, MethodThatDoesNotExistRunsNothing)

@@ -123,6 +123,15 @@ TEST_F(DumpTest, NullKeyLeavesTheHeaderWithoutOne)
     EXPECT_EQ(logEntries()[0], deleteHead(L"shortcut", L"") + L"\r\nunid                ");
 }
 
+TEST_F(DumpTest, ReportsAreWholeWhereOnlyWarningsAreLogged)
+{
+    settings().iLogLevel = LOG_WARN;
+    dumpDelete({{L"unid", L"K1"}});
+    dumpDifferences({{L"unid", L"K1"}, {L"name", L"D"}}, {{L"unid", L"K1"}, {L"name", L"S"}});
+    EXPECT_EQ(logEntries(), (Lines{deleteHead() + L"\r\nunid                K1", kRuler,
+                                   mismatchHead() + difference(L"name", L"D", L"S"), kRuler}));
+}
+
 TEST_F(DumpTest, ReportsAreWarnings)
 {
     settings().iLogLevel = 4;
