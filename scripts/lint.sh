@@ -6,7 +6,7 @@
 # DIRECTORY is a configured build whose generated headers are there (build/x86-release unless told). A file that was
 # clean is not looked at again before it, a header or .clang-tidy changes; build/lint remembers. With --seconds no new
 # file is begun after that time; how many are left for the next run is told.
-# Exit status: 0 clean, 1 something was found, 3 a tool is missing.
+# Exit status: 0 clean, 1 something was found, 77 a tool is missing (1 with QUINMARK_REQUIRE_TOOLS=1).
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -63,8 +63,12 @@ tidyOne() {
     fi
 }
 
-requireCommand clang-tidy-14
-requireCommand cppcheck
+for tool in clang-tidy-14 cppcheck; do
+    command -v "$tool" >/dev/null && continue
+    [[ ${QUINMARK_REQUIRE_TOOLS-} != 1 ]] || die "$tool is missing; run scripts/install-deps.sh --tests"
+    note "$tool is missing"
+    exit 77
+done
 mkdir -p "$remembered"
 tidyOptions >"$remembered/options"
 rm -f "$remembered/left"
