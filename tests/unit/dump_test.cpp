@@ -125,7 +125,7 @@ TEST_F(DumpTest, NullKeyLeavesTheHeaderWithoutOne)
 
 TEST_F(DumpTest, ReportsAreWholeWhereOnlyWarningsAreLogged)
 {
-    settings().iLogLevel = LOG_WARN;
+    settings().iLogLevel = 4;
     dumpDelete({{L"unid", L"K1"}});
     dumpDifferences({{L"unid", L"K1"}, {L"name", L"D"}}, {{L"unid", L"K1"}, {L"name", L"S"}});
     EXPECT_EQ(logEntries(), (Lines{deleteHead() + L"\r\nunid                K1", kRuler,
