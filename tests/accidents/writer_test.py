@@ -1,0 +1,127 @@
+"""An application that writes on both sides while runs go on: each of its changes is copied, reported, or one of those
+that docs/replication.md says are lost."""
+
+import datetime
+import random
+import threading
+import unittest
+import uuid
+
+import practice
+from bench import Bench
+
+RUNS = 5
+ROWS = 200
+# A run records the end of its interval to the nearest second; a change up to that end counts as seen.
+ROUNDED = datetime.timedelta(milliseconds=600)
+SHORTCUT = ("shortcut", "item_text", "item_name", "'w'")
+COMBO = ("combo_values", "combo_value", "combo_name", "'c'")
+
+
+class Writer(threading.Thread):
+    """Changes or adds rows, each row once, until told to stop; remembers what it wrote, where, and under which date."""
+
+    def __init__(self, sides, keys, seed):
+        super().__init__()
+        self._sides = sides
+        self._keys = keys
+        self._random = random.Random(seed)
+        self._told = threading.Event()
+        self.changes = []
+        self.failure = None
+
+    def run(self):
+        try:
+            while not self._told.wait(0.02):
+                self._write()
+        except Exception as failure:  # told by stop(), in the test's own thread
+            self.failure = failure
+
+    def stop(self):
+        self._told.set()
+        self.join()
+        if self.failure:
+            raise self.failure
+
+    def _write(self):
+        table = self._random.choice((SHORTCUT, COMBO))
+        name = self._random.choice(list(self._sides))
+        text = f"change {len(self.changes)}"
+        # One-way replication takes rows of the source; at the destination only a new row stays what it is.
+        is_new = self._random.random() < 0.3 or (table is SHORTCUT and name == "laptop") or not self._keys[table]
+        key = uuid.UUID(int=self._random.getrandbits(128)) if is_new else self._keys[table].pop()
+        column, other, value = table[1:]
+        statement = (f"insert into {table[0]} (unid, {column}, {other}, mod_date) values ('{key}', '{text}', {value}, "
+                     "getdate())" if is_new else
+                     f"update {table[0]} set {column} = '{text}', mod_date = getdate() where unid = '{key}'")
+        date = self._sides[name].sql(statement + " returning mod_date")
+        self.changes.append((table, name, str(key), text, datetime.datetime.fromisoformat(date)))
+
+
+class WriterBesideRuns(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.bench = Bench()
+        cls.addClassCleanup(cls.bench.close)
+
+    def fill(self, seed):
+        """The same old rows on both sides; their keys by table."""
+        dice = random.Random(f"{seed} keys")
+        keys = {table: [uuid.UUID(int=dice.getrandbits(128)) for _ in range(ROWS)] for table in (SHORTCUT, COMBO)}
+        for side in self.bench.sides.values():
+            side.sql("delete from replication_conflict_data; delete from replication_conflict;" + "".join(
+                f"delete from {name}; insert into {name} (unid, {column}, {other}, mod_date) values " + ", ".join(
+                    f"('{key}', 'old', {value}, '2026-01-01')" for key in keys[(name, column, other, value)]) + ";"
+                for name, column, other, value in keys))
+        self.bench.sides["office"].sql("update replication_control set last_timestamp = getdate()")
+        return keys
+
+    def texts(self, side, table):
+        name, column = table[:2]
+        lines = self.bench.sides[side].sql(f"select unid || ' ' || {column} from {name}").splitlines()
+        return dict(line.split(" ", 1) for line in lines)
+
+    def last_timestamp(self):
+        read = "select last_timestamp from replication_control where unique_key = 0"
+        return datetime.datetime.fromisoformat(self.bench.sides["office"].sql(read))
+
+    def test_loses_no_change_without_a_trace(self):
+        seed = random.SystemRandom().randrange(2**32)
+        print(f"seed {seed}")
+        writer = Writer(self.bench.sides, self.fill(seed), seed)
+        writer.start()
+        ends = []
+        try:
+            for _ in range(RUNS):
+                self.bench.good_run()
+                ends.append(self.last_timestamp())
+        finally:
+            writer.stop()
+        self.bench.good_run()
+        self.bench.good_run()
+
+        held = {(side, table): self.texts(side, table) for side in self.bench.sides for table in (SHORTCUT, COMBO)}
+        reported = set(self.bench.sides["office"].sql("select guid from replication_conflict").splitlines())
+        lost = [change for change in writer.changes
+                if not self.is_reported(change, reported) and not self.is_copied(change, held)]
+        unexplained = [change for change in lost
+                       if not any(end - ROUNDED <= change[4] <= end for end in ends)]
+        self.assertEqual(unexplained, [])
+        during = [change for change in writer.changes if change[4] < ends[-1]]
+        print(f"{len(writer.changes)} changes, {len(reported)} reported, {len(lost)} lost as documented")
+        self.assertGreater(len(during), 50)
+        self.assertLess(len(lost), len(writer.changes) / 4)
+
+    @staticmethod
+    def is_copied(change, held):
+        table, _, key, text, _ = change
+        return all(held[side, table].get(key) == text for side in ("office", "laptop"))
+
+    @staticmethod
+    def is_reported(change, reported):
+        table, side, key, _, _ = change
+        return table is SHORTCUT and side == "laptop" and key in reported
+
+
+if __name__ == "__main__":
+    practice.main()
