@@ -51,11 +51,11 @@ class Scene:
         self._random.shuffle(rows)
         for number, dates in enumerate(rows):
             key = number + 1 if table == "users" else uuid.UUID(int=self._random.getrandbits(128))
-            text = f"row {number} it's {self._random.choice('abc') * self._random.randint(1, 30)}"
+            text = f"row {number} it's {self._random.choice('abc') * self._random.randint(1, 20)}"
             for side, date in zip(self._statements, dates):
                 if date:
                     same = dates[0] == dates[1] == OLD
-                    self._insert(side, table, key, text if same else f"{side} {text}"[:40], date, number)
+                    self._insert(side, table, key, text if same else f"{side} {text}", date, number)
 
     def _insert(self, side, table, key, text, date, number):
         column, others, _ = TABLES[table]
