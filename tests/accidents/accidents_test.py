@@ -18,7 +18,7 @@ from judgement import after_accident, after_good_run, settings_left
 from scene import Scene
 
 ACCIDENTS_OF_A_SCENE = 10
-SHORT = 20
+SHORT = 10
 
 
 class Rehearsal:

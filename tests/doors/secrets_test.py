@@ -177,15 +177,22 @@ class Secrets(unittest.TestCase):
                                 stdin=subprocess.PIPE, stdout=subprocess.PIPE)
         lock.stdin.write("begin; lock table users in exclusive mode; select 'locked';\n")
         lock.stdin.flush()
+        self.addCleanup(lock.communicate, "rollback;\n", timeout=20)
         self.assertEqual(lock.stdout.readline(), "locked\n")
         # With the messages that the test bed suppresses.
         environment = {**self.environment, "WINEDEBUG": "err+all,fixme-all"}
-        run = subprocess.Popen(["wine", str(BINARIES / "crasher.exe"), str(BINARIES / "quinrep.exe"), "-c",
-                                str(self.folder / "quinrep.toml"), "-v", "run", "--ready"], env=environment,
-                               cwd=self.folder, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        # In a file: the debugger may hold on to a pipe for longer than the program lives.
+        output = self.folder / "said.txt"
+        with output.open("wb") as said:
+            run = subprocess.Popen(["wine", str(BINARIES / "crasher.exe"), str(BINARIES / "quinrep.exe"), "-c",
+                                    str(self.folder / "quinrep.toml"), "-v", "run", "--ready"], env=environment,
+                                   cwd=self.folder, stdin=subprocess.PIPE, stdout=said, stderr=subprocess.STDOUT)
+        self.addCleanup(run.kill)
         self.wait_for_waiter()
-        said = run.communicate(b"crash\n", timeout=60)[0].decode(errors="replace")
-        lock.communicate("rollback;\n", timeout=20)
+        run.stdin.write(b"crash\n")
+        run.stdin.close()
+        run.wait(timeout=60)
+        said = output.read_text(errors="replace")
         self.assertIn("ended with c0000005", said)
         self.assertRegex(said, "(?i)page fault|backtrace")
         self.assert_secret(said, **self.left_behind())
