@@ -65,17 +65,27 @@ protected:
                         L", 0, '" + kKey + L"', 5, 'words', '2025-03-11', '2025-03-11')");
     }
 
-    void resolveWithSource(const _variant_t& id)
+    ConflictObject createConflict(const std::wstring& id) const
     {
         ConflictObject conflict;
-        _variant_t argument(id);
+        _variant_t argument = com::textVariant(id);
         com::checkCall(factory().createConflict(&argument, conflict.GetAddressOf()));
+        return conflict;
+    }
+
+    ConflictObject storedConflict() const
+    {
+        ConflictObject conflict = createConflict(kKey);
         const com::Dispatch rows = com::Dispatch::from(
             local().connection().call(L"Execute", {L"select * from replication_conflict order by key_info"}));
         IDispatch* rs = rows.get();
         com::checkCall(conflict->loadFromRs(&rs));
         rows.call(L"Close");
-        short resolution = USE_SOURCE;
+        return conflict;
+    }
+
+    static void resolve(const ConflictObject& conflict, short resolution)
+    {
         com::checkCall(conflict->put_iResolutionType(&resolution));
         VARIANT_BOOL resolved = VARIANT_FALSE;
         com::checkCall(conflict->resolve(&resolved));
@@ -141,7 +151,31 @@ TEST_F(SqlText, TableNameOfAStoredConflictIsPasted)
     runAt(LAPTOP);
     addConflict(L"users; --");
     connect();
-    resolveWithSource(com::textVariant(kKey));
+    resolve(storedConflict(), USE_SOURCE);
+    EXPECT_EQ(destination().count(L"users"), 0);
+    EXPECT_EQ(source().count(L"users"), 1);
+}
+
+TEST_F(SqlText, RowKeyOfAConflictIsPastedBetweenApostrophes)
+{
+    runAt(LAPTOP);
+    addConfig(destination(), L"name");
+    addConflict(L"config");
+    connect();
+    const ConflictObject conflict = storedConflict();
+    com::Dispatch(conflict.Get()).put(L"vGuid", com::textVariant(std::wstring(kKey) + L"' or 'x' = 'x"));
+    resolve(conflict, USE_SOURCE);
+    EXPECT_EQ(destination().count(L"config"), 0);
+    EXPECT_THAT(configNames(source()), ElementsAre(L"name"));
+}
+
+TEST_F(SqlText, ConflictIdIsPastedBetweenApostrophes)
+{
+    runAt(LAPTOP);
+    addConflict(L"config");
+    connect();
+    resolve(createConflict(std::wstring(kKey) + L"'" + kEmptyUsers), USE_DESTINATION);
+    EXPECT_EQ(destination().count(L"replication_conflict"), 0);
     EXPECT_EQ(destination().count(L"users"), 0);
     EXPECT_EQ(source().count(L"users"), 1);
 }
@@ -184,6 +218,33 @@ TEST_F(SqlText, TextOfAColumnArrivesAsItIs)
 TEST_F(SqlText, TableNameInTheCountersIsQuoted)
 {
     EXPECT_THAT(countsBatch(OFFICES, L"it's", {{L" adds", 0}}), EndsWith(L" values (0,'it''s adds',0)"));
+}
+
+TEST_F(SqlText, SiteIsANumber)
+{
+    const auto initAt = [this](const std::wstring& site) {
+        const HostSettings& to = host();
+        com::Dispatch(&factory())
+            .call(L"init", {com::textVariant(site), com::textVariant(to.role), com::textVariant(to.sourcePrefix),
+                            com::textVariant(to.sourceDsn), com::textVariant(to.sourcePassword),
+                            com::textVariant(to.destinationPrefix), com::textVariant(to.destinationDsn),
+                            com::textVariant(to.destinationPassword), to.logLevel, com::textVariant(to.logFile)});
+    };
+    EXPECT_EQ(raised([&] { initAt(std::wstring(L"0") + kEmptyUsers); }).number, com::kTypeMismatch);
+    EXPECT_NO_THROW(initAt(L"0"));
+    EXPECT_EQ(local().count(L"users"), 1);
+}
+
+TEST_F(SqlText, FrequencyIsANumber)
+{
+    connect();
+    const RunObject run = createRun();
+    const auto initNextRun = [&run](const std::wstring& frequency) {
+        com::Dispatch(run.Get()).call(L"initNextRun", {com::textVariant(frequency), com::textVariant(kProgramVersion)});
+    };
+    EXPECT_EQ(raised([&] { initNextRun(std::wstring(L"600,getdate())") + kEmptyUsers); }).number, com::kTypeMismatch);
+    EXPECT_NO_THROW(initNextRun(L"600"));
+    EXPECT_EQ(local().count(L"users"), 1);
 }
 
 TEST_F(SqlText, ErrorTextIsAParameter)
