@@ -50,6 +50,12 @@ class Clocks(unittest.TestCase):
 
     # The office's clock is the interval's; here the laptop's is wrong.
 
+    def test_change_by_a_clock_behind_by_less_than_lies_between_two_runs_is_copied(self):
+        self.both(TWO_WAY, "old", "'2026-01-01'")
+        self.last_run("getdate() - interval '1 hour'")
+        self.write(self.laptop, TWO_WAY, "new", "getdate() - interval '30 minutes'")
+        self.assertEqual(self.run_and_read(TWO_WAY), ("new", "new", ""))
+
     def test_change_by_a_clock_an_hour_behind_is_not_seen_when_a_run_was_in_that_hour(self):
         self.both(TWO_WAY, "old", "'2026-01-01'")
         self.last_run("getdate() - interval '10 minutes'")
@@ -74,6 +80,11 @@ class Clocks(unittest.TestCase):
         self.last_run("getdate() - interval '10 minutes'")
         self.write(self.office, ONE_WAY, "new", "getdate() - interval '1 hour'")
         self.assertEqual(self.run_and_read(ONE_WAY), ("new", "", "2"))
+
+    def test_new_row_by_a_clock_behind_is_copied_by_two_way(self):
+        self.last_run("getdate() - interval '10 minutes'")
+        self.write(self.laptop, TWO_WAY, "new", "getdate() - interval '1 hour'")
+        self.assertEqual(self.run_and_read(TWO_WAY), ("new", "new", ""))
 
     def test_clock_set_back_hides_changes_until_it_has_caught_up_and_the_next_run_forgets_them(self):
         self.both(ONE_WAY, "old", "'2026-01-01'")
@@ -162,7 +173,8 @@ class Clocks(unittest.TestCase):
         self.assertNotIn(".", date)
         self.both(ONE_WAY, "old", "'2026-01-01'")
         self.last_run("date_trunc('second', getdate()) + interval '1 second'")
-        self.write(self.office, ONE_WAY, "new", "date_trunc('second', getdate()) + interval '600 milliseconds'")
+        self.write(self.office, ONE_WAY, "new", "(select last_timestamp - interval '400 milliseconds' "
+                   "from replication_control where unique_key = 0)")
         self.assertEqual(self.run_and_read(ONE_WAY), ("new", "old", ""))
 
 

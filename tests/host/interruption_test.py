@@ -1,11 +1,17 @@
 """A run that is ended in the middle: by Ctrl-C, by Ctrl-C twice, and by force."""
 
+import json
 import os
+import pathlib
+import re
 import signal
 
 import practice
 from practice import LAST_RUN
 from terminal import CTRL_C, Terminal
+
+
+RECOVERY = pathlib.Path(__file__).parents[2] / "docs" / "recovery.md"
 
 
 class InterruptedRun(practice.PracticeTest):
@@ -30,6 +36,10 @@ class InterruptedRun(practice.PracticeTest):
     def has_patient_key(self):
         return self.office.sql("select count(*) from pg_constraint where conname = 'fk_patient_dentist'") == "1"
 
+    def patient_key(self):
+        return json.loads(self.office.sql("select json_build_object('oid', oid, 'rule', pg_get_constraintdef(oid)) "
+                                          "from pg_constraint where conname = 'fk_patient_dentist'"))
+
     def assert_converges(self, *arguments):
         ended = self.quinrep("run", *arguments)
         self.assertEqual(ended.returncode, 0, ended.stdout + ended.stderr)
@@ -53,6 +63,17 @@ class InterruptedRun(practice.PracticeTest):
         self.assertEqual(refused.returncode, 4)
         self.assertIn("the last run is in error: Cancelled before table chair_type", refused.stderr)
         self.assert_converges("--reset-error", "--ready")
+
+    def test_patient_key_added_by_hand_is_dropped_and_added_by_the_next_run(self):
+        self.cancelled_run().wait()
+        documented, = re.findall(r"^    (alter table .*?)\n\n", RECOVERY.read_text(), re.M | re.S)
+        self.office.sql(documented)
+        by_hand = self.patient_key()
+        self.assertEqual(by_hand["rule"], "FOREIGN KEY (dc_id, dentist_id) REFERENCES dentist(dc_id, dentist_id)")
+        self.assert_converges("--reset-error", "--ready")
+        by_run = self.patient_key()
+        self.assertEqual(by_run["rule"], by_hand["rule"])
+        self.assertNotEqual(by_run["oid"], by_hand["oid"])
 
     def test_ctrl_c_during_the_look_ahead_writes_nothing(self):
         with self.laptop.locked("users", "access exclusive"):

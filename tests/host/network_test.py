@@ -72,16 +72,33 @@ class RunThroughABadNetwork(practice.PracticeTest):
         self.assertEqual(result["recorded"], "")
         self.assertEqual(self.control("error_f"), "f")
 
-    def test_network_that_stands_still_is_waited_for(self):
+    def frozen_run(self):
+        """A run that waits for the answer to the first table's row."""
         with self.laptop.locked("users"):
             terminal = self.start()
             self.laptop.wait_for_waiter()
             self.relay.freeze()
         practice.wait_until(lambda: self.rows_at_laptop()[0] == "1", "the first table is written")
+        return terminal
+
+    def test_network_that_stands_still_is_waited_for(self):
+        terminal = self.frozen_run()
         time.sleep(0.3)
         self.assertEqual(self.rows_at_laptop(), ["1", ""])
         self.relay.heal()
         self.assertEqual(terminal.wait(), 0)
+        self.assertEqual(self.rows_at_laptop(), ["1", "1"])
+
+    def test_second_ctrl_c_ends_a_run_whose_network_stands_still(self):
+        terminal = self.frozen_run()
+        terminal.type(CTRL_C)
+        terminal.wait_for("^C")
+        time.sleep(0.3)
+        self.assertTrue(terminal.running)
+        terminal.type(CTRL_C)
+        self.assertEqual(terminal.wait(patience=5), 1)
+        self.relay.heal()
+        self.assertEqual(self.quinrep("run").returncode, 0)
         self.assertEqual(self.rows_at_laptop(), ["1", "1"])
 
     def test_watch_comes_back_by_itself(self):

@@ -78,6 +78,10 @@ class Terminal:
         """Until the program reads what is typed. Before, the terminal itself echoes it."""
         wait_until(lambda: not termios.tcgetattr(self._terminal)[3] & termios.ECHO, "a key is waited for")
 
+    @property
+    def running(self):
+        return not self._ended()
+
     def wait(self, patience=PATIENCE):
         """The program's exit code, once it has ended by itself."""
         wait_until(self._ended, "the program in the terminal ends", patience)
@@ -95,7 +99,7 @@ class Terminal:
         return self
 
     def __exit__(self, *_):
-        if not self._ended():
+        if self.running:
             os.kill(self.pid, signal.SIGKILL)
             os.waitpid(self.pid, 0)
         os.close(self._terminal)
