@@ -65,10 +65,10 @@ class Accident:
                 self._strike(bench, relay, process)
             if "cut" not in self.kind:
                 relay.heal()
-            output = process.communicate(timeout=PATIENCE)[0]
+            process.wait(PATIENCE)
         finally:
             process.kill()
-        return happened, process.returncode, output
+        return happened, process.returncode, bench.output()
 
     def _strike(self, bench, relay, process):
         if "cut" in self.kind:

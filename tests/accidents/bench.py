@@ -23,6 +23,7 @@ class Bench:
             {DSNS[name]: relay.port for name, relay in self.relays.items()}))
         # Without a display the message boxes of two-way replication do not wait for a person.
         self._environment.pop("DISPLAY", None)
+        self._output = self.cluster.folder / "output.txt"
         self._configuration = self.cluster.folder / "quinrep.toml"
         self._configuration.write_text(configuration(self.cluster.folder))
 
@@ -36,18 +37,24 @@ class Bench:
     def start(self):
         command = ["wine", os.environ["QUINREP"], "-q", "-c", str(self._configuration), "run", "--ready",
                    "--reset-error", "--force"]
-        return subprocess.Popen(command, env=self._environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                stderr=subprocess.STDOUT, text=True)
+        # In a file: Wine's desktop holds on to a pipe for a second longer than the program lives.
+        with self._output.open("w") as output:
+            return subprocess.Popen(command, env=self._environment, stdin=subprocess.DEVNULL, stdout=output,
+                                    stderr=subprocess.STDOUT)
+
+    def output(self):
+        """What the last run has said so far."""
+        return self._output.read_text()
 
     def good_run(self):
         """A run that must go through; conflicts are no failure."""
         process = self.start()
         try:
-            output = process.communicate(timeout=PATIENCE)[0]
+            process.wait(PATIENCE)
         finally:
             process.kill()
         if process.returncode not in (0, 2):
-            raise AssertionError(f"the run after it fails: {output}")
+            raise AssertionError(f"the run after it fails: {self.output()}")
 
     def restore(self):
         for relay in self.relays.values():

@@ -32,7 +32,7 @@ class Recovery(unittest.TestCase):
         sleeping = "select count(*) from pg_stat_activity where wait_event = 'PgSleep'"
         practice.wait_until(lambda: self.laptop.sql(sleeping) != "0", "the statement is under way", 60)
         self.bench.cluster.kill_server()
-        process.communicate(timeout=60)
+        process.wait(60)
         self.bench.restore()
         self.laptop.sql(f"drop trigger pause on {table}; drop function pause()")
 
@@ -84,7 +84,7 @@ class Recovery(unittest.TestCase):
         self.assertTrue(relay.frozen.wait(60))
         silence(relay)
         begin = time.monotonic()
-        process.communicate(timeout=60)
+        process.wait(60)
         relay.cut()
         self.bench.restore()
         return process.returncode, time.monotonic() - begin
