@@ -2,28 +2,14 @@ import assert from 'node:assert/strict';
 import { createServer, request } from 'node:http';
 import { connect } from 'node:net';
 import { once } from 'node:events';
-import { after, before, beforeEach, test } from 'node:test';
-import { Practice } from './support/Practice.mjs';
-import { Browser, Review } from './support/Review.mjs';
+import { beforeEach, test } from 'node:test';
+import { openBench, Review } from './support/Review.mjs';
 
-const practice = new Practice();
+const { practice, review, browser } = await openBench('laptop');
 const { laptop } = practice;
-let review;
-let browser;
 let conflict;
 
-before(async () => {
-    review = await Review.start('laptop');
-    browser = await Browser.start();
-});
-after(async () => {
-    await browser?.stop();
-    const code = await review?.stop();
-    practice.clear();
-    assert.equal(code, 0);
-});
 beforeEach(() => {
-    practice.clear();
     conflict = practice.conflict(laptop, { key: 'Secret key', office: 'set at the office', laptop: 'kept' });
 });
 

@@ -1,26 +1,10 @@
 import assert from 'node:assert/strict';
-import { after, before, beforeEach, test } from 'node:test';
-import { ConflictType, Practice } from './support/Practice.mjs';
-import { Browser, Review } from './support/Review.mjs';
+import { test } from 'node:test';
+import { ConflictType } from './support/Practice.mjs';
+import { openBench } from './support/Review.mjs';
 
-const practice = new Practice();
+const { practice, review, browser, page } = await openBench('laptop');
 const { office, laptop } = practice;
-let review;
-let browser;
-let page;
-
-before(async () => {
-    review = await Review.start('laptop');
-    browser = await Browser.start();
-    page = browser.page;
-});
-after(async () => {
-    await browser?.stop();
-    const code = await review?.stop();
-    practice.clear();
-    assert.equal(code, 0);
-});
-beforeEach(() => practice.clear());
 
 const open = () => page.goto(review.address);
 const press = (name) => page.getByRole('button', { name }).click();

@@ -1,26 +1,9 @@
 import assert from 'node:assert/strict';
-import { after, before, beforeEach, test } from 'node:test';
-import { Practice } from './support/Practice.mjs';
-import { Browser, Review } from './support/Review.mjs';
+import { test } from 'node:test';
+import { openBench } from './support/Review.mjs';
 
-const practice = new Practice();
+const { practice, review, browser, page } = await openBench('offices');
 const { office, laptop } = practice;
-let review;
-let browser;
-let page;
-
-before(async () => {
-    review = await Review.start('offices');
-    browser = await Browser.start();
-    page = browser.page;
-});
-after(async () => {
-    await browser?.stop();
-    const code = await review?.stop();
-    practice.clear();
-    assert.equal(code, 0);
-});
-beforeEach(() => practice.clear());
 
 const changed = (key) => practice.conflict(office, { key, office: 'set at the office', laptop: 'set at the laptop' });
 

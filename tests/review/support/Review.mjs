@@ -1,4 +1,5 @@
 // A running `quinrep review` and the browser in front of it.
+import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
 import { once } from 'node:events';
 import { mkdtempSync, rmSync, writeFileSync } from 'node:fs';
@@ -6,7 +7,9 @@ import { createRequire } from 'node:module';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { createInterface } from 'node:readline';
+import { after, beforeEach } from 'node:test';
 import { pathToFileURL } from 'node:url';
+import { Practice } from './Practice.mjs';
 
 const { chromium } = createRequire(join(process.env.REVIEW_MODULES, 'package.json'))('playwright-core');
 const kChromiumOptions = ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
@@ -100,4 +103,23 @@ export class Browser {
         await this.context.close();
         rmSync(this.profile, { recursive: true, force: true });
     }
+}
+
+/// What a test file works with: a review of a site and a browser that live as long as its tests, and a practice
+/// without conflicts before each.
+export async function openBench(site) {
+    const practice = new Practice();
+    const review = await Review.start(site);
+    const browser = await Browser.start().catch(async (error) => {
+        await review.stop();
+        throw error;
+    });
+    after(async () => {
+        await browser.stop();
+        const code = await review.stop();
+        practice.clear();
+        assert.equal(code, 0);
+    });
+    beforeEach(() => practice.clear());
+    return { practice, review, browser, page: browser.page };
 }
