@@ -4,7 +4,10 @@
 #include "com/convert.h"
 #include "text.h"
 
+#include <algorithm>
+#include <array>
 #include <fstream>
+#include <string_view>
 
 using Microsoft::WRL::ComPtr;
 
@@ -82,6 +85,22 @@ void Component::ensureReplication()
     const com::Error error{0, L"", com::concatText(reason)};
     throw HostError(kFailed, "the databases cannot be replicated: " + trimmed(toUtf8(error.description)),
                     advice(error));
+}
+
+bool Component::isConnected()
+try {
+    ensureReplication();
+    return true;
+}
+catch (const HostError& error) {
+    // What the checks say of the rows that they have read; all else is the connections'.
+    const std::string_view reason = error.what();
+    const auto isTold = [reason](const char* text) { return reason.find(text) != std::string_view::npos; };
+    return std::ranges::any_of(std::array{"Database Versions (", "Subscript out of range", "Invalid use of Null"},
+                               isTold);
+}
+catch (const com::Error&) {
+    return false;
 }
 
 ComPtr<_clsReplicateTable> Component::createTable(const TableConfiguration& table)

@@ -49,6 +49,8 @@ public:
 
     /// Raises HostError(kFailed) with the component's reason when the databases do not belong together.
     void ensureReplication();
+    /// Whether both connections still answer; databases that no longer belong together do.
+    bool isConnected();
     Microsoft::WRL::ComPtr<_clsReplicateTable> createTable(const TableConfiguration& table);
     Microsoft::WRL::ComPtr<_clsReplicate> createReplication();
     void setError(const std::wstring& text);

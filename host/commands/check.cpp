@@ -141,11 +141,13 @@ void checkControlRecord(Databases& databases, const Configuration& configuration
                       "look into it, then `quinrep run --reset-error`"};
 }
 
-void checkDatabases(Findings& findings, const Configuration& configuration)
+/// The pair is compared by the component, which does not begin without its log.
+void checkDatabases(Findings& findings, const Configuration& configuration, bool log)
 {
-    findings.look("pair of databases",
-                  "compare the control tables of both databases (docs/administration.md, Control tables)",
-                  [&] { Component(configuration).ensureReplication(); });
+    if (log)
+        findings.look("pair of databases",
+                      "compare the control tables of both databases (docs/administration.md, Control tables)",
+                      [&] { Component(configuration).ensureReplication(); });
     Databases databases(configuration);
     findings.look("program version", "", [&] { checkProgramVersion(databases, configuration); });
     findings.look("control record", "grant the login the right to read the control tables",
@@ -168,11 +170,12 @@ bool canConnect(Findings& findings, const std::string& name, const SideConfigura
 Outcome checkCommand(const Configuration& configuration)
 {
     Findings findings;
-    findings.look("log " + configuration.logFile, "", [&] { requireWritableLog(configuration.logFile); });
+    const bool log =
+        findings.look("log " + configuration.logFile, "", [&] { requireWritableLog(configuration.logFile); });
     findings.look("component", "install it again", [] { createFactory(); });
     const bool source = canConnect(findings, "source", configuration.source);
     const bool destination = canConnect(findings, "destination", configuration.destination);
     if (source && destination)
-        checkDatabases(findings, configuration);
+        checkDatabases(findings, configuration, log);
     return findings.outcome();
 }

@@ -152,21 +152,6 @@ private:
         return result;
     }
 
-    /// Whether the component still reaches both databases.
-    bool connected()
-    {
-        try {
-            component_.ensureReplication();
-            return true;
-        }
-        catch (const HostError&) {
-            return false;
-        }
-        catch (const com::Error&) {
-            return false;
-        }
-    }
-
     /// Tells the control record of a failure, through a connection of its own: the component's may be gone, and it
     /// connects to both databases or to none. False when the record cannot be told.
     bool tellControlRecord(const com::Error& error)
@@ -188,7 +173,7 @@ private:
     {
         Outcome outcome{summary(tables), kFailed};
         outcome.result["error"] = errorJson(error);
-        outcome.result["connection_lost"] = !connected();
+        outcome.result["connection_lost"] = !component_.isConnected();
         outcome.result["recorded"] = tellControlRecord(error) ? toUtf8(error.description) : "";
         return outcome;
     }

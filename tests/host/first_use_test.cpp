@@ -62,7 +62,13 @@ TEST_F(FirstUse, LogThatCannotBeWrittenStopsBeforeTheComponentAsks)
     const Ended ended = quinrepJson(L"run --log-file Z:/no/such/folder/x.log", "failure");
     EXPECT_EQ(ended.exitCode, kUsage);
     EXPECT_THAT(ended.messages, HasSubstr("the log Z:/no/such/folder/x.log cannot be written\n  Name a file"));
-    EXPECT_EQ(quinrep(L"check --log-file Z:/no/such/folder/x.log").exitCode, kNotReady);
+}
+
+TEST_F(FirstUse, CheckTellsALogThatCannotBeWrittenOnce)
+{
+    const Ended ended = quinrepJson(L"check --log-file Z:/no/such/folder/x.log", "check");
+    EXPECT_EQ(ended.exitCode, kNotReady);
+    EXPECT_THAT(badChecks(ended), ElementsAre("log Z:/no/such/folder/x.log"));
 }
 
 TEST_F(FirstUse, WrongCommandLineIsToldInJsonToo)

@@ -53,6 +53,23 @@ class RunThroughABadNetwork(practice.PracticeTest):
         self.assertEqual(self.control("last_timestamp"), LAST_RUN)
         return result
 
+    def test_databases_that_no_longer_belong_together_are_no_lost_connection(self):
+        for mark, said in (("PatInfoVer", "(PatInfoVer) out of sync"), ("Version", "(Quinmark Version) out of sync"),
+                           ("DBOffice", "Subscript out of range")):
+            with self.subTest(mark):
+                before = self.laptop.sql(f"select id from control where type = '{mark}'")
+                restore = f"update control set id = '{before}' where type = '{mark}'"
+                self.addCleanup(self.laptop.sql, restore)
+                with self.laptop.locked("users"):
+                    terminal = self.start("--ready", "--reset-error")
+                    self.laptop.wait_for_waiter()
+                    self.laptop.sql(f"update control set id = 'other' where type = '{mark}'")
+                    self.laptop.sql("select pg_cancel_backend(pid) from pg_locks where not granted")
+                    self.assertEqual(terminal.wait(), 1)
+                self.assertFalse(json.loads(self.results.read_text())["connection_lost"])
+                self.assertIn(said, self.quinrep("check").stdout)
+                self.laptop.sql(restore)
+
     def test_remote_database_lost_is_told_to_the_control_record(self):
         result = self.failed_run(heal=False)
         self.assertNotEqual(result["error"]["text"], "")
