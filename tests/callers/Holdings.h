@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstddef>
+#include <ostream>
+#include <windows.h>
+
+/// What this process holds of the machine.
+struct Holdings
+{
+    size_t heapBytes; ///< in use in all heaps, to the byte
+    size_t handles;   ///< of the kernel: files, threads, events, ...
+    DWORD gdiObjects; ///< always 0 under Wine, which does not tell
+    DWORD userObjects;
+};
+
+Holdings holdings();
+
+std::ostream& operator<<(std::ostream& stream, const Holdings& holdings);

@@ -1,0 +1,215 @@
+#include "callers/HeapPeak.h"
+#include "support/PracticePair.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <iostream>
+
+namespace {
+
+/// QUINMARK_ROWS, or what the ordinary test run has time for: rows of the largest table, of which 1 % changed; a tenth
+/// of them where all rows changed.
+int mostRows()
+{
+    constexpr int kOrdinary = 20'000;
+    const char* told = std::getenv("QUINMARK_ROWS");
+    return told ? std::atoi(told) : kOrdinary;
+}
+
+/// What the server did to one table.
+struct TableWork
+{
+    long inserts;
+    long updates;
+    long deletes;
+    long scans;   ///< of the whole table
+    long lookups; ///< by its key
+
+    bool operator==(const TableWork&) const = default;
+};
+
+TableWork operator-(const TableWork& after, const TableWork& before)
+{
+    return {after.inserts - before.inserts, after.updates - before.updates, after.deletes - before.deletes,
+            after.scans - before.scans, after.lookups - before.lookups};
+}
+
+/// A run over a table of `rows` rows; every `step`-th of them changed.
+struct Size
+{
+    int rows;
+    int step;
+
+    int changed() const { return rows / step; }
+};
+
+class LargeTable : public PracticePair, public testing::WithParamInterface<enumReplicationMethod>
+{
+protected:
+    void SetUp() override
+    {
+        PracticePair::SetUp();
+        if (!IsSkipped() && !isPostgreSql())
+            GTEST_SKIP() << "the rows and what became of them come from PostgreSQL";
+    }
+
+    void TearDown() override
+    {
+        if (!IsSkipped())
+            for (const PracticeSide* side : {&source(), &destination()})
+                side->execute(L"truncate users");
+        PracticePair::TearDown();
+    }
+
+    /// The same rows on both sides, but for the changed ones. Of four, two are newer in the source (two-way: one on
+    /// either side), and one is missing on either side.
+    void fill(const Size& size) const
+    {
+        for (const PracticeSide* side : {&source(), &destination()}) {
+            side->execute(L"truncate users");
+            side->execute(L"insert into users select n, 'user ' || n, 'abc', n % 5, n % 2 = 0, '" + std::wstring(kOld) +
+                          L"' from generate_series(1, " + std::to_wstring(size.rows) + L") n");
+        }
+        const std::wstring step = std::to_wstring(size.step);
+        const std::wstring turn = L"unid % " + step + L" = 0 and unid / " + step + L" % 4";
+        source().execute(L"update users set user_name = 'changed ' || unid, mod_date = '" + std::wstring(kNew) +
+                         L"' where " + turn + (isTwoWay() ? L" in (0, 2)" : L" < 3"));
+        source().execute(L"delete from users where " + turn + L" = 3");
+        destination().execute(L"delete from users where " + turn + L" = 2");
+        if (isTwoWay())
+            destination().execute(L"update users set user_name = 'changed ' || unid, mod_date = '" +
+                                  std::wstring(kNew) + L"' where " + turn + L" in (1, 3)");
+        for (const PracticeSide* side : {&source(), &destination()})
+            side->execute(L"vacuum analyze users");
+    }
+
+    bool isTwoWay() const { return GetParam() == TWO_WAY; }
+
+    /// Replicates and judges what has become of the rows; the most bytes of heap that were in use meanwhile, beyond
+    /// those before.
+    size_t peakOfRun(const Size& size)
+    {
+        fill(size);
+        restoreControl();
+        const TableWork sourceBefore = workOn(source());
+        const TableWork destinationBefore = workOn(destination());
+        const auto begun = std::chrono::steady_clock::now();
+        const size_t heapBefore = heapBytesInUse();
+        size_t peak = 0;
+        {
+            const HeapPeak watch;
+            EXPECT_EQ(replicate(TablePlan{.method = GetParam(), .table = L"users"}), countersFor(size));
+            peak = watch.bytes() - heapBefore;
+            EXPECT_GT(watch.looks(), 5U);
+        }
+        tell(size, peak, std::chrono::steady_clock::now() - begun);
+        judgeWork(size, workOn(source()) - sourceBefore, workOn(destination()) - destinationBefore);
+        EXPECT_EQ(digest(source()), digest(destination()));
+        EXPECT_EQ(source().count(L"users"), isTwoWay() ? size.rows : size.rows - size.changed() / 4);
+        EXPECT_EQ(recordedError(), L"none");
+        return peak;
+    }
+
+    Counters countersFor(const Size& size) const
+    {
+        const int quarter = size.changed() / 4;
+        if (isTwoWay())
+            return {};
+        if (GetParam() == ONE_WAY_DELETE_ALL)
+            return {.destAdd = size.rows - quarter};
+        return {.destAdd = quarter, .destUpdate = 2 * quarter, .destDelete = quarter};
+    }
+
+    /// Each changed row is looked up and written once, and whole tables are read a fixed number of times.
+    void judgeWork(const Size& size, const TableWork& onSource, const TableWork& onDestination) const
+    {
+        constexpr long kScans = 8;
+        constexpr int kFewPages = 1000; // the server may prefer to read so small a table as a whole
+        const int quarter = size.changed() / 4;
+        const Counters counters = countersFor(size);
+        if (isTwoWay()) {
+            EXPECT_EQ(onSource.updates + onSource.inserts, 2 * quarter);
+            EXPECT_EQ(onDestination.updates + onDestination.inserts, 2 * quarter);
+        }
+        else {
+            EXPECT_EQ(onSource.updates + onSource.inserts + onSource.deletes, 0);
+            EXPECT_EQ(onDestination.inserts, counters.destAdd);
+            EXPECT_EQ(onDestination.updates, counters.destUpdate);
+        }
+        for (const TableWork& work : {onSource, onDestination}) {
+            EXPECT_LE(work.scans + work.lookups, size.changed() + kScans);
+            if (size.rows >= kFewPages) {
+                EXPECT_LE(work.scans, kScans);
+            }
+        }
+    }
+
+    static std::wstring digest(const PracticeSide& side)
+    {
+        return side.row(L"select count(*), sum(cast(hashtextextended(cast(users as text), 0) as numeric)) from users");
+    }
+
+    /// Once all connections but the test's own have ended: each tells at its end what it has done.
+    static TableWork workOn(const PracticeSide& side)
+    {
+        constexpr int kLooks = 500;
+        const std::wstring others = L"select count(*) from pg_stat_activity where datname = current_database()"
+                                    L" and backend_type = 'client backend' and pid <> pg_backend_pid()";
+        for (int look = 0; look < kLooks && side.row(others) != L"0"; ++look)
+            Sleep(20);
+        EXPECT_EQ(side.row(others), L"0") << "connections are left";
+        side.execute(L"select pg_stat_force_next_flush()");
+        const auto number = [&side](const std::wstring& column) {
+            return std::stol(
+                side.row(L"select " + column + L" from pg_stat_user_tables where relid = 'users'::regclass"));
+        };
+        return {number(L"n_tup_ins"), number(L"n_tup_upd"), number(L"n_tup_del"), number(L"seq_scan"),
+                number(L"idx_scan")};
+    }
+
+    static void tell(const Size& size, size_t peak, std::chrono::duration<double> time)
+    {
+        std::cout << size.rows << " rows, " << size.changed() << " changed: " << time.count() << " s, "
+                  << time.count() / size.changed() * 1000 << " ms for each changed row, at most " << peak
+                  << " bytes of heap\n";
+    }
+
+    /// Connecting takes more or less for a moment. Whatever was kept of every row would be more, already at the size of
+    /// the ordinary test run.
+    static constexpr size_t kNoise = 32 * 1024;
+    /// What is loaded at the first run and kept counts for no size.
+    void warmUp() { peakOfRun({400, 100}); }
+};
+
+std::string nameOf(const testing::TestParamInfo<enumReplicationMethod>& info)
+{
+    switch (info.param) {
+    case TWO_WAY:
+        return "TwoWay";
+    case ONE_WAY_DELETE_ALL:
+        return "FullCopy";
+    default:
+        return "OneWay";
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Methods, LargeTable, testing::Values(ONE_WAY_ALLOW_DELETES, TWO_WAY, ONE_WAY_DELETE_ALL),
+                         nameOf);
+
+} // namespace
+
+TEST_P(LargeTable, WithFewChangesTakesNoMoreMemoryThanASmallOne)
+{
+    constexpr int kStep = 100;
+    warmUp();
+    const size_t small = peakOfRun({mostRows() / 10, kStep});
+    EXPECT_LE(peakOfRun({mostRows(), kStep}), small + kNoise);
+}
+
+TEST_P(LargeTable, OfWhichAllRowsChangedTakesNoMoreMemoryThanASmallOne)
+{
+    warmUp();
+    const size_t small = peakOfRun({mostRows() / 40, 1});
+    EXPECT_LE(peakOfRun({mostRows() / 10, 1}), small + kNoise);
+}
