@@ -1,7 +1,7 @@
 #include "TableSequence.h"
 
 #include "Allocations.h"
-#include "com/object.h"
+#include "support/LateObject.h"
 
 using allocations::Unwatched;
 using Microsoft::WRL::ComPtr;
@@ -38,15 +38,13 @@ private:
     ComPtr<_clsReplicateTable> table_;
 };
 
-class TableCollection final : public com::UnknownObject<IDispatch>
+class TableCollection final : public LateObject
 {
 public:
     TableCollection(AdoJournal& journal, ComPtr<_clsReplicateTable> table) : journal_(journal), table_(std::move(table))
     {
     }
 
-    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT*) noexcept override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) noexcept override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) noexcept override
     {
         return DISP_E_UNKNOWNNAME;

@@ -12,7 +12,7 @@ constexpr CLSID adoClassId(unsigned long first)
 } // namespace
 
 /// Makes tapped objects of one class inside a `Tapped` scope, and real ones outside.
-class TappedFactory final : public IClassFactory
+class TappedFactory final : public com::UnknownObject<IClassFactory>
 {
 public:
     TappedFactory(TappedObject::SharedTap tap, std::wstring className, Microsoft::WRL::ComPtr<IClassFactory> real)
@@ -21,25 +21,11 @@ public:
           real_(std::move(real))
     {
     }
-    virtual ~TappedFactory() = default;
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID interfaceId, void** object) noexcept override
-    {
-        const bool known = interfaceId == IID_IUnknown || interfaceId == IID_IClassFactory;
-        *object = known ? this : nullptr;
-        if (!known)
-            return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() noexcept override { return ++references_; }
     ULONG STDMETHODCALLTYPE Release() noexcept override
     {
         const allocations::Unwatched own;
-        const ULONG left = --references_;
-        if (left == 0)
-            delete this;
-        return left;
+        return UnknownObject::Release();
     }
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID interfaceId, void** object) noexcept override
     {
@@ -87,8 +73,7 @@ private:
         const HRESULT created = real_->CreateInstance(nullptr, IID_PPV_ARGS(&real));
         if (FAILED(created))
             return created;
-        Microsoft::WRL::ComPtr<IDispatch> tapped;
-        *tapped.GetAddressOf() = new TappedObject(tap_, class_, com::Dispatch(real.Get()), nullptr);
+        const auto tapped = com::makeObject<TappedObject>(tap_, class_, com::Dispatch(real.Get()), nullptr);
         if (tap_->journal.recording)
             tap_->journal.last().carriedOut = true;
         if (!lost)
@@ -97,7 +82,6 @@ private:
         return REGDB_E_CLASSNOTREG;
     }
 
-    std::atomic<ULONG> references_{1};
     TappedObject::SharedTap tap_;
     std::wstring class_;
     Microsoft::WRL::ComPtr<IClassFactory> real_;
@@ -111,8 +95,7 @@ TappedAdo::TappedAdo() : shared_(std::make_shared<Shared>())
         const CLSID id = adoClassId(number);
         Microsoft::WRL::ComPtr<IClassFactory> real;
         com::check(CoGetClassObject(id, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&real)));
-        Microsoft::WRL::ComPtr<IClassFactory> factory;
-        *factory.GetAddressOf() = new TappedFactory(shared_, name, real);
+        const auto factory = com::makeObject<TappedFactory>(shared_, name, real);
         DWORD cookie = 0;
         com::check(CoRegisterClassObject(id, factory.Get(), CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie));
         registrations_.push_back(cookie);

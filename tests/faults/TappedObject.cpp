@@ -90,34 +90,15 @@ TappedObject::~TappedObject()
     --tap_->live;
 }
 
-HRESULT TappedObject::QueryInterface(REFIID interfaceId, void** object) noexcept
+void* TappedObject::find(REFIID interfaceId) noexcept
 {
-    const bool known = interfaceId == IID_IUnknown || interfaceId == IID_IDispatch || interfaceId == kTappedId;
-    *object = known ? this : nullptr;
-    if (!known)
-        return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
+    return interfaceId == kTappedId ? this : LateObject::find(interfaceId);
 }
 
 ULONG TappedObject::Release() noexcept
 {
     const Unwatched own;
-    const ULONG left = --references_;
-    if (left == 0)
-        delete this;
-    return left;
-}
-
-HRESULT TappedObject::GetTypeInfoCount(UINT* count) noexcept
-{
-    *count = 0;
-    return S_OK;
-}
-
-HRESULT TappedObject::GetTypeInfo(UINT, LCID, ITypeInfo**) noexcept
-{
-    return E_NOTIMPL;
+    return LateObject::Release();
 }
 
 HRESULT TappedObject::GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID locale, DISPID* ids) noexcept

@@ -3,8 +3,7 @@
 #include "Allocations.h"
 #include "TappedAdo.h"
 #include "com/dispatch.h"
-
-#include <atomic>
+#include "support/LateObject.h"
 
 class TappedObject;
 
@@ -24,20 +23,16 @@ struct TappedAdo::Shared
 };
 
 /// One ADO object, seen through the tap. Every entry point is test code that the component calls.
-class TappedObject final : public IDispatch
+class TappedObject final : public LateObject
 {
 public:
     using SharedTap = std::shared_ptr<TappedAdo::Shared>;
 
     /// `parent` may be null.
     TappedObject(SharedTap tap, std::wstring className, com::Dispatch real, const TappedObject* parent);
-    virtual ~TappedObject();
+    ~TappedObject() override;
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID interfaceId, void** object) noexcept override;
-    ULONG STDMETHODCALLTYPE AddRef() noexcept override { return ++references_; }
     ULONG STDMETHODCALLTYPE Release() noexcept override;
-    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) noexcept override;
-    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID locale, ITypeInfo** info) noexcept override;
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID locale,
                                             DISPID* ids) noexcept override;
     HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID reserved, LCID locale, WORD flags, DISPPARAMS* params,
@@ -45,6 +40,9 @@ public:
 
     /// Closes the real connection behind a tapped one, and forgets it.
     void cut();
+
+protected:
+    void* find(REFIID interfaceId) noexcept override;
 
 private:
     struct Call;
@@ -59,7 +57,6 @@ private:
     void wrapResult(Call& call);
     AdoCall describe(const std::wstring& member) const;
 
-    std::atomic<ULONG> references_{1};
     SharedTap tap_;
     std::wstring class_;
     com::Dispatch real_;

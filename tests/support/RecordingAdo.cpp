@@ -16,7 +16,7 @@ constexpr CLSID kRecordsetId = adoClassId(0x00000535);
 
 /// Makes objects of one class, each as a call that is recorded and may fail.
 template <class Object>
-class RecordingFactory final : public IClassFactory
+class RecordingFactory final : public com::UnknownObject<IClassFactory>
 {
 public:
     RecordingFactory(std::shared_ptr<RecordingJournal> journal, const wchar_t* className)
@@ -24,32 +24,13 @@ public:
           call_(std::wstring(L"create ") + className)
     {
     }
-    virtual ~RecordingFactory() = default;
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID interfaceId, void** object) noexcept override
-    {
-        const bool known = interfaceId == IID_IUnknown || interfaceId == IID_IClassFactory;
-        *object = known ? static_cast<IClassFactory*>(this) : nullptr;
-        if (!known)
-            return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() noexcept override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() noexcept override
-    {
-        const ULONG left = --references_;
-        if (left == 0)
-            delete this;
-        return left;
-    }
 
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown*, REFIID interfaceId, void** object) noexcept override
     {
         *object = nullptr;
         Microsoft::WRL::ComPtr<Object> created;
         try {
-            journal_->perform(call_, call_, false, [&] { created = adopted(new Object(journal_)); });
+            journal_->perform(call_, call_, false, [&] { created = com::makeObject<Object>(journal_); });
         }
         catch (const AdoFailure& failure) {
             return failure.code;
@@ -61,13 +42,12 @@ public:
 private:
     std::shared_ptr<RecordingJournal> journal_;
     std::wstring call_;
-    std::atomic<ULONG> references_{1};
 };
 
 template <class Object>
 DWORD registerClass(const CLSID& id, const std::shared_ptr<RecordingJournal>& journal, const wchar_t* className)
 {
-    const auto factory = adopted<IClassFactory>(new RecordingFactory<Object>(journal, className));
+    const auto factory = com::makeObject<RecordingFactory<Object>>(journal, className);
     DWORD cookie = 0;
     com::check(CoRegisterClassObject(id, factory.Get(), CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie));
     return cookie;

@@ -79,7 +79,7 @@ RecordingCommand::RecordingCommand(std::shared_ptr<RecordingJournal> shared)
     : RecordingObject(std::move(shared), L"Command", kFirstCommandId)
 {
     using Arguments = RecordingArguments;
-    parameters_ = adopted(new RecordingParameters(journal()));
+    parameters_ = com::makeObject<RecordingParameters>(journal());
     property(L"CommandTimeout", commandTimeout_);
     property(L"Prepared", prepared_);
     property(L"CommandType", commandType_);

@@ -82,36 +82,9 @@ RecordingObject::~RecordingObject()
     journal_->objectGone();
 }
 
-HRESULT RecordingObject::QueryInterface(REFIID interfaceId, void** object) noexcept
+void* RecordingObject::find(REFIID interfaceId) noexcept
 {
-    const bool known = interfaceId == IID_IUnknown || interfaceId == IID_IDispatch;
-    *object = known ? static_cast<IDispatch*>(this) : nullptr;
-    if (interfaceId == kSelfId)
-        *object = this;
-    if (!*object)
-        return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-}
-
-ULONG RecordingObject::Release() noexcept
-{
-    const ULONG left = --references_;
-    if (left == 0)
-        delete this;
-    return left;
-}
-
-HRESULT RecordingObject::GetTypeInfoCount(UINT* count) noexcept
-{
-    *count = 0;
-    return S_OK;
-}
-
-HRESULT RecordingObject::GetTypeInfo(UINT, LCID, ITypeInfo** info) noexcept
-{
-    *info = nullptr;
-    return DISP_E_BADINDEX;
+    return interfaceId == kSelfId ? this : LateObject::find(interfaceId);
 }
 
 HRESULT RecordingObject::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) noexcept

@@ -1,8 +1,7 @@
 #pragma once
 
+#include "LateObject.h"
 #include "recording_journal.h"
-
-#include <atomic>
 
 /// The arguments of one late-bound call, in their order.
 class RecordingArguments
@@ -23,14 +22,9 @@ private:
 
 /// An automation object of the recording ADO, IDispatch only: its members are laid down by its constructor, and every
 /// use of one goes through the journal.
-class RecordingObject : public IDispatch
+class RecordingObject : public LateObject
 {
 public:
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID interfaceId, void** object) noexcept override;
-    ULONG STDMETHODCALLTYPE AddRef() noexcept override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() noexcept override;
-    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) noexcept override;
-    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID locale, ITypeInfo** info) noexcept override;
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID locale,
                                             DISPID* ids) noexcept override;
     HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID reserved, LCID locale, WORD flags, DISPPARAMS* params,
@@ -49,9 +43,11 @@ protected:
 
     /// `firstId` sets the ids of one class apart from those of every other.
     RecordingObject(std::shared_ptr<RecordingJournal> journal, const wchar_t* className, DISPID firstId);
-    virtual ~RecordingObject();
+    ~RecordingObject() override;
     RecordingObject(const RecordingObject&) = delete;
     RecordingObject& operator=(const RecordingObject&) = delete;
+
+    void* find(REFIID interfaceId) noexcept override;
 
     void property(const wchar_t* name, Getter get, Setter put = nullptr);
     /// A property that keeps what is put into it.
@@ -76,20 +72,10 @@ private:
     std::wstring class_;
     DISPID firstId_;
     std::vector<Member> members_;
-    std::atomic<ULONG> references_{1};
 };
 
 /// A value as it stands in a line: texts in quotes, left-out arguments as "missing", objects by their title.
 std::wstring recordedText(const VARIANT& value);
-
-/// A pointer that takes over the first reference. ComPtr::Attach will not do: that of mingw-w64 adds another one.
-template <class Object>
-Microsoft::WRL::ComPtr<Object> adopted(Object* object)
-{
-    Microsoft::WRL::ComPtr<Object> pointer;
-    *pointer.GetAddressOf() = object;
-    return pointer;
-}
 
 /// An object as a value; the value takes over the first reference.
 _variant_t ownedObject(RecordingObject* object);
