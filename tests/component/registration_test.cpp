@@ -64,11 +64,11 @@ HRESULT createRegistered(ComPtr<_Factory>& factory)
     return FAILED(found) ? found : CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&factory));
 }
 
-/// Starts without a registration and puts back the one that was there.
+/// Begins without a registration and puts back the one that was there; every test is held against that beginning.
 class RegisteredDll : public testing::Test
 {
 protected:
-    void SetUp() override
+    static void SetUpTestSuite()
     {
         previous = registeredPath();
         if (!previous.empty()) {
@@ -77,13 +77,14 @@ protected:
         before = registry();
     }
 
-    void TearDown() override
+    static void TearDownTestSuite()
     {
-        regsvr32(L"/u", builtDll());
         if (!previous.empty()) {
             EXPECT_EQ(regsvr32(L"", previous), 0U);
         }
     }
+
+    void TearDown() override { regsvr32(L"/u", builtDll()); }
 
     void expectNothingLeft()
     {
@@ -95,8 +96,8 @@ protected:
     }
 
     Apartment apartment;
-    std::wstring previous;
-    std::vector<std::wstring> before;
+    static inline std::wstring previous;
+    static inline std::vector<std::wstring> before;
 };
 
 TEST_F(RegisteredDll, CreatesTheEntryObjectAndRemovalLeavesNothing)

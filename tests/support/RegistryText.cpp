@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <cwchar>
+#include <span>
 
 namespace {
 
-std::wstring valueText(DWORD type, const std::vector<BYTE>& data)
+std::wstring valueText(DWORD type, std::span<const BYTE> data)
 {
     if (type == REG_SZ || type == REG_EXPAND_SZ) {
         std::wstring text(reinterpret_cast<const wchar_t*>(data.data()), data.size() / sizeof(wchar_t));
@@ -22,17 +23,26 @@ std::wstring valueText(DWORD type, const std::vector<BYTE>& data)
 
 void collectValues(HKEY key, const std::wstring& path, std::vector<std::wstring>& lines)
 {
+    std::vector<BYTE> data(4096);
     for (DWORD index = 0;; ++index) {
         wchar_t name[512];
-        DWORD nameLength = static_cast<DWORD>(std::size(name));
+        DWORD nameLength = 0;
         DWORD type = 0;
         DWORD size = 0;
-        if (RegEnumValueW(key, index, name, &nameLength, nullptr, &type, nullptr, &size) != ERROR_SUCCESS)
+        const auto read = [&] {
+            nameLength = static_cast<DWORD>(std::size(name));
+            size = static_cast<DWORD>(data.size());
+            return RegEnumValueW(key, index, name, &nameLength, nullptr, &type, data.data(), &size);
+        };
+        LSTATUS status = read();
+        if (status == ERROR_MORE_DATA) {
+            data.resize(size);
+            status = read();
+        }
+        if (status != ERROR_SUCCESS)
             return;
-        std::vector<BYTE> data(size);
-        RegQueryValueExW(key, name, nullptr, nullptr, data.data(), &size);
         lines.push_back(path + (nameLength > 0 ? L" " : L"") + std::wstring(name, nameLength) + L" = " +
-                        valueText(type, data));
+                        valueText(type, {data.data(), size}));
     }
 }
 
