@@ -93,6 +93,8 @@ try { WScript.Echo(new ActiveXObject("QuinmarkRepDLL.Factory").Version); } catch
 JS
 wineboot -i >/dev/null 2>&1
 wine reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f >/dev/null
+# Wine writes down the network cards at its second start. Without -k the first server would wait for more programs.
+wineserver -k
 wineserver -w
 wineserver -p
 wine cmd /c exit
