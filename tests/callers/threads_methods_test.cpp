@@ -1,3 +1,4 @@
+#include "HeapUse.h"
 #include "NamedPair.h"
 #include "support/Apartment.h"
 #include "support/BuiltDll.h"
@@ -180,6 +181,14 @@ void inThreads(int count, Action action)
         thread.join();
 }
 
+/// Texts that the platform keeps for later would look like a leak.
+void withoutTextCache()
+{
+    using SetOaNoCache = void(WINAPI*)();
+    const HMODULE automation = GetModuleHandleW(L"oleaut32.dll");
+    reinterpret_cast<SetOaNoCache>(reinterpret_cast<void*>(GetProcAddress(automation, "SetOaNoCache")))();
+}
+
 constexpr int kThreads = 8;
 
 /// A run alone does what its pair asks for: else two wrong ones could agree.
@@ -235,4 +244,22 @@ TEST(ThreadsWithAllMethods, DoWhatEachOfThemDoesAlone)
     for (const std::wstring& difference : crossed)
         EXPECT_EQ(difference, L"");
     EXPECT_EQ(dll.call("DllCanUnloadNow"), S_OK);
+}
+
+TEST(RunsByAllMethods, LeaveNothingOnTheHeap)
+{
+    constexpr int kWarmUp = 3;
+    constexpr int kRuns = 20;
+    const Apartment apartment;
+    withoutTextCache();
+    const LoadedDll dll;
+    NamedHost host(dll, 2);
+    for (int run = 0; run < kWarmUp; ++run)
+        host.run();
+    const size_t before = heapBytesInUse();
+
+    for (int run = 0; run < kRuns; ++run)
+        host.run();
+
+    EXPECT_LT(heapBytesInUse(), before + kRuns);
 }
