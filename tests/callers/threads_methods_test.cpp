@@ -221,7 +221,7 @@ void judgeAlone(const NamedHost& host, const Transcript& alone)
 
 TEST(ThreadsWithAllMethods, DoWhatEachOfThemDoesAlone)
 {
-    constexpr int kRounds = 5;
+    constexpr int kRounds = 3;
     const LoadedDll dll;
     std::vector<NamedHost> hosts;
     std::vector<Transcript> alone;
@@ -249,7 +249,7 @@ TEST(ThreadsWithAllMethods, DoWhatEachOfThemDoesAlone)
 TEST(RunsByAllMethods, LeaveNothingOnTheHeap)
 {
     constexpr int kWarmUp = 3;
-    constexpr int kRuns = 20;
+    constexpr int kRuns = 8;
     const Apartment apartment;
     withoutTextCache();
     const LoadedDll dll;
