@@ -6,15 +6,6 @@ using com::comBoundary;
 using com::requireIn;
 using com::requireText;
 
-namespace {
-
-short to16Bit(long value)
-{
-    return com::toInt16(_variant_t(value));
-}
-
-} // namespace
-
 HRESULT ConflictFace::loadFromRs(IDispatch** rs) noexcept
 {
     return comBoundary([&] { conflict_.loadFromRs(ado::Recordset(com::Dispatch(requireIn(rs)))); });
@@ -62,7 +53,7 @@ HRESULT ConflictFace::put_vGuid(VARIANT* value) noexcept
 
 HRESULT ConflictFace::get_iConflictType(short* value) noexcept
 {
-    return comBoundary(value, [&] { return to16Bit(conflict_.iConflictType); });
+    return comBoundary(value, [&] { return com::toInt16(_variant_t(conflict_.iConflictType)); });
 }
 
 HRESULT ConflictFace::put_iConflictType(short* value) noexcept
@@ -112,7 +103,7 @@ HRESULT ConflictFace::put_dDestination(DATE* value) noexcept
 
 HRESULT ConflictFace::get_iResolutionType(short* value) noexcept
 {
-    return comBoundary(value, [&] { return to16Bit(conflict_.iResolutionType); });
+    return comBoundary(value, [&] { return com::toInt16(_variant_t(conflict_.iResolutionType)); });
 }
 
 HRESULT ConflictFace::put_iResolutionType(short* value) noexcept

@@ -34,11 +34,6 @@ bool isNotClosed(long state)
     return state != ado::adStateClosed;
 }
 
-short to16Bit(long number)
-{
-    return com::toInt16(_variant_t(number));
-}
-
 } // namespace
 
 void Factory::init(long iReplicationUniqueId, const std::wstring& sLocalConnection, const std::wstring& sSourceDB,
@@ -49,7 +44,7 @@ try {
     Settings& shared = settings();
     shared.iLogLevel = iLogLevel;
     shared.sLogFile = sLogFile;
-    shared.iReplicationUniqueId = to16Bit(iReplicationUniqueId);
+    shared.iReplicationUniqueId = com::toInt16(_variant_t(iReplicationUniqueId));
     shared.sLocalConnection = sLocalConnection;
     const std::wstring role = com::upperCase(sLocalConnection);
     if (role != L"SOURCE" && role != L"DESTINATION")

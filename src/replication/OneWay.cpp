@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr SideAliases kAliases{L"src", L"dest", L"src_mod_date", L"dest_mod_date"};
+constexpr SideAliases kOneWayAliases{L"src", L"dest", L"src_mod_date", L"dest_mod_date"};
 
 Site currentSite()
 {
@@ -48,9 +48,9 @@ void OneWay::run()
 
 void OneWay::replicateCommonRows()
 {
-    ado::Recordset rs = queryOnLocal(selectChangedRows(plan_.table, dLastReplicate_, kAliases));
-    const ado::Field sourceDate = rs.field(kAliases.sSourceDate);
-    const ado::Field destinationDate = rs.field(kAliases.sDestinationDate);
+    ado::Recordset rs = queryOnLocal(selectChangedRows(plan_.table, dLastReplicate_, kOneWayAliases));
+    const ado::Field sourceDate = rs.field(kOneWayAliases.sSourceDate);
+    const ado::Field destinationDate = rs.field(kOneWayAliases.sDestinationDate);
     const ado::Field key = rs.field(plan_.table.sKey);
     for (; !rs.eof(); rs.moveNext()) {
         dSrcModDate_ = com::toDate(sourceDate.value());

@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr SideAliases kAliases{L"nrv", L"zt", L"nrv_mod_date", L"zt_mod_date"};
+constexpr SideAliases kTwoWayAliases{L"nrv", L"zt", L"nrv_mod_date", L"zt_mod_date"};
 
 /// One direction of a copy: where rows are read, how they are written, and what is said of rows that may not be new.
 struct Direction
@@ -37,9 +37,9 @@ void updateRow(const KeyedTable& table, const _variant_t& vKey, const Direction&
 void copyChangedRows(const KeyedTable& table, DATE dLastReplicate)
 {
     ado::Recordset rs =
-        openForwardOnly(*settings().localConnection(), selectChangedRows(table, dLastReplicate, kAliases));
-    const ado::Field sourceDate = rs.field(kAliases.sSourceDate);
-    const ado::Field destinationDate = rs.field(kAliases.sDestinationDate);
+        openForwardOnly(*settings().localConnection(), selectChangedRows(table, dLastReplicate, kTwoWayAliases));
+    const ado::Field sourceDate = rs.field(kTwoWayAliases.sSourceDate);
+    const ado::Field destinationDate = rs.field(kTwoWayAliases.sDestinationDate);
     const ado::Field key = rs.field(table.sKey);
     for (; !rs.eof(); rs.moveNext()) {
         const DATE dSource = com::toDate(sourceDate.value());

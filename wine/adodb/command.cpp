@@ -12,7 +12,7 @@ namespace adodb {
 
 namespace {
 
-constexpr wchar_t kSource[] = L"ADODB.Command";
+constexpr wchar_t kCommandSource[] = L"ADODB.Command";
 
 } // namespace
 
@@ -71,7 +71,7 @@ void Command::invokeParameters(Call& call)
     if (call.has(0))
         parameters->invokeItem(call);
     else if (call.isPut())
-        raiseAdoError(kArgumentsWrong, kSource);
+        raiseAdoError(kArgumentsWrong, kCommandSource);
     else
         call.returns(parameters.Get());
 }
@@ -89,7 +89,7 @@ void Command::takeValues(const VARIANT& values)
     com::check(SafeArrayGetLBound(array, 1, &lower));
     com::check(SafeArrayGetUBound(array, 1, &upper));
     if (V_VT(&values) != (VT_ARRAY | VT_VARIANT) || upper - lower >= static_cast<long>(parameters_.size()))
-        raiseAdoError(kArgumentsWrong, kSource);
+        raiseAdoError(kArgumentsWrong, kCommandSource);
     for (long index = lower; index <= upper; ++index) {
         _variant_t value;
         com::check(SafeArrayGetElement(array, &index, &value));
@@ -101,7 +101,7 @@ void Command::takeValues(const VARIANT& values)
 long Command::executeInto(Recordset& recordset, long options)
 {
     if (!connection_ || !connection_->isOpen())
-        raiseAdoError(kInvalidConnection, kSource);
+        raiseAdoError(kInvalidConnection, kCommandSource);
     std::vector<ParameterData*> parameters;
     for (const auto& parameter : parameters_)
         parameters.push_back(&parameter->data());

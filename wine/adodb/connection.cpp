@@ -14,7 +14,7 @@ using Microsoft::WRL::ComPtr;
 
 namespace {
 
-constexpr wchar_t kSource[] = L"ADODB.Connection";
+constexpr wchar_t kConnectionSource[] = L"ADODB.Connection";
 
 } // namespace
 
@@ -47,14 +47,14 @@ void* Connection::find(REFIID interfaceId) noexcept
 Session& Connection::requireSession() const
 {
     if (!session_)
-        raiseAdoError(kObjectClosed, kSource);
+        raiseAdoError(kObjectClosed, kConnectionSource);
     return *session_;
 }
 
 void Connection::requireClosed() const
 {
     if (session_)
-        raiseAdoError(kObjectOpen, kSource);
+        raiseAdoError(kObjectOpen, kConnectionSource);
 }
 
 void Connection::open(const std::wstring& connectionString, const std::wstring& user, const std::wstring& password)
@@ -73,7 +73,7 @@ void Connection::invokeOpen(Call& call)
 void Connection::invokeClose(Call&)
 {
     if (requireSession().inTransaction())
-        raiseAdoError(kInTransaction, kSource);
+        raiseAdoError(kInTransaction, kConnectionSource);
     session_.reset();
 }
 
@@ -154,17 +154,17 @@ ComPtr<Connection> connectionOf(const VARIANT& value)
     if (IDispatch* object = objectOf(value)) {
         ComPtr<Connection> connection = ownObject<Connection>(object);
         if (!connection)
-            raiseAdoError(kArgumentsWrong, kSource);
+            raiseAdoError(kArgumentsWrong, kConnectionSource);
         return connection;
     }
     if (V_VT(&value) == VT_BSTR) {
-        const auto connection = com::makeObject<Connection>();
+        auto connection = com::makeObject<Connection>();
         connection->open(com::toText(value), {}, {});
         return connection;
     }
     const bool none = V_VT(&value) == VT_EMPTY || V_VT(&value) == VT_NULL || V_VT(&value) == VT_DISPATCH;
     if (!none && !com::isMissing(value))
-        raiseAdoError(kArgumentsWrong, kSource);
+        raiseAdoError(kArgumentsWrong, kConnectionSource);
     return nullptr;
 }
 

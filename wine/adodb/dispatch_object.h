@@ -62,10 +62,10 @@ enum MemberKind : unsigned
 /// One row of a class's table of members.
 struct Member
 {
-    const wchar_t* name;
-    DISPID id;
-    unsigned kinds;
-    void (*handler)(DispatchObject&, Call&);
+    const wchar_t* name = nullptr;
+    DISPID id = DISPID_UNKNOWN;
+    unsigned kinds = 0;
+    void (*handler)(DispatchObject&, Call&) = nullptr;
     const wchar_t* parameters = L""; ///< names, separated by blanks
     unsigned required = 0;           ///< how many of the parameters must be given
 };

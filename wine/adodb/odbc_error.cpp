@@ -63,7 +63,7 @@ std::vector<Diagnostic> readDiagnostics(SQLSMALLINT kind, SQLHANDLE handle)
     }
 }
 
-void throwOdbcError(SQLSMALLINT kind, SQLHANDLE handle, const wchar_t* call)
+OdbcError errorOf(SQLSMALLINT kind, SQLHANDLE handle, const wchar_t* call)
 {
     OdbcError error;
     error.diagnostics = readDiagnostics(kind, handle);
@@ -72,7 +72,12 @@ void throwOdbcError(SQLSMALLINT kind, SQLHANDLE handle, const wchar_t* call)
     error.number = hresultOfDiagnostic(error.diagnostics.front());
     error.source = kProviderName;
     error.description = error.diagnostics.front().message;
-    throw error;
+    return error;
+}
+
+void throwOdbcError(SQLSMALLINT kind, SQLHANDLE handle, const wchar_t* call)
+{
+    throw errorOf(kind, handle, call);
 }
 
 } // namespace adodb

@@ -8,7 +8,7 @@ namespace adodb {
 
 namespace {
 
-constexpr wchar_t kSource[] = L"ADODB.Parameter";
+constexpr wchar_t kParameterSource[] = L"ADODB.Parameter";
 
 bool isNothing(const VARIANT& value)
 {
@@ -20,14 +20,14 @@ _variant_t changed(const VARIANT& value, VARTYPE type)
     _variant_t result;
     if (FAILED(
             VariantChangeTypeEx(&result, const_cast<VARIANT*>(&value), LOCALE_USER_DEFAULT, VARIANT_ALPHABOOL, type)))
-        raiseAdoError(kDataConversion, kSource);
+        raiseAdoError(kDataConversion, kParameterSource);
     return result;
 }
 
 void requireLength(const ParameterData& parameter, size_t length)
 {
     if (parameter.size > 0 && length > static_cast<size_t>(parameter.size))
-        raiseAdoError(kDataConversion, kSource);
+        raiseAdoError(kDataConversion, kParameterSource);
 }
 
 /// Without references; an object, a Field above all, stands for its default value.
@@ -41,7 +41,7 @@ _variant_t plainValue(const VARIANT& given)
     if (!V_DISPATCH(&value) ||
         FAILED(V_DISPATCH(&value)->Invoke(DISPID_VALUE, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET, &none,
                                           &inner, nullptr, nullptr)))
-        raiseAdoError(kDataConversion, kSource);
+        raiseAdoError(kDataConversion, kParameterSource);
     return inner;
 }
 
@@ -50,7 +50,7 @@ _variant_t coerceGuid(const VARIANT& value)
     GUID guid = {};
     const _variant_t text = changed(value, VT_BSTR);
     if (!tryParseGuid(std::wstring(V_BSTR(&text), SysStringLen(V_BSTR(&text))), guid))
-        raiseAdoError(kDataConversion, kSource);
+        raiseAdoError(kDataConversion, kParameterSource);
     const std::wstring braced = guidText(guid);
     return textVariant(braced.data(), braced.size());
 }
@@ -58,7 +58,7 @@ _variant_t coerceGuid(const VARIANT& value)
 _variant_t coerceBytes(const ParameterData& parameter, const VARIANT& value)
 {
     if (V_VT(&value) != (VT_ARRAY | VT_UI1))
-        raiseAdoError(kDataConversion, kSource);
+        raiseAdoError(kDataConversion, kParameterSource);
     requireLength(parameter, bytesOfVariant(value).size());
     return value;
 }
@@ -77,7 +77,7 @@ void requireComplete(const ParameterData& parameter)
     const TypeInfo* type = findType(parameter.type);
     const bool knownDirection = parameter.direction >= adParamInput && parameter.direction <= adParamReturnValue;
     if (!type || !knownDirection || (type->isVariable() && parameter.size <= 0))
-        raiseAdoError(kParameterImproper, kSource);
+        raiseAdoError(kParameterImproper, kParameterSource);
 }
 
 _variant_t coerceValue(const ParameterData& parameter, const VARIANT& given)

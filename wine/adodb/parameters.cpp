@@ -9,7 +9,7 @@ namespace adodb {
 
 namespace {
 
-constexpr wchar_t kSource[] = L"ADODB.Parameters";
+constexpr wchar_t kParametersSource[] = L"ADODB.Parameters";
 
 } // namespace
 
@@ -30,7 +30,7 @@ size_t Parameters::position(const VARIANT& index) const
 {
     const ParameterList& list = command_->parameters();
     return positionOfItem(
-        index, list.size(), [&](size_t at) { return list[at]->data().name; }, kSource);
+        index, list.size(), [&](size_t at) { return list[at]->data().name; }, kParametersSource);
 }
 
 void Parameters::invokeItem(Call& call)
@@ -46,7 +46,7 @@ void Parameters::invokeAppend(Call& call)
 {
     const auto parameter = ownObject<Parameter>(objectOf(call.argument(0)));
     if (!parameter)
-        raiseAdoError(kArgumentsWrong, kSource);
+        raiseAdoError(kArgumentsWrong, kParametersSource);
     requireComplete(parameter->data());
     // Type and size may have been set after the value.
     parameter->setValue(parameter->data().value);
@@ -61,7 +61,7 @@ void Parameters::invokeDelete(Call& call)
 
 void Parameters::invokeRefresh(Call&)
 {
-    raiseAdoError(kFeatureNotAvailable, kSource);
+    raiseAdoError(kFeatureNotAvailable, kParametersSource);
 }
 
 void Parameters::invokeCount(Call& call)

@@ -1,5 +1,7 @@
 #include "postgres_name.h"
 
+#include "sql_tokens.h"
+
 #include <algorithm>
 
 namespace adodb {
@@ -26,15 +28,6 @@ bool isPlainName(std::wstring_view name)
 {
     return !name.empty() && !(name.front() >= L'0' && name.front() <= L'9') &&
            std::ranges::all_of(name, isNameCharacter);
-}
-
-std::wstring lowerAscii(std::wstring_view text)
-{
-    std::wstring lower(text);
-    for (wchar_t& c : lower)
-        if (c >= L'A' && c <= L'Z')
-            c = static_cast<wchar_t>(c - L'A' + L'a');
-    return lower;
 }
 
 std::wstring quoted(std::wstring_view name)
@@ -66,7 +59,8 @@ std::wstring postgresName(std::wstring_view bracketed)
     }
     if (!isPlainName(name))
         return quoted(name);
-    const std::wstring lower = lowerAscii(name);
+    std::wstring lower = name;
+    std::ranges::transform(lower, lower.begin(), lowerAscii);
     return isReserved(lower) ? quoted(lower) : name;
 }
 

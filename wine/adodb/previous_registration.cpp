@@ -31,7 +31,7 @@ std::wstring readText(HKEY root, const std::wstring& key, const std::wstring& na
 
 void writeText(HKEY root, const std::wstring& key, const std::wstring& name, const std::wstring& text)
 {
-    const auto bytes = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
+    const DWORD bytes = static_cast<DWORD>(text.size() + 1) * sizeof(wchar_t);
     const LSTATUS status = RegSetKeyValueW(root, key.c_str(), name.c_str(), REG_SZ, text.c_str(), bytes);
     com::check(HRESULT_FROM_WIN32(static_cast<DWORD>(status)));
 }

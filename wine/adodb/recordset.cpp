@@ -11,7 +11,7 @@ namespace adodb {
 
 namespace {
 
-constexpr wchar_t kSource[] = L"ADODB.Recordset";
+constexpr wchar_t kRecordsetSource[] = L"ADODB.Recordset";
 
 } // namespace
 
@@ -59,7 +59,7 @@ long Recordset::execute(Microsoft::WRL::ComPtr<Connection> connection, Request r
 Result& Recordset::requireResult() const
 {
     if (!isOpen())
-        raiseAdoError(kObjectClosed, kSource);
+        raiseAdoError(kObjectClosed, kRecordsetSource);
     return *result_;
 }
 
@@ -67,7 +67,7 @@ Result& Recordset::requireRow() const
 {
     Result& result = requireResult();
     if (result.isAtEnd())
-        raiseAdoError(kNoCurrentRecord, kSource);
+        raiseAdoError(kNoCurrentRecord, kRecordsetSource);
     return result;
 }
 
@@ -81,7 +81,7 @@ std::span<const ColumnInfo> Recordset::columns() const noexcept
 void Recordset::requireClosed() const
 {
     if (isOpen())
-        raiseAdoError(kObjectOpen, kSource);
+        raiseAdoError(kObjectOpen, kRecordsetSource);
 }
 
 void Recordset::closedProperty(Call& call, long& member)
@@ -107,7 +107,7 @@ void Recordset::invokeOpen(Call& call)
         source_ = call.argument(0);
     const auto command = ownObject<Command>(objectOf(source_));
     if (!command && objectOf(source_))
-        raiseAdoError(kArgumentsWrong, kSource);
+        raiseAdoError(kArgumentsWrong, kRecordsetSource);
     if (call.has(1) && !command)
         connection_ = connectionOf(call.argument(1));
     cursorType_ = call.number(2, cursorType_);
@@ -122,14 +122,14 @@ void Recordset::invokeOpen(Call& call)
 void Recordset::openCommand(Command& command, bool connectionGiven, long options)
 {
     if (connectionGiven)
-        raiseAdoError(kBoundToCommand, kSource);
+        raiseAdoError(kBoundToCommand, kRecordsetSource);
     command.executeInto(*this, options);
 }
 
 void Recordset::openText(const std::wstring& text, long options)
 {
     if (!connection_ || !connection_->isOpen())
-        raiseAdoError(kInvalidConnection, kSource);
+        raiseAdoError(kInvalidConnection, kRecordsetSource);
     Request request;
     request.text = textOfCommand(text, options, {});
     request.timeout = connection_->commandTimeout();
@@ -151,11 +151,11 @@ void Recordset::invokeMoveFirst(Call&)
 {
     Result& result = requireResult();
     if (result.isEmpty())
-        raiseAdoError(kNoCurrentRecord, kSource);
+        raiseAdoError(kNoCurrentRecord, kRecordsetSource);
     if (result.isOnFirstRow())
         return;
     if (!result.canMoveFirst())
-        raiseAdoError(kCannotFetchBackwards, kSource);
+        raiseAdoError(kCannotFetchBackwards, kRecordsetSource);
     result.moveFirst();
 }
 
@@ -203,12 +203,12 @@ void Recordset::invokeSource(Call& call)
 
 void Recordset::invokeUpdating(Call&)
 {
-    raiseNotUpdatable(kSource);
+    raiseNotUpdatable(kRecordsetSource);
 }
 
 void Recordset::invokeNextRecordset(Call&)
 {
-    raiseAdoError(kFeatureNotAvailable, kSource);
+    raiseAdoError(kFeatureNotAvailable, kRecordsetSource);
 }
 
 } // namespace adodb

@@ -4,12 +4,12 @@
 
 namespace adodb {
 
-namespace {
-
 wchar_t lowerAscii(wchar_t c) noexcept
 {
     return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c;
 }
+
+namespace {
 
 // The locale has no say in what SQL takes for a space, a digit or a letter.
 bool isSpace(wchar_t c) noexcept

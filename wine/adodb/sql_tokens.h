@@ -31,6 +31,9 @@ struct Token
 /// Splits a statement; the tokens' texts joined are the statement. What is left open runs to the end.
 std::vector<Token> tokenize(std::wstring_view sql);
 
+/// The small letter of an ASCII capital; anything else as it is.
+wchar_t lowerAscii(wchar_t c) noexcept;
+
 /// Whether the texts are equal but for the case of ASCII letters.
 bool equalsIgnoringCase(std::wstring_view left, std::wstring_view right) noexcept;
 

@@ -58,7 +58,7 @@ long long roundTo(long long nanos, int fractionDigits)
 template <class Value>
 Value load(const void* buffer)
 {
-    Value value;
+    Value value{};
     std::memcpy(&value, buffer, sizeof value);
     return value;
 }
@@ -136,9 +136,9 @@ std::wstring timeText(DATE date)
 {
     const SQL_TIMESTAMP_STRUCT t = timestampOfDate(date, 6);
     wchar_t text[32];
-    swprintf(text, std::size(text), L"%02u:%02u:%02u.%06lu", t.hour, t.minute, t.second,
-             static_cast<unsigned long>(t.fraction / 1000));
-    return t.fraction == 0 ? std::wstring(text, 8) : std::wstring(text);
+    const int length = swprintf(text, std::size(text), L"%02u:%02u:%02u.%06lu", t.hour, t.minute, t.second,
+                                static_cast<unsigned long>(t.fraction / 1000));
+    return {text, static_cast<size_t>(t.fraction == 0 ? 8 : length)};
 }
 
 std::wstring guidText(const GUID& guid)
