@@ -115,8 +115,11 @@ class Bed:
 
     @staticmethod
     def script(path, *arguments):
-        """The words that start a VBScript."""
-        return ["wine", "cscript.exe", "//nologo", windows_path(path), *arguments]
+        """The words that start a VBScript. Its last argument is its standard input as a file, because Wine's script
+        host has no WScript.StdIn; with its whole path the host is no other program's child.
+        """
+        start = r'exec wine "C:\\windows\\system32\\cscript.exe" //nologo "$@" "Z:\\proc\\$$\\fd\\0"'
+        return ["sh", "-c", start, "sh", windows_path(path), *arguments]
 
     @staticmethod
     def pair(name, tables):
