@@ -2,11 +2,11 @@
 # Installs what building, running and testing need on Debian 12 (as root), and fetches the interface definitions
 # that widl imports into build/libwine-dev. Does nothing, quickly, when all of it is there.
 #
-#   install-deps.sh [--tests]
+#   install-deps.sh [--tests|--bench]
 #
 # --tests also gets what some tests need and can be skipped for: a browser and what drives it (the latter into
 # build/review-node_modules), a compiler for this machine with its sanitizers, and what checks the source. Where that
-# cannot be had it is only told, unless QUINMARK_REQUIRE_TOOLS is 1.
+# cannot be had it is only told, unless QUINMARK_REQUIRE_TOOLS is 1. --bench gets what the benches compare with.
 # Exit status: 0 all there, 1 failed, 4 root is needed.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
@@ -20,6 +20,7 @@ readonly kPackages=(
     libcli11-dev libtomlplusplus-dev nlohmann-json3-dev libfmt-dev wixl
 )
 readonly kTestPackages=(chromium clang libclang-rt-14-dev clang-tidy cppcheck gcovr)
+readonly kBenchPackages=(percona-toolkit mariadb-server)
 readonly reviewTests="$repoRoot/tests/review" reviewModules="$repoRoot/build/review-node_modules"
 readonly idlDir="$repoRoot/build/libwine-dev"
 
@@ -106,6 +107,12 @@ installTestTools() {
     }
 }
 
+installBenchTools() {
+    local packages
+    mapfile -t packages < <(missingPackages "${kBenchPackages[@]}")
+    [[ ${#packages[@]} -eq 0 ]] || installPackages "${packages[@]}"
+}
+
 [[ -x $(command -v dpkg-query) ]] || die 'this script needs Debian 12'
 mapfile -t missing < <(missingPackages "${kPackages[@]}")
 [[ ${#missing[@]} -eq 0 ]] || installPackages "${missing[@]}"
@@ -115,3 +122,4 @@ fetchInterfaceDefinitions
 if [[ ${1-} == --tests ]]; then
     (installTestTools) || [[ ${QUINMARK_REQUIRE_TOOLS-} != 1 ]] || die 'what the tests need cannot be installed'
 fi
+[[ ${1-} != --bench ]] || installBenchTools
