@@ -5,6 +5,7 @@ import socketserver
 import subprocess
 import sys
 import threading
+import time
 import unittest
 
 import relay
@@ -44,6 +45,19 @@ class RelayInFrontOfAServer(unittest.TestCase):
 
     def test_forwards_both_ways(self):
         self.assert_echoes(self.connect(), b"there and back")
+
+    def test_delays_each_way_and_keeps_the_order(self):
+        with relay.Relay(*self.server, delay=0.05) as slow:
+            connection = self.connect(slow.port)
+            started = time.monotonic()
+            for part in (b"there", b" and", b" back"):
+                connection.sendall(part)
+                time.sleep(0.01)
+            answer = b""
+            while len(answer) < len(b"there and back"):
+                answer += connection.recv(1024)
+            self.assertEqual(answer, b"there and back")
+            self.assertGreaterEqual(time.monotonic() - started, 0.1)
 
     def test_cut_resets_connections_and_refuses_new_ones(self):
         connection = self.connect()
