@@ -3,6 +3,7 @@ destination in line with the source.
 """
 
 import dataclasses
+import functools
 import pathlib
 
 from bed import windows_path
@@ -31,46 +32,58 @@ FULL = Table("work_guid", 1, "")
 QUIET = tuple(Table(f"quiet_{number}", 3, "unid") for number in range(1, 41))
 
 
-class WrongResult(RuntimeError):
-    """A client that was quick but left the databases as they should not be."""
-
-
 class Work:
     """The databases and the clients. A state is named by what differs: `mixed_N` has N rows with 20 % changed, 5 % new
-    and 5 % deleted, `changed_N` the changed ones only.
+    and 5 % deleted, `changed_N` the changed ones only, and not of NUMBER.
     """
 
     def __init__(self, bed):
         self.bed = bed
         self.pair = bed.pair("bench", SQL.read_text(encoding="utf-8"))
+        self._states = set()
+        self._traces = {}
 
-    def make_state(self, state):
+    def restore(self, state):
+        """Brings both databases into a state, which is made the first time."""
+        if state in self._states:
+            self.pair.restore(state)
+            return
         kind, rows = state.split("_")
         for side in "SD":
             self.pair.psql(side, "truncate work_guid, work_number;"
                                  f"call fill_work({rows}, {side == 'S'}, {kind == 'mixed'});")
         self.pair.save(state)
+        self._states.add(state)
+
+    def forget(self, state):
+        self.pair.forget(state)
+        self._states.discard(state)
+
+    def trace(self, state, tables, whole=False):
+        """The path of what a run over `tables` sends in a state; recorded the first time."""
+        key = (state, tables, whole)
+        if key not in self._traces:
+            self.restore(state)
+            self._traces[key] = self._record(f"{state}_{tables[0].name}{'_whole' * whole}", tables, whole)
+        return self._traces[key]
 
     def run(self, tables, level=OFF, whole=False):
         return self.bed.measure([*self.bed.program("bench_run"), *self._host_words(tables, level, whole)])
 
-    def record(self, tables, whole=False):
-        """A run, written down; the trace's path."""
-        trace = self.bed.work / f"{'whole' if whole else 'run'}_{tables[0].name}.trace"
-        trace.unlink(missing_ok=True)
-        self.bed.measure([*self.bed.program("bench_record"), windows_path(trace.resolve()),
-                          *self._host_words(tables, OFF, whole)])
-        return trace
-
     def replay(self, trace, whole=False):
         words = ["--whole"] if whole else []
-        return self.bed.measure([*self.bed.program("bench_replay"), *words, windows_path(trace.resolve())])
+        return self.bed.measure([*self.bed.program("bench_replay"), *words, windows_path(trace)])
 
     def script(self, table):
         """The rules of replication in VBScript."""
         return self.bed.measure(self.bed.script(
             pathlib.Path(__file__).with_name("one_way.vbs").resolve(), self.pair.connection("S"),
             self.pair.connection("D"), self.pair.prefix("S"), self.pair.prefix("D"), table.name, table.key, LAST_RUN))
+
+    def append(self, entries, size):
+        """The same number of log entries by system calls alone, each of `size` bytes."""
+        self.log().unlink(missing_ok=True)
+        return self.bed.measure([*self.bed.program("bench_append"), windows_path(self.log()), str(entries), str(size)])
 
     def log(self):
         return (self.bed.work / "run.log").resolve()
@@ -81,7 +94,20 @@ class Work:
                                           "select count_name, count_value from replication_counts order by 1;")
                      for side in "SD")
 
+    def _record(self, name, tables, whole):
+        trace = (self.bed.work / f"{name}.trace").resolve()
+        trace.unlink(missing_ok=True)
+        self.bed.measure([*self.bed.program("bench_record"), windows_path(trace),
+                          *self._host_words(tables, OFF, whole)])
+        return trace
+
     def _host_words(self, tables, level, whole):
         self.log().unlink(missing_ok=True)
         return [*(["--whole"] if whole else []), self.pair.dsn("S"), self.pair.prefix("S"), self.pair.dsn("D"),
                 self.pair.prefix("D"), str(level), windows_path(self.log()), *(table.word() for table in tables)]
+
+
+@functools.cache
+def shared_work(bed):
+    """One for all parts of the bench: states and traces are made once."""
+    return Work(bed)

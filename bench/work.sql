@@ -49,15 +49,17 @@ create function work_rows(rows integer, source boolean, missing boolean)
          where not missing or turn <> case when source then 5 else 4 end
     $$;
 
+-- Both tables; the numbered one with `missing` only.
 create procedure fill_work(rows integer, source boolean, missing boolean)
     language sql
     as $$
         insert into work_guid select (item).* from work_rows(rows, source, missing);
-        insert into work_number select (r).n, (r.item).small_no, (r.item).whole_no, (r.item).ratio, (r.item).price,
-            (r.item).fee, (r.item).active_f, (r.item).done_f, (r.item).ref_id, (r.item).group_id, (r.item).code,
-            (r.item).sex, (r.item).first_name, (r.item).last_name, (r.item).note, (r.item).remark, (r.item).seen,
-            (r.item).born, (r.item).total, (r.item).mod_date
-          from work_rows(rows, source, missing) r;
+        insert into work_number
+        select r.n, (r.item).small_no, (r.item).whole_no, (r.item).ratio, (r.item).price, (r.item).fee,
+               (r.item).active_f, (r.item).done_f, (r.item).ref_id, (r.item).group_id, (r.item).code, (r.item).sex,
+               (r.item).first_name, (r.item).last_name, (r.item).note, (r.item).remark, (r.item).seen, (r.item).born,
+               (r.item).total, (r.item).mod_date
+          from work_rows(case when missing then rows else 0 end, source, missing) r;
         -- Before the changes, and after everything else.
         update replication_control set last_timestamp = '2026-06-01' where unique_key = 0;
     $$;

@@ -1,0 +1,82 @@
+#!/usr/bin/env python3
+"""Runs the parts of the bench, prints their figures as a table and writes them as JSON; see docs/performance.md."""
+
+import argparse
+import dataclasses
+import importlib
+import importlib.util
+import json
+import pathlib
+import sys
+import traceback
+
+import component
+from bed import Bed
+from figures import within
+
+# Name of each part and its function; those of other modules run when the module is there.
+PARTS = {"run": component.run_against_replay, "growth": component.growth, "logging": component.logging,
+         "full-copy": component.full_copy, "nothing-to-do": component.nothing_to_do}
+MODULES = {"adodb": "adodb", "others": "others.compare", "bounds": "bounds.bounds"}
+
+
+@dataclasses.dataclass(frozen=True)
+class Scale:
+    """`rows` of the tables in which rows of all kinds differ; every comparison is made `rounds` times."""
+
+    rows: int
+    rounds: int
+
+
+def parts(names):
+    chosen = dict(PARTS)
+    for name, module in MODULES.items():
+        file = pathlib.Path(__file__).parent / (module.replace(".", "/") + ".py")
+        if file.exists():
+            chosen[name] = lambda bed, scale, module=module: importlib.import_module(module).figures(bed, scale)
+    unknown = set(names) - set(chosen)
+    if unknown:
+        sys.exit(f"no such part: {', '.join(sorted(unknown))}; there are: {', '.join(chosen)}")
+    return {name: part for name, part in chosen.items() if not names or name in names}
+
+
+def line(name, value, limit, verdict):
+    print(f"{name:78} {value:>9} {limit:>7}  {verdict}", flush=True)
+
+
+def show(entry):
+    limit = "-" if entry["limit"] is None else f"{entry['limit']:g}"
+    line(entry["name"], f"{entry['value']:.3f}", limit, "" if within(entry) else "beyond")
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--binaries", required=True)
+    parser.add_argument("--work", required=True)
+    parser.add_argument("--json", required=True, type=pathlib.Path)
+    parser.add_argument("--rows", type=int, default=10_000)
+    parser.add_argument("--rounds", type=int, default=5)
+    parser.add_argument("--only", nargs="+", default=[], metavar="PART", help=", ".join([*PARTS, *MODULES]))
+    given = parser.parse_args()
+    bed, scale = Bed(given.binaries, given.work), Scale(given.rows, given.rounds)
+
+    figures, failed = [], False
+    line("figure", "value", "limit", "")
+    for name, part in parts(given.only).items():
+        try:
+            taken = part(bed, scale)
+        except Exception:  # pylint: disable=broad-except
+            # The other parts are worth having all the same.
+            failed = True
+            print(f"{name}: could not be measured", flush=True)
+            traceback.print_exc()
+            continue
+        figures += taken
+        for entry in taken:
+            show(entry)
+    given.json.write_text(json.dumps({"figures": figures}, indent=2) + "\n", encoding="utf-8")
+    return 1 if failed or not all(within(entry) for entry in figures) else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

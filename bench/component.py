@@ -1,0 +1,135 @@
+"""The component against the same statements without it: the figures of the table's first part."""
+
+import statistics
+
+from figures import figure, median, ratio, require_same, take_turns
+from typed import Terminal
+from work import DEBUG, FULL, GUID, NUMBER, OFF, QUIET, shared_work
+
+# Rows of the smaller state where two sizes are compared: 2,000 of them changed.
+SMALL = 10_000
+
+
+def run_against_replay(bed, scale):
+    """A run, the same statements from a bare loop, and the rules as a script."""
+    figures = []
+    for table, kind in ((GUID, "GUID keys"), (NUMBER, "numeric keys")):
+        taken = _three_clients(bed, scale, table)
+        run, replay, script = taken["run"], taken["replay"], taken["script"]
+        shares = (((one["cpu"] - bare["cpu"]) / (other["cpu"] - bare["cpu"]))
+                  for one, bare, other in zip(run, replay, script))
+        figures += [figure(f"run against bare loop, {kind}: wall time", ratio(run, replay, "wall"), 1.03),
+                    figure(f"run against bare loop, {kind}: processor time", ratio(run, replay, "cpu"), 1.10),
+                    figure(f"component's share against script host's, {kind}", statistics.median(shares), 0.05)]
+    return figures
+
+
+def _three_clients(bed, scale, table):
+    work = shared_work(bed)
+    state = f"mixed_{scale.rows}"
+    trace = work.trace(state, (table,))
+    left = {}
+
+    def client(name, start):
+        def measured():
+            work.restore(state)
+            taken = start()
+            left[name] = work.digest(table.name)
+            return taken
+        return measured
+
+    taken = take_turns(scale.rounds, {
+        "replay": client("replay", lambda: work.replay(trace)),
+        "run": client("run", lambda: work.run((table,))),
+        "script": client("script", lambda: work.script(table))})
+    require_same(f"databases after a run, its replay and the script on {table.name}", left)
+    source, destination = left["run"]
+    require_same(f"both copies of {table.name}", {"source": source.split("\n")[0], "destination": destination})
+    return taken
+
+
+def growth(bed, scale):
+    """What a changed row takes when there are many, against few."""
+    work = shared_work(bed)
+    sizes = {"few": SMALL, "many": 10 * scale.rows}
+
+    def run(rows):
+        work.restore(f"changed_{rows}")
+        taken = work.run((GUID,))
+        changed = taken["updated"]
+        return {"wall": taken["wall"] / changed, "cpu": taken["cpu"] / changed, "peak": taken["peak_kb"] / 1024}
+
+    taken = take_turns(scale.rounds, {name: lambda rows=rows: run(rows) for name, rows in sizes.items()})
+    few, many = taken["few"], taken["many"]
+    what = f"at {sizes['many'] // 5} changed rows, against {SMALL // 5}"
+    return [figure(f"time per changed row {what}", ratio(many, few, "wall"), 1.05),
+            figure(f"processor time per changed row {what}", ratio(many, few, "cpu")),
+            figure(f"peak memory {what}, in MB more", median(many, "peak") - median(few, "peak"), 2)]
+
+
+def logging(bed, scale):
+    """What an entry of the log takes, against the system calls that it consists of."""
+    work = shared_work(bed)
+    state = f"mixed_{scale.rows}"
+
+    def run(level):
+        work.restore(state)
+        return work.run((GUID,), level)
+
+    run(DEBUG)
+    log = work.log().read_bytes()
+    entries = log.count(b"\r\n\r\n") + 1
+    taken = take_turns(scale.rounds, {"append": lambda: work.append(entries, len(log) // entries),
+                                      "debug": lambda: run(DEBUG), "off": lambda: run(OFF)})
+    more = statistics.median(on["cpu"] - off["cpu"] for on, off in zip(taken["debug"], taken["off"]))
+    return [figure("DEBUG log entry against open, append, close: processor time", more / median(taken["append"], "cpu"),
+                   2)]
+
+
+def full_copy(bed, scale):
+    """A copy of a whole table, against its two statements typed into psql."""
+    work = shared_work(bed)
+    rows = 10 * scale.rows
+    state = f"changed_{rows}"
+    source, destination = work.pair.prefix("S"), work.pair.prefix("D")
+    left = {}
+
+    def typed():
+        work.restore(state)
+        there, here = (Terminal(work.pair.databases[side]) for side in "DS")
+        wall = there.type(f"Delete from {FULL.name};")
+        wall += here.type(f"insert into {destination}{FULL.name} select * from {source}{FULL.name};")
+        there.close()
+        here.close()
+        left["typed"] = work.digest(FULL.name)[1]
+        return {"wall": wall}
+
+    def run():
+        work.restore(state)
+        taken = work.run((FULL,))
+        left["run"] = work.digest(FULL.name)[1]
+        return taken
+
+    taken = take_turns(scale.rounds, {"run": run, "typed": typed})
+    require_same("destination after a full copy", left)
+    return [figure(f"full copy of {rows} rows against psql: wall time", ratio(taken["run"], taken["typed"], "wall"),
+                   1.02)]
+
+
+def nothing_to_do(bed, scale):
+    """Start to end of a run over unchanged tables: connecting and disconnecting are part of it."""
+    work = shared_work(bed)
+    state = f"mixed_{scale.rows}"
+    trace = work.trace(state, QUIET, whole=True)
+
+    def run():
+        work.restore(state)
+        return work.run(QUIET, whole=True)
+
+    def replay():
+        work.restore(state)
+        return work.replay(trace, whole=True)
+
+    taken = take_turns(scale.rounds, {"run": run, "replay": replay})
+    return [figure(f"run over {len(QUIET)} unchanged tables against bare loop: wall time",
+                   ratio(taken["run"], taken["replay"], "wall"), 1.03)]

@@ -1,0 +1,41 @@
+"""Figures, and how they come from measurements of clients that take turns."""
+
+import statistics
+
+
+class WrongResult(RuntimeError):
+    """A client that was quick but left the databases as they should not be."""
+
+
+def figure(name, value, limit=None):
+    return {"name": name, "value": round(value, 4), "limit": limit}
+
+
+def within(entry):
+    return entry["limit"] is None or entry["value"] <= entry["limit"]
+
+
+def take_turns(rounds, clients):
+    """Measures every client once a round, in an order that turns round each time, so that none is always first.
+    `clients` are functions by name; the measurements by name, in the order of rounds.
+    """
+    taken = {name: [] for name in clients}
+    for number in range(rounds):
+        for name in sorted(clients, reverse=number % 2 == 1):
+            taken[name].append(clients[name]())
+    return taken
+
+
+def ratio(first, second, key):
+    """The median of the rounds' ratios."""
+    return statistics.median(a[key] / b[key] for a, b in zip(first, second))
+
+
+def median(measurements, key):
+    return statistics.median(measurement[key] for measurement in measurements)
+
+
+def require_same(what, results):
+    """Raises unless all clients left the same."""
+    if len(set(results.values())) != 1:
+        raise WrongResult(f"{what}: {results}")
