@@ -5,6 +5,15 @@
 
 namespace ado {
 
+namespace {
+
+constexpr wchar_t kCreateParameter[] = L"CreateParameter";
+constexpr wchar_t kExecute[] = L"Execute";
+constexpr wchar_t kParameters[] = L"Parameters";
+constexpr wchar_t kParameter[] = L"Item";
+
+} // namespace
+
 _variant_t Parameter::value() const
 {
     return object_.property(L"Value");
@@ -18,11 +27,6 @@ void Parameter::setPrecision(long precision)
 void Parameter::setNumericScale(long scale)
 {
     object_.put(L"NumericScale", scale);
-}
-
-Command Command::create()
-{
-    return Command(com::Dispatch::create(L"ADODB.Command"));
 }
 
 void Command::setCommandTimeout(long seconds)
@@ -52,9 +56,9 @@ void Command::setCommandText(const std::wstring& text)
 
 Parameter Command::createParameter(const ParameterSpec& spec) const
 {
-    return Parameter(com::Dispatch::from(
-        object_.call(L"CreateParameter", {com::textVariant(spec.name), static_cast<long>(spec.type),
-                                          static_cast<long>(spec.direction), spec.size, spec.value})));
+    return Parameter(object_.given(
+        kCreateParameter, object_.call(kCreateParameter, {com::textVariant(spec.name), static_cast<long>(spec.type),
+                                                          static_cast<long>(spec.direction), spec.size, spec.value})));
 }
 
 void Command::appendParameter(const Parameter& parameter)
@@ -69,14 +73,15 @@ long Command::parameterCount() const
 
 Parameter Command::parameter(long index) const
 {
-    return Parameter(com::Dispatch::from(parameters().property(L"Item", {index})));
+    return Parameter(parameters().given(kParameter, parameters().property(kParameter, {index})));
 }
 
 Recordset Command::execute()
 {
     const _variant_t result =
-        object_.call(L"Execute", {com::missing(), com::missing(), static_cast<long>(adOptionUnspecified)});
-    return Recordset(com::Dispatch(result.vt == VT_DISPATCH ? result.pdispVal : nullptr));
+        object_.call(kExecute, {com::missing(), com::missing(), static_cast<long>(adOptionUnspecified)});
+    const bool hasRows = result.vt == VT_DISPATCH && result.pdispVal;
+    return hasRows ? Recordset(object_.given(kExecute, result)) : Recordset();
 }
 
 long Command::executeCounted()
@@ -85,14 +90,14 @@ long Command::executeCounted()
     _variant_t reference;
     reference.vt = VT_BYREF | VT_I4;
     reference.plVal = &affected;
-    object_.call(L"Execute", {reference, com::missing(), static_cast<long>(adOptionUnspecified)});
+    object_.call(kExecute, {reference, com::missing(), static_cast<long>(adOptionUnspecified)});
     return affected;
 }
 
 const com::Dispatch& Command::parameters() const
 {
     if (!parameters_)
-        parameters_ = com::Dispatch::from(object_.property(L"Parameters"));
+        parameters_ = object_.given(kParameters, object_.property(kParameters));
     return parameters_;
 }
 

@@ -40,7 +40,7 @@ public:
     Command() = default;
     explicit Command(com::Dispatch object) : object_(std::move(object)) {}
 
-    static Command create();
+    static constexpr wchar_t kClass[] = L"ADODB.Command";
 
     explicit operator bool() const { return static_cast<bool>(object_); }
     const com::Dispatch& object() const { return object_; }

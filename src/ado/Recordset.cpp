@@ -6,6 +6,13 @@
 
 namespace ado {
 
+namespace {
+
+constexpr wchar_t kFields[] = L"Fields";
+constexpr wchar_t kItem[] = L"Item";
+
+} // namespace
+
 std::wstring Field::name() const
 {
     return com::toText(object_.property(L"Name"));
@@ -19,11 +26,6 @@ _variant_t Field::value() const
 long Field::type() const
 {
     return com::toInt32(object_.property(L"Type"));
-}
-
-Recordset Recordset::create()
-{
-    return Recordset(com::Dispatch::create(L"ADODB.Recordset"));
 }
 
 void Recordset::setCursorLocation(long location)
@@ -59,18 +61,18 @@ long Recordset::fieldCount() const
 
 Field Recordset::field(long index) const
 {
-    return Field(com::Dispatch::from(fields().property(L"Item", {index})));
+    return Field(fields().given(kItem, fields().property(kItem, {index})));
 }
 
 Field Recordset::field(const std::wstring& name) const
 {
-    return Field(com::Dispatch::from(fields().property(L"Item", {com::textVariant(name)})));
+    return Field(fields().given(kItem, fields().property(kItem, {com::textVariant(name)})));
 }
 
 const com::Dispatch& Recordset::fields() const
 {
     if (!fields_)
-        fields_ = com::Dispatch::from(object_.property(L"Fields"));
+        fields_ = object_.given(kFields, object_.property(kFields));
     return fields_;
 }
 

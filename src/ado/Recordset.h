@@ -31,8 +31,7 @@ public:
     Recordset() = default;
     explicit Recordset(com::Dispatch object) : object_(std::move(object)) {}
 
-    /// A new, closed recordset object.
-    static Recordset create();
+    static constexpr wchar_t kClass[] = L"ADODB.Recordset";
 
     explicit operator bool() const { return static_cast<bool>(object_); }
     const com::Dispatch& object() const { return object_; }

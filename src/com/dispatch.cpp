@@ -32,14 +32,41 @@ Error exceptionError(EXCEPINFO& exception)
 
 } // namespace
 
-Dispatch Dispatch::create(const wchar_t* progId)
+Dispatch Class::create() const
 {
     CLSID clsid;
-    ComPtr<IDispatch> object;
-    if (FAILED(CLSIDFromProgID(progId, &clsid)))
+    if (!factory_ && FAILED(CLSIDFromProgID(progId_, &clsid)))
         raiseRuntimeError(kCannotCreateObject);
-    check(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&object)));
-    return Dispatch(object.Get());
+    if (!factory_)
+        check(CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&factory_)));
+    ComPtr<IDispatch> object;
+    check(factory_->CreateInstance(nullptr, IID_PPV_ARGS(&object)));
+    return Dispatch(object.Get(), kind_);
+}
+
+DISPID Kind::id(IDispatch& object, const wchar_t* member)
+{
+    for (const auto& [name, id] : ids_)
+        if (name == member)
+            return id;
+    LPOLESTR name = const_cast<LPOLESTR>(member);
+    DISPID id = DISPID_UNKNOWN;
+    check(object.GetIDsOfNames(IID_NULL, &name, 1, LOCALE_USER_DEFAULT, &id));
+    ids_.emplace_back(member, id);
+    return id;
+}
+
+const std::shared_ptr<Kind>& Kind::given(const wchar_t* member)
+{
+    for (const auto& [name, kind] : given_)
+        if (name == member)
+            return kind;
+    return given_.emplace_back(member, std::make_shared<Kind>()).second;
+}
+
+Dispatch Dispatch::create(const wchar_t* progId)
+{
+    return Class(progId).create();
 }
 
 Dispatch Dispatch::from(const VARIANT& value)
@@ -50,6 +77,15 @@ Dispatch Dispatch::from(const VARIANT& value)
     if (!direct.punkVal)
         raiseRuntimeError(kObjectNotSet);
     return Dispatch(changeType(direct, VT_DISPATCH).pdispVal);
+}
+
+Dispatch Dispatch::given(const wchar_t* member, const VARIANT& value) const
+{
+    Dispatch object = value.vt == VT_DISPATCH && value.pdispVal ? Dispatch(value.pdispVal) : from(value);
+    object.kindIsShared_ = kindIsShared_;
+    if (kindIsShared_)
+        object.kind_ = kind_->given(member);
+    return object;
 }
 
 _variant_t Dispatch::property(const wchar_t* member, std::initializer_list<_variant_t> arguments) const
@@ -81,14 +117,9 @@ DISPID Dispatch::find(const wchar_t* member) const
 {
     if (!object_)
         raiseRuntimeError(kObjectNotSet);
-    for (const auto& [name, id] : ids_)
-        if (name == member)
-            return id;
-    LPOLESTR name = const_cast<LPOLESTR>(member);
-    DISPID id = DISPID_UNKNOWN;
-    check(object_->GetIDsOfNames(IID_NULL, &name, 1, LOCALE_USER_DEFAULT, &id));
-    ids_.emplace_back(member, id);
-    return id;
+    if (!kind_)
+        kind_ = std::make_shared<Kind>();
+    return kind_->id(*object_.Get(), member);
 }
 
 _variant_t Dispatch::invoke(DISPID id, WORD flags, std::initializer_list<_variant_t> arguments) const

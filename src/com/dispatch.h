@@ -4,6 +4,7 @@
 
 #include <comdef.h>
 #include <initializer_list>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -11,7 +12,25 @@
 
 namespace com {
 
-/// A late-bound object: members are looked up by name, once for each object, and called through IDispatch.
+/// What late-bound objects of one kind have in common: the ids of their members, and the kinds of the objects that
+/// these give. Names are literals: their addresses are the keys.
+class Kind
+{
+public:
+    /// The id of a member of `object`, which is of this kind; raises what GetIDsOfNames answers.
+    DISPID id(IDispatch& object, const wchar_t* member);
+
+    /// The kind of what a member gives.
+    const std::shared_ptr<Kind>& given(const wchar_t* member);
+
+private:
+    std::vector<std::pair<const wchar_t*, DISPID>> ids_;
+    std::vector<std::pair<const wchar_t*, std::shared_ptr<Kind>>> given_;
+};
+
+/// A late-bound object: members are looked up by name and called through IDispatch. That is done once for all objects
+/// of a `Class` and what they give, which are known to be alike, and once for each other object: what a host hands in
+/// may be anything, and two objects with one vtable need not be of one kind, since all proxies share theirs.
 ///
 /// Every failure throws Error: the object's own number, source and description, or the runtime's for a failure of the
 /// call itself. Using an empty Dispatch raises 91.
@@ -27,13 +46,16 @@ public:
     /// The object in a value; raises 13 for a plain value, 91 for Nothing.
     static Dispatch from(const VARIANT& value);
 
+    /// The object in a value that `member` of this object gave; raises as `from`.
+    Dispatch given(const wchar_t* member, const VARIANT& value) const;
+
     IDispatch* get() const { return object_.Get(); }
     explicit operator bool() const { return object_ != nullptr; }
 
     /// Lets the object go without releasing it.
     void abandon() { object_.Detach(); }
 
-    /// Reads a property, with arguments if it takes any. `member` is a literal: its address is the key of the cache.
+    /// Reads a property, with arguments if it takes any. `member` is a literal, as for `Kind`.
     _variant_t property(const wchar_t* member, std::initializer_list<_variant_t> arguments = {}) const;
 
     void put(const wchar_t* member, const _variant_t& value) const;
@@ -46,11 +68,39 @@ public:
     _variant_t property(DISPID id) const;
 
 private:
+    friend class Class;
+    Dispatch(IDispatch* object, std::shared_ptr<Kind> kind)
+        : object_(object),
+          kind_(std::move(kind)),
+          kindIsShared_(true)
+    {
+    }
+
     DISPID find(const wchar_t* member) const;
     _variant_t invoke(DISPID id, WORD flags, std::initializer_list<_variant_t> arguments) const;
 
     Microsoft::WRL::ComPtr<IDispatch> object_;
-    mutable std::vector<std::pair<const wchar_t*, DISPID>> ids_;
+    mutable std::shared_ptr<Kind> kind_;
+    bool kindIsShared_ = false;
+};
+
+/// A registered class that many objects are made of: where it is registered is looked up once. To be used in one
+/// apartment, and to end before it, as an object would.
+class Class
+{
+public:
+    explicit Class(const wchar_t* progId) : progId_(progId) {}
+
+    /// A new object; raises 429 when there is no such class.
+    Dispatch create() const;
+
+    /// Lets the class object go without releasing it.
+    void abandon() { factory_.Detach(); }
+
+private:
+    const wchar_t* progId_;
+    mutable Microsoft::WRL::ComPtr<IClassFactory> factory_;
+    std::shared_ptr<Kind> kind_ = std::make_shared<Kind>();
 };
 
 /// The interface of an object in a value; raises 13 for what is no such object, Nothing included.

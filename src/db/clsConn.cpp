@@ -30,6 +30,8 @@ void clsConn::abandon()
 {
     conn.abandon();
     connCompanion.abandon();
+    commandClass.abandon();
+    recordsetClass.abandon();
 }
 
 void clsConn::BeginTrans()
@@ -87,7 +89,7 @@ long clsConn::execute(const std::wstring& sSql, bool bReturnCount)
 
 ado::Recordset clsConn::openRecordset(ado::Command& command, long iCursorType, long iLockType, long iCursorLocation)
 {
-    ado::Recordset rs = ado::Recordset::create();
+    ado::Recordset rs(recordsetClass.create());
     if (iCursorLocation == ado::adUseClient)
         rs.setCursorLocation(ado::adUseClient);
     if (iLockType > ado::adLockReadOnly)

@@ -85,6 +85,8 @@ private:
 
     ado::Connection conn;
     com::Dispatch connCompanion;
+    com::Class commandClass{ado::Command::kClass};
+    com::Class recordsetClass{ado::Recordset::kClass};
     std::array<Parm, 51> aParms;
     short iTransLevel = 0;
     std::wstring sLastParms;

@@ -93,7 +93,7 @@ std::vector<std::wstring> clsConn::executeSPReturnMultiple(const std::wstring& s
 
 void clsConn::makeCommand(ado::Command& command, long commandType, const std::wstring& text, bool prepared) const
 {
-    command = ado::Command::create();
+    command = ado::Command(commandClass.create());
     command.setCommandTimeout(kCommandTimeoutSeconds);
     if (prepared)
         command.setPrepared(true);

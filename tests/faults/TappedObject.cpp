@@ -106,7 +106,7 @@ HRESULT TappedObject::GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count
     const Unwatched own;
     const HRESULT code = real_.get()->GetIDsOfNames(reserved, names, count, locale, ids);
     if (SUCCEEDED(code))
-        names_[ids[0]] = names[0];
+        tap_->names[{class_, ids[0]}] = names[0];
     return code;
 }
 
@@ -114,8 +114,15 @@ HRESULT TappedObject::Invoke(DISPID id, REFIID, LCID locale, WORD flags, DISPPAR
                              EXCEPINFO* exception, UINT* badArgument) noexcept
 {
     const Unwatched own;
-    Call call{names_[id], id,     locale,    flags,      {params->rgvarg, params->rgvarg + params->cArgs},
-              *params,    result, exception, badArgument};
+    Call call{tap_->names[{class_, id}],
+              id,
+              locale,
+              flags,
+              {params->rgvarg, params->rgvarg + params->cArgs},
+              *params,
+              result,
+              exception,
+              badArgument};
     call.params.rgvarg = call.arguments.data();
     // The real objects know nothing of the tap.
     for (VARIANTARG& argument : call.arguments) {

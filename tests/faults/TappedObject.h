@@ -19,6 +19,8 @@ struct TappedAdo::Shared
     /// Connections that are alive, by their data source.
     std::map<std::wstring, TappedObject*> open;
     std::wstring lastConnection;
+    /// Members by class and id: who has looked one up may use the id with every object of the class.
+    std::map<std::pair<std::wstring, DISPID>, std::wstring> names;
     Microsoft::WRL::ComPtr<IClassFactory> connections;
 };
 
@@ -60,7 +62,6 @@ private:
     SharedTap tap_;
     std::wstring class_;
     com::Dispatch real_;
-    std::map<DISPID, std::wstring> names_;
     size_t command_ = 0;
     std::wstring connection_;
     std::wstring connectionString_;

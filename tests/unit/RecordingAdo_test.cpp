@@ -23,7 +23,7 @@ protected:
 
     ado::Command command(const ado::Connection& connection, const std::wstring& text)
     {
-        ado::Command made = ado::Command::create();
+        ado::Command made(com::Dispatch::create(ado::Command::kClass));
         made.setActiveConnection(connection);
         made.setCommandText(text);
         return made;
@@ -156,7 +156,7 @@ TEST_F(RecordingAdoTest, NthCallFailsWithABareCode)
 TEST_F(RecordingAdoTest, CreationFails)
 {
     ado_.failMember(L"create Command", {REGDB_E_CLASSNOTREG, L""});
-    EXPECT_EQ(raised([&] { ado::Command::create(); }).number, com::kCannotCreateObject);
+    EXPECT_EQ(raised([&] { com::Dispatch::create(ado::Command::kClass); }).number, com::kCannotCreateObject);
     EXPECT_EQ(ado_.liveObjects(), 0);
 }
 

@@ -209,6 +209,88 @@ TEST(DispatchFrom, TakesObjectsOnly)
     EXPECT_EQ(raised([] { Dispatch::from(_variant_t(static_cast<IDispatch*>(nullptr))); }).number, 91);
 }
 
+/// Stands for the class "Scripting.Dictionary" on its thread, and makes scripted objects that give one another.
+class ScriptedClass : public UnknownObject<IClassFactory>
+{
+public:
+    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown*, REFIID interfaceId, void** object) noexcept override
+    {
+        const auto made = makeObject<ScriptedObject>();
+        made->names = {{L"child", 1}};
+        made->answers[1] = [this](WORD, DISPPARAMS&, VARIANT* result, EXCEPINFO*) {
+            result->vt = VT_DISPATCH;
+            return CreateInstance(nullptr, IID_IDispatch, reinterpret_cast<void**>(&result->pdispVal));
+        };
+        objects.push_back(made);
+        return made->QueryInterface(interfaceId, object);
+    }
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL) noexcept override { return S_OK; }
+
+    int lookups() const
+    {
+        int sum = 0;
+        for (const auto& object : objects)
+            sum += object->lookups;
+        return sum;
+    }
+
+    std::vector<Microsoft::WRL::ComPtr<ScriptedObject>> objects;
+};
+
+class ClassTest : public ::testing::Test
+{
+protected:
+    static constexpr wchar_t kChild[] = L"child";
+
+    ClassTest()
+    {
+        CLSID id;
+        check(CLSIDFromProgID(L"Scripting.Dictionary", &id));
+        check(CoRegisterClassObject(id, scripted_.Get(), CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie_));
+    }
+    ~ClassTest() override { CoRevokeClassObject(cookie_); }
+
+    static Dispatch child(const Dispatch& parent) { return parent.given(kChild, parent.property(kChild)); }
+
+    const Apartment apartment_;
+    const Microsoft::WRL::ComPtr<ScriptedClass> scripted_ = makeObject<ScriptedClass>();
+    DWORD cookie_ = 0;
+};
+
+TEST_F(ClassTest, IdsAreLookedUpOnceForAllItsObjectsAndOnceForAllThatTheseGive)
+{
+    const Class scripted(L"Scripting.Dictionary");
+    for (int object = 0; object < 3; ++object)
+        child(child(scripted.create()));
+    EXPECT_EQ(scripted_->objects.size(), 9U);
+    EXPECT_EQ(scripted_->lookups(), 2);
+}
+
+TEST_F(ClassTest, IdsOfObjectsFromElsewhereAreLookedUpForEach)
+{
+    const Dispatch first = Class(L"Scripting.Dictionary").create();
+    const Dispatch foreign(first.get());
+    child(child(foreign));
+    child(child(foreign));
+    EXPECT_EQ(scripted_->lookups(), 3);
+}
+
+TEST_F(ClassTest, IsLookedUpOnce)
+{
+    const Class scripted(L"Scripting.Dictionary");
+    scripted.create();
+    CoRevokeClassObject(cookie_);
+    scripted.create();
+    EXPECT_EQ(scripted_->objects.size(), 2U);
+}
+
+TEST_F(ClassTest, ObjectThatAMemberGaveIsCheckedLikeAnyOther)
+{
+    const Dispatch parent = Class(L"Scripting.Dictionary").create();
+    EXPECT_EQ(raised([&] { parent.given(kChild, _variant_t(1L)); }).number, 13);
+    EXPECT_EQ(raised([&] { parent.given(kChild, _variant_t(static_cast<IDispatch*>(nullptr))); }).number, 91);
+}
+
 TEST(DispatchCreate, UnknownClassIsError429)
 {
     const Apartment apartment;
