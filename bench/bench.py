@@ -10,13 +10,15 @@ import pathlib
 import sys
 import traceback
 
+import changed_row
 import component
 from bed import Bed
 from figures import within
 
 # Name of each part and its function; those of other modules run when the module is there.
 PARTS = {"run": component.run_against_replay, "growth": component.growth, "logging": component.logging,
-         "full-copy": component.full_copy, "nothing-to-do": component.nothing_to_do}
+         "full-copy": component.full_copy, "nothing-to-do": component.nothing_to_do,
+         "changed-row": changed_row.figures}
 MODULES = {"adodb": "adodb", "others": "others.compare", "bounds": "bounds.bounds"}
 
 

@@ -128,7 +128,7 @@ def nothing_to_do(bed, scale):
 
     def replay():
         work.restore(state)
-        return work.replay(trace, whole=True)
+        return work.replay(trace, "--whole")
 
     taken = take_turns(scale.rounds, {"run": run, "replay": replay})
     return [figure(f"run over {len(QUIET)} unchanged tables against bare loop: wall time",

@@ -1,9 +1,11 @@
 // Sends a trace again: the same statements in the same order over the same ADO classes, and every row that they return
 // read in full.
 //
-//   bench_replay [--whole] TRACE
+//   bench_replay [--whole | --split] TRACE
 //
-// With --whole connecting and disconnecting belong to the work. The trace is in memory before the work begins.
+// With --whole connecting and disconnecting belong to the work. With --split it also tells the seconds that comparisons
+// (queries whose rows are gone through), looks at one row, and writes took. The trace is in memory before the work
+// begins.
 #include "BareAdo.h"
 #include "Trace.h"
 #include "protocol.h"
@@ -11,10 +13,53 @@
 #include <objbase.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <stdexcept>
 
 namespace {
+
+/// The seconds of statements, by what they are for.
+class Split
+{
+public:
+    void add(const TraceRecord& record, double seconds)
+    {
+        if (record.kind == TraceKind::Execute || record.kind == TraceKind::Count)
+            write_ += seconds;
+        if (record.kind == TraceKind::Open)
+            query(record) = {0, false};
+        query(record).seconds += seconds;
+        if (record.kind == TraceKind::Next)
+            query(record).compares = true;
+        if (record.kind == TraceKind::Close)
+            (query(record).compares ? compare_ : look_) += query(record).seconds;
+    }
+
+    std::string words() const
+    {
+        return " compare=" + std::to_string(compare_) + " look=" + std::to_string(look_) +
+               " write=" + std::to_string(write_);
+    }
+
+private:
+    struct Query
+    {
+        double seconds;
+        bool compares;
+    };
+
+    Query& query(const TraceRecord& record)
+    {
+        queries_.resize(std::max(queries_.size(), record.id + 1));
+        return queries_[record.id];
+    }
+
+    std::vector<Query> queries_;
+    double compare_ = 0;
+    double look_ = 0;
+    double write_ = 0;
+};
 
 class Replay
 {
@@ -32,6 +77,18 @@ public:
     {
         for (const TraceRecord& record : records_)
             send(record);
+    }
+
+    Split sendAndSplit()
+    {
+        using Clock = std::chrono::steady_clock;
+        Split split;
+        for (const TraceRecord& record : records_) {
+            const Clock::time_point begun = Clock::now();
+            send(record);
+            split.add(record, std::chrono::duration<double>(Clock::now() - begun).count());
+        }
+        return split;
     }
 
     void disconnect()
@@ -105,18 +162,23 @@ private:
     long rows_ = 0;
 };
 
-void replay(bool whole, const wchar_t* path)
+void replay(const std::wstring& option, const wchar_t* path)
 {
+    const bool whole = option == L"--whole";
     Replay work(readTrace(path));
     if (!whole)
         work.connect();
     beginWork();
     if (whole)
         work.connect();
-    work.send();
+    std::string words;
+    if (option == L"--split")
+        words = work.sendAndSplit().words();
+    else
+        work.send();
     if (whole)
         work.disconnect();
-    endWork(work.counters());
+    endWork(work.counters() + words);
     work.disconnect();
 }
 
@@ -124,12 +186,13 @@ void replay(bool whole, const wchar_t* path)
 
 int wmain(int count, wchar_t* words[])
 {
-    const bool whole = count == 3 && std::wstring(words[1]) == L"--whole";
-    if ((!whole && count != 2) || FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)))
+    const std::wstring option = count == 3 ? words[1] : L"";
+    const bool known = option == L"--whole" || option == L"--split" || count == 2;
+    if (!known || FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)))
         return 2;
     int status = 1;
     try {
-        replay(whole, words[count - 1]);
+        replay(option, words[count - 1]);
         status = 0;
     }
     catch (const std::exception& error) {

@@ -11,7 +11,8 @@ MARKER = "--answered--"
 
 class Terminal:
     def __init__(self, database):
-        command = [REPOSITORY / "scripts" / "devdb.sh", "psql", "-X", "-v", "ON_ERROR_STOP=1", "-U", LOGIN, "-d", database]
+        command = [REPOSITORY / "scripts" / "devdb.sh", "psql", "-X", "-v", "ON_ERROR_STOP=1", "-U", LOGIN,
+                   "-d", database]
         self._process = subprocess.Popen([str(word) for word in command], stdin=subprocess.PIPE,
                                          stdout=subprocess.PIPE, text=True, encoding="utf-8",
                                          env={**os.environ, "PGPASSWORD": os.environ["QUINMARK_PASSWORD"]})

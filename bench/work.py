@@ -70,9 +70,9 @@ class Work:
     def run(self, tables, level=OFF, whole=False):
         return self.bed.measure([*self.bed.program("bench_run"), *self._host_words(tables, level, whole)])
 
-    def replay(self, trace, whole=False):
-        words = ["--whole"] if whole else []
-        return self.bed.measure([*self.bed.program("bench_replay"), *words, windows_path(trace)])
+    def replay(self, trace, *option):
+        """`option`: --whole, when the trace was recorded so, or --split."""
+        return self.bed.measure([*self.bed.program("bench_replay"), *option, windows_path(trace)])
 
     def script(self, table):
         """The rules of replication in VBScript."""

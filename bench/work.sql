@@ -27,8 +27,8 @@ create table work_guid (
 create table work_number as select total as row_no, g.* from work_guid g;
 alter table work_number drop column unid, alter column mod_date set not null, add primary key (row_no);
 
--- Row `n` of a side: of twenty rows, four were changed in the source since the last run; with `missing`, one more is new
--- there and one was deleted. What the source changed differs in three columns and the date.
+-- Row `n` of a side: of twenty rows, four were changed in the source since the last run; with `missing`, one more is
+-- new there and one was deleted. What the source changed differs in three columns and the date.
 create function work_rows(rows integer, source boolean, missing boolean)
     returns table (n integer, item work_guid)
     language sql
