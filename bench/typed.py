@@ -10,9 +10,9 @@ MARKER = "--answered--"
 
 
 class Terminal:
-    def __init__(self, database):
+    def __init__(self, database, port=None):
         command = [REPOSITORY / "scripts" / "devdb.sh", "psql", "-X", "-v", "ON_ERROR_STOP=1", "-U", LOGIN,
-                   "-d", database]
+                   "-d", database, *(("-p", port) if port else ())]
         self._process = subprocess.Popen([str(word) for word in command], stdin=subprocess.PIPE,
                                          stdout=subprocess.PIPE, text=True, encoding="utf-8",
                                          env={**os.environ, "PGPASSWORD": os.environ["QUINMARK_PASSWORD"]})

@@ -20,7 +20,8 @@ readonly kPackages=(
     libcli11-dev libtomlplusplus-dev nlohmann-json3-dev libfmt-dev wixl
 )
 readonly kTestPackages=(chromium clang libclang-rt-14-dev clang-tidy cppcheck gcovr)
-readonly kBenchPackages=(percona-toolkit mariadb-server)
+# MariaDB without its service: the benches start a server of their own.
+readonly kBenchPackages=(percona-toolkit mariadb-server-core mariadb-client-core)
 readonly reviewTests="$repoRoot/tests/review" reviewModules="$repoRoot/build/review-node_modules"
 readonly idlDir="$repoRoot/build/libwine-dev"
 

@@ -6,39 +6,43 @@ import datetime
 
 TABLE = "sync_work"
 KEY = "unid"
+ROWS = 100_000
 LAST_RUN = datetime.datetime(2024, 6, 1)
 BEFORE_LAST_RUN = datetime.datetime(2024, 1, 1)
 AFTER_LAST_RUN = datetime.datetime(2024, 7, 1)
 
-_COLUMNS = """unid integer primary key, code char(8), name varchar(60), kind smallint, amount decimal(19,4),
+COLUMNS = ("unid", "code", "name", "kind", "amount", "ratio", "active_f", "since", "note", "mod_date")
+_DECLARED = """unid integer primary key, code char(8), name varchar(60), kind smallint, amount decimal(19,4),
     ratio double precision, active_f boolean, since {timestamp}(3), note varchar(100), mod_date {timestamp}(3) not null"""
-POSTGRES = f"create table {TABLE} ({_COLUMNS.format(timestamp='timestamp')});"
-MARIADB = f"create table {TABLE} ({_COLUMNS.format(timestamp='datetime')}) engine = InnoDB;"
+POSTGRES = f"create table {TABLE} ({_DECLARED.format(timestamp='timestamp')});"
+MARIADB = f"create table {TABLE} ({_DECLARED.format(timestamp='datetime')}) engine = InnoDB;"
 
 _UPDATED_OF_100, _DELETED_OF_200 = 7, 31
+DIFFERENCES = 2 * ROWS // 100 + ROWS // 200 + ROWS // 200  # rows that one side has and the other does not have so
 
 
-def destination_rows(count):
-    for key in range(1, count + 1):
+def destination_rows():
+    for key in range(1, ROWS + 1):
         yield _row(key, f"Name {key}", BEFORE_LAST_RUN)
 
 
-def source_rows(count):
+def source_rows():
     """What the destination has, 1 % updated, 0.5 % deleted, and 0.5 % added behind it."""
-    for key in range(1, count + 1):
+    for key in range(1, ROWS + 1):
         if key % 200 == _DELETED_OF_200:
             continue
         if key % 100 == _UPDATED_OF_100:
             yield _row(key, f"Other name {key}", AFTER_LAST_RUN)
         else:
             yield _row(key, f"Name {key}", BEFORE_LAST_RUN)
-    for key in range(count + 1, count + count // 200 + 1):
+    for key in range(ROWS + 1, ROWS + ROWS // 200 + 1):
         yield _row(key, f"New name {key}", AFTER_LAST_RUN)
 
 
-def changes(count):
-    """How many rows there are to write."""
-    return 2 * (count // 100)
+def write_rows(folder):
+    """The sides' rows as `source.rows` and `destination.rows`, as both servers' clients load them."""
+    for side, rows in (("source", source_rows()), ("destination", destination_rows())):
+        (folder / f"{side}.rows").write_text("".join(f"{row}\n" for row in rows), encoding="ascii")
 
 
 def _row(key, name, modified):

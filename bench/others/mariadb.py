@@ -11,7 +11,7 @@ import time
 SERVER = "/usr/sbin/mariadbd"
 INSTALLER = "/usr/bin/mariadb-install-db"
 CLIENT = "/usr/bin/mariadb"
-SERVER_USER = "mysql"
+SERVER_USER = "nobody"
 LOGIN = "bench"
 PASSWORD = "bench"
 HOST = "127.0.0.1"
@@ -63,7 +63,7 @@ class MariaDb:
         return f"h={HOST},P={self.port},u={LOGIN},p={PASSWORD},D={database}"
 
     def _as_server_user(self):
-        """What a server program starts with: it refuses to run as root, and is the packaged user's then."""
+        """What a server program starts with: it refuses to run as root."""
         if os.geteuid() != 0:
             return []
         user = pwd.getpwnam(SERVER_USER)

@@ -1,0 +1,77 @@
+"""The component's databases with the equal work in them, and the clients that may be sent at it."""
+
+import contextlib
+
+from bed import REPOSITORY, psql, windows_path
+from others import equal_work
+
+OFF = 5  # log level: nothing of a run without conflicts is an error
+ONE_WAY_ALLOW_DELETES = 3
+DURABILITY = ("fsync", "full_page_writes", "synchronous_commit")
+
+
+@contextlib.contextmanager
+def durable():
+    """The server of the test bed as durable as PostgreSQL is by default; it does not wait for the disk otherwise."""
+    try:
+        _set("on")
+        yield
+    finally:
+        _set("off")
+
+
+def _set(value):
+    for name in DURABILITY:
+        psql("postgres", f"alter system set {name} = {value};")
+    psql("postgres", "select pg_reload_conf();")
+
+
+def server_port():
+    return int((REPOSITORY / "build" / "devdb" / "port").read_text(encoding="ascii"))
+
+
+class EqualSides:
+    """Two databases of a PostgreSQL server. Clients connect to `port`, the server's own unless given; connecting is
+    part of what they are measured by.
+    """
+
+    def __init__(self, bed):
+        self._bed = bed
+        equal_work.write_rows(bed.work)
+        self.pair = bed.pair("equal", equal_work.POSTGRES)
+        for side, name in (("S", "source"), ("D", "destination")):
+            self.pair.psql(side, f"\\copy {self.table(side)} from '{bed.work.resolve() / name}.rows'")
+        self.pair.psql("S", f"update replication_control set last_timestamp = '{equal_work.LAST_RUN}';")
+        if self.differences() != equal_work.DIFFERENCES:
+            raise RuntimeError(f"the sides differ in {self.differences()} rows")
+        self.pair.save("differing")
+
+    def restore(self):
+        self.pair.restore("differing")
+
+    def run(self, port=None):
+        log = windows_path((self._bed.work / "equal.log").resolve())
+        return self._bed.measure([*self._bed.program("bench_run"), "--whole",
+                                  self.pair.dsn("S") + _port(port), self.pair.prefix("S"),
+                                  self.pair.dsn("D") + _port(port), self.pair.prefix("D"),
+                                  OFF, log, f"{ONE_WAY_ALLOW_DELETES}:{equal_work.TABLE}"])
+
+    def merge_join(self, port=None):
+        return self._bed.measure([*self._bed.program("bench_merge_join"), self.pair.connection("S") + _port(port),
+                                  self.pair.connection("D") + _port(port), equal_work.TABLE, equal_work.KEY])
+
+    def differences(self):
+        """How many rows, of both sides together, the other side does not have so."""
+        one, other = self.table("S"), self.table("D")
+        return int(self.pair.psql("S", f"select count(*) from ((table {one} except table {other}) union all "
+                                       f"(table {other} except table {one})) x"))
+
+    def close(self):
+        self.pair.forget()
+
+    def table(self, side):
+        return self.pair.prefix(side) + equal_work.TABLE
+
+
+def _port(port):
+    return f";Port={port}" if port else ""
