@@ -52,8 +52,9 @@ const RecordsetIds& recordsetIds(IDispatch* recordset)
 
 Object makeCommand(const Connection& connection, const std::wstring& text)
 {
-    static const CLSID kClass = classId(L"ADODB.Command");
-    Object command = create(kClass);
+    // Kept to the end of the process: COM is gone when static objects end.
+    static IClassFactory& commands = *classObject(L"ADODB.Command").Detach();
+    Object command = create(commands);
     const CommandIds& ids = commandIds(command.Get());
     VARIANT active;
     active.vt = VT_DISPATCH;
@@ -90,7 +91,7 @@ std::vector<Object> fieldsOf(IDispatch* recordset)
 
 } // namespace
 
-Connection::Connection(const std::wstring& connectionString) : object_(create(classId(L"ADODB.Connection")))
+Connection::Connection(const std::wstring& connectionString) : object_(create(*classObject(L"ADODB.Connection").Get()))
 {
     IDispatch* connection = object_.Get();
     put(connection, idOf(connection, L"CursorLocation"), number(kUseServer));

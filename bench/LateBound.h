@@ -102,19 +102,21 @@ inline Microsoft::WRL::ComPtr<IDispatch> taken(const VARIANT& value)
     return object;
 }
 
-/// A new object of a class; its id is looked up by the caller, once.
-inline Microsoft::WRL::ComPtr<IDispatch> create(REFCLSID id)
-{
-    Microsoft::WRL::ComPtr<IDispatch> object;
-    check(CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&object)));
-    return object;
-}
-
-inline CLSID classId(const wchar_t* name)
+/// What objects of a class are made by; looked up by the caller once.
+inline Microsoft::WRL::ComPtr<IClassFactory> classObject(const wchar_t* progId)
 {
     CLSID id;
-    check(CLSIDFromProgID(name, &id));
-    return id;
+    check(CLSIDFromProgID(progId, &id));
+    Microsoft::WRL::ComPtr<IClassFactory> factory;
+    check(CoGetClassObject(id, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&factory)));
+    return factory;
+}
+
+inline Microsoft::WRL::ComPtr<IDispatch> create(IClassFactory& factory)
+{
+    Microsoft::WRL::ComPtr<IDispatch> object;
+    check(factory.CreateInstance(nullptr, IID_PPV_ARGS(&object)));
+    return object;
 }
 
 } // namespace bare
