@@ -20,6 +20,7 @@ PARTS = {"run": component.run_against_replay, "growth": component.growth, "loggi
          "full-copy": component.full_copy, "nothing-to-do": component.nothing_to_do,
          "changed-row": changed_row.figures}
 MODULES = {"adodb": "adodb", "others": "others.compare", "bounds": "bounds.bounds"}
+MANY_ROWS = 100_000
 
 
 @dataclasses.dataclass(frozen=True)
@@ -57,10 +58,10 @@ def main():
     parser.add_argument("--work", required=True)
     parser.add_argument("--json", required=True, type=pathlib.Path)
     parser.add_argument("--rows", type=int, default=10_000)
-    parser.add_argument("--rounds", type=int, default=5)
+    parser.add_argument("--rounds", type=int, help="5, and from 100000 rows on 3")
     parser.add_argument("--only", nargs="+", default=[], metavar="PART", help=", ".join([*PARTS, *MODULES]))
     given = parser.parse_args()
-    bed, scale = Bed(given.binaries, given.work), Scale(given.rows, given.rounds)
+    bed, scale = Bed(given.binaries, given.work), Scale(given.rows, given.rounds or (5 if given.rows < MANY_ROWS else 3))
 
     figures, failed = [], False
     line("figure", "value", "limit", "")

@@ -4,8 +4,8 @@
 #
 #   bench.sh [--rows N] [--rounds N] [--only NAME...]
 #
-# --rows is the size of the compared tables, 10000 unless told; 100000 takes an hour and more. NAMEs are those of the
-# parts that the usage of bench/bench.py lists. docs/performance.md says what is measured and how.
+# --rows is the size of the compared tables, 10000 unless told; 100000 takes an hour and more. Every comparison is made
+# in 5 rounds unless told, from 100000 rows on in 3. NAMEs are those of the parts that `bench.sh --help` lists. docs/performance.md says what is measured and how.
 # Exit status: 0 measured and within all limits, 1 a figure is beyond its limit or could not be measured.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
@@ -13,6 +13,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 # shellcheck source=scripts/testbed.sh
 source "$repoRoot/scripts/testbed.sh"
 
+case ${1-} in -h | --help) exec python3 bench/bench.py --help ;; esac
 "$repoRoot/scripts/install-deps.sh" --bench
 build QuinmarkRepDLL adodb benches
 startTestbed
