@@ -13,10 +13,23 @@ namespace {
 constexpr wchar_t kSeparator[] = L", ";
 constexpr size_t kSeparatorLength = std::size(kSeparator) - 1;
 
-/// `list` without its last two characters, the separator behind its last item.
-std::wstring dropSeparator(const std::wstring& list)
+/// Statements grow in one buffer, since one is composed for every row.
+template <class... Parts>
+void append(std::wstring& sSql, const Parts&... parts)
 {
-    return list.substr(0, list.size() < kSeparatorLength ? 0 : list.size() - kSeparatorLength);
+    (sSql.append(parts), ...);
+}
+
+/// Takes off the last two characters, the separator behind a list's last item.
+void dropSeparator(std::wstring& list)
+{
+    list.resize(list.size() < kSeparatorLength ? 0 : list.size() - kSeparatorLength);
+}
+
+/// Without regard to case. Asked for each column of each row: most differ in length already.
+bool isWord(const std::wstring& sText, std::wstring_view capitals)
+{
+    return sText.size() == capitals.size() && com::upperCase(sText) == capitals;
 }
 
 /// Calls `visit(name, field)` for every column of the row that is copied.
@@ -38,9 +51,11 @@ std::wstring getUpdateSql(const ado::Recordset& rs, const std::wstring& sTable, 
 try {
     std::wstring sSql = L"Update " + sTable + L" set ";
     forEachCopiedField(rs, sTable, [&](const std::wstring& name, const ado::Field& field) {
-        sSql += name + L" = " + getValue(field) + kSeparator;
+        append(sSql, name, L" = ", getValue(field), kSeparator);
     });
-    return dropSeparator(sSql) + L" where " + sWhere;
+    dropSeparator(sSql);
+    append(sSql, L" where ", sWhere);
+    return sSql;
 }
 catch (...) {
     Common::reraise(L"Utils.getUpdateSql(" + sTable + L")");
@@ -51,10 +66,12 @@ try {
     std::wstring sColumns;
     std::wstring sValues;
     forEachCopiedField(rs, sTable, [&](const std::wstring& name, const ado::Field& field) {
-        sColumns += name + kSeparator;
-        sValues += getValue(field) + kSeparator;
+        append(sColumns, name, kSeparator);
+        append(sValues, getValue(field), kSeparator);
     });
-    return L"Insert into " + sTable + L" (" + dropSeparator(sColumns) + L") values (" + dropSeparator(sValues) + L")";
+    dropSeparator(sColumns);
+    dropSeparator(sValues);
+    return L"Insert into " + sTable + L" (" + sColumns + L") values (" + sValues + L")";
 }
 catch (...) {
     Common::reraise(L"Utils.getInsertSql(" + sTable + L")");
@@ -103,10 +120,9 @@ catch (...) {
 
 bool isSkipField(const std::wstring& sTable, const std::wstring& sField, bool bSkipModDate)
 {
-    const std::wstring field = com::upperCase(sField);
-    if (bSkipModDate && field == L"MOD_DATE")
+    if (bSkipModDate && isWord(sField, L"MOD_DATE"))
         return true;
-    return field == L"LOCK_F" && com::upperCase(sTable) == L"PATIENT";
+    return isWord(sField, L"LOCK_F") && isWord(sTable, L"PATIENT");
 }
 
 } // namespace Utils
