@@ -50,7 +50,7 @@ const RecordsetIds& recordsetIds(IDispatch* recordset)
     return ids;
 }
 
-Object makeCommand(const Connection& connection, const std::wstring& text)
+Object makeCommand(const Connection& connection, std::wstring_view text)
 {
     // Kept to the end of the process: COM is gone when static objects end.
     static IClassFactory& commands = *classObject(L"ADODB.Command").Detach();
@@ -91,7 +91,7 @@ std::vector<Object> fieldsOf(IDispatch* recordset)
 
 } // namespace
 
-Connection::Connection(const std::wstring& connectionString) : object_(create(*classObject(L"ADODB.Connection").Get()))
+Connection::Connection(std::wstring_view connectionString) : object_(create(*classObject(L"ADODB.Connection").Get()))
 {
     IDispatch* connection = object_.Get();
     put(connection, idOf(connection, L"CursorLocation"), number(kUseServer));
@@ -109,7 +109,7 @@ void Connection::close()
     object_.Reset();
 }
 
-Recordset::Recordset(const Connection& connection, const std::wstring& text)
+Recordset::Recordset(const Connection& connection, std::wstring_view text)
 {
     VARIANT result;
     VariantInit(&result);
@@ -142,12 +142,12 @@ void Recordset::close() const
     call(object_.Get(), recordsetIds(object_.Get()).close);
 }
 
-void execute(const Connection& connection, const std::wstring& text)
+void execute(const Connection& connection, std::wstring_view text)
 {
     run(makeCommand(connection, text), missing(), nullptr);
 }
 
-long executeCounted(const Connection& connection, const std::wstring& text)
+long executeCounted(const Connection& connection, std::wstring_view text)
 {
     long count = 0;
     VARIANT affected;

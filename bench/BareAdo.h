@@ -2,6 +2,7 @@
 
 #include <oaidl.h>
 #include <string>
+#include <string_view>
 #include <vector>
 #include <wrl/client.h>
 
@@ -16,7 +17,7 @@ class Connection
 {
 public:
     Connection() = default;
-    explicit Connection(const std::wstring& connectionString);
+    explicit Connection(std::wstring_view connectionString);
 
     void close();
     IDispatch* object() const { return object_.Get(); }
@@ -30,7 +31,7 @@ class Recordset
 {
 public:
     Recordset() = default;
-    Recordset(const Connection& connection, const std::wstring& text);
+    Recordset(const Connection& connection, std::wstring_view text);
 
     bool atEnd() const;
     /// Every column of the current row, once.
@@ -44,9 +45,9 @@ private:
 };
 
 /// A statement without rows.
-void execute(const Connection& connection, const std::wstring& text);
+void execute(const Connection& connection, std::wstring_view text);
 
 /// The same; the number of rows concerned.
-long executeCounted(const Connection& connection, const std::wstring& text);
+long executeCounted(const Connection& connection, std::wstring_view text);
 
 } // namespace bare

@@ -4,6 +4,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <wrl/client.h>
 
 /// Late-bound calls by ids that are known, with nothing between the caller and Invoke. A failed call throws
@@ -44,7 +45,7 @@ inline VARIANT missing()
 class Text
 {
 public:
-    explicit Text(const std::wstring& text) : text_(SysAllocStringLen(text.data(), static_cast<UINT>(text.size()))) {}
+    explicit Text(std::wstring_view text) : text_(SysAllocStringLen(text.data(), static_cast<UINT>(text.size()))) {}
     ~Text() { SysFreeString(text_); }
     Text(const Text&) = delete;
     Text& operator=(const Text&) = delete;

@@ -29,20 +29,6 @@ TraceKind kindOf(const std::wstring& word)
     throw std::runtime_error("the trace has a record of an unknown kind");
 }
 
-TraceRecord parse(const std::string& line)
-{
-    const std::vector<std::wstring> fields = splitLine(line);
-    TraceRecord record{.kind = kindOf(fields.front())};
-    size_t next = 1;
-    if (hasId(record.kind))
-        record.id = std::stoul(fields.at(next++));
-    if (hasText(record.kind)) {
-        record.side = fields.at(next++).at(0);
-        record.text = fields.at(next++);
-    }
-    return record;
-}
-
 } // namespace
 
 TraceWriter::TraceWriter(const std::wstring& path) : file_(std::filesystem::path(path), std::ios::binary)
@@ -58,18 +44,34 @@ void TraceWriter::add(const TraceRecord& record)
         fields.push_back(std::to_wstring(record.id));
     if (hasText(record.kind)) {
         fields.emplace_back(1, record.side);
-        fields.push_back(record.text);
+        fields.emplace_back(record.text);
     }
     file_ << joinLine(fields) << '\n';
 }
 
-std::vector<TraceRecord> readTrace(const std::wstring& path)
+Trace::Trace(const std::wstring& path)
 {
     std::ifstream file(std::filesystem::path(path), std::ios::binary);
     if (!file)
         throw std::runtime_error("the trace cannot be read");
-    std::vector<TraceRecord> records;
+    // Never moved: no text has more characters than bytes, and the records point into it.
+    texts_.reserve(static_cast<size_t>(std::filesystem::file_size(path)));
     for (std::string line; std::getline(file, line);)
-        records.push_back(parse(line));
-    return records;
+        add(line);
+}
+
+void Trace::add(const std::string& line)
+{
+    const std::vector<std::wstring> fields = splitLine(line);
+    TraceRecord record{.kind = kindOf(fields.front())};
+    size_t next = 1;
+    if (hasId(record.kind))
+        record.id = std::stoul(fields.at(next++));
+    if (hasText(record.kind)) {
+        record.side = fields.at(next++).at(0);
+        const std::wstring& text = fields.at(next++);
+        record.text = std::wstring_view(texts_.data() + texts_.size(), text.size());
+        texts_ += text;
+    }
+    records_.push_back(record);
 }

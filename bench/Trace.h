@@ -2,6 +2,7 @@
 
 #include <fstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// What a run sends to its databases, to be sent again by bare loops. One record a line, in UTF-8, its fields separated
@@ -31,7 +32,7 @@ struct TraceRecord
     TraceKind kind;
     wchar_t side = L'S';
     size_t id = 0;
-    std::wstring text = {};
+    std::wstring_view text = {};
 };
 
 /// Writes a trace; the last record is on disk once the object is gone.
@@ -45,5 +46,21 @@ private:
     std::ofstream file_;
 };
 
-/// The whole trace; throws std::runtime_error for a file that is none.
-std::vector<TraceRecord> readTrace(const std::wstring& path);
+/// A whole trace in memory. All texts lie in one block: beside thousands of blocks, Wine's heap takes longer for every
+/// other one, which would count as the client's own time.
+class Trace
+{
+public:
+    /// Throws std::runtime_error for a file that is none.
+    explicit Trace(const std::wstring& path);
+    Trace(const Trace&) = delete;
+    Trace& operator=(const Trace&) = delete;
+
+    const std::vector<TraceRecord>& records() const { return records_; }
+
+private:
+    void add(const std::string& line);
+
+    std::wstring texts_;
+    std::vector<TraceRecord> records_;
+};

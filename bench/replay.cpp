@@ -64,18 +64,18 @@ private:
 class Replay
 {
 public:
-    explicit Replay(std::vector<TraceRecord> records) : records_(std::move(records)) {}
+    explicit Replay(const std::wstring& path) : trace_(path) {}
 
     void connect()
     {
-        for (const TraceRecord& record : records_)
+        for (const TraceRecord& record : trace_.records())
             if (record.kind == TraceKind::Connect)
                 connection(record) = bare::Connection(record.text);
     }
 
     void send()
     {
-        for (const TraceRecord& record : records_)
+        for (const TraceRecord& record : trace_.records())
             send(record);
     }
 
@@ -83,7 +83,7 @@ public:
     {
         using Clock = std::chrono::steady_clock;
         Split split;
-        for (const TraceRecord& record : records_) {
+        for (const TraceRecord& record : trace_.records()) {
             const Clock::time_point begun = Clock::now();
             send(record);
             split.add(record, std::chrono::duration<double>(Clock::now() - begun).count());
@@ -154,7 +154,7 @@ private:
         ++rows_;
     }
 
-    std::vector<TraceRecord> records_;
+    Trace trace_;
     bare::Connection source_;
     bare::Connection destination_;
     std::vector<bare::Recordset> open_;
@@ -165,7 +165,7 @@ private:
 void replay(const std::wstring& option, const wchar_t* path)
 {
     const bool whole = option == L"--whole";
-    Replay work(readTrace(path));
+    Replay work(path);
     if (!whole)
         work.connect();
     beginWork();
