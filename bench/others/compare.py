@@ -7,7 +7,7 @@ import sys
 
 from figures import figure, median, ratio, take_turns
 from others import equal_work, mariadb
-from others.equal_sides import EqualSides, durable
+from others.equal_sides import EqualSchemas, EqualSides, durable
 
 ROUNDS = 3
 WRAPPER = pathlib.Path(__file__).with_name("pt_table_sync.pl")
@@ -20,6 +20,8 @@ ALGORITHMS = {"Chunk": ("--algorithms", "Chunk"),
 ROW_BY_ROW = "Chunk, every row committed"
 OTHERS = {**ALGORITHMS, ROW_BY_ROW: (*ALGORITHMS["Chunk"], "--no-transaction")}
 OURS = "component"
+ONE_DATABASE = "component, both sides in one database"
+NOT_DURABLE = "component, disk not waited for"
 
 
 class PtTableSync:
@@ -53,17 +55,25 @@ def figures(bed, scale):
     if not mariadb.is_installed():
         print("pt-table-sync or a MariaDB server is missing; run scripts/install-deps.sh --bench", file=sys.stderr)
         return []
-    sides = EqualSides(bed)
+    sides, schemas = EqualSides(bed), EqualSchemas(bed)
     try:
-        with durable(), mariadb.MariaDb(bed.work.resolve() / "mariadb") as server:
+        with mariadb.MariaDb(bed.work.resolve() / "mariadb") as server:
             other = PtTableSync(bed, server)
             clients = {name: lambda options=options: _twice(other, lambda: other.run(options))
                        for name, options in OTHERS.items()}
-            taken = take_turns(min(scale.rounds, ROUNDS), {**clients, OURS: lambda: _twice(sides, sides.run)})
+            ours = {OURS: lambda: _durable(sides), ONE_DATABASE: lambda: _durable(schemas),
+                    NOT_DURABLE: lambda: _twice(sides, sides.run)}
+            taken = take_turns(min(scale.rounds, ROUNDS), {**clients, **ours})
     finally:
         sides.close()
+        schemas.close()
     changes, nothing = ({name: [pair[case] for pair in pairs] for name, pairs in taken.items()} for case in (0, 1))
     return [*_judge("one-way with deletes", changes, 0.8), *_judge("nothing to do", nothing, 1.0), _memory(changes)]
+
+
+def _durable(sides):
+    with durable():
+        return _twice(sides, sides.run)
 
 
 def _twice(sides, run):

@@ -2,7 +2,7 @@
 
 import contextlib
 
-from bed import REPOSITORY, psql, windows_path
+from bed import LOGIN, REPOSITORY, psql, windows_path
 from others import equal_work
 
 OFF = 5  # log level: nothing of a run without conflicts is an error
@@ -35,12 +35,13 @@ class EqualSides:
     part of what they are measured by.
     """
 
-    def __init__(self, bed):
+    def __init__(self, bed, name="equal"):
         self._bed = bed
         equal_work.write_rows(bed.work)
-        self.pair = bed.pair("equal", equal_work.POSTGRES)
-        for side, name in (("S", "source"), ("D", "destination")):
-            self.pair.psql(side, f"\\copy {self.table(side)} from '{bed.work.resolve() / name}.rows'")
+        self.pair = bed.pair(name, equal_work.POSTGRES)
+        self._prepare()
+        for side, rows in (("S", "source"), ("D", "destination")):
+            self.pair.psql(self._home(side), f"\\copy {self.table(side)} from '{bed.work.resolve() / rows}.rows'")
         self.pair.psql("S", f"update replication_control set last_timestamp = '{equal_work.LAST_RUN}';")
         if self.differences() != equal_work.DIFFERENCES:
             raise RuntimeError(f"the sides differ in {self.differences()} rows")
@@ -52,8 +53,8 @@ class EqualSides:
     def run(self, port=None):
         log = windows_path((self._bed.work / "equal.log").resolve())
         return self._bed.measure([*self._bed.program("bench_run"), "--whole",
-                                  self.pair.dsn("S") + _port(port), self.pair.prefix("S"),
-                                  self.pair.dsn("D") + _port(port), self.pair.prefix("D"),
+                                  self._dsn("S") + _port(port), self.pair.prefix("S"),
+                                  self._dsn("D") + _port(port), self.pair.prefix("D"),
                                   OFF, log, f"{ONE_WAY_ALLOW_DELETES}:{equal_work.TABLE}"])
 
     def merge_join(self, port=None):
@@ -71,6 +72,37 @@ class EqualSides:
 
     def table(self, side):
         return self.pair.prefix(side) + equal_work.TABLE
+
+    def _prepare(self):
+        """Before the rows are loaded."""
+
+    def _home(self, side):
+        """The side in whose database a side's rows are."""
+        return side
+
+    def _dsn(self, side):
+        return self.pair.dsn(side)
+
+
+class EqualSchemas(EqualSides):
+    """The same with the table's rows of both sides in one database, in a schema each. To a statement that is what two
+    databases of one SQL Server or MariaDB are: nothing travels between servers.
+    """
+
+    def __init__(self, bed):
+        super().__init__(bed, "schemas")
+
+    def _prepare(self):
+        schema = self.pair.databases["D"]
+        self.pair.psql("S", f"drop foreign table {self.table('D')}; set session authorization {LOGIN};"
+                            f"set search_path = {schema}; {equal_work.POSTGRES}")
+
+    def _home(self, side):
+        return "S"
+
+    def _dsn(self, side):
+        setting = f";ConnSettings=set+search_path%3d{self.pair.databases['D']}%2cdbo%2cpublic"
+        return self.pair.dsn("S") + (setting if side == "D" else "")
 
 
 def _port(port):
