@@ -2,6 +2,8 @@
 
 #include "odbc_result.h"
 
+#include <algorithm>
+
 namespace adodb {
 
 namespace {
@@ -47,6 +49,7 @@ OdbcConnection::~OdbcConnection()
 {
     closeResults();
     prepared_.clear();
+    idle_.fill(nullptr);
     if (inTransaction_)
         SQLEndTran(SQL_HANDLE_DBC, handle_.get(), SQL_ROLLBACK);
     SQLDisconnect(handle_.get());
@@ -74,11 +77,20 @@ void OdbcConnection::readCapabilities()
     anyGetData_ = (getData & kAny) == kAny;
 }
 
-StatementHandle OdbcConnection::newStatement() const
+std::shared_ptr<Statement> OdbcConnection::takeStatement()
 {
+    for (std::shared_ptr<Statement>& statement : idle_)
+        if (statement)
+            return std::exchange(statement, nullptr);
     SQLHANDLE raw = nullptr;
     odbcCheck(SQLAllocHandle(SQL_HANDLE_STMT, handle_.get(), &raw), handle_, L"SQLAllocHandle");
-    return StatementHandle(raw);
+    return std::make_shared<Statement>(StatementHandle(raw));
+}
+
+void OdbcConnection::giveBack(std::shared_ptr<Statement> statement) noexcept
+{
+    if (const auto place = std::ranges::find(idle_, nullptr); place != idle_.end())
+        *place = std::move(statement);
 }
 
 std::wstring OdbcConnection::catalog() const
@@ -106,13 +118,13 @@ void OdbcConnection::endTransaction(SQLSMALLINT completion)
     inTransaction_ = false;
 }
 
-std::shared_ptr<StatementHandle> OdbcConnection::cachedStatement(const std::wstring& sql) const
+std::shared_ptr<Statement> OdbcConnection::cachedStatement(const std::wstring& sql) const
 {
     const auto found = prepared_.find(sql);
     return found != prepared_.end() && found->second.use_count() == 1 ? found->second : nullptr;
 }
 
-void OdbcConnection::cacheStatement(const std::wstring& sql, std::shared_ptr<StatementHandle> statement)
+void OdbcConnection::cacheStatement(const std::wstring& sql, std::shared_ptr<Statement> statement)
 {
     if (prepared_.size() >= kMostPreparedStatements)
         prepared_.clear();

@@ -2,7 +2,9 @@
 
 #include "dialect.h"
 #include "odbc_error.h"
+#include "odbc_statement.h"
 
+#include <array>
 #include <map>
 #include <memory>
 #include <string>
@@ -22,7 +24,10 @@ public:
     OdbcConnection(const OdbcConnection&) = delete;
     OdbcConnection& operator=(const OdbcConnection&) = delete;
 
-    StatementHandle newStatement() const;
+    /// A statement handle for one statement, new or given back; one that has failed is better not given back.
+    std::shared_ptr<Statement> takeStatement();
+    /// Keeps a statement that has been reset for another use.
+    void giveBack(std::shared_ptr<Statement> statement) noexcept;
     Dialect dialect() const noexcept { return dialect_; }
     bool allowsSeveralResults() const noexcept { return severalResults_; }
     /// Whether a column can be read with SQLGetData when it is bound, out of order, or in any row of a block.
@@ -34,8 +39,8 @@ public:
     void endTransaction(SQLSMALLINT completion);
 
     /// The prepared statement of this text when it is free; null when there is none.
-    std::shared_ptr<StatementHandle> cachedStatement(const std::wstring& sql) const;
-    void cacheStatement(const std::wstring& sql, std::shared_ptr<StatementHandle> statement);
+    std::shared_ptr<Statement> cachedStatement(const std::wstring& sql) const;
+    void cacheStatement(const std::wstring& sql, std::shared_ptr<Statement> statement);
 
     void addResult(const std::shared_ptr<Result>& result);
     /// Whether a result still reads from this connection.
@@ -54,7 +59,8 @@ private:
     bool anyGetData_ = false;
     bool inTransaction_ = false;
     std::vector<std::weak_ptr<Result>> results_;
-    std::map<std::wstring, std::shared_ptr<StatementHandle>> prepared_;
+    std::map<std::wstring, std::shared_ptr<Statement>> prepared_;
+    std::array<std::shared_ptr<Statement>, 4> idle_; ///< some are null
 };
 
 } // namespace adodb

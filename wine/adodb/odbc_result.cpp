@@ -13,15 +13,11 @@ constexpr SQLULEN kLongestBoundColumn = 2000;
 constexpr size_t kFirstChunkBytes = 4096;
 
 constexpr size_t kBlockBytes = 64 * 1024;
-constexpr size_t kMostBlockRows = 100;
 
-void resetStatement(const StatementHandle& statement) noexcept
+size_t alignedBytes(size_t bytes)
 {
-    SQLFreeStmt(statement.get(), SQL_CLOSE);
-    SQLFreeStmt(statement.get(), SQL_UNBIND);
-    SQLSetStmtAttrW(statement.get(), SQL_ATTR_ROW_ARRAY_SIZE, attributeValue(1), 0);
-    SQLSetStmtAttrW(statement.get(), SQL_ATTR_ROWS_FETCHED_PTR, nullptr, 0);
-    SQLSetStmtAttrW(statement.get(), SQL_ATTR_ROW_STATUS_PTR, nullptr, 0);
+    constexpr size_t kAlignment = alignof(SQLBIGINT);
+    return (bytes + kAlignment - 1) / kAlignment * kAlignment;
 }
 
 size_t terminatorBytes(const TypeInfo& type)
@@ -56,14 +52,15 @@ bool Result::Column::isCut(size_t row) const noexcept
     return boundBytes > 0 && (lengths[row] == SQL_NO_TOTAL || lengths[row] > room);
 }
 
-Result::Result(std::shared_ptr<OdbcConnection> connection, std::shared_ptr<StatementHandle> statement,
+Result::Result(std::shared_ptr<OdbcConnection> connection, std::shared_ptr<Statement> statement,
                SQLSMALLINT columnCount)
     : connection_(std::move(connection)),
       statement_(std::move(statement))
 {
+    infos_.reserve(static_cast<size_t>(columnCount));
+    columns_.reserve(static_cast<size_t>(columnCount));
     for (SQLSMALLINT number = 1; number <= columnCount; ++number)
         describeColumn(static_cast<SQLUSMALLINT>(number));
-    setBlockSize();
     bindColumns();
     fetch();
     empty_ = atEnd_;
@@ -71,18 +68,19 @@ Result::Result(std::shared_ptr<OdbcConnection> connection, std::shared_ptr<State
 
 SqlColumnType Result::columnType(SQLUSMALLINT number, ColumnInfo& info) const
 {
-    wchar_t name[256] = {};
+    wchar_t name[256];
+    name[0] = L'\0';
     SQLSMALLINT nameLength = 0;
     SQLSMALLINT nullable = 0;
     SqlColumnType sql = {};
-    odbcCheck(SQLDescribeColW(statement_->get(), number, name, static_cast<SQLSMALLINT>(std::size(name)), &nameLength,
+    odbcCheck(SQLDescribeColW(handle().get(), number, name, static_cast<SQLSMALLINT>(std::size(name)), &nameLength,
                               &sql.sqlType, &sql.size, &sql.digits, &nullable),
-              *statement_, L"SQLDescribeCol");
+              handle(), L"SQLDescribeCol");
     info.name = name;
     if (sql.sqlType == SQL_TINYINT) {
         SQLLEN isUnsigned = SQL_TRUE;
-        odbcCheck(SQLColAttributeW(statement_->get(), number, SQL_DESC_UNSIGNED, nullptr, 0, nullptr, &isUnsigned),
-                  *statement_, L"SQLColAttribute");
+        odbcCheck(SQLColAttributeW(handle().get(), number, SQL_DESC_UNSIGNED, nullptr, 0, nullptr, &isUnsigned),
+                  handle(), L"SQLColAttribute");
         sql.isUnsigned = isUnsigned == SQL_TRUE;
     }
     return sql;
@@ -103,43 +101,53 @@ void Result::describeColumn(SQLUSMALLINT number)
     const bool hasScale = type->precision == 0 || info.type == adCurrency;
     info.scale = hasScale ? sql.digits : 255;
     infos_.push_back(std::move(info));
-    columns_.push_back({type, boundBytes(*type, sql.size), {}, {}, {}});
+    columns_.push_back({type, boundBytes(*type, sql.size), nullptr, nullptr, {}});
 }
 
-void Result::setBlockSize()
+SQLULEN Result::blockRowsOfColumns() const
 {
     size_t rowBytes = 0;
     for (const Column& column : columns_) {
         if (column.boundBytes == 0)
-            return; // such a column is read row by row
+            return 1; // such a column is read row by row
         rowBytes += column.boundBytes;
     }
-    blockRows_ = static_cast<SQLULEN>(std::clamp<size_t>(kBlockBytes / rowBytes, 1, kMostBlockRows));
-    if (blockRows_ == 1)
-        return;
-    rowStatus_.resize(blockRows_);
-    const auto set = [&](SQLINTEGER attribute, SQLPOINTER value) {
-        odbcCheck(SQLSetStmtAttrW(statement_->get(), attribute, value, 0), *statement_, L"SQLSetStmtAttr");
-    };
-    set(SQL_ATTR_ROW_ARRAY_SIZE, attributeValue(blockRows_));
-    set(SQL_ATTR_ROWS_FETCHED_PTR, &fetchedRows_);
-    set(SQL_ATTR_ROW_STATUS_PTR, rowStatus_.data());
+    return static_cast<SQLULEN>(std::clamp<size_t>(kBlockBytes / rowBytes, 1, Statement::kMostBlockRows));
+}
+
+void Result::layOutBlock()
+{
+    const size_t rows = statement_->blockRows();
+    size_t bytes = columns_.size() * rows * sizeof(SQLLEN);
+    for (const Column& column : columns_)
+        bytes += rows * alignedBytes(column.boundBytes);
+    std::byte* at = statement_->block(bytes);
+    for (Column& column : columns_) {
+        column.lengths = new (at) SQLLEN[rows];
+        at += rows * sizeof(SQLLEN);
+    }
+    for (Column& column : columns_) {
+        column.values = at;
+        at += rows * alignedBytes(column.boundBytes);
+    }
 }
 
 void Result::bindColumns()
 {
     bool mayBind = true;
-    for (SQLUSMALLINT number = 1; Column & column : columns_) {
+    for (Column& column : columns_) {
         if (!mayBind)
             column.boundBytes = 0;
-        column.buffer.resize(column.boundBytes * blockRows_);
-        column.lengths.resize(blockRows_);
-        if (column.boundBytes)
-            odbcCheck(SQLBindCol(statement_->get(), number, column.type->cType, column.buffer.data(),
-                                 static_cast<SQLLEN>(column.boundBytes), column.lengths.data()),
-                      *statement_, L"SQLBindCol");
-        else if (!connection_->allowsAnyGetData())
+        else if (column.boundBytes == 0 && !connection_->allowsAnyGetData())
             mayBind = false; // what follows must be read in order, too
+    }
+    statement_->setBlockRows(blockRowsOfColumns());
+    layOutBlock();
+    for (SQLUSMALLINT number = 1; const Column& column : columns_) {
+        if (column.boundBytes)
+            odbcCheck(SQLBindCol(handle().get(), number, column.type->cType, column.values,
+                                 static_cast<SQLLEN>(column.boundBytes), column.lengths),
+                      handle(), L"SQLBindCol");
         ++number;
     }
 }
@@ -152,9 +160,9 @@ void Result::readWhole(SQLUSMALLINT number, std::vector<std::byte>& buffer, SQLL
     const size_t terminator = terminatorBytes(type);
     for (size_t used = 0;;) {
         SQLLEN available = 0;
-        const SQLRETURN rc = SQLGetData(statement_->get(), number, type.cType, buffer.data() + used,
+        const SQLRETURN rc = SQLGetData(handle().get(), number, type.cType, buffer.data() + used,
                                         static_cast<SQLLEN>(buffer.size() - used), &available);
-        odbcCheck(rc, *statement_, L"SQLGetData");
+        odbcCheck(rc, handle(), L"SQLGetData");
         const size_t room = buffer.size() - used - terminator;
         const bool complete =
             rc == SQL_NO_DATA || (available != SQL_NO_TOTAL && available <= static_cast<SQLLEN>(room));
@@ -174,18 +182,18 @@ void Result::readCutValue(SQLUSMALLINT number)
     if (!connection_->allowsAnyGetData())
         throw com::Error{E_FAIL, kProviderName,
                          L"The value of column " + infos_[number - 1].name + L" is longer than the column."};
-    if (blockRows_ > 1)
+    if (statement_->blockRows() > 1)
         odbcCheck(
-            SQLSetPos(statement_->get(), static_cast<SQLSETPOSIROW>(blockRow_ + 1), SQL_POSITION, SQL_LOCK_NO_CHANGE),
-            *statement_, L"SQLSetPos");
-    readWhole(number, columns_[number - 1].spill, columns_[number - 1].lengths[blockRow_]);
+            SQLSetPos(handle().get(), static_cast<SQLSETPOSIROW>(blockRow_ + 1), SQL_POSITION, SQL_LOCK_NO_CHANGE),
+            handle(), L"SQLSetPos");
+    readWhole(number, columns_[number - 1].pieces, columns_[number - 1].lengths[blockRow_]);
 }
 
 void Result::readUnbound()
 {
     for (SQLUSMALLINT number = 1; Column & column : columns_) {
         if (column.boundBytes == 0)
-            readWhole(number, column.buffer, column.lengths[0]);
+            readWhole(number, column.pieces, column.lengths[0]);
         else if (column.isCut(blockRow_))
             readCutValue(number);
         ++number;
@@ -195,13 +203,8 @@ void Result::readUnbound()
 bool Result::fetchBlock()
 {
     blockRow_ = 0;
-    if (odbcCheck(SQLFetch(statement_->get()), *statement_, L"SQLFetch") == SQL_NO_DATA)
-        return false;
-    // A row that cannot be read is no failure of a block as a whole.
-    for (SQLULEN row = 0; blockRows_ > 1 && row < fetchedRows_; ++row)
-        if (rowStatus_[row] == SQL_ROW_ERROR)
-            throwOdbcError(SQL_HANDLE_STMT, statement_->get(), L"SQLFetch");
-    return true;
+    fetchedRows_ = statement_->fetch();
+    return fetchedRows_ > 0;
 }
 
 void Result::fetch()
@@ -218,17 +221,18 @@ void Result::fetch()
 void Result::drain()
 {
     // A later statement of a batch reports its failure only when its result is asked for.
-    while (odbcCheck(SQLMoreResults(statement_->get()), *statement_, L"SQLMoreResults") != SQL_NO_DATA) {
+    while (odbcCheck(SQLMoreResults(handle().get()), handle(), L"SQLMoreResults") != SQL_NO_DATA) {
     }
 }
 
 void Result::releaseStatement() noexcept
 {
-    if (statement_) {
-        if (statement_.use_count() > 1) // a prepared one that is used again
-            resetStatement(*statement_);
-        statement_.reset();
-    }
+    if (!statement_)
+        return;
+    statement_->reset();
+    if (statement_.use_count() == 1) // else it is a prepared one, or its execution is not over
+        connection_->giveBack(std::move(statement_));
+    statement_.reset();
 }
 
 void Result::close() noexcept
@@ -291,8 +295,8 @@ _variant_t Result::value(size_t index) const
     const SQLLEN length = column.lengths[blockRow_];
     if (length == SQL_NULL_DATA)
         return nullVariant();
-    const std::byte* bytes =
-        column.isCut(blockRow_) ? column.spill.data() : column.buffer.data() + blockRow_ * column.boundBytes;
+    const bool inPieces = column.boundBytes == 0 || column.isCut(blockRow_);
+    const std::byte* bytes = inPieces ? column.pieces.data() : column.values + blockRow_ * column.boundBytes;
     return valueOfBuffer(*column.type, bytes, static_cast<size_t>(length));
 }
 

@@ -27,8 +27,7 @@ class Result
 {
 public:
     /// `statement` has been executed and has `columnCount` columns.
-    Result(std::shared_ptr<OdbcConnection> connection, std::shared_ptr<StatementHandle> statement,
-           SQLSMALLINT columnCount);
+    Result(std::shared_ptr<OdbcConnection> connection, std::shared_ptr<Statement> statement, SQLSMALLINT columnCount);
 
     ~Result() { releaseStatement(); }
     Result(const Result&) = delete;
@@ -61,10 +60,11 @@ private:
     struct Column
     {
         const TypeInfo* type;
-        size_t boundBytes;             ///< of one row in the bound buffer; 0 for a column that is read in pieces
-        std::vector<std::byte> buffer; ///< bound, one value for each row of the block; or filled by SQLGetData
-        std::vector<SQLLEN> lengths;   ///< for each row of the block: bytes, or SQL_NULL_DATA
-        std::vector<std::byte> spill;  ///< a value that did not fit the bound buffer
+        size_t boundBytes; ///< of one row in the statement's block; 0 for a column that is read in pieces
+        std::byte* values; ///< in the block: one value for each of its rows
+        SQLLEN* lengths;   ///< in the block, for each of its rows: bytes, or SQL_NULL_DATA
+        std::vector<std::byte>
+            pieces; ///< a value read with SQLGetData: of an unbound column, or too long for the block
 
         /// Whether the bound buffer holds only the beginning of this row's value.
         bool isCut(size_t row) const noexcept;
@@ -74,9 +74,11 @@ private:
     void describeColumn(SQLUSMALLINT number);
     SqlColumnType columnType(SQLUSMALLINT number, ColumnInfo& info) const;
     void bindColumns();
-    void setBlockSize();
+    SQLULEN blockRowsOfColumns() const;
+    void layOutBlock();
     void fetch();
     bool fetchBlock();
+    const StatementHandle& handle() const { return statement_->handle(); }
     void readUnbound();
     void readCutValue(SQLUSMALLINT number);
     void readWhole(SQLUSMALLINT number, std::vector<std::byte>& buffer, SQLLEN& length) const;
@@ -85,13 +87,11 @@ private:
     Row currentRow() const;
 
     std::shared_ptr<OdbcConnection> connection_;
-    std::shared_ptr<StatementHandle> statement_;
+    std::shared_ptr<Statement> statement_;
     std::vector<ColumnInfo> infos_;
     std::vector<Column> columns_;
-    SQLULEN blockRows_ = 1;   ///< how many rows one SQLFetch brings
-    SQLULEN fetchedRows_ = 0; ///< how many the last one brought
+    SQLULEN fetchedRows_ = 0; ///< how many the last fetch brought
     size_t blockRow_ = 0;     ///< the current row among them
-    std::vector<SQLUSMALLINT> rowStatus_;
     std::vector<Row> rows_;
     size_t rowIndex_ = 0; ///< in rows_
     size_t position_ = 0; ///< rows passed since the first

@@ -11,23 +11,20 @@ namespace adodb {
 
 namespace {
 
-std::shared_ptr<StatementHandle> preparedStatement(OdbcConnection& connection, const std::wstring& sql)
+std::shared_ptr<Statement> preparedStatement(OdbcConnection& connection, const std::wstring& sql)
 {
     if (auto known = connection.cachedStatement(sql))
         return known;
-    auto statement = std::make_shared<StatementHandle>(connection.newStatement());
+    auto statement = connection.takeStatement();
     std::wstring text = sql;
-    odbcCheck(SQLPrepareW(statement->get(), text.data(), static_cast<SQLINTEGER>(text.size())), *statement,
-              L"SQLPrepare");
+    odbcCheck(SQLPrepareW(statement->handle().get(), text.data(), static_cast<SQLINTEGER>(text.size())),
+              statement->handle(), L"SQLPrepare");
     connection.cacheStatement(sql, statement);
     return statement;
 }
 
 void executeStatement(const StatementHandle& statement, std::wstring& sql, const Request& request)
 {
-    // A driver without time limits runs the statement without one.
-    SQLSetStmtAttrW(statement.get(), SQL_ATTR_QUERY_TIMEOUT, attributeValue(static_cast<ULONG_PTR>(request.timeout)),
-                    0);
     if (request.prepared)
         odbcCheck(SQLExecute(statement.get()), statement, L"SQLExecute");
     else
@@ -109,15 +106,16 @@ Outcome Session::run(const std::shared_ptr<OdbcConnection>& connection, const Re
     for (const ParameterData* parameter : request.parameters)
         bound.emplace_back(*parameter, connection->dialect());
 
-    const auto statement = request.prepared ? preparedStatement(*connection, sql)
-                                            : std::make_shared<StatementHandle>(connection->newStatement());
+    auto statement = request.prepared ? preparedStatement(*connection, sql) : connection->takeStatement();
+    const StatementHandle& handle = statement->handle();
     for (SQLUSMALLINT number = 1; OdbcParameter & parameter : bound)
-        parameter.bind(*statement, number++);
-    executeStatement(*statement, sql, request);
+        parameter.bind(handle, number++);
+    statement->setTimeout(request.timeout);
+    executeStatement(handle, sql, request);
 
     const bool hasOutputs = std::ranges::any_of(request.parameters, &ParameterData::isOutput);
     Outcome outcome;
-    if (const SQLSMALLINT columns = columnCount(*statement); columns > 0) {
+    if (const SQLSMALLINT columns = columnCount(handle); columns > 0) {
         outcome.result = std::make_shared<Result>(connection, statement, columns);
         connection->addResult(outcome.result);
         // Output values are there only after the last row.
@@ -125,14 +123,17 @@ Outcome Session::run(const std::shared_ptr<OdbcConnection>& connection, const Re
             outcome.result->materialize();
     }
     else {
-        outcome.rowsAffected = rowCount(*statement);
-        finishBatch(*statement);
+        outcome.rowsAffected = rowCount(handle);
+        finishBatch(handle);
     }
     if (!bound.empty())
-        SQLFreeStmt(statement->get(), SQL_RESET_PARAMS);
+        SQLFreeStmt(handle.get(), SQL_RESET_PARAMS);
     for (size_t index = 0; index < bound.size(); ++index)
         if (request.parameters[index]->isOutput())
             request.parameters[index]->value = bound[index].output();
+    // A result that is still read gives it back itself; a prepared one stays where it is.
+    if (statement.use_count() == 1)
+        connection->giveBack(std::move(statement));
     return outcome;
 }
 
