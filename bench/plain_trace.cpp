@@ -1,0 +1,39 @@
+// Writes a trace as ODBC takes it: the connection strings and the spellings that the ADO classes would rewrite are
+// rewritten already, so that a client in plain C sends what they send.
+//
+//   bench_plain_trace TRACE PLAIN_TRACE
+#include "Trace.h"
+#include "dialect.h"
+#include "session.h"
+
+#include <cstdio>
+#include <stdexcept>
+
+namespace {
+
+std::wstring plainText(const TraceRecord& record)
+{
+    if (record.kind == TraceKind::Connect)
+        return adodb::odbcConnectionString(record.text, {}, {});
+    return adodb::translateSql(adodb::Dialect::PostgreSql, record.text);
+}
+
+} // namespace
+
+int wmain(int count, wchar_t* words[])
+{
+    if (count != 3)
+        return 2;
+    try {
+        TraceWriter plain(words[2]);
+        for (TraceRecord record : readTrace(words[1])) {
+            record.text = plainText(record);
+            plain.add(record);
+        }
+        return 0;
+    }
+    catch (const std::exception& error) {
+        printf("failed: %s\n", error.what());
+        return 1;
+    }
+}
