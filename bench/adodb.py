@@ -1,54 +1,52 @@
-"""What the ADO classes for Wine take, against the same statements sent through ODBC in plain C: everything that a
-one-way run sends, replayed by both in turn from the same state of the databases.
+"""What the ADO classes for Wine take, against the same statements through ODBC in plain C: all that a one-way run
+sends, and the rows of a large result.
 """
 
-import statistics
 import subprocess
 
-import work
 from bed import windows_path
+from figures import figure, ratio, require_same, take_turns
+from work import GUID, NUMBER, shared_work
 
-ROUNDS = 5
 LIMIT = 1.10
-TABLES = {"GUID keys": work.GUID, "numeric keys": work.NUMBER}
+STREAMED = 5  # how often the large result is read
 
 
 def figures(bed, scale):
-    """`scale` has the number of rows of each side, of which a fifth was changed."""
-    bench = work.Work(bed)
+    work = shared_work(bed)
     state = f"mixed_{scale.rows}"
-    bench.make_state(state)
-    found = []
-    for title, table in TABLES.items():
-        found += _ratios(bed, bench, state, title, table)
-    bench.pair.forget(state)
-    return found
+    return [*_compare(work, scale, state, work.trace(state, (GUID,)), "GUID keys", LIMIT),
+            *_compare(work, scale, state, work.trace(state, (NUMBER,)), "numeric keys", LIMIT),
+            *_compare(work, scale, state, _stream(work, scale), "all columns of all rows", None)]
 
 
-def _ratios(bed, bench, state, title, table):
-    bench.pair.restore(state)
-    trace = bench.record([table])
+def _stream(work, scale):
+    """Reads a table from its first row to its last."""
+    trace = (work.bed.work / "stream.trace").resolve()
+    rows = int(work.pair.psql("S", f"select count(*) from {GUID.name};"))
+    reading = [f"open\t0\tS\tselect * from {GUID.name}", *["next\t0"] * rows, "close\t0"]
+    connecting = [f"connect\t{side}\t{work.pair.connection(side)}" for side in "SD"]
+    trace.write_text("".join(f"{line}\n" for line in [*connecting, *reading * STREAMED]), encoding="utf-8")
+    return trace
+
+
+def _compare(work, scale, state, trace, kind, limit):
     plain = trace.with_suffix(".plain")
-    subprocess.run([*bed.program("bench_plain_trace"), windows_path(trace.resolve()), windows_path(plain.resolve())],
-                   check=True)
-    ado, odbc = [], []
-    for _ in range(ROUNDS):
-        bench.pair.restore(state)
-        ado.append(bench.replay(trace))
-        bench.pair.restore(state)
-        odbc.append(bed.measure([*bed.program("bench_odbc"), windows_path(plain.resolve())]))
-        _require_same_work(ado[-1], odbc[-1])
-    return [_figure(f"adodb against plain ODBC, {title}: wall time", ado, odbc, "wall", LIMIT),
-            _figure(f"adodb against plain ODBC, {title}: processor time", ado, odbc, "cpu", None)]
+    subprocess.run([str(word) for word in (*work.bed.program("bench_plain_trace"), windows_path(trace),
+                                           windows_path(plain))], check=True)
+    left = {}
 
+    def client(name, start):
+        def measured():
+            work.restore(state)
+            taken = start()
+            left[name] = (taken["statements"], taken["rows"], work.digest(GUID.name), work.digest(NUMBER.name))
+            return taken
+        return measured
 
-def _require_same_work(ado, odbc):
-    for counter in ("statements", "rows"):
-        if ado[counter] != odbc[counter]:
-            raise work.WrongResult(f"{counter}: {ado[counter]} over ADO, {odbc[counter]} over plain ODBC")
-
-
-def _figure(name, ado, odbc, what, limit):
-    """The median of the ratios of neighbours."""
-    ratio = statistics.median(mine[what] / plain[what] for mine, plain in zip(ado, odbc))
-    return {"name": name, "value": ratio, "limit": limit}
+    taken = take_turns(scale.rounds, {
+        "ado": client("ado", lambda: work.replay(trace)),
+        "odbc": client("odbc", lambda: work.bed.measure([*work.bed.program("bench_odbc"), windows_path(plain)]))})
+    require_same(f"databases after the statements over ADO and over plain ODBC, {kind}", left)
+    return [figure(f"adodb against plain ODBC, {kind}: {title}", ratio(taken["ado"], taken["odbc"], key), most)
+            for title, key, most in (("wall time", "wall", limit), ("processor time", "cpu", None))]

@@ -44,6 +44,9 @@ constexpr std::array kTypes{
     TypeInfo{adLongVarBinary, SQL_LONGVARBINARY, SQL_C_BINARY, 0, VT_ARRAY | VT_UI1, kLongBytes, 255},
 };
 
+constexpr auto kTypeNumber = [](const TypeInfo& info) { return long{info.type}; };
+static_assert(std::ranges::is_sorted(kTypes, {}, kTypeNumber));
+
 AdoType decimalType(const SqlColumnType& column) noexcept
 {
     return column.size == 19 && column.digits == 4 ? adCurrency : adNumeric;
@@ -53,8 +56,8 @@ AdoType decimalType(const SqlColumnType& column) noexcept
 
 const TypeInfo* findType(long adoType) noexcept
 {
-    const auto found = std::ranges::find(kTypes, adoType, [](const TypeInfo& info) { return long{info.type}; });
-    return found == kTypes.end() ? nullptr : &*found;
+    const auto found = std::ranges::lower_bound(kTypes, adoType, {}, kTypeNumber);
+    return found != kTypes.end() && found->type == adoType ? &*found : nullptr;
 }
 
 AdoType adoTypeOfColumn(const SqlColumnType& column, bool plainText) noexcept

@@ -25,7 +25,7 @@ size_t positionOfItem(const VARIANT& index, size_t count, const std::function<st
                 return position;
         raiseAdoError(kItemNotFound, source);
     }
-    const long position = com::toInt32(index);
+    const long position = V_VT(&index) == VT_I4 ? V_I4(&index) : com::toInt32(index);
     if (position < 0 || static_cast<size_t>(position) >= count)
         raiseAdoError(kItemNotFound, source);
     return static_cast<size_t>(position);

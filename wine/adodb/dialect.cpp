@@ -3,6 +3,7 @@
 #include "postgres_name.h"
 #include "sql_tokens.h"
 
+#include <array>
 #include <initializer_list>
 #include <optional>
 
@@ -235,6 +236,18 @@ private:
     std::vector<std::wstring> limits_{1}; ///< the pending limit of the select at each parenthesis level
 };
 
+/// Whether there is a bracket, or a word that what is rewritten has in it, wherever it stands. Most statements have
+/// none, and this glance is cheaper than cutting them into tokens.
+bool mayNeedRewriting(std::wstring_view sql)
+{
+    constexpr std::array<std::wstring_view, 4> kSigns{L"[", L"top", L"dateadd", L"object_id"};
+    for (size_t at = 0; at < sql.size(); ++at)
+        for (const std::wstring_view sign : kSigns)
+            if (lowerAscii(sql[at]) == sign.front() && equalsIgnoringCase(sql.substr(at, sign.size()), sign))
+                return true;
+    return false;
+}
+
 } // namespace
 
 Dialect dialectOfDatabase(std::wstring_view dbmsName) noexcept
@@ -244,7 +257,7 @@ Dialect dialectOfDatabase(std::wstring_view dbmsName) noexcept
 
 std::wstring translateSql(Dialect dialect, std::wstring_view sql)
 {
-    return dialect == Dialect::PostgreSql ? Rewriter(sql).run() : std::wstring(sql);
+    return dialect == Dialect::PostgreSql && mayNeedRewriting(sql) ? Rewriter(sql).run() : std::wstring(sql);
 }
 
 } // namespace adodb

@@ -138,7 +138,10 @@ std::wstring Call::text(unsigned index) const
 
 long Call::number(unsigned index, long fallback) const
 {
-    return has(index) ? com::toInt32(argument(index)) : fallback;
+    if (!has(index))
+        return fallback;
+    const VARIANT& given = *arguments_[index];
+    return V_VT(&given) == VT_I4 ? V_I4(&given) : com::toInt32(com::copyValue(given));
 }
 
 void Call::writeBack(unsigned index, const _variant_t& value) const
