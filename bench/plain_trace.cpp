@@ -14,7 +14,7 @@ namespace {
 std::wstring plainText(const TraceRecord& record)
 {
     if (record.kind == TraceKind::Connect)
-        return adodb::odbcConnectionString(record.text, {}, {});
+        return adodb::odbcConnectionString(std::wstring(record.text), {}, {});
     return adodb::translateSql(adodb::Dialect::PostgreSql, record.text);
 }
 
@@ -25,9 +25,11 @@ int wmain(int count, wchar_t* words[])
     if (count != 3)
         return 2;
     try {
+        const Trace trace(words[1]);
         TraceWriter plain(words[2]);
-        for (TraceRecord record : readTrace(words[1])) {
-            record.text = plainText(record);
+        for (TraceRecord record : trace.records()) {
+            const std::wstring text = plainText(record);
+            record.text = text;
             plain.add(record);
         }
         return 0;
