@@ -61,7 +61,8 @@ def main():
     parser.add_argument("--rounds", type=int, help="5, and from 100000 rows on 3")
     parser.add_argument("--only", nargs="+", default=[], metavar="PART", help=", ".join([*PARTS, *MODULES]))
     given = parser.parse_args()
-    bed, scale = Bed(given.binaries, given.work), Scale(given.rows, given.rounds or (5 if given.rows < MANY_ROWS else 3))
+    bed = Bed(given.binaries, given.work)
+    scale = Scale(given.rows, given.rounds or (5 if given.rows < MANY_ROWS else 3))
 
     figures, failed = [], False
     line("figure", "value", "limit", "")

@@ -88,11 +88,15 @@ def logging(bed, scale):
     run(DEBUG)
     log = work.log().read_bytes()
     entries = log.count(b"\r\n\r\n") + 1
-    taken = take_turns(scale.rounds, {"append": lambda: work.append(entries, len(log) // entries),
+    size = len(log) // entries
+    taken = take_turns(scale.rounds, {"append": lambda: work.entries("bench_append", entries, size),
+                                      "alone": lambda: work.entries("bench_log", entries, size),
                                       "debug": lambda: run(DEBUG), "off": lambda: run(OFF)})
-    more = statistics.median(on["cpu"] - off["cpu"] for on, off in zip(taken["debug"], taken["off"]))
-    return [figure("DEBUG log entry against open, append, close: processor time", more / median(taken["append"], "cpu"),
-                   2)]
+    more = median(taken["debug"], "cpu") - median(taken["off"], "cpu")
+    return [figure("DEBUG log entry of a run against open, append, close: processor time",
+                   more / median(taken["append"], "cpu"), 2),
+            figure("log entry by itself against open, append, close: processor time",
+                   ratio(taken["alone"], taken["append"], "cpu"))]
 
 
 def full_copy(bed, scale):

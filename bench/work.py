@@ -80,10 +80,12 @@ class Work:
             pathlib.Path(__file__).with_name("one_way.vbs").resolve(), self.pair.connection("S"),
             self.pair.connection("D"), self.pair.prefix("S"), self.pair.prefix("D"), table.name, table.key, LAST_RUN))
 
-    def append(self, entries, size):
-        """The same number of log entries by system calls alone, each of `size` bytes."""
+    def entries(self, program, count, size):
+        """Log entries without a run, each of `size` bytes: bench_append's by system calls alone, bench_log's by the
+        component.
+        """
         self.log().unlink(missing_ok=True)
-        return self.bed.measure([*self.bed.program("bench_append"), windows_path(self.log()), str(entries), str(size)])
+        return self.bed.measure([*self.bed.program(program), windows_path(self.log()), str(count), str(size)])
 
     def log(self):
         return (self.bed.work / "run.log").resolve()
