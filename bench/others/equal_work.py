@@ -13,7 +13,8 @@ AFTER_LAST_RUN = datetime.datetime(2024, 7, 1)
 
 COLUMNS = ("unid", "code", "name", "kind", "amount", "ratio", "active_f", "since", "note", "mod_date")
 _DECLARED = """unid integer primary key, code char(8), name varchar(60), kind smallint, amount decimal(19,4),
-    ratio double precision, active_f boolean, since {timestamp}(3), note varchar(100), mod_date {timestamp}(3) not null"""
+    ratio double precision, active_f boolean, since {timestamp}(3), note varchar(100),
+    mod_date {timestamp}(3) not null"""
 POSTGRES = f"create table {TABLE} ({_DECLARED.format(timestamp='timestamp')});"
 MARIADB = f"create table {TABLE} ({_DECLARED.format(timestamp='datetime')}) engine = InnoDB;"
 
