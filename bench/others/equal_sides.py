@@ -14,15 +14,15 @@ DURABILITY = ("fsync", "full_page_writes", "synchronous_commit")
 def durable():
     """The server of the test bed as durable as PostgreSQL is by default; it does not wait for the disk otherwise."""
     try:
-        _set("on")
+        _configure("set {} = on")
         yield
     finally:
-        _set("off")
+        _configure("reset {}")
 
 
-def _set(value):
+def _configure(change):
     for name in DURABILITY:
-        psql("postgres", f"alter system set {name} = {value};")
+        psql("postgres", f"alter system {change.format(name)};")
     psql("postgres", "select pg_reload_conf();")
 
 

@@ -35,17 +35,17 @@ class MariaDb:
     def __enter__(self):
         shutil.rmtree(self.folder, ignore_errors=True)
         self._data.mkdir(parents=True)
-        self._command = self._as_server_user()
-        self._run([*self._command, INSTALLER, "--no-defaults", f"--datadir={self._data}", "--skip-test-db",
+        as_user = self._as_server_user()
+        self._run([*as_user, INSTALLER, "--no-defaults", f"--datadir={self._data}", "--skip-test-db",
                    "--auth-root-authentication-method=normal"])
         self.port = _free_port()
-        with open(self.folder / "server.log", "wb") as log:
-            self._process = subprocess.Popen([*self._command, SERVER, "--no-defaults", f"--datadir={self._data}",
-                                              f"--socket={self._socket}", f"--bind-address={HOST}",
-                                              f"--port={self.port}", "--local-infile=1"],
-                                             stdout=log, stderr=log, cwd="/")
-        self._wait_until_it_answers()
-        self.sql(f"create user {LOGIN}@'{HOST}' identified by '{PASSWORD}'; grant all on *.* to {LOGIN}@'{HOST}';")
+        self._start(as_user)
+        try:
+            self._wait_until_it_answers()
+            self.sql(f"create user {LOGIN}@'{HOST}' identified by '{PASSWORD}'; grant all on *.* to {LOGIN}@'{HOST}';")
+        except Exception:
+            self.__exit__()
+            raise
         return self
 
     def __exit__(self, *_):
@@ -61,6 +61,13 @@ class MariaDb:
     def dsn(self, database):
         """The database as pt-table-sync takes it."""
         return f"h={HOST},P={self.port},u={LOGIN},p={PASSWORD},D={database}"
+
+    def _start(self, as_user):
+        with open(self.folder / "server.log", "wb") as log:
+            self._process = subprocess.Popen([*as_user, SERVER, "--no-defaults", f"--datadir={self._data}",
+                                              f"--socket={self._socket}", f"--bind-address={HOST}",
+                                              f"--port={self.port}", "--local-infile=1"],
+                                             stdout=log, stderr=log, cwd="/")
 
     def _as_server_user(self):
         """What a server program starts with: it refuses to run as root."""
@@ -82,7 +89,8 @@ class MariaDb:
                 return
             except RuntimeError as error:
                 if time.monotonic() > end or self._process.poll() is not None:
-                    raise RuntimeError(f"the server does not start; see {self.folder}/server.log") from error
+                    told = (self.folder / "server.log").read_text(errors="replace")
+                    raise RuntimeError(f"the server does not start:\n{told}") from error
                 time.sleep(0.05)
 
     @staticmethod
