@@ -2,6 +2,7 @@
 
 import statistics
 
+from bed import windows_path
 from figures import figure, median, ratio, require_same, take_turns
 from typed import Terminal
 from work import DEBUG, FULL, GUID, NUMBER, OFF, QUIET, shared_work
@@ -80,23 +81,28 @@ def logging(bed, scale):
     """What an entry of the log takes, against the system calls that it consists of."""
     work = shared_work(bed)
     state = f"mixed_{scale.rows}"
+    trace = work.trace(state, (GUID,))
 
-    def run(level):
+    def fresh(measured, *arguments):
+        work.log().unlink(missing_ok=True)
         work.restore(state)
-        return work.run((GUID,), level)
+        return measured(*arguments)
 
-    run(DEBUG)
+    fresh(work.run, (GUID,), DEBUG)
     log = work.log().read_bytes()
     entries = log.count(b"\r\n\r\n") + 1
     size = len(log) // entries
-    taken = take_turns(scale.rounds, {"append": lambda: work.entries("bench_append", entries, size),
-                                      "alone": lambda: work.entries("bench_log", entries, size),
-                                      "debug": lambda: run(DEBUG), "off": lambda: run(OFF)})
-    more = median(taken["debug"], "cpu") - median(taken["off"], "cpu")
-    return [figure("DEBUG log entry of a run against open, append, close: processor time",
-                   more / median(taken["append"], "cpu"), 2),
+    taken = take_turns(scale.rounds, {
+        "debug": lambda: fresh(work.run, (GUID,), DEBUG), "off": lambda: fresh(work.run, (GUID,), OFF),
+        "bare": lambda: fresh(work.replay, trace),
+        "append": lambda: fresh(work.replay, trace, f"--append={windows_path(work.log())}"),
+        "entries": lambda: work.entries("bench_log", entries, size),
+        "calls": lambda: work.entries("bench_append", entries, size)})
+    logged = (median(taken["debug"], "cpu") - median(taken["off"], "cpu")) / entries
+    appended = (median(taken["append"], "cpu") - median(taken["bare"], "cpu")) / taken["bare"][0]["statements"]
+    return [figure("DEBUG log entry of a run against open, append, close: processor time", logged / appended, 2),
             figure("log entry by itself against open, append, close: processor time",
-                   ratio(taken["alone"], taken["append"], "cpu"))]
+                   ratio(taken["entries"], taken["calls"], "cpu"), 2)]
 
 
 def full_copy(bed, scale):

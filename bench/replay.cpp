@@ -1,13 +1,14 @@
 // Sends a trace again: the same statements in the same order over the same ADO classes, and every row that they return
 // read in full.
 //
-//   bench_replay [--whole | --split] TRACE
+//   bench_replay [--whole | --split | --append=FILE] TRACE
 //
 // With --whole connecting and disconnecting belong to the work. With --split it also tells the seconds that comparisons
-// (queries whose rows are gone through), looks at one row, and writes took. The trace is in memory before the work
-// begins.
+// (queries whose rows are gone through), looks at one row, and writes took. With --append FILE is
+// opened, appended to and closed before every statement. The trace is in memory before the work begins.
 #include "BareAdo.h"
 #include "Trace.h"
+#include "append.h"
 #include "protocol.h"
 
 #include <objbase.h>
@@ -18,6 +19,8 @@
 #include <stdexcept>
 
 namespace {
+
+constexpr std::wstring_view kAppend = L"--append=";
 
 /// The seconds of statements, by what they are for.
 class Split
@@ -79,6 +82,15 @@ public:
             send(record);
     }
 
+    void sendAndAppend(const std::wstring& path)
+    {
+        for (const TraceRecord& record : trace_.records()) {
+            if (isStatement(record))
+                append(path.c_str(), std::string(record.text.size(), 'x'));
+            send(record);
+        }
+    }
+
     Split sendAndSplit()
     {
         using Clock = std::chrono::steady_clock;
@@ -103,23 +115,26 @@ public:
     }
 
 private:
+    static bool isStatement(const TraceRecord& record)
+    {
+        return record.kind == TraceKind::Execute || record.kind == TraceKind::Count || record.kind == TraceKind::Open;
+    }
+
     bare::Connection& connection(const TraceRecord& record) { return record.side == L'S' ? source_ : destination_; }
 
     void send(const TraceRecord& record)
     {
+        statements_ += isStatement(record) ? 1 : 0;
         switch (record.kind) {
         case TraceKind::Connect:
             break;
         case TraceKind::Execute:
-            ++statements_;
             bare::execute(connection(record), record.text);
             break;
         case TraceKind::Count:
-            ++statements_;
             bare::executeCounted(connection(record), record.text);
             break;
         case TraceKind::Open:
-            ++statements_;
             open_.resize(std::max(open_.size(), record.id + 1));
             open_[record.id] = bare::Recordset(connection(record), record.text);
             break;
@@ -174,6 +189,8 @@ void replay(const std::wstring& option, const wchar_t* path)
     std::string words;
     if (option == L"--split")
         words = work.sendAndSplit().words();
+    else if (option.starts_with(kAppend))
+        work.sendAndAppend(option.substr(kAppend.size()));
     else
         work.send();
     if (whole)
@@ -187,7 +204,7 @@ void replay(const std::wstring& option, const wchar_t* path)
 int wmain(int count, wchar_t* words[])
 {
     const std::wstring option = count == 3 ? words[1] : L"";
-    const bool known = option == L"--whole" || option == L"--split" || count == 2;
+    const bool known = option == L"--whole" || option == L"--split" || option.starts_with(kAppend) || count == 2;
     if (!known || FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)))
         return 2;
     int status = 1;

@@ -71,7 +71,7 @@ class Work:
         return self.bed.measure([*self.bed.program("bench_run"), *self._host_words(tables, level, whole)])
 
     def replay(self, trace, *option):
-        """`option`: --whole, when the trace was recorded so, or --split."""
+        """`option`: --whole, when the trace was recorded so, --split or --append=FILE."""
         return self.bed.measure([*self.bed.program("bench_replay"), *option, windows_path(trace)])
 
     def script(self, table):
