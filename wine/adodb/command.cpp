@@ -110,7 +110,7 @@ long Command::executeInto(Recordset& recordset, long options)
     request.parameters = parameters;
     request.timeout = commandTimeout_;
     request.prepared = prepared_;
-    return recordset.execute(connection_.Get(), request);
+    return recordset.execute(connection_.Get(), std::move(request));
 }
 
 void Command::invokeExecute(Call& call)

@@ -85,7 +85,7 @@ void Connection::invokeExecute(Call& call)
     Request request;
     request.text = textOfCommand(call.text(0), options, {});
     request.timeout = commandTimeout_;
-    const long rows = recordset->execute(this, request);
+    const long rows = recordset->execute(this, std::move(request));
     call.writeBack(1, _variant_t(rows, VT_I4));
     call.returns(wantsNoRecords(options) ? nullptr : recordset.Get());
 }

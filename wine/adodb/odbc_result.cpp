@@ -14,12 +14,6 @@ constexpr size_t kFirstChunkBytes = 4096;
 
 constexpr size_t kBlockBytes = 64 * 1024;
 
-size_t alignedBytes(size_t bytes)
-{
-    constexpr size_t kAlignment = alignof(SQLBIGINT);
-    return (bytes + kAlignment - 1) / kAlignment * kAlignment;
-}
-
 size_t terminatorBytes(const TypeInfo& type)
 {
     return type.cType == SQL_C_WCHAR ? sizeof(wchar_t) : type.cType == SQL_C_CHAR ? 1 : 0;
@@ -46,10 +40,12 @@ long definedSizeOf(const TypeInfo& type, SQLULEN size)
 
 } // namespace
 
-bool Result::Column::isCut(size_t row) const noexcept
+bool Result::isInPieces(size_t index) const noexcept
 {
-    const auto room = static_cast<SQLLEN>(boundBytes - terminatorBytes(*type));
-    return boundBytes > 0 && (lengths[row] == SQL_NO_TOTAL || lengths[row] > room);
+    const Column& column = columns_[index];
+    const SQLLEN length = statement_->length(index, blockRow_);
+    const auto room = static_cast<SQLLEN>(column.boundBytes - terminatorBytes(*column.type));
+    return column.boundBytes == 0 || length == SQL_NO_TOTAL || length > room;
 }
 
 Result::Result(std::shared_ptr<OdbcConnection> connection, std::shared_ptr<Statement> statement,
@@ -101,7 +97,7 @@ void Result::describeColumn(SQLUSMALLINT number)
     const bool hasScale = type->precision == 0 || info.type == adCurrency;
     info.scale = hasScale ? sql.digits : 255;
     infos_.push_back(std::move(info));
-    columns_.push_back({type, boundBytes(*type, sql.size), nullptr, nullptr, {}});
+    columns_.push_back({type, boundBytes(*type, sql.size), {}});
 }
 
 SQLULEN Result::blockRowsOfColumns() const
@@ -115,46 +111,25 @@ SQLULEN Result::blockRowsOfColumns() const
     return static_cast<SQLULEN>(std::clamp<size_t>(kBlockBytes / rowBytes, 1, Statement::kMostBlockRows));
 }
 
-void Result::layOutBlock()
-{
-    const size_t rows = statement_->blockRows();
-    size_t bytes = columns_.size() * rows * sizeof(SQLLEN);
-    for (const Column& column : columns_)
-        bytes += rows * alignedBytes(column.boundBytes);
-    std::byte* at = statement_->block(bytes);
-    for (Column& column : columns_) {
-        column.lengths = new (at) SQLLEN[rows];
-        at += rows * sizeof(SQLLEN);
-    }
-    for (Column& column : columns_) {
-        column.values = at;
-        at += rows * alignedBytes(column.boundBytes);
-    }
-}
-
 void Result::bindColumns()
 {
     bool mayBind = true;
+    std::vector<Binding> bindings;
+    bindings.reserve(columns_.size());
     for (Column& column : columns_) {
         if (!mayBind)
             column.boundBytes = 0;
         else if (column.boundBytes == 0 && !connection_->allowsAnyGetData())
             mayBind = false; // what follows must be read in order, too
+        bindings.push_back({column.type->cType, column.boundBytes});
     }
-    statement_->setBlockRows(blockRowsOfColumns());
-    layOutBlock();
-    for (SQLUSMALLINT number = 1; const Column& column : columns_) {
-        if (column.boundBytes)
-            odbcCheck(SQLBindCol(handle().get(), number, column.type->cType, column.values,
-                                 static_cast<SQLLEN>(column.boundBytes), column.lengths),
-                      handle(), L"SQLBindCol");
-        ++number;
-    }
+    statement_->bind(bindings, blockRowsOfColumns());
 }
 
-void Result::readWhole(SQLUSMALLINT number, std::vector<std::byte>& buffer, SQLLEN& length) const
+void Result::readWhole(SQLUSMALLINT number)
 {
-    const TypeInfo& type = *columns_[number - 1].type;
+    const TypeInfo& type = *columns_[number - 1U].type;
+    std::vector<std::byte>& buffer = columns_[number - 1U].pieces;
     if (buffer.size() < kFirstChunkBytes)
         buffer.resize(kFirstChunkBytes);
     const size_t terminator = terminatorBytes(type);
@@ -168,7 +143,7 @@ void Result::readWhole(SQLUSMALLINT number, std::vector<std::byte>& buffer, SQLL
             rc == SQL_NO_DATA || (available != SQL_NO_TOTAL && available <= static_cast<SQLLEN>(room));
         if (complete) {
             const auto last = static_cast<SQLLEN>(used) + (rc == SQL_NO_DATA ? 0 : available);
-            length = available == SQL_NULL_DATA ? available : last;
+            statement_->length(number - 1U, blockRow_) = available == SQL_NULL_DATA ? available : last;
             return;
         }
         used += room;
@@ -186,15 +161,15 @@ void Result::readCutValue(SQLUSMALLINT number)
         odbcCheck(
             SQLSetPos(handle().get(), static_cast<SQLSETPOSIROW>(blockRow_ + 1), SQL_POSITION, SQL_LOCK_NO_CHANGE),
             handle(), L"SQLSetPos");
-    readWhole(number, columns_[number - 1].pieces, columns_[number - 1].lengths[blockRow_]);
+    readWhole(number);
 }
 
 void Result::readUnbound()
 {
-    for (SQLUSMALLINT number = 1; Column & column : columns_) {
+    for (SQLUSMALLINT number = 1; const Column& column : columns_) {
         if (column.boundBytes == 0)
-            readWhole(number, column.pieces, column.lengths[0]);
-        else if (column.isCut(blockRow_))
+            readWhole(number);
+        else if (isInPieces(number - 1U))
             readCutValue(number);
         ++number;
     }
@@ -292,11 +267,10 @@ _variant_t Result::value(size_t index) const
     if (!rows_.empty())
         return rows_[rowIndex_][index];
     const Column& column = columns_[index];
-    const SQLLEN length = column.lengths[blockRow_];
+    const SQLLEN length = statement_->length(index, blockRow_);
     if (length == SQL_NULL_DATA)
         return nullVariant();
-    const bool inPieces = column.boundBytes == 0 || column.isCut(blockRow_);
-    const std::byte* bytes = inPieces ? column.pieces.data() : column.values + blockRow_ * column.boundBytes;
+    const std::byte* bytes = isInPieces(index) ? column.pieces.data() : statement_->value(index, blockRow_);
     return valueOfBuffer(*column.type, bytes, static_cast<size_t>(length));
 }
 

@@ -60,14 +60,8 @@ private:
     struct Column
     {
         const TypeInfo* type;
-        size_t boundBytes; ///< of one row in the statement's block; 0 for a column that is read in pieces
-        std::byte* values; ///< in the block: one value for each of its rows
-        SQLLEN* lengths;   ///< in the block, for each of its rows: bytes, or SQL_NULL_DATA
-        std::vector<std::byte>
-            pieces; ///< a value read with SQLGetData: of an unbound column, or too long for the block
-
-        /// Whether the bound buffer holds only the beginning of this row's value.
-        bool isCut(size_t row) const noexcept;
+        size_t boundBytes;             ///< of a value in the statement's block; 0 for a column that is read in pieces
+        std::vector<std::byte> pieces; ///< a value that was, as it is not bound, or as the block has no room for it
     };
     using Row = std::vector<_variant_t>;
 
@@ -75,13 +69,14 @@ private:
     SqlColumnType columnType(SQLUSMALLINT number, ColumnInfo& info) const;
     void bindColumns();
     SQLULEN blockRowsOfColumns() const;
-    void layOutBlock();
     void fetch();
     bool fetchBlock();
     const StatementHandle& handle() const { return statement_->handle(); }
     void readUnbound();
     void readCutValue(SQLUSMALLINT number);
-    void readWhole(SQLUSMALLINT number, std::vector<std::byte>& buffer, SQLLEN& length) const;
+    void readWhole(SQLUSMALLINT number);
+    /// Whether the current row's value is, or has to be, read with SQLGetData.
+    bool isInPieces(size_t index) const noexcept;
     void drain();
     void releaseStatement() noexcept;
     Row currentRow() const;

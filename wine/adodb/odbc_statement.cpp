@@ -4,6 +4,16 @@
 
 namespace adodb {
 
+namespace {
+
+size_t alignedBytes(size_t bytes)
+{
+    constexpr size_t kAlignment = alignof(SQLBIGINT);
+    return (bytes + kAlignment - 1) / kAlignment * kAlignment;
+}
+
+} // namespace
+
 void Statement::setTimeout(long seconds)
 {
     if (seconds != timeout_)
@@ -30,13 +40,35 @@ void Statement::setBlockRows(SQLULEN rows)
     blockRows_ = rows;
 }
 
-std::byte* Statement::block(size_t bytes)
+void Statement::layOut(const std::vector<Binding>& columns, SQLULEN rows)
 {
-    if (bytes > blockBytes_) {
-        block_ = std::make_unique_for_overwrite<std::byte[]>(bytes);
-        blockBytes_ = bytes;
+    places_.clear();
+    lengths_.resize(columns.size() * rows);
+    size_t bytes = 0;
+    for (const Binding& binding : columns) {
+        places_.push_back({bytes, lengths_.data() + places_.size() * rows});
+        bytes += alignedBytes(binding.bytes * rows);
     }
-    return block_.get();
+    block_ = std::make_unique_for_overwrite<std::byte[]>(bytes);
+}
+
+void Statement::bind(const std::vector<Binding>& columns, SQLULEN rows)
+{
+    if (columns == bindings_ && rows == blockRows_)
+        return;
+    SQLFreeStmt(handle_.get(), SQL_UNBIND);
+    bindings_.clear();
+    setBlockRows(rows);
+    layOut(columns, rows);
+    for (SQLUSMALLINT number = 1; const Binding& binding : columns) {
+        const Place& place = places_[number - 1U];
+        if (binding.bytes)
+            odbcCheck(SQLBindCol(handle_.get(), number, binding.cType, block_.get() + place.values,
+                                 static_cast<SQLLEN>(binding.bytes), place.lengths),
+                      handle_, L"SQLBindCol");
+        ++number;
+    }
+    bindings_ = columns;
 }
 
 SQLULEN Statement::fetch()
@@ -55,7 +87,6 @@ SQLULEN Statement::fetch()
 void Statement::reset() noexcept
 {
     SQLFreeStmt(handle_.get(), SQL_CLOSE);
-    SQLFreeStmt(handle_.get(), SQL_UNBIND);
 }
 
 } // namespace adodb

@@ -4,11 +4,22 @@
 
 #include <array>
 #include <memory>
+#include <vector>
 
 namespace adodb {
 
-/// A statement handle that is used for one statement after the other, and what lies beside it: an attribute that a
-/// driver has been told is not told again, and the memory for a block of rows stays.
+/// How a result column is bound.
+struct Binding
+{
+    SQLSMALLINT cType;
+    size_t bytes; ///< of a value; 0 for a column that is not bound
+
+    bool operator==(const Binding&) const = default;
+};
+
+/// A statement handle that is used for one statement after the other. What a driver has been told of it is not told
+/// again: a time limit, how many rows make a block, and, as most statements return the same columns as the one before,
+/// where the columns go.
 class Statement
 {
 public:
@@ -21,29 +32,43 @@ public:
     /// Seconds, 0 waits without limit. A driver without time limits runs statements without one.
     void setTimeout(long seconds);
 
-    /// How many rows one SQLFetch brings, at most kMostBlockRows.
-    void setBlockRows(SQLULEN rows);
+    /// Binds the columns to memory for as many rows as one SQLFetch is to bring, at most kMostBlockRows.
+    void bind(const std::vector<Binding>& columns, SQLULEN rows);
     SQLULEN blockRows() const noexcept { return blockRows_; }
-
-    /// Memory for the bound columns, until the next call; what is in it is undefined.
-    std::byte* block(size_t bytes);
+    /// A bound column's value in a row of the block.
+    const std::byte* value(size_t column, size_t row) const noexcept
+    {
+        return block_.get() + places_[column].values + row * bindings_[column].bytes;
+    }
+    /// Its bytes, or SQL_NULL_DATA; where the driver puts them.
+    SQLLEN& length(size_t column, size_t row) const noexcept { return places_[column].lengths[row]; }
 
     /// Goes to the next block of rows; the number of its rows, 0 at the end.
     SQLULEN fetch();
 
-    /// Ends the result and lets go of what was bound: ready for another statement.
+    /// Ends the result: ready for another statement.
     void reset() noexcept;
 
 private:
+    struct Place
+    {
+        size_t values; ///< in the block
+        SQLLEN* lengths;
+    };
+
     void setAttribute(SQLINTEGER attribute, SQLPOINTER value) const;
+    void setBlockRows(SQLULEN rows);
+    void layOut(const std::vector<Binding>& columns, SQLULEN rows);
 
     StatementHandle handle_;
     long timeout_ = -1;
     SQLULEN blockRows_ = 1;
     SQLULEN fetchedRows_ = 0;
     std::unique_ptr<std::array<SQLUSMALLINT, kMostBlockRows>> rowStatus_; ///< once blocks have been used
+    std::vector<Binding> bindings_; ///< as the driver has them; empty when it may have others
+    std::vector<Place> places_;
+    std::vector<SQLLEN> lengths_;
     std::unique_ptr<std::byte[]> block_;
-    size_t blockBytes_ = 0;
 };
 
 } // namespace adodb

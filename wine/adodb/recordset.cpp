@@ -133,7 +133,7 @@ void Recordset::openText(const std::wstring& text, long options)
     Request request;
     request.text = textOfCommand(text, options, {});
     request.timeout = connection_->commandTimeout();
-    execute(connection_, request);
+    execute(connection_, std::move(request));
 }
 
 void Recordset::invokeClose(Call&)

@@ -5,7 +5,7 @@
 #include "odbc_result.h"
 
 #include <algorithm>
-#include <deque>
+#include <list>
 
 namespace adodb {
 
@@ -102,7 +102,7 @@ Outcome Session::execute(const Request& request)
 Outcome Session::run(const std::shared_ptr<OdbcConnection>& connection, const Request& request)
 {
     std::wstring sql = translateSql(connection->dialect(), request.text);
-    std::deque<OdbcParameter> bound;
+    std::list<OdbcParameter> bound; // their places are bound
     for (const ParameterData* parameter : request.parameters)
         bound.emplace_back(*parameter, connection->dialect());
 
@@ -128,9 +128,9 @@ Outcome Session::run(const std::shared_ptr<OdbcConnection>& connection, const Re
     }
     if (!bound.empty())
         SQLFreeStmt(handle.get(), SQL_RESET_PARAMS);
-    for (size_t index = 0; index < bound.size(); ++index)
-        if (request.parameters[index]->isOutput())
-            request.parameters[index]->value = bound[index].output();
+    for (size_t index = 0; const OdbcParameter& parameter : bound)
+        if (ParameterData& data = *request.parameters[index++]; data.isOutput())
+            data.value = parameter.output();
     // A result that is still read gives it back itself; a prepared one stays where it is.
     if (statement.use_count() == 1)
         connection->giveBack(std::move(statement));

@@ -3,6 +3,7 @@
 #include "com/error.h"
 #include "decimal_text.h"
 
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <cstring>
@@ -92,6 +93,23 @@ _variant_t numberOfBuffer(const TypeInfo& type, const void* buffer)
     }
 }
 
+constexpr size_t kGuidCharacters = 38;
+
+std::array<wchar_t, kGuidCharacters + 1> guidCharacters(const GUID& guid) noexcept
+{
+    auto text = std::to_array(L"{00000000-0000-0000-0000-000000000000}");
+    const auto put = [&text](size_t at, unsigned long value, size_t digits) {
+        for (; digits-- > 0; value >>= 4)
+            text[at + digits] = L"0123456789ABCDEF"[value & 0xF];
+    };
+    put(1, guid.Data1, 8);
+    put(10, guid.Data2, 4);
+    put(15, guid.Data3, 4);
+    for (size_t index = 0; index < 8; ++index)
+        put((index < 2 ? 20 : 21) + 2 * index, guid.Data4[index], 2);
+    return text;
+}
+
 } // namespace
 
 DATE dateOfTimestamp(const SQL_TIMESTAMP_STRUCT& t)
@@ -143,17 +161,7 @@ std::wstring timeText(DATE date)
 
 std::wstring guidText(const GUID& guid)
 {
-    std::wstring text = L"{00000000-0000-0000-0000-000000000000}";
-    const auto put = [&text](size_t at, unsigned long value, size_t digits) {
-        for (; digits-- > 0; value >>= 4)
-            text[at + digits] = L"0123456789ABCDEF"[value & 0xF];
-    };
-    put(1, guid.Data1, 8);
-    put(10, guid.Data2, 4);
-    put(15, guid.Data3, 4);
-    for (size_t index = 0; index < 8; ++index)
-        put((index < 2 ? 20 : 21) + 2 * index, guid.Data4[index], 2);
-    return text;
+    return {guidCharacters(guid).data(), kGuidCharacters};
 }
 
 bool tryParseGuid(std::wstring text, GUID& guid)
@@ -215,10 +223,8 @@ _variant_t valueOfBuffer(const TypeInfo& type, const void* buffer, size_t length
     }
     case SQL_C_BINARY:
         return bytesVariant(buffer, length);
-    case SQL_C_GUID: {
-        const std::wstring text = guidText(load<GUID>(buffer));
-        return textVariant(text.data(), text.size());
-    }
+    case SQL_C_GUID:
+        return textVariant(guidCharacters(load<GUID>(buffer)).data(), kGuidCharacters);
     case SQL_C_TYPE_TIMESTAMP:
         return dateVariant(dateOfTimestamp(load<SQL_TIMESTAMP_STRUCT>(buffer)));
     case SQL_C_TYPE_DATE: {
