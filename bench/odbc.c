@@ -282,6 +282,8 @@ static void openResult(const struct TraceRecord* record)
 static void nextRow(long id)
 {
     struct Cursor* cursor = results[id % kMostResults];
+    if (!cursor)
+        fail("fewer rows than the trace has: another state of the databases");
     readRow(cursor);
     if (!fetch(cursor))
         results[id % kMostResults] = NULL;
