@@ -15,7 +15,7 @@ std::wstring plainText(const TraceRecord& record)
 {
     if (record.kind == TraceKind::Connect)
         return adodb::odbcConnectionString(std::wstring(record.text), {}, {});
-    return adodb::translateSql(adodb::Dialect::PostgreSql, record.text);
+    return adodb::translateSql(adodb::Dialect::PostgreSql, std::wstring(record.text));
 }
 
 } // namespace

@@ -255,9 +255,9 @@ Dialect dialectOfDatabase(std::wstring_view dbmsName) noexcept
     return equalsIgnoringCase(dbmsName, L"PostgreSQL") ? Dialect::PostgreSql : Dialect::Untouched;
 }
 
-std::wstring translateSql(Dialect dialect, std::wstring_view sql)
+std::wstring translateSql(Dialect dialect, std::wstring sql)
 {
-    return dialect == Dialect::PostgreSql && mayNeedRewriting(sql) ? Rewriter(sql).run() : std::wstring(sql);
+    return dialect == Dialect::PostgreSql && mayNeedRewriting(sql) ? Rewriter(sql).run() : sql;
 }
 
 } // namespace adodb

@@ -18,6 +18,6 @@ Dialect dialectOfDatabase(std::wstring_view dbmsName) noexcept;
 /// The statement or batch as the database understands it. PostgreSQL: `[name]`, `select top n`, `dateadd(s, n, x)` and
 /// `IF OBJECT_ID('schema.X', 'F') IS NOT NULL alter table T drop constraint X` are rewritten; every other character
 /// stays. Strings, quoted identifiers and comments are never touched.
-std::wstring translateSql(Dialect dialect, std::wstring_view sql);
+std::wstring translateSql(Dialect dialect, std::wstring sql);
 
 } // namespace adodb

@@ -51,7 +51,7 @@ long Recordset::execute(Microsoft::WRL::ComPtr<Connection> connection, Request r
     request.snapshot = cursorType_ != adOpenForwardOnly;
     // The connection may be closed while the statement runs, from an event of the host.
     const std::shared_ptr<Session> session = connection_->session();
-    Outcome outcome = session->execute(request);
+    Outcome outcome = session->execute(std::move(request));
     result_ = std::move(outcome.result);
     return outcome.rowsAffected;
 }

@@ -94,14 +94,14 @@ std::shared_ptr<OdbcConnection> Session::acquire()
     return connections_.back();
 }
 
-Outcome Session::execute(const Request& request)
+Outcome Session::execute(Request request)
 {
     return recordingErrors([&] { return run(acquire(), request); });
 }
 
-Outcome Session::run(const std::shared_ptr<OdbcConnection>& connection, const Request& request)
+Outcome Session::run(const std::shared_ptr<OdbcConnection>& connection, Request& request)
 {
-    std::wstring sql = translateSql(connection->dialect(), request.text);
+    std::wstring sql = translateSql(connection->dialect(), std::move(request.text));
     std::list<OdbcParameter> bound; // their places are bound
     for (const ParameterData* parameter : request.parameters)
         bound.emplace_back(*parameter, connection->dialect());

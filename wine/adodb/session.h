@@ -34,7 +34,7 @@ public:
     Session(std::wstring connectionString, long loginTimeout);
     ~Session();
 
-    Outcome execute(const Request& request);
+    Outcome execute(Request request);
 
     bool inTransaction() const noexcept { return transaction_ != nullptr; }
     void beginTransaction();
@@ -46,7 +46,7 @@ public:
 
 private:
     std::shared_ptr<OdbcConnection> acquire();
-    Outcome run(const std::shared_ptr<OdbcConnection>& connection, const Request& request);
+    Outcome run(const std::shared_ptr<OdbcConnection>& connection, Request& request);
     template <class Body>
     auto recordingErrors(Body&& body);
 
