@@ -31,7 +31,7 @@ def figures(bed, scale):
                 trip = _round_trip(sides, relay.port)
     finally:
         sides.close()
-    return [*_judge("one-way with deletes", near), *_judge("the same with a delay", far),
+    return [*_judge("bounds", near), *_judge("bounds with a delay", far),
             figure("round trip with the delay: milliseconds", 1000 * trip)]
 
 
