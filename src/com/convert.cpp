@@ -2,6 +2,8 @@
 
 #include "com/error.h"
 
+#include <charconv>
+
 namespace com {
 namespace {
 
@@ -22,6 +24,13 @@ bool isNothing(const VARIANT& value)
 {
     const VARIANT& inner = innermost(value);
     return (inner.vt == VT_DISPATCH || inner.vt == VT_UNKNOWN) && !inner.punkVal;
+}
+
+/// As the automation runtime writes whole numbers in every region.
+std::wstring numberText(long number)
+{
+    char digits[12];
+    return {digits, std::to_chars(std::begin(digits), std::end(digits), number).ptr};
 }
 
 } // namespace
@@ -46,9 +55,16 @@ _variant_t changeType(const VARIANT& value, VARTYPE type)
 
 std::wstring toText(const VARIANT& value)
 {
-    if (value.vt == VT_BSTR)
+    switch (value.vt) {
+    case VT_BSTR:
         return fromBstr(value.bstrVal);
-    return fromBstr(changeType(value, VT_BSTR).bstrVal);
+    case VT_I2:
+        return numberText(value.iVal);
+    case VT_I4:
+        return numberText(value.lVal);
+    default:
+        return fromBstr(changeType(value, VT_BSTR).bstrVal);
+    }
 }
 
 std::wstring concatText(const VARIANT& value)

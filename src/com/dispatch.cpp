@@ -4,11 +4,14 @@
 #include "com/error.h"
 
 #include <algorithm>
+#include <array>
 
 using Microsoft::WRL::ComPtr;
 
 namespace com {
 namespace {
+
+constexpr size_t kMostArguments = 16;
 
 std::wstring take(BSTR text)
 {
@@ -127,11 +130,14 @@ _variant_t Dispatch::invoke(DISPID id, WORD flags, std::initializer_list<_varian
     if (!object_)
         raiseRuntimeError(kObjectNotSet);
     // The call borrows the arguments; the array it wants runs backwards.
-    std::vector<VARIANT> reversed(arguments.begin(), arguments.end());
-    std::reverse(reversed.begin(), reversed.end());
+    std::array<VARIANT, kMostArguments> reversed;
+    if (arguments.size() > reversed.size())
+        raiseRuntimeError(kInvalidCall);
+    std::reverse_copy(arguments.begin(), arguments.end(), reversed.begin());
     DISPID propertyPut = DISPID_PROPERTYPUT;
     const bool put = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
-    DISPPARAMS params{reversed.data(), put ? &propertyPut : nullptr, static_cast<UINT>(reversed.size()), put ? 1U : 0U};
+    DISPPARAMS params{reversed.data(), put ? &propertyPut : nullptr, static_cast<UINT>(arguments.size()),
+                      put ? 1U : 0U};
 
     _variant_t result;
     EXCEPINFO exception{};

@@ -3,16 +3,15 @@
 namespace Common {
 namespace {
 
-std::wstring doubleApostrophes(const std::wstring& s)
+/// Appends `s` with its apostrophes doubled.
+void appendDoubled(std::wstring& text, const std::wstring& s)
 {
-    std::wstring doubled;
-    doubled.reserve(s.size());
+    text.reserve(text.size() + s.size() + 2);
     for (const wchar_t character : s) {
-        doubled += character;
+        text += character;
         if (character == L'\'')
-            doubled += L'\'';
+            text += L'\'';
     }
-    return doubled;
 }
 
 } // namespace
@@ -23,7 +22,10 @@ std::wstring SqlQuote(const std::wstring& s, bool bLeadingWildcard, bool bTraili
         return SqlLikePattern(s, bLeadingWildcard, bTrailingWildcard);
     if (s.empty())
         return L"Null";
-    return L"'" + doubleApostrophes(s) + L"'";
+    std::wstring literal = L"'";
+    appendDoubled(literal, s);
+    literal += L'\'';
+    return literal;
 }
 
 std::wstring SqlLikePattern(const std::wstring& s, bool bLeadingWildcard, bool bTrailingWildcard)
@@ -33,7 +35,7 @@ std::wstring SqlLikePattern(const std::wstring& s, bool bLeadingWildcard, bool b
     std::wstring pattern = L"'";
     if (bLeadingWildcard)
         pattern += L'%';
-    pattern += doubleApostrophes(s);
+    appendDoubled(pattern, s);
     if (bTrailingWildcard)
         pattern += L'%';
     return pattern + L"'";

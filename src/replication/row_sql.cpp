@@ -89,7 +89,7 @@ try {
     case ado::adCurrency:
         return com::toText(value);
     case ado::adBoolean:
-        return std::to_wstring(Common::SqlBit(com::toVariantBool(com::toBool(value))));
+        return com::toText(_variant_t(Common::SqlBit(com::toVariantBool(com::toBool(value)))));
     case ado::adGUID:
         return Common::SqlQuoteOnly(value);
     case ado::adChar:

@@ -8,7 +8,7 @@ from cluster import Cluster
 from relay import Relay
 from scene import configuration, snapshot
 
-PATIENCE = 60
+PATIENCE = 300
 DSNS = {"office": "QuinmarkOffice", "laptop": "QuinmarkLaptop"}
 
 

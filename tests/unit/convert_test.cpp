@@ -34,8 +34,9 @@ constexpr DATE kMarch5Of2020AtNoon = 43895.5;
 TEST(ToText, IsTheTextOfAnyPlainValue)
 {
     EXPECT_EQ(toText(textVariant(L"as it is ")), L"as it is ");
-    EXPECT_EQ(toText(_variant_t(-2147483647L)), L"-2147483647");
-    EXPECT_EQ(toText(_variant_t(static_cast<short>(7))), L"7");
+    EXPECT_EQ(toText(_variant_t(-2147483647L - 1)), L"-2147483648");
+    EXPECT_EQ(toText(_variant_t(2147483647L)), L"2147483647");
+    EXPECT_EQ(toText(_variant_t(static_cast<short>(-32768))), L"-32768");
     EXPECT_EQ(toText(_variant_t()), L"");
 }
 

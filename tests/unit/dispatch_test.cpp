@@ -176,6 +176,12 @@ TEST_F(LateBinding, FailureOfTheCallItselfHasTheRuntimesNumber)
     EXPECT_EQ(failing(E_FAIL), E_FAIL);
 }
 
+TEST_F(LateBinding, MoreArgumentsThanAnyMemberTakesAreError5)
+{
+    const _variant_t n;
+    EXPECT_EQ(raised([&] { dispatch.call(L"member", {n, n, n, n, n, n, n, n, n, n, n, n, n, n, n, n, n}); }).number, 5);
+}
+
 TEST_F(LateBinding, UnknownNameIsError438)
 {
     const Error error = raised([&] { dispatch.call(L"stranger"); });
