@@ -52,6 +52,26 @@ def show(entry):
     line(entry["name"], f"{entry['value']:.3f}", limit, "" if within(entry) else "beyond")
 
 
+def measure_parts(names, bed, scale, json_path):
+    """Prints the figures of each part and keeps those there are so far; whether every part could be measured."""
+    figures, whole = [], True
+    line("figure", "value", "limit", "")
+    for name, part in parts(names).items():
+        try:
+            taken = part(bed, scale)
+        except Exception:  # pylint: disable=broad-except
+            # The other parts are worth having all the same.
+            whole = False
+            print(f"{name}: could not be measured", flush=True)
+            traceback.print_exc()
+            continue
+        figures += taken
+        for entry in taken:
+            show(entry)
+        json_path.write_text(json.dumps({"figures": figures}, indent=2) + "\n", encoding="utf-8")
+    return whole and all(within(entry) for entry in figures)
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--binaries", required=True)
@@ -63,23 +83,8 @@ def main():
     given = parser.parse_args()
     bed = Bed(given.binaries, given.work)
     scale = Scale(given.rows, given.rounds or (5 if given.rows < MANY_ROWS else 3))
-
-    figures, failed = [], False
-    line("figure", "value", "limit", "")
-    for name, part in parts(given.only).items():
-        try:
-            taken = part(bed, scale)
-        except Exception:  # pylint: disable=broad-except
-            # The other parts are worth having all the same.
-            failed = True
-            print(f"{name}: could not be measured", flush=True)
-            traceback.print_exc()
-            continue
-        figures += taken
-        for entry in taken:
-            show(entry)
-    given.json.write_text(json.dumps({"figures": figures}, indent=2) + "\n", encoding="utf-8")
-    return 1 if failed or not all(within(entry) for entry in figures) else 0
+    given.json.unlink(missing_ok=True)
+    return 0 if measure_parts(given.only, bed, scale, given.json) else 1
 
 
 if __name__ == "__main__":

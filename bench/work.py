@@ -2,6 +2,7 @@
 destination in line with the source.
 """
 
+import atexit
 import dataclasses
 import functools
 import pathlib
@@ -111,5 +112,7 @@ class Work:
 
 @functools.cache
 def shared_work(bed):
-    """One for all parts of the bench: states and traces are made once."""
-    return Work(bed)
+    """One for all parts of the bench: states and traces are made once. Its databases are deleted at the end."""
+    work = Work(bed)
+    atexit.register(work.pair.forget)
+    return work
