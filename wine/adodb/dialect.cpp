@@ -257,7 +257,9 @@ Dialect dialectOfDatabase(std::wstring_view dbmsName) noexcept
 
 std::wstring translateSql(Dialect dialect, std::wstring sql)
 {
-    return dialect == Dialect::PostgreSql && mayNeedRewriting(sql) ? Rewriter(sql).run() : sql;
+    if (dialect == Dialect::PostgreSql && mayNeedRewriting(sql))
+        return Rewriter(sql).run();
+    return sql;
 }
 
 } // namespace adodb
