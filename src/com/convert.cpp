@@ -74,7 +74,7 @@ std::wstring concatText(const VARIANT& value)
 
 DATE toDate(const VARIANT& value)
 {
-    return changeType(value, VT_DATE).date;
+    return value.vt == VT_DATE ? value.date : changeType(value, VT_DATE).date;
 }
 
 short toInt16(const VARIANT& value)
@@ -84,12 +84,12 @@ short toInt16(const VARIANT& value)
 
 long toInt32(const VARIANT& value)
 {
-    return changeType(value, VT_I4).lVal;
+    return value.vt == VT_I4 ? value.lVal : changeType(value, VT_I4).lVal;
 }
 
 bool toBool(const VARIANT& value)
 {
-    return changeType(value, VT_BOOL).boolVal != VARIANT_FALSE;
+    return (value.vt == VT_BOOL ? value.boolVal : changeType(value, VT_BOOL).boolVal) != VARIANT_FALSE;
 }
 
 bool isDate(const VARIANT& value)

@@ -130,7 +130,7 @@ _variant_t Dispatch::invoke(DISPID id, WORD flags, std::initializer_list<_varian
     if (!object_)
         raiseRuntimeError(kObjectNotSet);
     // The call borrows the arguments; the array it wants runs backwards.
-    std::array<VARIANT, kMostArguments> reversed;
+    std::array<VARIANT, kMostArguments> reversed{};
     if (arguments.size() > reversed.size())
         raiseRuntimeError(kInvalidCall);
     std::reverse_copy(arguments.begin(), arguments.end(), reversed.begin());
