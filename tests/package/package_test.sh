@@ -199,7 +199,8 @@ JS
     sql "$QUINMARK_LAPTOP_DSN" 'delete from users'
     sql "$QUINMARK_OFFICE_DSN" "insert into users (unid, user_name, initials, access_level, active_f, mod_date)
         values (1, 'installed', null, 1, 1, '2025-03-11T09:15:00')"
-    sql "$QUINMARK_OFFICE_DSN" "update replication_control set last_timestamp = '2025-03-10T12:00:00'"
+    sql "$QUINMARK_OFFICE_DSN" "update replication_control set error_f = '0', error_message = null,
+        last_timestamp = '2025-03-10T12:00:00'"
     expect 'run: quinrep check finds nothing' findsNothing check
     expect 'run: the registered component is the one that is used' loadsTheRegistered
     expect 'run: one row is added' runs
