@@ -5,7 +5,8 @@
 #   bench.sh [--rows N] [--rounds N] [--only NAME...]
 #
 # --rows is the size of the compared tables, 10000 unless told; 100000 takes an hour and more. Every comparison is made
-# in 5 rounds unless told, from 100000 rows on in 3. NAMEs are those of the parts that `bench.sh --help` lists. docs/performance.md says what is measured and how.
+# in 5 rounds unless told, from 100000 rows on in 3. NAMEs are those of the parts that `bench.sh --help` lists.
+# docs/performance.md says what is measured and how.
 # Exit status: 0 measured and within all limits, 1 a figure is beyond its limit or could not be measured.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh

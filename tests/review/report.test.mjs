@@ -37,7 +37,9 @@ test('a conflict stands out and where to look is said', async () => {
     const unid = '6d0a8a50-0f5c-4a5e-8f3c-5a4f0a1f0002';
     office.addShortcut(unid, 'set at the office');
     laptop.addShortcut(unid, 'set at the laptop');
-    laptop.sql(`update shortcut set mod_date = now() + interval '1 hour' where unid = '${unid}'`);
+    // Clearly after the last run, which may be of this very second.
+    office.sql(`update shortcut set mod_date = now() + interval '1 hour' where unid = '${unid}'`);
+    laptop.sql(`update shortcut set mod_date = now() + interval '2 hours' where unid = '${unid}'`);
     const { status, address } = await report('conflict', kShortcuts);
     assert.equal(status, 2);
     await page.goto(address);
