@@ -15,7 +15,12 @@ constexpr wchar_t kItem[] = L"Item";
 
 std::wstring Field::name() const
 {
-    return com::toText(object_.property(L"Name"));
+    return com::toText(nameValue());
+}
+
+_variant_t Field::nameValue() const
+{
+    return object_.property(L"Name");
 }
 
 _variant_t Field::value() const

@@ -15,6 +15,8 @@ public:
     explicit Field(com::Dispatch object) : object_(std::move(object)) {}
 
     std::wstring name() const;
+    /// The name as ADO gives it, for whom a copy is too much.
+    _variant_t nameValue() const;
     _variant_t value() const;
     /// A DataType, or any other of ADO's types.
     long type() const;

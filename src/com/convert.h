@@ -1,11 +1,35 @@
 #pragma once
 
+#include <array>
 #include <comdef.h>
 #include <string>
+#include <string_view>
 
 /// The platform's own conversions under the user's locale; the only place that turns values into text, dates and
 /// numbers. All raise 13 for what cannot be converted, 6 for what does not fit, and 94 for Null (unless told).
 namespace com {
+
+/// The text of a value, as a view of the value where that is one: the value has to live as long. For the texts of which
+/// a statement consists; raises as `toText`.
+class TextView
+{
+public:
+    explicit TextView(const VARIANT& value);
+    TextView(const TextView&) = delete;
+    TextView& operator=(const TextView&) = delete;
+
+    operator std::wstring_view() const { return text_; }
+
+private:
+    void convert(const VARIANT& value);
+    void write(long number);
+    /// Whether it wrote; else the number is for the runtime.
+    bool write(double number);
+
+    std::array<wchar_t, 24> digits_{};
+    _variant_t converted_;
+    std::wstring_view text_;
+};
 
 /// Text of a value; raises 94 for Null.
 std::wstring toText(const VARIANT& value);

@@ -106,9 +106,14 @@ std::wstring entryText(short iLevel, const std::wstring& sMessage, bool bRaw)
 
 } // namespace
 
+bool isLogged(short iLevel)
+{
+    return iLevel >= settings().iLogLevel;
+}
+
 void WriteLog(short iLevel, const std::wstring& sMessage, bool bRaw)
 try {
-    if (iLevel < settings().iLogLevel)
+    if (!isLogged(iLevel))
         return;
     AppendedFile(settings().sLogFile).write(ansiText(entryText(iLevel, sMessage, bRaw)));
     if (iLevel >= LOG_ERROR)

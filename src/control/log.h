@@ -14,6 +14,9 @@ enum LogLevel : short
 
 namespace Utils {
 
+/// Whether entries of this severity are written.
+bool isLogged(short iLevel);
+
 /// Appends one entry to the log file, opened and closed for it: an empty line, then the date and time, the level and
 /// the message; `bRaw` writes the message alone. Text is in the ANSI code page, lines end in CR LF. An ERROR entry is
 /// also recorded as the run's error. Any failure shows a message box and raises 0x80040001 "Exiting method".

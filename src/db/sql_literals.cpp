@@ -8,12 +8,17 @@ std::wstring SqlDate(DATE dValue)
 {
     if (dValue == 0)
         return L"Null";
-    return L"'" + com::dateText(dValue) + L"'";
+    return SqlQuoteOnly(_variant_t(dValue, VT_DATE));
 }
 
 std::wstring SqlQuoteOnly(const _variant_t& vValue)
 {
-    return L"'" + com::toText(vValue) + L"'";
+    const com::TextView value(vValue);
+    const std::wstring_view text = value;
+    std::wstring literal;
+    literal.reserve(text.size() + 2);
+    (literal += L'\'').append(text) += L'\'';
+    return literal;
 }
 
 short SqlBit(short bValue)

@@ -4,14 +4,14 @@ namespace Common {
 namespace {
 
 /// Appends `s` with its apostrophes doubled.
-void appendDoubled(std::wstring& text, const std::wstring& s)
+void appendDoubled(std::wstring& text, std::wstring_view s)
 {
-    text.reserve(text.size() + s.size() + 2);
-    for (const wchar_t character : s) {
-        text += character;
-        if (character == L'\'')
-            text += L'\'';
+    size_t done = 0;
+    for (size_t at = s.find(L'\''); at != s.npos; at = s.find(L'\'', done)) {
+        text.append(s.substr(done, at + 1 - done)) += L'\'';
+        done = at + 1;
     }
+    text.append(s.substr(done));
 }
 
 } // namespace
@@ -20,12 +20,20 @@ std::wstring SqlQuote(const std::wstring& s, bool bLeadingWildcard, bool bTraili
 {
     if (bLeadingWildcard || bTrailingWildcard)
         return SqlLikePattern(s, bLeadingWildcard, bTrailingWildcard);
-    if (s.empty())
-        return L"Null";
-    std::wstring literal = L"'";
-    appendDoubled(literal, s);
-    literal += L'\'';
+    std::wstring literal;
+    appendSqlQuote(literal, s);
     return literal;
+}
+
+void appendSqlQuote(std::wstring& sql, std::wstring_view s)
+{
+    if (s.empty()) {
+        sql += L"Null";
+        return;
+    }
+    sql += L'\'';
+    appendDoubled(sql, s);
+    sql += L'\'';
 }
 
 std::wstring SqlLikePattern(const std::wstring& s, bool bLeadingWildcard, bool bTrailingWildcard)

@@ -9,7 +9,8 @@ namespace {
 
 void logStatement(const wchar_t* sConnection, const std::wstring& sSql)
 {
-    Utils::WriteLog(LOG_DEBUG, sConnection + sSql);
+    if (Utils::isLogged(LOG_DEBUG))
+        Utils::WriteLog(LOG_DEBUG, sConnection + sSql);
 }
 
 constexpr wchar_t kLocal[] = L"ConnLocal: ";

@@ -3,17 +3,40 @@
 #include "com/error.h"
 
 #include <chrono>
+#include <cmath>
+#include <optional>
 
 namespace {
 
 constexpr long long kToleranceSeconds = 2;
+
+using namespace std::chrono;
+
+/// The seconds of a date that is a whole second, as nearly all are, and not before day zero; the platform's conversion
+/// takes many times as long.
+std::optional<long long> exactSeconds(DATE date)
+{
+    constexpr double kSecondsPerDay = 86400;
+    constexpr double kYear10000 = 2958466;
+    constexpr double kNoise = 0.001;
+    if (!(date >= 0 && date < kYear10000))
+        return std::nullopt;
+    const double seconds = date * kSecondsPerDay;
+    const double whole = std::round(seconds);
+    if (std::abs(seconds - whole) > kNoise)
+        return std::nullopt;
+    constexpr sys_seconds kDateZero = sys_days(December / 30 / 1899);
+    return static_cast<long long>(whole) + kDateZero.time_since_epoch().count();
+}
+
 /// Seconds on a scale of its own, for differences.
 long long wholeSeconds(DATE date)
 {
+    if (const auto exact = exactSeconds(date))
+        return *exact;
     SYSTEMTIME time{};
     if (!VariantTimeToSystemTime(date, &time))
         com::raiseRuntimeError(com::kInvalidCall);
-    using namespace std::chrono;
     const sys_days day = year(time.wYear) / month(time.wMonth) / std::chrono::day(time.wDay);
     return (day.time_since_epoch() + hours(time.wHour) + minutes(time.wMinute) + seconds(time.wSecond)) / seconds(1);
 }

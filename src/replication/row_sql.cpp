@@ -13,7 +13,15 @@ namespace {
 constexpr wchar_t kSeparator[] = L", ";
 constexpr size_t kSeparatorLength = std::size(kSeparator) - 1;
 
-/// Statements grow in one buffer, since one is composed for every row.
+/// An empty text with room for a usual statement: one is composed for every row.
+std::wstring buffer()
+{
+    constexpr size_t kUsualLength = 2000;
+    std::wstring text;
+    text.reserve(kUsualLength);
+    return text;
+}
+
 template <class... Parts>
 void append(std::wstring& sSql, const Parts&... parts)
 {
@@ -27,9 +35,9 @@ void dropSeparator(std::wstring& list)
 }
 
 /// Without regard to case. Asked for each column of each row: most differ in length already.
-bool isWord(const std::wstring& sText, std::wstring_view capitals)
+bool isWord(std::wstring_view sText, std::wstring_view capitals)
 {
-    return sText.size() == capitals.size() && com::upperCase(sText) == capitals;
+    return sText.size() == capitals.size() && com::upperCase(std::wstring(sText)) == capitals;
 }
 
 /// Calls `visit(name, field)` for every column of the row that is copied.
@@ -39,19 +47,59 @@ void forEachCopiedField(const ado::Recordset& rs, const std::wstring& sTable, Vi
     const long count = rs.fieldCount();
     for (long index = 0; index < count; ++index) {
         const ado::Field field = rs.field(index);
-        const std::wstring name = field.name();
-        if (!isSkipField(sTable, name, false))
-            visit(name, field);
+        const _variant_t name = field.nameValue();
+        const com::TextView sName(name);
+        if (!isSkipField(sTable, sName, false))
+            visit(sName, field);
     }
+}
+
+/// Appends what getValue gives.
+void appendValue(std::wstring& sSql, const ado::Field& fld)
+try {
+    const _variant_t value = fld.value();
+    if (value.vt == VT_NULL) {
+        sSql += L"Null";
+        return;
+    }
+    switch (fld.type()) {
+    case ado::adSmallInt:
+    case ado::adInteger:
+    case ado::adDouble:
+    case ado::adCurrency:
+        sSql += com::TextView(value);
+        break;
+    case ado::adBoolean:
+        sSql += com::TextView(_variant_t(Common::SqlBit(com::toVariantBool(com::toBool(value)))));
+        break;
+    case ado::adGUID:
+        sSql += Common::SqlQuoteOnly(value);
+        break;
+    case ado::adChar:
+    case ado::adVarChar:
+        Common::appendSqlQuote(sSql, com::TextView(value));
+        break;
+    case ado::adDBTimeStamp:
+        sSql += Common::SqlDate(com::toDate(value));
+        break;
+    default:
+        showMessage(L"ado type not coded, see debug");
+    }
+}
+catch (...) {
+    Common::reraise(L"Utils.getValue");
 }
 
 } // namespace
 
 std::wstring getUpdateSql(const ado::Recordset& rs, const std::wstring& sTable, const std::wstring& sWhere)
 try {
-    std::wstring sSql = L"Update " + sTable + L" set ";
-    forEachCopiedField(rs, sTable, [&](const std::wstring& name, const ado::Field& field) {
-        append(sSql, name, L" = ", getValue(field), kSeparator);
+    std::wstring sSql = buffer();
+    append(sSql, L"Update ", sTable, L" set ");
+    forEachCopiedField(rs, sTable, [&](std::wstring_view name, const ado::Field& field) {
+        append(sSql, name, L" = ");
+        appendValue(sSql, field);
+        append(sSql, kSeparator);
     });
     dropSeparator(sSql);
     append(sSql, L" where ", sWhere);
@@ -64,46 +112,27 @@ catch (...) {
 std::wstring getInsertSql(const ado::Recordset& rs, const std::wstring& sTable)
 try {
     std::wstring sColumns;
-    std::wstring sValues;
-    forEachCopiedField(rs, sTable, [&](const std::wstring& name, const ado::Field& field) {
+    std::wstring sValues = buffer();
+    forEachCopiedField(rs, sTable, [&](std::wstring_view name, const ado::Field& field) {
         append(sColumns, name, kSeparator);
-        append(sValues, getValue(field), kSeparator);
+        appendValue(sValues, field);
+        append(sValues, kSeparator);
     });
     dropSeparator(sColumns);
     dropSeparator(sValues);
-    return L"Insert into " + sTable + L" (" + sColumns + L") values (" + sValues + L")";
+    std::wstring sSql = buffer();
+    append(sSql, L"Insert into ", sTable, L" (", sColumns, L") values (", sValues, L")");
+    return sSql;
 }
 catch (...) {
     Common::reraise(L"Utils.getInsertSql(" + sTable + L")");
 }
 
 std::wstring getValue(const ado::Field& fld)
-try {
-    const _variant_t value = fld.value();
-    if (value.vt == VT_NULL)
-        return L"Null";
-    switch (fld.type()) {
-    case ado::adSmallInt:
-    case ado::adInteger:
-    case ado::adDouble:
-    case ado::adCurrency:
-        return com::toText(value);
-    case ado::adBoolean:
-        return com::toText(_variant_t(Common::SqlBit(com::toVariantBool(com::toBool(value)))));
-    case ado::adGUID:
-        return Common::SqlQuoteOnly(value);
-    case ado::adChar:
-    case ado::adVarChar:
-        return Common::SqlQuote(com::toText(value), false, false);
-    case ado::adDBTimeStamp:
-        return Common::SqlDate(com::toDate(value));
-    default:
-        showMessage(L"ado type not coded, see debug");
-        return {};
-    }
-}
-catch (...) {
-    Common::reraise(L"Utils.getValue");
+{
+    std::wstring sValue;
+    appendValue(sValue, fld);
+    return sValue;
 }
 
 std::wstring getDependentSql(const std::wstring& sDependentTable, const _variant_t& vKey)
@@ -118,7 +147,7 @@ catch (...) {
     Common::reraise(L"Utils.getDependentSql(" + sDependentTable + L")");
 }
 
-bool isSkipField(const std::wstring& sTable, const std::wstring& sField, bool bSkipModDate)
+bool isSkipField(std::wstring_view sTable, std::wstring_view sField, bool bSkipModDate)
 {
     if (bSkipModDate && isWord(sField, L"MOD_DATE"))
         return true;

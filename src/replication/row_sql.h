@@ -3,6 +3,7 @@
 #include "ado/Recordset.h"
 
 #include <string>
+#include <string_view>
 
 /// One row of a recordset as SQL text. The builders run nothing and use the columns in their order, by their names as
 /// they are. Failures are raised with the routine and its table as source ("Utils.getUpdateSql(patient)").
@@ -22,6 +23,6 @@ std::wstring getValue(const ado::Field& fld);
 std::wstring getDependentSql(const std::wstring& sDependentTable, const _variant_t& vKey);
 
 /// Whether a column is left out: PATIENT's LOCK_F always, MOD_DATE when asked. Names are compared without case.
-bool isSkipField(const std::wstring& sTable, const std::wstring& sField, bool bSkipModDate);
+bool isSkipField(std::wstring_view sTable, std::wstring_view sField, bool bSkipModDate);
 
 } // namespace Utils

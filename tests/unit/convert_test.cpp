@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <random>
 
 namespace com {
 namespace {
@@ -44,6 +45,39 @@ TEST(ToText, WritesBooleansAsWords)
 {
     EXPECT_EQ(toText(_variant_t(true)), L"True");
     EXPECT_EQ(toText(_variant_t(false)), L"False");
+}
+
+TEST(ToText, WritesDoublesAsTheRuntimeDoes)
+{
+    const auto runtimeText = [](double number) { return fromBstr(changeType(_variant_t(number), VT_BSTR).bstrVal); };
+    std::vector<double> numbers{0.0,
+                                -0.0,
+                                1.0,
+                                -1.0,
+                                2.5,
+                                0.1,
+                                0.0001,
+                                0.00001,
+                                1e15,
+                                -1e15,
+                                1e14,
+                                1.0 / 3,
+                                999999999999999.0,
+                                999999999999999.5,
+                                1e300,
+                                0.5,
+                                123456789.125,
+                                1.0000000000000005,
+                                99999.99999999995,
+                                1.000030517578125};
+    std::mt19937 random;
+    std::uniform_real_distribution<double> digits(-10, 10);
+    std::uniform_int_distribution<int> exponent(-6, 18);
+    constexpr int kRandomNumbers = 5000;
+    std::generate_n(std::back_inserter(numbers), kRandomNumbers,
+                    [&] { return digits(random) * std::pow(10, exponent(random)); });
+    for (const double number : numbers)
+        EXPECT_EQ(toText(_variant_t(number)), runtimeText(number));
 }
 
 TEST(ToText, FollowsAReference)
