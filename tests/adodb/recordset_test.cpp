@@ -111,6 +111,12 @@ TEST_F(RecordsetTest, ItemsAreFoundByNameAndNumberOnly)
     const auto rows = query(L"select 1 as a, 2 as \"B c\"");
     EXPECT_EQ(long(field(rows, L"b C")), 2);
     EXPECT_EQ(long(field(rows, 1L)), 2);
+    for (_variant_t variable : {_variant_t(L"b C"), _variant_t(1L), _variant_t(1.0)}) {
+        _variant_t reference;
+        reference.pvarVal = &variable;
+        reference.vt = VT_BYREF | VT_VARIANT;
+        EXPECT_EQ(long(field(rows, reference)), 2);
+    }
     for (const _variant_t& index : {_variant_t(L"x"), _variant_t(2L), _variant_t(-1L)}) {
         const com::Error error = errorOf([&] { field(rows, index); });
         EXPECT_EQ(error.number, 3265);

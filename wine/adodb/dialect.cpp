@@ -3,7 +3,6 @@
 #include "postgres_name.h"
 #include "sql_tokens.h"
 
-#include <array>
 #include <initializer_list>
 #include <optional>
 
@@ -240,11 +239,26 @@ private:
 /// none, and this glance is cheaper than cutting them into tokens.
 bool mayNeedRewriting(std::wstring_view sql)
 {
-    constexpr std::array<std::wstring_view, 4> kSigns{L"[", L"top", L"dateadd", L"object_id"};
+    const auto stands = [&](size_t at, std::wstring_view sign) {
+        return equalsIgnoringCase(sql.substr(at, sign.size()), sign);
+    };
+    const auto isSign = [&](size_t at) {
+        switch (lowerAscii(sql[at])) {
+        case L'[':
+            return true;
+        case L't':
+            return stands(at, L"top");
+        case L'd':
+            return stands(at, L"dateadd");
+        case L'o':
+            return stands(at, L"object_id");
+        default:
+            return false;
+        }
+    };
     for (size_t at = 0; at < sql.size(); ++at)
-        for (const std::wstring_view sign : kSigns)
-            if (lowerAscii(sql[at]) == sign.front() && equalsIgnoringCase(sql.substr(at, sign.size()), sign))
-                return true;
+        if (isSign(at))
+            return true;
     return false;
 }
 

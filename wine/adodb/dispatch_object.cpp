@@ -27,11 +27,6 @@ long positionOf(std::wstring_view list, std::wstring_view name)
     return -1;
 }
 
-unsigned wordCount(std::wstring_view list)
-{
-    return list.empty() ? 0 : static_cast<unsigned>(std::ranges::count(list, L' ')) + 1;
-}
-
 unsigned kindsOfFlags(WORD flags)
 {
     if (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF))
@@ -250,7 +245,7 @@ HRESULT DispatchObject::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* 
         return DISP_E_MEMBERNOTFOUND;
     try {
         Call arguments(*params, flags, result);
-        if (arguments.count() > wordCount(member->parameters))
+        if (arguments.count() > member->most)
             return DISP_E_BADPARAMCOUNT;
         for (unsigned index = 0; index < member->required; ++index)
             if (!arguments.has(index))

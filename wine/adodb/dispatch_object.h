@@ -4,8 +4,10 @@
 
 #include <comdef.h>
 
+#include <algorithm>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace adodb {
@@ -23,6 +25,8 @@ public:
     /// Number of arguments up to the last one given.
     unsigned count() const noexcept { return count_; }
     bool has(unsigned index) const noexcept;
+    /// The argument as it was given, which may be a reference; one that is required.
+    const VARIANT& given(unsigned index) const noexcept { return *arguments_[index]; }
     /// The argument; Empty when it was left out.
     _variant_t argument(unsigned index) const;
     std::wstring text(unsigned index) const;
@@ -59,6 +63,11 @@ enum MemberKind : unsigned
     kGetPut = kGet | kPut
 };
 
+constexpr unsigned wordCount(std::wstring_view list)
+{
+    return list.empty() ? 0 : static_cast<unsigned>(std::ranges::count(list, L' ')) + 1;
+}
+
 /// One row of a class's table of members.
 struct Member
 {
@@ -68,6 +77,7 @@ struct Member
     void (*handler)(DispatchObject&, Call&) = nullptr;
     const wchar_t* parameters = L""; ///< names, separated by blanks
     unsigned required = 0;           ///< how many of the parameters must be given
+    unsigned most = wordCount(parameters);
 };
 
 /// A late-bound object, served from its class's table of members.

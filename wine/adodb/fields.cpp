@@ -2,7 +2,7 @@
 
 #include "ado_error.h"
 #include "collection_index.h"
-#include "com/convert.h"
+#include "value_conversion.h"
 
 #include <array>
 
@@ -49,7 +49,7 @@ private:
         info();
         call.returns(recordset_->requireRow().value(column_));
     }
-    void invokeName(Call& call) { call.returns(com::textVariant(info().name)); }
+    void invokeName(Call& call) { call.returns(textVariant(info().name.data(), info().name.size())); }
     void invokeType(Call& call) { call.returns(_variant_t(long{info().type}, VT_I4)); }
     void invokeDefinedSize(Call& call) { call.returns(_variant_t(info().definedSize, VT_I4)); }
     void invokePrecision(Call& call) { call.returns(_variant_t(static_cast<BYTE>(info().precision))); }
@@ -92,8 +92,8 @@ void Fields::invokeEnumerator(Call& call)
 void returnField(Call& call, Recordset& recordset)
 {
     const auto columns = recordset.columns();
-    const auto nameAt = [&](size_t at) { return columns[at].name; };
-    const size_t column = positionOfItem(call.argument(0), columns.size(), nameAt, L"ADODB.Fields");
+    const auto nameAt = [&](size_t at) { return std::wstring(columns[at].name); };
+    const size_t column = positionOfItem(call.given(0), columns.size(), nameAt, L"ADODB.Fields");
     call.returns(com::makeObject<Field>(&recordset, column).Get());
 }
 

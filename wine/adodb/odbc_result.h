@@ -6,6 +6,7 @@
 #include <comdef.h>
 
 #include <memory>
+#include <memory_resource>
 #include <string>
 #include <vector>
 
@@ -14,7 +15,7 @@ namespace adodb {
 /// What ADO tells of a result column.
 struct ColumnInfo
 {
-    std::wstring name;
+    std::pmr::wstring name;
     AdoType type;
     long definedSize; ///< bytes, characters for text
     long precision;
@@ -83,6 +84,7 @@ private:
 
     std::shared_ptr<OdbcConnection> connection_;
     std::shared_ptr<Statement> statement_;
+    std::pmr::monotonic_buffer_resource names_; ///< of the columns; a look at one row would spend much on them
     std::vector<ColumnInfo> infos_;
     std::vector<Column> columns_;
     SQLULEN fetchedRows_ = 0; ///< how many the last fetch brought

@@ -4,11 +4,6 @@
 
 namespace adodb {
 
-wchar_t lowerAscii(wchar_t c) noexcept
-{
-    return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c;
-}
-
 namespace {
 
 // The locale has no say in what SQL takes for a space, a digit or a letter.

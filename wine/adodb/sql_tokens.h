@@ -32,7 +32,10 @@ struct Token
 std::vector<Token> tokenize(std::wstring_view sql);
 
 /// The small letter of an ASCII capital; anything else as it is.
-wchar_t lowerAscii(wchar_t c) noexcept;
+constexpr wchar_t lowerAscii(wchar_t c) noexcept
+{
+    return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c;
+}
 
 /// Whether the texts are equal but for the case of ASCII letters.
 bool equalsIgnoringCase(std::wstring_view left, std::wstring_view right) noexcept;
