@@ -14,6 +14,7 @@ import changed_row
 import component
 from bed import Bed
 from figures import within
+from measure import processors_awake
 
 # Name of each part and its function; those of other modules run when the module is there.
 PARTS = {"run": component.run_against_replay, "growth": component.growth, "logging": component.logging,
@@ -84,7 +85,8 @@ def main():
     bed = Bed(given.binaries, given.work)
     scale = Scale(given.rows, given.rounds or (5 if given.rows < MANY_ROWS else 3))
     given.json.unlink(missing_ok=True)
-    return 0 if measure_parts(given.only, bed, scale, given.json) else 1
+    with processors_awake():
+        return 0 if measure_parts(given.only, bed, scale, given.json) else 1
 
 
 if __name__ == "__main__":
