@@ -90,7 +90,7 @@ def _judge(what, taken, limit):
     against = f"{what}, against pt-table-sync"
     return [figure(f"{against} ({fastest}): wall time", ratio(taken[OURS], taken[fastest], "wall"), limit),
             figure(f"{what}, both sides in one database ({fastest}): wall time",
-                   ratio(taken[ONE_DATABASE], taken[fastest], "wall")),
+                   ratio(taken[ONE_DATABASE], taken[fastest], "wall"), limit),
             figure(f"{against} ({ROW_BY_ROW})", ratio(taken[OURS], taken[ROW_BY_ROW], "wall")),
             *(figure(f"{what}, {name}: seconds", median(runs, "wall")) for name, runs in taken.items())]
 

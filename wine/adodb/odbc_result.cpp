@@ -90,8 +90,8 @@ void Result::describeColumn(SQLUSMALLINT number)
     const TypeInfo* type = findType(info.type);
     if (!type)
         throw com::Error{E_FAIL, kProviderName,
-                         L"Column " + std::wstring(info.name) + L" has the unsupported SQL type " + std::to_wstring(sql.sqlType) +
-                             L"."};
+                         L"Column " + std::wstring(info.name) + L" has the unsupported SQL type " +
+                             std::to_wstring(sql.sqlType) + L"."};
     info.definedSize = definedSizeOf(*type, sql.size);
     info.precision = type->precision ? type->precision : static_cast<long>(sql.size);
     const bool hasScale = type->precision == 0 || info.type == adCurrency;
@@ -156,7 +156,8 @@ void Result::readCutValue(SQLUSMALLINT number)
 {
     if (!connection_->allowsAnyGetData())
         throw com::Error{E_FAIL, kProviderName,
-                         L"The value of column " + std::wstring(infos_[number - 1].name) + L" is longer than the column."};
+                         L"The value of column " + std::wstring(infos_[number - 1].name) +
+                             L" is longer than the column."};
     if (statement_->blockRows() > 1)
         odbcCheck(
             SQLSetPos(handle().get(), static_cast<SQLSETPOSIROW>(blockRow_ + 1), SQL_POSITION, SQL_LOCK_NO_CHANGE),
