@@ -15,7 +15,7 @@ public:
     explicit Field(com::Dispatch object) : object_(std::move(object)) {}
 
     std::wstring name() const;
-    /// The name as ADO gives it, for whom a copy is too much.
+    /// The name without a further copy, as ADO gives it.
     _variant_t nameValue() const;
     _variant_t value() const;
     /// A DataType, or any other of ADO's types.

@@ -33,7 +33,7 @@ std::wstring_view viewOf(BSTR text)
     return {text, SysStringLen(text)};
 }
 
-/// The decimal sign of the user's region.
+/// The decimal sign of the user's region; empty when it cannot be had.
 std::wstring decimalSign()
 {
     constexpr int kMostCharacters = 4; // with the zero at its end
@@ -114,7 +114,10 @@ bool TextView::write(double number)
         return false;
     wchar_t* written = std::copy(std::begin(digits), point, digits_.data());
     if (point != end) {
-        written = std::ranges::copy(decimalSign(), written).out;
+        const std::wstring sign = decimalSign();
+        if (sign.empty())
+            return false;
+        written = std::ranges::copy(sign, written).out;
         written = std::copy(point + 1, end, written);
     }
     text_ = std::wstring_view(digits_.data(), written);

@@ -9,8 +9,7 @@
 /// numbers. All raise 13 for what cannot be converted, 6 for what does not fit, and 94 for Null (unless told).
 namespace com {
 
-/// The text of a value, as a view of the value where that is one: the value has to live as long. For the texts of which
-/// a statement consists; raises as `toText`.
+/// The text of a value without a copy: it may point into the value, which has to outlive it. Raises as `toText`.
 class TextView
 {
 public:

@@ -10,21 +10,20 @@ namespace {
 
 constexpr long long kToleranceSeconds = 2;
 
-using namespace std::chrono;
-
 /// The seconds of a date that is a whole second, as nearly all are, and not before day zero; the platform's conversion
 /// takes many times as long.
 std::optional<long long> exactSeconds(DATE date)
 {
     constexpr double kSecondsPerDay = 86400;
-    constexpr double kYear10000 = 2958466;
+    constexpr double kLastDay = 2958465; // 31 December 9999
     constexpr double kNoise = 0.001;
-    if (!(date >= 0 && date < kYear10000))
+    if (!(date >= 0 && date <= kLastDay))
         return std::nullopt;
-    const double seconds = date * kSecondsPerDay;
-    const double whole = std::round(seconds);
-    if (std::abs(seconds - whole) > kNoise)
+    const double counted = date * kSecondsPerDay;
+    const double whole = std::round(counted);
+    if (std::abs(counted - whole) > kNoise)
         return std::nullopt;
+    using namespace std::chrono;
     constexpr sys_seconds kDateZero = sys_days(December / 30 / 1899);
     return static_cast<long long>(whole) + kDateZero.time_since_epoch().count();
 }
@@ -37,6 +36,7 @@ long long wholeSeconds(DATE date)
     SYSTEMTIME time{};
     if (!VariantTimeToSystemTime(date, &time))
         com::raiseRuntimeError(com::kInvalidCall);
+    using namespace std::chrono;
     const sys_days day = year(time.wYear) / month(time.wMonth) / std::chrono::day(time.wDay);
     return (day.time_since_epoch() + hours(time.wHour) + minutes(time.wMinute) + seconds(time.wSecond)) / seconds(1);
 }

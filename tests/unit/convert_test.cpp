@@ -5,8 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <climits>
 #include <cmath>
+#include <iterator>
 #include <random>
+#include <vector>
 
 namespace com {
 namespace {
@@ -78,6 +82,19 @@ TEST(ToText, WritesDoublesAsTheRuntimeDoes)
                     [&] { return digits(random) * std::pow(10, exponent(random)); });
     for (const double number : numbers)
         EXPECT_EQ(toText(_variant_t(number)), runtimeText(number));
+}
+
+TEST(ToText, WritesDatesAndAmountsAsTheRuntimeDoes)
+{
+    std::vector<_variant_t> values;
+    for (const DATE date : {0.0, 0.25, -1.25, -657434.0, 1.0, 10958.5, 43895.123456, 46341.999999, 2958465.5})
+        values.emplace_back(date, VT_DATE);
+    for (const long long amount : {0LL, 1LL, -1LL, 10000LL, -772500LL, 123456789012345678LL, LLONG_MIN, LLONG_MAX})
+        values.emplace_back(CY{.int64 = amount});
+    for (const _variant_t& value : values)
+        EXPECT_EQ(toText(value), fromBstr(changeType(value, VT_BSTR).bstrVal));
+    const _variant_t noDate(5e6, VT_DATE);
+    EXPECT_EQ(raised([&] { toText(noDate); }).number, raised([&] { changeType(noDate, VT_BSTR); }).number);
 }
 
 TEST(ToText, FollowsAReference)

@@ -46,8 +46,16 @@ TEST(SecondsApart, DatesBeforeTheYear1601CountAsWell)
     EXPECT_EQ(secondsApart(kYear1489, kYear1489 - 0.5), 43200);
 }
 
+TEST(SecondsApart, LastDayCountsAsWell)
+{
+    constexpr DATE kLastDay = 2958465; // 31 December 9999
+    EXPECT_EQ(secondsApart(kLastDay, kLastDay - 1), 86400);
+    EXPECT_EQ(secondsApart(kLastDay + 0.5, kLastDay), 43200);
+}
+
 TEST(SecondsApart, WhatIsNoDateRaises5)
 {
+    EXPECT_EQ(raised([] { secondsApart(2958466, kDay); }).number, 5);
     EXPECT_EQ(raised([] { secondsApart(5e6, kDay); }).number, 5);
     EXPECT_EQ(raised([] { secondsApart(kDay, -5e6); }).number, 5);
 }
