@@ -12,7 +12,8 @@
 
 namespace adodb {
 
-/// The arguments of one late-bound call, in declared order: positional and named ones joined, references resolved.
+/// The arguments of one late-bound call, in declared order: positional and named ones joined, references resolved
+/// but for `given`.
 class Call
 {
 public:
