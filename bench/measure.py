@@ -18,18 +18,16 @@ PATIENCE = 60
 
 @contextlib.contextmanager
 def processors_awake():
-    """While it lasts, idle processors poll instead of sleeping, where this user may ask the kernel for it. A virtual one
-    takes up to a tenth of a millisecond to wake, for each answer that a client waits for, and how long depends on what
-    else its host does.
+    """While it lasts, idle processors poll instead of sleeping, where this user may ask the kernel for it. A virtual
+    one takes up to a tenth of a millisecond to wake, for each answer that a client waits for, and how long depends on
+    what else its host does.
     """
-    try:
-        latency = open("/dev/cpu_dma_latency", "wb", buffering=0)  # pylint: disable=consider-using-with
-    except OSError as error:
-        print(f"processors may sleep, figures will be unsteady: {error}", file=sys.stderr)
-        yield
-        return
-    with latency:
-        latency.write(struct.pack("i", 0))  # microseconds
+    with contextlib.ExitStack() as held:
+        try:
+            latency = held.enter_context(open("/dev/cpu_dma_latency", "wb", buffering=0))
+            latency.write(struct.pack("i", 0))  # microseconds
+        except OSError as error:
+            print(f"processors may sleep, figures will be unsteady: {error}", file=sys.stderr)
         yield
 
 
