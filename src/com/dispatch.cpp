@@ -11,7 +11,7 @@ using Microsoft::WRL::ComPtr;
 namespace com {
 namespace {
 
-constexpr size_t kMostArguments = 8;
+constexpr size_t kMostArguments = 16;
 
 std::wstring take(BSTR text)
 {

@@ -52,6 +52,17 @@ TEST_F(LateBinding, CallHandsOverArgumentsInTheirOrder)
     EXPECT_EQ(seen, L"1;two;");
 }
 
+TEST_F(LateBinding, CallTakesAsManyArgumentsAsTheComponentsOwnInit)
+{
+    answer([](WORD, DISPPARAMS& params, VARIANT* result, EXCEPINFO*) {
+        result->vt = VT_I4;
+        result->lVal = static_cast<long>(params.cArgs);
+        return S_OK;
+    });
+    const _variant_t n(1L);
+    EXPECT_EQ(dispatch.call(L"member", {n, n, n, n, n, n, n, n, n, n}), _variant_t(10L));
+}
+
 TEST_F(LateBinding, CalleeWritesByReferenceArguments)
 {
     answer([](WORD, DISPPARAMS& params, VARIANT*, EXCEPINFO*) {
