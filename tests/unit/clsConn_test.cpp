@@ -44,12 +44,25 @@ protected:
         return ado_.calls();
     }
 
+    /// The lines of a query that opens its recordset; `before` is done to it first.
     Lines opened(const std::wstring& openArguments, const Lines& before = {})
+    {
+        return queried(before, {L"Recordset.Open(Command(office), missing, " + openArguments + L", -1)",
+                                L"release Command(office)", L"release Recordset"});
+    }
+
+    /// The lines of a query that is the command's own result; `before` is done to the recordset that is not needed.
+    Lines executed(const Lines& before = {})
+    {
+        return queried(before, {L"Command(office).Execute(missing, missing, -1)", L"release Recordset",
+                                L"release Command(office)", L"release Recordset"});
+    }
+
+    Lines queried(const Lines& before, const Lines& after)
     {
         Lines rest{L"create Recordset"};
         rest.insert(rest.end(), before.begin(), before.end());
-        rest.push_back(L"Recordset.Open(Command(office), missing, " + openArguments + L", -1)");
-        rest.insert(rest.end(), {L"release Command(office)", L"release Recordset"});
+        rest.insert(rest.end(), after.begin(), after.end());
         return textCommand(L"select", rest);
     }
 
@@ -78,6 +91,13 @@ TEST_F(ClsConnTest, RefusedConnectionRaisesTheDatabasesError)
     ado_.failMember(L"Connection.Open", {static_cast<HRESULT>(0x80040E4D), L"Login failed", L"Provider"});
     EXPECT_EQ(raised([&] { conn_.openConnection(L"office", L"wrong"); }),
               (Error{static_cast<long>(0x80040E4D), L"clsConnopenConnection", L"Login failed"}));
+}
+
+TEST_F(ClsConnTest, AdosOwnRefusalToOpenIsMovedAmongTheObjectsErrors)
+{
+    ado_.failMember(L"Connection.Open", {static_cast<HRESULT>(0x800A0E7A), L"Provider cannot be found", L"ADODB"});
+    EXPECT_EQ(raised([&] { conn_.openConnection(L"office", L""); }),
+              (Error{static_cast<long>(0x80040000) + 3706, L"clsConnopenConnection", L"Provider cannot be found"}));
 }
 
 TEST_F(ClsConnTest, EveryFailureOfOpeningHasTheSourceWithoutItsDot)
@@ -123,83 +143,24 @@ TEST_F(ClsConnTest, KeepsTheCompanionAsLongAsTheConnection)
     EXPECT_EQ(ado_.liveObjects(), 0);
 }
 
-TEST_F(ClsConnTest, OnlyTheOutermostTransactionReachesTheDatabase)
-{
-    open();
-    conn_.BeginTrans();
-    conn_.BeginTrans();
-    conn_.CommitTrans();
-    EXPECT_EQ(ado_.calls(), (Lines{L"Connection(office).BeginTrans()"}));
-    conn_.CommitTrans();
-    EXPECT_EQ(ado_.calls(), (Lines{L"Connection(office).BeginTrans()", L"Connection(office).CommitTrans()"}));
-}
-
-TEST_F(ClsConnTest, InnerRollbackOnlyCounts)
-{
-    open();
-    conn_.BeginTrans();
-    conn_.BeginTrans();
-    conn_.Rollback(true);
-    EXPECT_EQ(ado_.calls(), (Lines{L"Connection(office).BeginTrans()"}));
-    conn_.Rollback(true);
-    EXPECT_EQ(ado_.calls(), (Lines{L"Connection(office).BeginTrans()", L"Connection(office).RollbackTrans()"}));
-}
-
-TEST_F(ClsConnTest, GuardedRollbackWithoutTransactionDoesNothing)
-{
-    open();
-    conn_.Rollback(true);
-    EXPECT_EQ(ado_.calls(), Lines());
-}
-
-TEST_F(ClsConnTest, UnguardedRollbackWithoutTransactionReachesTheDatabaseAndLeavesTheDepthNegative)
-{
-    open();
-    ado_.failMember(L"Connection.RollbackTrans", {E_FAIL, L"No transaction is active", L"Provider"});
-    EXPECT_EQ(raised([&] { conn_.Rollback(false); }), (Error{E_FAIL, L"Provider", L"No transaction is active"}));
-}
-
-TEST_F(ClsConnTest, DepthBelowZeroIsNotGuarded)
-{
-    open();
-    conn_.Rollback(false);
-    conn_.BeginTrans();
-    conn_.Rollback(true);
-    EXPECT_EQ(ado_.calls(), (Lines{L"Connection(office).RollbackTrans()", L"Connection(office).BeginTrans()"}));
-}
-
-TEST_F(ClsConnTest, CommitWithoutTransactionReachesTheDatabase)
-{
-    open();
-    conn_.CommitTrans();
-    EXPECT_EQ(ado_.calls(), (Lines{L"Connection(office).CommitTrans()"}));
-}
-
-TEST_F(ClsConnTest, TransactionFailuresPassAsTheyAre)
-{
-    open();
-    ado_.failMember(L"Connection.BeginTrans", {E_FAIL, L"begin", L"Provider"});
-    ado_.failMember(L"Connection.CommitTrans", {E_FAIL, L"commit", L"Provider"});
-    EXPECT_EQ(raised([&] { conn_.BeginTrans(); }), (Error{E_FAIL, L"Provider", L"begin"}));
-    EXPECT_EQ(raised([&] { conn_.CommitTrans(); }), (Error{E_FAIL, L"Provider", L"commit"}));
-}
-
-TEST_F(ClsConnTest, RefusedBeginLeavesTheDepthAlone)
-{
-    open();
-    ado_.failMember(L"Connection.BeginTrans", {E_FAIL, L"begin", L"Provider"});
-    raised([&] { conn_.BeginTrans(); });
-    ado_.forget();
-    conn_.Rollback(true);
-    EXPECT_EQ(ado_.calls(), Lines());
-}
-
 TEST_F(ClsConnTest, ForwardOnlyQueryIsTheCommandsOwnResult)
 {
     open();
-    EXPECT_EQ(query(ado::adLockReadOnly, ado::adOpenForwardOnly, ado::adUseServer),
-              textCommand(L"select", {L"create Recordset", L"Command(office).Execute(missing, missing, -1)",
-                                      L"release Recordset", L"release Command(office)", L"release Recordset"}));
+    EXPECT_EQ(query(ado::adLockReadOnly, ado::adOpenForwardOnly, ado::adUseServer), executed());
+}
+
+TEST_F(ClsConnTest, ForwardOnlyQueryBelowDepthZeroIsTheCommandsOwnResult)
+{
+    open();
+    conn_.Rollback(false);
+    EXPECT_EQ(query(ado::adLockReadOnly, ado::adOpenForwardOnly, ado::adUseServer), executed());
+}
+
+TEST_F(ClsConnTest, ClientCursorOfAForwardOnlyQueryIsSetInVain)
+{
+    open();
+    EXPECT_EQ(query(ado::adLockReadOnly, ado::adOpenForwardOnly, ado::adUseClient),
+              executed({L"Recordset.CursorLocation = 3"}));
 }
 
 TEST_F(ClsConnTest, ForwardOnlyQueryInATransactionIsAKeysetWithoutLockType)
