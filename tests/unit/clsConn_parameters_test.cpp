@@ -10,6 +10,7 @@
 namespace {
 
 using com::Error;
+using Lines = std::vector<std::wstring>;
 
 constexpr DATE kJanuary1 = 2; // 1 January 1900
 
@@ -24,6 +25,20 @@ protected:
         ado_.forget();
         conn_.executeSP(L"p");
         return ado_.statements().at(0).second;
+    }
+
+    /// What is set on the parameters once they are bound.
+    Lines scalesSent()
+    {
+        sent();
+        Lines calls = ado_.calls();
+        std::erase_if(calls, [](const std::wstring& call) { return !call.starts_with(L"Parameter("); });
+        return calls;
+    }
+
+    void scaled(short index, short scale)
+    {
+        conn_.Parameters(index, ado::adCurrency, ado::adParamInput, 1.5, 8L, scale);
     }
 
     std::wstring sentTimeStamp(const _variant_t& value)
@@ -66,6 +81,23 @@ TEST_F(ParametersTest, ResetClearsTheTable)
     number(0, 10);
     conn_.resetParms();
     EXPECT_EQ(sent(), L"p()");
+}
+
+TEST_F(ParametersTest, ScaleOfZeroKeepsTheOneOfBefore)
+{
+    number(0, 10);
+    scaled(1, 2);
+    scaled(1, 0);
+    EXPECT_EQ(scalesSent(), (Lines{L"Parameter(\"1\").Precision = 18", L"Parameter(\"1\").NumericScale = 2"}));
+}
+
+TEST_F(ParametersTest, ClearingTakesTheScalesToo)
+{
+    number(0, 10);
+    scaled(1, 2);
+    number(0, 10);
+    scaled(1, 0);
+    EXPECT_EQ(scalesSent(), Lines());
 }
 
 TEST_F(ParametersTest, GapEndsTheList)
@@ -158,6 +190,20 @@ TEST_F(ParametersTest, NullTimeStampRaises94)
     EXPECT_EQ(raised([&] { sentTimeStamp(adoNull()); }), (Error{94, com::kComponentName, L"Invalid use of Null"}));
 }
 
+TEST_F(ParametersTest, EntryRefusedForItsValueCountsAsUsed)
+{
+    raised([&] { conn_.Parameters(0, ado::adDBTimeStamp, ado::adParamInputOutput, adoNull()); });
+    EXPECT_EQ(sent(), L"p(Empty)");
+    EXPECT_EQ(ado_.calls()[5], L"Command(office).CreateParameter(\"0\", 135, 3, 0, Empty)");
+}
+
+TEST_F(ParametersTest, EntryRefusedForItsSizeCountsAsUsed)
+{
+    raised([&] { conn_.Parameters(0, ado::adVarChar, ado::adParamInputOutput, L"a", 40000L); });
+    EXPECT_EQ(sent(), L"p(\"a\")");
+    EXPECT_EQ(ado_.calls()[5], L"Command(office).CreateParameter(\"0\", 200, 3, 0, \"a\")");
+}
+
 TEST_F(ParametersTest, TimeStampThatIsNoDateRaises13)
 {
     EXPECT_EQ(raised([&] { sentTimeStamp(L"yesterday"); }), (Error{13, com::kComponentName, L"Type mismatch"}));
@@ -167,7 +213,7 @@ TEST_F(ParametersTest, SizeIsConvertedTo16Bits)
 {
     conn_.Parameters(0, ado::adVarChar, ado::adParamInput, L"a", L"40");
     conn_.executeSP(L"p");
-    const std::vector<std::wstring> calls = ado_.calls();
+    const Lines calls = ado_.calls();
     EXPECT_NE(std::find(calls.begin(), calls.end(), L"Command(office).CreateParameter(\"0\", 200, 1, 40, \"a\")"),
               calls.end());
     EXPECT_EQ(raised([&] { conn_.Parameters(0, ado::adVarChar, ado::adParamInput, L"a", 40000L); }).number, 6);

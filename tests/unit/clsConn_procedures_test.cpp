@@ -217,6 +217,17 @@ TEST_F(ProceduresTest, FailureWithoutParametersSaysSo)
     EXPECT_EQ(conn_.retrieveCommandParms(), L",'No Parms'");
 }
 
+TEST_F(ProceduresTest, FailureWhileBindingListsWhatWasBound)
+{
+    text(0, L"a");
+    text(1, L"b");
+    for (const wchar_t* member : {L"Command.CreateParameter", L"Parameters.Append"}) {
+        ado_.failMember(member, refused_, 2);
+        raised([&] { conn_.executeSP(L"p"); });
+        EXPECT_EQ(conn_.retrieveCommandParms(), L",'P(0):a'") << member;
+    }
+}
+
 TEST_F(ProceduresTest, FailureWhileListingIsListedItself)
 {
     text(0, L"a");
@@ -243,6 +254,19 @@ TEST_F(ProceduresTest, ListingOutlivesALaterSuccess)
     raised([&] { conn_.executeSP(L"p"); });
     conn_.executeSP(L"p");
     conn_.execute(L"update", true);
+    EXPECT_EQ(conn_.retrieveCommandParms(), L",'P(0):a'");
+}
+
+TEST_F(ProceduresTest, ListingOutlivesFailuresOfOpeningAndOfTextQueries)
+{
+    text(0, L"a");
+    for (const wchar_t* statement : {L"p", L"select"})
+        ado_.failStatement(statement, refused_);
+    raised([&] { conn_.executeSP(L"p"); });
+    raised([&] { conn_.execSqlRs(L"select", 1, 0, 2); });
+    EXPECT_EQ(conn_.retrieveCommandParms(), L",'P(0):a'");
+    ado_.failMember(L"Connection.Open", refused_);
+    raised([&] { conn_.openConnection(L"office", L""); });
     EXPECT_EQ(conn_.retrieveCommandParms(), L",'P(0):a'");
 }
 
