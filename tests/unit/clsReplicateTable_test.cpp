@@ -63,6 +63,15 @@ TEST_F(ReplicateTableTest, RefusalNamesTheDependentTableOfBefore)
         << "a refused table stays unset";
 }
 
+TEST_F(ReplicateTableTest, RefusalHasReplacedTheMethod)
+{
+    const auto routines = com::makeObject<RecordingTable>();
+    init(ONE_WAY, L"patient", L"");
+    initError(TWO_WAY, L"patient", L"child");
+    table_.go(1, 2, *routines.Get());
+    EXPECT_EQ(routines->calls, (Lines{L"replicateTableTwoWay(True)"}));
+}
+
 TEST_F(ReplicateTableTest, DependentTableIsAllowedWithDeletes)
 {
     init(ONE_WAY_ALLOW_DELETES, L"chart_option", L"chart_option_setting");
@@ -79,8 +88,10 @@ TEST_F(ReplicateTableTest, ComputerTypeMayDependWhateverTheMethod)
 
 TEST_F(ReplicateTableTest, MethodBeyond16BitsOverflows)
 {
+    init(ONE_WAY, L"users", L"");
     EXPECT_EQ(initError(32768, L"patient", L""), (Error{6, L"clsReplicateTable.init", L"Overflow"}));
     EXPECT_EQ(initError(-32769, L"patient", L""), (Error{6, L"clsReplicateTable.init", L"Overflow"}));
+    EXPECT_EQ(table_.sTable(), L"users") << "nothing was stored";
 }
 
 TEST_F(ReplicateTableTest, GoRunsTheMethodsRoutineThroughThePublicInterface)

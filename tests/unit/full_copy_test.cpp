@@ -1,13 +1,9 @@
 #include "control/settings.h"
-#include "replication/clsReplicateTable.h"
-#include "support/recording_error.h"
-#include "support/recording_fixture.h"
+#include "support/ReplicationFixture.h"
 
 namespace {
 
 using com::Error;
-using Lines = std::vector<std::wstring>;
-using Statements = std::vector<AdoStatement>;
 
 constexpr wchar_t kCopySql[] = L"insert into laptop.users select * from office.users";
 constexpr wchar_t kDeletePairSql[] = L"Delete from computer_type_setting; delete from computer_type";
@@ -33,19 +29,16 @@ protected:
         return raised([&] { table_.replicateOneWayDeleteAll(); });
     }
 
-    /// All counters but lCntDestAdd are zero.
-    void expectOnlyAdds(long adds)
+    /// How the statements were sent.
+    Lines executions()
     {
-        const Counters& counters = table_.counters();
-        EXPECT_EQ(counters.lCntDestAdd, adds);
-        EXPECT_EQ(counters.lCntSourceAdd, 0);
-        EXPECT_EQ(counters.lCntSourceUpdate, 0);
-        EXPECT_EQ(counters.lCntSourceDelete, 0);
-        EXPECT_EQ(counters.lCntDestUpdate, 0);
-        EXPECT_EQ(counters.lCntDestDelete, 0);
-        EXPECT_EQ(counters.lCntConflict, 0);
-        EXPECT_EQ(counters.lCntError, 0);
+        Lines calls = ado().calls();
+        std::erase_if(calls, [](const std::wstring& call) { return call.find(L".Execute(") == std::wstring::npos; });
+        return calls;
     }
+
+    /// All counters but lCntDestAdd are zero.
+    void expectOnlyAdds(long adds) { EXPECT_EQ(table_.counters(), (Counters{.lCntDestAdd = adds})); }
 
     clsReplicateTable table_;
 };
@@ -73,12 +66,8 @@ TEST_F(FullCopyTest, OnlyTheCopyAsksForItsCount)
 {
     configure(ONE_WAY_DELETE_ALL, L"users");
     table_.replicateOneWayDeleteAll();
-    Lines executions;
-    for (const std::wstring& call : ado().calls())
-        if (call.find(L".Execute(") != std::wstring::npos)
-            executions.push_back(call);
-    EXPECT_EQ(executions, (Lines{L"Command(destination).Execute(missing, missing, -1)",
-                                 L"Command(source).Execute(ref 0, missing, -1)"}));
+    EXPECT_EQ(executions(), (Lines{L"Command(destination).Execute(missing, missing, -1)",
+                                   L"Command(source).Execute(ref 0, missing, -1)"}));
 }
 
 TEST_F(FullCopyTest, StatementsAndSummaryAreLoggedAtDebug)
@@ -192,6 +181,24 @@ TEST_F(FullCopyTest, ComputerTypesAreCopiedAsAPairOnTheDestination)
     expectOnlyAdds(5);
 }
 
+TEST_F(FullCopyTest, OnlyTheCopyOfTheComputerTypesAsksForItsCount)
+{
+    configure(COMPUTER_TYPE, L"whatever");
+    table_.replicateComputerType();
+    EXPECT_EQ(executions(), (Lines{L"Command(destination).Execute(missing, missing, -1)",
+                                   L"Command(destination).Execute(ref 0, missing, -1)"}));
+}
+
+TEST_F(FullCopyTest, FailedDeleteOfTheComputerTypesStopsTheCopy)
+{
+    configure(COMPUTER_TYPE, L"whatever");
+    ado().failStatement(kDeletePairSql, connectionLost());
+    EXPECT_EQ(raised([&] { table_.replicateComputerType(); }),
+              (Error{E_FAIL, L"clsReplicateTable.replicateComputerType(computer_type)", L"Connection lost"}));
+    EXPECT_EQ(ado().statements(), (Statements{{L"destination", kDeletePairSql}}));
+    expectOnlyAdds(0);
+}
+
 TEST_F(FullCopyTest, ComputerTypesGoToTheDestinationWhateverTheRole)
 {
     ConnectOptions options;
@@ -220,6 +227,63 @@ TEST_F(FullCopyTest, SecondCopyReplacesTheCount)
     table_.replicateOneWayDeleteAll();
     table_.replicateOneWayDeleteAll();
     expectOnlyAdds(3);
+}
+
+TEST_F(FullCopyTest, FailedSecondCopyKeepsTheCountOfTheFirst)
+{
+    ado().answer(kCopySql, adoAffected(12));
+    ado().answer(kCopyPairSql, adoAffected(5));
+    ado().failStatement(kCopySql, connectionLost(), 2);
+    ado().failStatement(kCopyPairSql, connectionLost(), 2);
+    configure(ONE_WAY_DELETE_ALL, L"users");
+    table_.replicateOneWayDeleteAll();
+    deleteAllError();
+    expectOnlyAdds(12);
+    table_.replicateComputerType();
+    raised([&] { table_.replicateComputerType(); });
+    expectOnlyAdds(5);
+}
+
+/// A table object that replicated row by row before: one row updated, one in conflict.
+class FullCopyAfterOneWay : public ReplicationTest
+{
+protected:
+    FullCopyAfterOneWay()
+    {
+        connectAt(OFFICES);
+        bothHave(L"K1", 10, 20);
+        bothHave(L"K2", 10, -10);
+        for (const wchar_t* key : {L"K1", L"K2"}) {
+            sourceHolds(key, L"S", 10);
+            destinationHolds(key, L"D", 20);
+        }
+        init(ONE_WAY);
+        go();
+        EXPECT_EQ(counters(), (Counters{.lCntDestUpdate = 1, .lCntConflict = 1, .lCntError = 1}));
+    }
+
+    void expectOnlyAddsReplaced(const std::wstring& sTable)
+    {
+        EXPECT_EQ(counters(), (Counters{.lCntDestUpdate = 1, .lCntDestAdd = 12, .lCntConflict = 1, .lCntError = 1}));
+        EXPECT_EQ(logEntries().back(),
+                  L"DEBUG: Replicated table: " + sTable + L"\r\n\tDeletes/Adds to destination: 12\tErrors: 1");
+    }
+};
+
+TEST_F(FullCopyAfterOneWay, TableKeepsTheOtherCounters)
+{
+    ado().answer(L"insert into laptop.shortcut select * from office.shortcut", adoAffected(12));
+    init(ONE_WAY_DELETE_ALL);
+    go();
+    expectOnlyAddsReplaced(L"shortcut");
+}
+
+TEST_F(FullCopyAfterOneWay, ComputerTypesKeepTheOtherCounters)
+{
+    ado().answer(kCopyPairSql, adoAffected(12));
+    init(COMPUTER_TYPE);
+    go();
+    expectOnlyAddsReplaced(L"computer_type");
 }
 
 } // namespace

@@ -79,6 +79,15 @@ TEST_F(KeyFieldTest, StatementsUseTheKeyColumn)
                       counted({})}));
 }
 
+TEST_F(KeyFieldTest, RefusedInitHasReplacedKeyFieldAndDeleteHandling)
+{
+    connectAt(OFFICES);
+    table().init(ONE_WAY_WITH_PK_FIELD, L"shortcut", L"", L"unid", DELETE_WITH_UPDATES);
+    raised([&] { init(ONE_WAY_WITH_PK_FIELD, L"child", SKIP_DELETES); });
+    go();
+    EXPECT_EQ(logEntries().back(), summary({}, title(SKIP_DELETES)));
+}
+
 TEST_F(KeyFieldTest, MissingKeyFieldOnlyMarksTheRunAsFailed)
 {
     useTable(L"shortcut");
