@@ -126,7 +126,7 @@ catch (...) {
 
 void showMessage(const std::wstring& text)
 {
-    MessageBoxW(nullptr, text.c_str(), com::kComponentName, MB_OK);
+    MessageBoxW(nullptr, text.c_str(), com::kComponentName, MB_OK | MB_TASKMODAL);
 }
 
 } // namespace Utils

@@ -22,7 +22,8 @@ bool isLogged(short iLevel);
 /// also recorded as the run's error. Any failure shows a message box and raises 0x80040001 "Exiting method".
 void WriteLog(short iLevel, const std::wstring& sMessage, bool bRaw = false);
 
-/// Shows `text` in a modal box with an OK button, titled with the component's name.
+/// Shows `text` in a box with an OK button, titled with the component's name, and blocks until it is closed. Windows of
+/// the calling thread take no input meanwhile.
 void showMessage(const std::wstring& text);
 
 } // namespace Utils

@@ -34,7 +34,7 @@ BOOL CALLBACK readChild(HWND child, LPARAM parameter)
 
 } // namespace
 
-MessageBoxes::MessageBoxes() : hook_(SetWindowsHookExW(WH_CBT, onWindow, nullptr, GetCurrentThreadId()))
+MessageBoxes::MessageBoxes() : hook_(SetWindowsHookExW(WH_CALLWNDPROCRET, onMessage, nullptr, GetCurrentThreadId()))
 {
     g_active = this;
 }
@@ -53,14 +53,12 @@ std::vector<std::wstring> MessageBoxes::texts() const
     return texts;
 }
 
-LRESULT CALLBACK MessageBoxes::onWindow(int code, WPARAM wParam, LPARAM lParam)
+LRESULT CALLBACK MessageBoxes::onMessage(int code, WPARAM wParam, LPARAM lParam)
 {
-    const HWND window = reinterpret_cast<HWND>(wParam);
-    // A box can be activated more than once, also while it goes away: each is answered once after it was made.
-    if (code == HCBT_CREATEWND && g_active && className(window) == kDialogClass)
-        g_active->unanswered_.push_back(window);
-    if (code == HCBT_ACTIVATE && g_active && std::erase(g_active->unanswered_, window) > 0)
-        g_active->answer(window);
+    // A box has its texts and buttons when it has been told to initialize, which happens once.
+    const CWPRETSTRUCT& done = *reinterpret_cast<const CWPRETSTRUCT*>(lParam);
+    if (code == HC_ACTION && g_active && done.message == WM_INITDIALOG && className(done.hwnd) == kDialogClass)
+        g_active->answer(done.hwnd);
     return CallNextHookEx(nullptr, code, wParam, lParam);
 }
 

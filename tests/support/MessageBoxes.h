@@ -33,11 +33,10 @@ public:
     void whileShown(std::function<void()> action) { action_ = std::move(action); }
 
 private:
-    static LRESULT CALLBACK onWindow(int code, WPARAM wParam, LPARAM lParam);
+    static LRESULT CALLBACK onMessage(int code, WPARAM wParam, LPARAM lParam);
     void answer(HWND box);
 
     HHOOK hook_;
     std::vector<ShownBox> shown_;
-    std::vector<HWND> unanswered_;
     std::function<void()> action_;
 };

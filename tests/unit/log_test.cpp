@@ -197,6 +197,20 @@ TEST_F(WriteLogTest, ErrorWithoutAnyConnectionShowsABoxAndRaises)
     EXPECT_EQ(boxes.texts(), (Entries{L"Utils.WriteLog: Object variable or With block variable not set"}));
 }
 
+TEST_F(WriteLogTest, HostsWindowsTakeNoInputWhileTheBoxIsUp)
+{
+    MessageBoxes boxes;
+    const HWND window = CreateWindowW(L"STATIC", L"host", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 100, 100, nullptr,
+                                      nullptr, nullptr, nullptr);
+    ASSERT_NE(window, nullptr);
+    BOOL enabled = TRUE;
+    boxes.whileShown([&] { enabled = IsWindowEnabled(window); });
+    EXPECT_EQ(failedWrite(L""), exitingMethod_);
+    EXPECT_FALSE(enabled);
+    EXPECT_TRUE(IsWindowEnabled(window));
+    DestroyWindow(window);
+}
+
 TEST_F(WriteLogTest, HostMayDisconnectWhileTheBoxIsUp)
 {
     MessageBoxes boxes;
