@@ -3,6 +3,7 @@
 #include "com/dispatch.h"
 
 #include <string>
+#include <tuple>
 
 namespace ado {
 
@@ -58,5 +59,20 @@ private:
     com::Dispatch object_;
     mutable com::Dispatch fields_;
 };
+
+/// Calls `visit` with the columns `names`, each a Field, on every row of `rs` to its end, and closes it. The columns
+/// are looked up once, and only when there is a row.
+template <class Visit, class... Names>
+void forEachRow(Recordset rs, Visit visit, const Names&... names)
+{
+    if (!rs.eof()) {
+        const std::tuple fields{rs.field(names)...};
+        do {
+            std::apply(visit, fields);
+            rs.moveNext();
+        } while (!rs.eof());
+    }
+    rs.close();
+}
 
 } // namespace ado

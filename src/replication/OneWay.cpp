@@ -48,16 +48,13 @@ void OneWay::run()
 
 void OneWay::replicateCommonRows()
 {
-    ado::Recordset rs = queryOnLocal(selectChangedRows(plan_.table, dLastReplicate_, kOneWayAliases));
-    const ado::Field sourceDate = rs.field(kOneWayAliases.sSourceDate);
-    const ado::Field destinationDate = rs.field(kOneWayAliases.sDestinationDate);
-    const ado::Field key = rs.field(plan_.table.sKey);
-    for (; !rs.eof(); rs.moveNext()) {
+    const auto handle = [this](const ado::Field& sourceDate, const ado::Field& destinationDate, const ado::Field& key) {
         dSrcModDate_ = com::toDate(sourceDate.value());
         dDestModDate_ = com::toDate(destinationDate.value());
         handleCommonRow(key.value());
-    }
-    rs.close();
+    };
+    ado::forEachRow(queryOnLocal(selectChangedRows(plan_.table, dLastReplicate_, kOneWayAliases)), handle,
+                    kOneWayAliases.sSourceDate, kOneWayAliases.sDestinationDate, plan_.table.sKey);
 }
 
 void OneWay::replicateSourceOnlyRows()
@@ -75,14 +72,12 @@ void OneWay::replicateDestinationOnlyRows()
 void OneWay::forEachMissingRow(const std::wstring& sHasPrefix, const std::wstring& sLacksPrefix, DATE& dModDate,
                                void (OneWay::*handle)(const _variant_t& vKey))
 {
-    ado::Recordset rs = queryOnLocal(selectMissingRows(plan_.table, sHasPrefix, sLacksPrefix));
-    const ado::Field date = rs.field(L"mod_date");
-    const ado::Field key = rs.field(plan_.table.sKey);
-    for (; !rs.eof(); rs.moveNext()) {
+    const auto handleRow = [&](const ado::Field& date, const ado::Field& key) {
         dModDate = com::toDate(date.value());
         (this->*handle)(key.value());
-    }
-    rs.close();
+    };
+    ado::forEachRow(queryOnLocal(selectMissingRows(plan_.table, sHasPrefix, sLacksPrefix)), handleRow, L"mod_date",
+                    plan_.table.sKey);
 }
 
 void OneWay::handleCommonRow(const _variant_t& vKey)

@@ -36,12 +36,7 @@ void updateRow(const KeyedTable& table, const _variant_t& vKey, const Direction&
 
 void copyChangedRows(const KeyedTable& table, DATE dLastReplicate)
 {
-    ado::Recordset rs =
-        openForwardOnly(*settings().localConnection(), selectChangedRows(table, dLastReplicate, kTwoWayAliases));
-    const ado::Field sourceDate = rs.field(kTwoWayAliases.sSourceDate);
-    const ado::Field destinationDate = rs.field(kTwoWayAliases.sDestinationDate);
-    const ado::Field key = rs.field(table.sKey);
-    for (; !rs.eof(); rs.moveNext()) {
+    const auto copy = [&](const ado::Field& sourceDate, const ado::Field& destinationDate, const ado::Field& key) {
         const DATE dSource = com::toDate(sourceDate.value());
         const DATE dDestination = com::toDate(destinationDate.value());
         if (dSource > dLastReplicate && dDestination > dLastReplicate)
@@ -57,8 +52,10 @@ void copyChangedRows(const KeyedTable& table, DATE dLastReplicate)
             updateRow(table, vKey, kToSource);
             break;
         }
-    }
-    rs.close();
+    };
+    ado::forEachRow(
+        openForwardOnly(*settings().localConnection(), selectChangedRows(table, dLastReplicate, kTwoWayAliases)), copy,
+        kTwoWayAliases.sSourceDate, kTwoWayAliases.sDestinationDate, table.sKey);
 }
 
 /// A row that should have been replicated before was deleted on the other side, or is in conflict. It is announced,
@@ -83,18 +80,16 @@ struct MissingRows
 
 void copyMissingRows(const KeyedTable& table, const MissingRows& rows, DATE dLastReplicate, bool bDeletes)
 {
-    ado::Recordset rs =
-        openForwardOnly(*settings().localConnection(), selectMissingRows(table, rows.sHasPrefix, rows.sLacksPrefix));
-    const ado::Field date = rs.field(L"mod_date");
-    const ado::Field key = rs.field(table.sKey);
-    for (; !rs.eof(); rs.moveNext()) {
+    const auto copy = [&](const ado::Field& date, const ado::Field& key) {
         if (modifiedSince(com::toDate(date.value()), dLastReplicate) == Modified::BeforeLastRun)
             announceOldRow(table, rows.direction, bDeletes);
         ado::Recordset row = openForwardOnly(*rows.direction.from(), selectRow(rows.read, key.value()));
         rows.direction.execute(Utils::getInsertSql(row, table.sTable), false);
         row.close();
-    }
-    rs.close();
+    };
+    ado::forEachRow(
+        openForwardOnly(*settings().localConnection(), selectMissingRows(table, rows.sHasPrefix, rows.sLacksPrefix)),
+        copy, L"mod_date", table.sKey);
 }
 
 } // namespace

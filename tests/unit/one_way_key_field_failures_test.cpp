@@ -76,12 +76,22 @@ TEST_F(KeyFieldFailures, RoutineNamesTheTableInItsSource)
                      L"clsReplicateTable.replicateOneWayWithPKField(shortcut): Connection lost"}));
 }
 
-TEST_F(KeyFieldFailures, KeyColumnThatIsNotThereEndsTheRun)
+TEST_F(KeyFieldFailures, KeyColumnThatIsNotThereEndsTheRunAtItsFirstRow)
 {
     connectAt(OFFICES);
-    init(ONE_WAY_WITH_PK_FIELD, L"", ONLY_DELETES);
-    ado().answerOn(L"source", destinationOnlySql(), {{{{L"unid", 200}, {L"mod_date", 135}}, {}}, 0, {}});
+    init(ONE_WAY_WITH_PK_FIELD, L"", DELETE_WITH_UPDATES);
+    AdoRows dates{{{L"src_mod_date", 135}, {L"dest_mod_date", 135}}, {}};
+    AdoRows deleted{{{L"unid", 200}, {L"mod_date", 135}}, {}};
+    ado().answerOn(L"source", changedSql(), {dates, 0, {}});
+    ado().answerOn(L"source", destinationOnlySql(), {deleted, 0, {}});
+    go();
+    deleted.rows = {{L"K", _variant_t(at(-10), VT_DATE)}};
+    ado().answerOn(L"source", destinationOnlySql(), {deleted, 0, {}});
     EXPECT_EQ(goError().number, static_cast<long>(0x80040000) + 3265);
+    dates.rows = {{_variant_t(at(10), VT_DATE), _variant_t(at(-10), VT_DATE)}};
+    ado().answerOn(L"source", changedSql(), {dates, 0, {}});
+    EXPECT_EQ(goError().number, static_cast<long>(0x80040000) + 3265);
+    EXPECT_EQ(counters(), Counters());
 }
 
 } // namespace
