@@ -40,7 +40,8 @@ void clsConflict::copyFromSource() const
 {
     const KeyedTable table{sTable, L"unid"};
     ado::Recordset row = openForwardOnly(*Utils::getConnSource(), selectRow(table, vGuid));
-    Utils::getConnDest()->execute(Utils::getUpdateSql(row, sTable, keyCondition(table, vGuid)), false);
+    const std::wstring sUpdate = Utils::getUpdateSql(row, sTable, keyCondition(table, vGuid));
+    Utils::getConnDest()->execute(sUpdate, false);
     row.close();
 }
 

@@ -221,6 +221,18 @@ TEST_F(ResolutionTest, ClosedSidesAreRaised)
     EXPECT_EQ(ado().statements(), Statements());
 }
 
+TEST_F(ResolutionTest, DestinationIsAskedForWhenTheRowHasBeenRead)
+{
+    conflictAt(LAPTOP, CHANGED_ON_BOTH, USE_SOURCE);
+    settings().localConnection()->getConn().close();
+    EXPECT_EQ(resolveError(),
+              (Error{kOwnErrorRaised, L"clsConflict.resolve", L"Local database not available as Destination"}));
+    EXPECT_EQ(ado().statements(), onSource({select(L"{K1}")}));
+    conflict_.vGuid = L"{K2}";
+    sourceHolds(L"{K2}");
+    EXPECT_EQ(resolveError().number, static_cast<long>(0x80040000) + 3021);
+}
+
 TEST_F(ResolutionTest, UnsupportedTypeShowsAMessageAndSendsAnEmptyValue)
 {
     const MessageBoxes boxes;
