@@ -184,6 +184,7 @@ TEST_F(ConflictLoad, RecordsetAtItsEndRaises)
     const Error error = raised([&] { load(); });
     EXPECT_EQ(error.number, static_cast<long>(0x80040000) + 3021);
     EXPECT_EQ(error.source, L"clsConflict.loadFromRs");
+    EXPECT_EQ(conflict_.bExists(), L"True");
 }
 
 TEST_F(ConflictLoad, MissingColumnRaises)
@@ -196,6 +197,7 @@ TEST_F(ConflictLoad, NoRecordsetRaises91)
 {
     EXPECT_EQ(raised([&] { conflict_.loadFromRs(ado::Recordset()); }),
               (Error{91, L"clsConflict.loadFromRs", L"Object variable or With block variable not set"}));
+    EXPECT_EQ(conflict_.bExists(), L"True");
 }
 
 TEST_F(ConflictLoad, LoadedConflictIsNotSaved)

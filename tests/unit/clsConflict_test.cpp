@@ -304,6 +304,18 @@ TEST_F(ConflictTest, FailedDataRaisesAndLeavesTheHeader)
     EXPECT_EQ(conflict_.bExists(), L"False");
 }
 
+TEST_F(ConflictTest, SaveAfterFailedDataInsertsTheHeaderAgain)
+{
+    setData({item({L"a", L"1", L"2"})});
+    ado().failStatement(L"InsertReplicationConflictData", connectionLost());
+    EXPECT_EQ(raised([&] { conflict_.save(); }).number, E_FAIL);
+    ado().forget();
+    conflict_.save();
+    EXPECT_EQ(ado().statements().size(), 2U);
+    EXPECT_EQ(ado().statements()[0], header_);
+    EXPECT_EQ(conflict_.bExists(), L"True");
+}
+
 TEST_F(ConflictTest, ProcedureWithoutAnIdRaises94)
 {
     ado().answerOn(L"destination", L"InsertReplicationConflict", {{}, 0, {{0, adoNull()}}});

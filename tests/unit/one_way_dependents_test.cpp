@@ -1,5 +1,7 @@
 #include "support/ReplicationFixture.h"
 
+#include <gmock/gmock.h>
+
 namespace {
 
 constexpr wchar_t kSettings[] = L"chart_option_setting";
@@ -12,10 +14,27 @@ protected:
     {
         bothHave(L"K1", 10, -10);
         onlySourceHas(L"K2", 10);
-        onlyDestinationHas(L"K3", -10);
+        holdChangedRows();
+        connectAt(OFFICES);
+    }
+
+    void holdChangedRows()
+    {
         sourceHolds(L"K1", L"S1", 10);
         sourceHolds(L"K2", L"S2", 10);
-        connectAt(OFFICES);
+    }
+
+    void initWithDeletes(const std::wstring& sDependentTable)
+    {
+        onlyDestinationHas(L"K3", -10);
+        init(ONE_WAY_ALLOW_DELETES, sDependentTable);
+    }
+
+    /// The only table that may have dependent rows by other methods.
+    void useComputerType(const std::wstring& sKey)
+    {
+        useTable(L"computer_type", sKey);
+        holdChangedRows();
     }
 
     static std::wstring rewrite(const std::wstring& key, const std::wstring& sDependentTable = kSettings)
@@ -35,12 +54,19 @@ protected:
                        counted(kAll)});
     }
 
+    Statements withoutDependents() const
+    {
+        return joined({onLocal({changedSql()}), onSource({select(L"K1")}), onDestination({update(L"K1", L"S1", 10)}),
+                       onLocal({sourceOnlySql()}), onSource({select(L"K2")}), onDestination({insert(L"K2", L"S2", 10)}),
+                       onLocal({destinationOnlySql()}), onDestination({remove(L"K3")}), counted(kAll)});
+    }
+
     static constexpr Counters kAll{.lCntDestUpdate = 1, .lCntDestAdd = 1, .lCntDestDelete = 1};
 };
 
 TEST_F(OneWayDependents, DependentRowsAreRewrittenAfterUpdateInsertAndDelete)
 {
-    init(ONE_WAY_ALLOW_DELETES, kSettings);
+    initWithDeletes(kSettings);
     go();
     EXPECT_EQ(ado().statements(), wholeRun(kSettings));
     EXPECT_EQ(counters(), kAll);
@@ -48,14 +74,31 @@ TEST_F(OneWayDependents, DependentRowsAreRewrittenAfterUpdateInsertAndDelete)
 
 TEST_F(OneWayDependents, DependentTableIsKnownInAnyCase)
 {
-    init(ONE_WAY_ALLOW_DELETES, L"Chart_Option_SETTING");
+    initWithDeletes(L"Chart_Option_SETTING");
     go();
     EXPECT_EQ(ado().statements(), wholeRun(L"Chart_Option_SETTING"));
 }
 
+TEST_F(OneWayDependents, DependentRowsAreRewrittenWhereDeletesAreNotAllowed)
+{
+    useComputerType(L"unid");
+    init(ONE_WAY, kSettings);
+    go();
+    EXPECT_THAT(ado().statements(), testing::IsSupersetOf(onDestination({rewrite(L"K1"), rewrite(L"K2")})));
+}
+
+TEST_F(OneWayDependents, TableWithAKeyFieldHasNone)
+{
+    useComputerType(L"code");
+    onlyDestinationHas(L"K3", -10);
+    init(ONE_WAY_WITH_PK_FIELD, kSettings, DELETE_WITH_UPDATES);
+    go();
+    EXPECT_EQ(ado().statements(), withoutDependents());
+}
+
 TEST_F(OneWayDependents, RewritesAreLoggedBeforeTheyRun)
 {
-    init(ONE_WAY_ALLOW_DELETES, kSettings);
+    initWithDeletes(kSettings);
     go();
     EXPECT_EQ(
         logEntries(),
@@ -69,18 +112,15 @@ TEST_F(OneWayDependents, RewritesAreLoggedBeforeTheyRun)
 
 TEST_F(OneWayDependents, OtherDependentTableProducesNoStatements)
 {
-    init(ONE_WAY_ALLOW_DELETES, L"other_setting");
+    initWithDeletes(L"other_setting");
     go();
-    EXPECT_EQ(ado().statements(),
-              joined({onLocal({changedSql()}), onSource({select(L"K1")}), onDestination({update(L"K1", L"S1", 10)}),
-                      onLocal({sourceOnlySql()}), onSource({select(L"K2")}), onDestination({insert(L"K2", L"S2", 10)}),
-                      onLocal({destinationOnlySql()}), onDestination({remove(L"K3")}), counted(kAll)}));
+    EXPECT_EQ(ado().statements(), withoutDependents());
     EXPECT_EQ(counters(), kAll);
 }
 
 TEST_F(OneWayDependents, UpdateIsCountedBeforeItsRewriteFails)
 {
-    init(ONE_WAY_ALLOW_DELETES, kSettings);
+    initWithDeletes(kSettings);
     ado().failStatement(rewrite(L"K1"), connectionLost());
     EXPECT_EQ(goError().number, E_FAIL);
     EXPECT_EQ(counters(), (Counters{.lCntDestUpdate = 1}));
@@ -88,7 +128,7 @@ TEST_F(OneWayDependents, UpdateIsCountedBeforeItsRewriteFails)
 
 TEST_F(OneWayDependents, InsertAndDeleteAreCountedAfterTheirRewrite)
 {
-    init(ONE_WAY_ALLOW_DELETES, kSettings);
+    initWithDeletes(kSettings);
     ado().failStatement(rewrite(L"K2"), connectionLost());
     EXPECT_EQ(goError().number, E_FAIL);
     EXPECT_EQ(counters(), (Counters{.lCntDestUpdate = 1}));

@@ -176,6 +176,19 @@ TEST_F(OneWayFailures, FailedRecordOfAConflictEndsTheRunUncounted)
     EXPECT_EQ(counters(), Counters());
 }
 
+TEST_F(OneWayFailures, ErrorIsCountedBeforeTheRunIsMarked)
+{
+    fullRun();
+    bothHave(L"K7", -20, 10);
+    sourceHolds(L"K7", L"S", -20);
+    destinationHolds(L"K7", L"D", 10);
+    for (long marking = 1; marking <= 4; ++marking) {
+        ado().failStatement(L"SetReplicationError", connectionLost(), static_cast<size_t>(marking));
+        EXPECT_EQ(goError().number, E_FAIL);
+        EXPECT_EQ(counters().lCntError, marking);
+    }
+}
+
 TEST_F(OneWayFailures, FailureToMarkTheRunTakesThePlaceOfTheFirstOne)
 {
     changedOnBoth();

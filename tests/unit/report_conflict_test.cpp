@@ -53,6 +53,12 @@ TEST_F(ConflictData, DifferingColumnsAreListedInTheirOrder)
               (Lines{L"b: 1 | 2", L"a: 5 | 6"}));
 }
 
+TEST_F(ConflictData, ColumnOrTableOfTheUnfilledMappingHasNoLabel)
+{
+    EXPECT_EQ(differences(row({{L"asdf", L"1"}}), row({{L"asdf", L"2"}})), Lines{L": 1 | 2"});
+    EXPECT_EQ(differences(row({{L"a", L"1"}}), row({{L"a", L"2"}}), L"asdf"), Lines{L": 1 | 2"});
+}
+
 TEST_F(ConflictData, ModificationDateNeverCounts)
 {
     EXPECT_EQ(differences(row({{L"MOD_DATE", L"1"}}), row({{L"Mod_Date", L"2"}})), Lines());
