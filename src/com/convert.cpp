@@ -204,6 +204,12 @@ std::wstring fromBstr(BSTR text)
     return std::wstring(viewOf(text));
 }
 
+std::wstring takeBstr(BSTR text)
+{
+    const _bstr_t owner(text, false);
+    return fromBstr(text);
+}
+
 _variant_t missing()
 {
     _variant_t result;

@@ -70,6 +70,9 @@ BSTR newBstr(const std::wstring& text);
 /// The text of a BSTR that stays its owner's; a null BSTR is the empty text.
 std::wstring fromBstr(BSTR text);
 
+/// The text of a BSTR that was handed over, which is freed; a null BSTR is the empty text.
+std::wstring takeBstr(BSTR text);
+
 inline VARIANT_BOOL toVariantBool(bool value)
 {
     return value ? VARIANT_TRUE : VARIANT_FALSE;

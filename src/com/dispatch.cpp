@@ -13,12 +13,6 @@ namespace {
 
 constexpr size_t kMostArguments = 16;
 
-std::wstring take(BSTR text)
-{
-    const _bstr_t owner(text, false);
-    return fromBstr(text);
-}
-
 Error exceptionError(EXCEPINFO& exception)
 {
     if (exception.pfnDeferredFillIn)
@@ -27,8 +21,8 @@ Error exceptionError(EXCEPINFO& exception)
     constexpr long kObjectErrorBase = static_cast<long>(0x80040000);
     const HRESULT code = exception.scode != 0 ? exception.scode : kObjectErrorBase + exception.wCode;
     Error error = platformError(code);
-    error.source = take(exception.bstrSource);
-    if (std::wstring description = take(exception.bstrDescription); !description.empty())
+    error.source = takeBstr(exception.bstrSource);
+    if (std::wstring description = takeBstr(exception.bstrDescription); !description.empty())
         error.description = std::move(description);
     return error;
 }

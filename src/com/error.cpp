@@ -1,5 +1,7 @@
 #include "com/error.h"
 
+#include "com/convert.h"
+
 #include <comdef.h>
 #include <exception>
 #include <new>
@@ -64,12 +66,6 @@ std::wstring systemText(HRESULT code)
     return length > 0 ? std::wstring(text, length) : L"Automation error";
 }
 
-std::wstring takeText(BSTR text)
-{
-    const _bstr_t owner(text, false);
-    return text ? std::wstring(text, SysStringLen(text)) : std::wstring();
-}
-
 } // namespace
 
 std::wstring runtimeText(long number)
@@ -125,9 +121,9 @@ void checkCall(HRESULT code)
         BSTR source = nullptr;
         BSTR description = nullptr;
         if (SUCCEEDED(info->GetSource(&source)))
-            error.source = takeText(source);
+            error.source = takeBstr(source);
         if (SUCCEEDED(info->GetDescription(&description)))
-            error.description = takeText(description);
+            error.description = takeBstr(description);
     }
     throw Error(std::move(error));
 }
