@@ -18,7 +18,6 @@ Error exceptionError(EXCEPINFO& exception)
     if (exception.pfnDeferredFillIn)
         exception.pfnDeferredFillIn(&exception);
     SysFreeString(exception.bstrHelpFile);
-    constexpr long kObjectErrorBase = static_cast<long>(0x80040000);
     const HRESULT code = exception.scode != 0 ? exception.scode : kObjectErrorBase + exception.wCode;
     Error error = platformError(code);
     error.source = takeBstr(exception.bstrSource);

@@ -38,6 +38,9 @@ enum RuntimeError : long
     kDuplicateKey = 457,
 };
 
+/// Base of the numbers that a class gives to errors of its own.
+inline constexpr long kObjectErrorBase = static_cast<long>(0x80040000);
+
 /// The name under which the component raises what no routine of its own has named.
 inline constexpr wchar_t kComponentName[] = L"QuinmarkRepDLL";
 

@@ -7,12 +7,11 @@
 namespace Common {
 namespace {
 
-constexpr long kObjectErrorBase = static_cast<long>(0x80040000);
 constexpr long kLastRuntimeNumber = 512;
 
 long objectError(long lNumber)
 {
-    const long long moved = static_cast<long long>(kObjectErrorBase) + lNumber;
+    const long long moved = static_cast<long long>(com::kObjectErrorBase) + lNumber;
     if (moved > std::numeric_limits<long>::max())
         com::raiseRuntimeError(com::kOverflow);
     return static_cast<long>(moved);
