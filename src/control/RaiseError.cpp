@@ -2,19 +2,15 @@
 
 #include "com/error.h"
 
-#include <limits>
-
 namespace Common {
 namespace {
 
 constexpr long kLastRuntimeNumber = 512;
 
+// The base is negative: no number from 0 on overflows.
 long objectError(long lNumber)
 {
-    const long long moved = static_cast<long long>(com::kObjectErrorBase) + lNumber;
-    if (moved > std::numeric_limits<long>::max())
-        com::raiseRuntimeError(com::kOverflow);
-    return static_cast<long>(moved);
+    return com::kObjectErrorBase + lNumber;
 }
 
 } // namespace
