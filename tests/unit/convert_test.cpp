@@ -261,6 +261,8 @@ TEST(Bstr, RoundTripsWithEmbeddedZerosAndReadsNullAsEmpty)
     EXPECT_EQ(SysStringLen(copy.GetBSTR()), 3U);
     EXPECT_EQ(fromBstr(copy.GetBSTR()), text);
     EXPECT_EQ(fromBstr(nullptr), L"");
+    EXPECT_EQ(takeBstr(copy.Detach()), text);
+    EXPECT_EQ(takeBstr(nullptr), L"");
 }
 
 TEST(Missing, IsOnlyTheLeftOutArgument)
