@@ -139,6 +139,5 @@ std::wstring textProperty(const std::function<HRESULT(BSTR*)>& property)
 {
     BSTR text = nullptr;
     com::checkCall(property(&text));
-    const _bstr_t owner(text, false);
-    return com::fromBstr(text);
+    return com::takeBstr(text);
 }
