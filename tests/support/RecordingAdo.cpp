@@ -121,6 +121,11 @@ void RecordingAdo::setDefaultDatabase(const std::wstring& connection, const std:
     journal_->setDefaultDatabase(connection, name);
 }
 
+void RecordingAdo::setState(const std::wstring& connection, long state)
+{
+    journal_->setState(connection, state);
+}
+
 std::vector<std::wstring> RecordingAdo::calls() const
 {
     return journal_->lines(false);
@@ -129,6 +134,11 @@ std::vector<std::wstring> RecordingAdo::calls() const
 std::vector<std::wstring> RecordingAdo::callsAndReads() const
 {
     return journal_->lines(true);
+}
+
+std::vector<ULONGLONG> RecordingAdo::callTimes() const
+{
+    return journal_->callTimes();
 }
 
 std::vector<AdoStatement> RecordingAdo::statements() const

@@ -92,11 +92,16 @@ public:
     /// Name of a connection's database; its label unless told.
     void setDefaultDatabase(const std::wstring& connection, const std::wstring& name);
 
+    /// State that connections of that label tell from now on, whatever was done to them; they work as before.
+    void setState(const std::wstring& connection, long state);
+
     /// Every creation, put, method call and release of the three classes and their parameters, in order: "create
     /// Command", "Command.CommandTimeout = 300", "Connection(office).Close()", "release Command".
     std::vector<std::wstring> calls() const;
     /// The same with the reads of properties: "Recordset.EOF".
     std::vector<std::wstring> callsAndReads() const;
+    /// When each of calls() was made, in milliseconds since the system was started.
+    std::vector<ULONGLONG> callTimes() const;
     /// Every statement sent, those that failed included.
     std::vector<AdoStatement> statements() const;
     /// Calls and reads so far, failed ones included, releases not.

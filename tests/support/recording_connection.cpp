@@ -24,7 +24,8 @@ RecordingConnection::RecordingConnection(std::shared_ptr<RecordingJournal> share
     using Arguments = RecordingArguments;
     property(L"CursorLocation", cursorLocation_);
     property(L"ConnectionTimeout", connectionTimeout_);
-    property(L"State", [this](const Arguments&) { return _variant_t(open_ ? 1L : 0L); });
+    property(L"State",
+             [this](const Arguments&) { return _variant_t(journal()->stateOf(label_).value_or(open_ ? 1L : 0L)); });
     property(L"DefaultDatabase", [this](const Arguments&) {
         requireOpen();
         return com::textVariant(journal()->defaultDatabase(label_));

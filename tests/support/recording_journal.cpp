@@ -67,6 +67,12 @@ std::wstring RecordingJournal::defaultDatabase(const std::wstring& connection) c
     return name == databases_.end() ? connection : name->second;
 }
 
+std::optional<long> RecordingJournal::stateOf(const std::wstring& connection) const
+{
+    const auto state = states_.find(connection);
+    return state == states_.end() ? std::nullopt : std::optional(state->second);
+}
+
 std::vector<std::wstring> RecordingJournal::lines(bool withReads) const
 {
     std::vector<std::wstring> texts;
@@ -74,6 +80,15 @@ std::vector<std::wstring> RecordingJournal::lines(bool withReads) const
         if (withReads || !line.read)
             texts.push_back(line.text);
     return texts;
+}
+
+std::vector<ULONGLONG> RecordingJournal::callTimes() const
+{
+    std::vector<ULONGLONG> times;
+    for (const Line& line : lines_)
+        if (!line.read)
+            times.push_back(line.time);
+    return times;
 }
 
 void RecordingJournal::forget()

@@ -25,9 +25,12 @@ public:
     void cut(const std::wstring& connection, AdoFailure failure) { cuts_.insert_or_assign(connection, failure); }
     void whenExecuting(const std::wstring& statement, std::function<void()> action) { actions_[statement] = action; }
     void setDefaultDatabase(const std::wstring& connection, const std::wstring& name) { databases_[connection] = name; }
+    void setState(const std::wstring& connection, long state) { states_[connection] = state; }
+    std::optional<long> stateOf(const std::wstring& connection) const;
     std::wstring defaultDatabase(const std::wstring& connection) const;
 
     std::vector<std::wstring> lines(bool withReads) const;
+    std::vector<ULONGLONG> callTimes() const;
     const std::vector<AdoStatement>& statements() const { return statements_; }
     size_t callCount() const { return callCount_; }
     void forget();
@@ -48,6 +51,7 @@ private:
     {
         std::wstring text;
         bool read;
+        ULONGLONG time = GetTickCount64();
     };
 
     /// A failure in waiting; `left` counts the matching events down, to 0 when it is spent.
@@ -80,6 +84,7 @@ private:
     std::map<std::wstring, std::function<void()>> actions_;
     std::map<std::wstring, AdoFailure> cuts_;
     std::map<std::wstring, std::wstring> databases_;
+    std::map<std::wstring, long> states_;
     std::vector<Pending> failures_;
     size_t callCount_ = 0;
     long liveObjects_ = 0;

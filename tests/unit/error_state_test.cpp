@@ -61,6 +61,14 @@ TEST_F(ErrorStateTest, NothingIsRecordedWhileTheLocalConnectionIsClosed)
     EXPECT_EQ(ado().callsAndReads(), (Lines{L"Connection(source).State"}));
 }
 
+TEST_F(ErrorStateTest, NothingIsRecordedWhileTheLocalConnectionExecutes)
+{
+    connectedAt(0);
+    ado().setState(L"source", 5);
+    Utils::setError(true, L"x");
+    EXPECT_EQ(ado().callsAndReads(), (Lines{L"Connection(source).State"}));
+}
+
 TEST_F(ErrorStateTest, RecordingWithoutAnyConnectionRaises91)
 {
     const std::wstring text = L"Object variable or With block variable not set";

@@ -92,6 +92,15 @@ TEST_F(PairingTest, ClosedRemoteSourceIsNotAvailable)
     EXPECT_EQ(sourceError(), (Error{-2147220504, L"Utils.getConnSource", L"Remote database not available as Source"}));
 }
 
+TEST_F(PairingTest, ConnectionThatExecutesIsNotAvailable)
+{
+    connectedAs(L"SOURCE");
+    ado().setState(L"source", 5);
+    ado().setState(L"destination", 5);
+    EXPECT_EQ(sourceError().description, L"Local database not available as Source");
+    EXPECT_EQ(destinationError().description, L"Remote database not available as Destination");
+}
+
 TEST_F(PairingTest, ConnectionNeverOpenedRaises91)
 {
     const std::wstring text = L"Object variable or With block variable not set";
