@@ -3,6 +3,7 @@
 #include "control/Factory.h"
 #include "control/settings.h"
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <regex>
@@ -73,6 +74,12 @@ void RecordingTest::releaseConnections()
 {
     settings().releaseLocalConnection();
     settings().releaseRemoteConnection();
+}
+
+long RecordingTest::closedResults() const
+{
+    const std::vector<std::wstring> calls = ado_.calls();
+    return static_cast<long>(std::count(calls.begin(), calls.end(), L"Recordset.Close()"));
 }
 
 std::string RecordingTest::logBytes() const

@@ -27,6 +27,9 @@ protected:
     /// Initialises the component through its entry object and forgets the calls that this made.
     void connectedSettings(const ConnectOptions& options = {});
 
+    /// How many result sets were closed.
+    long closedResults() const;
+
     /// Lets both connections go, so that only what the component leaked is left alive.
     void releaseConnections();
 

@@ -61,7 +61,15 @@ TEST_F(ChecksTest, ProgramVersionIsReadFromTheLocalDatabaseAndTrimmed)
     ado().answer(kProgramSql, adoTexts(L"id", {L"  3.46 "}));
     Utils::checkProgramVersion(L"3.46");
     EXPECT_EQ(ado().statements(), (Statements{{L"source", kProgramSql}}));
+    EXPECT_EQ(closedResults(), 1);
     EXPECT_EQ(ado().liveObjects(), 2);
+}
+
+TEST_F(ChecksTest, FirstOfSeveralProgramVersionsCounts)
+{
+    ado().answer(kProgramSql, adoTexts(L"id", {L"3.46", L"3.47"}));
+    Utils::checkProgramVersion(L"3.46");
+    EXPECT_EQ(programError(L"3.47").number, kCheckFailed);
 }
 
 TEST_F(ChecksTest, ProgramVersionIsComparedExactly)
@@ -90,6 +98,7 @@ TEST_F(ChecksTest, MissingProgramVersionIsToldAsSuch)
 {
     EXPECT_EQ(programError(L"3.46"), (Error{kCheckFailed, L"Utils.checkProgramVersion",
                                             L"No version information found on the database for ReplicationVersion"}));
+    EXPECT_EQ(closedResults(), 0);
 }
 
 TEST_F(ChecksTest, EqualVersionsPass)
@@ -97,6 +106,7 @@ TEST_F(ChecksTest, EqualVersionsPass)
     versions({L" 5", L"3.46"}, {L"5 ", L"3.46"});
     Utils::checkVersions();
     EXPECT_EQ(ado().statements(), (Statements{{L"source", kVersionsSql}, {L"destination", kVersionsSql}}));
+    EXPECT_EQ(closedResults(), 2);
     EXPECT_EQ(ado().liveObjects(), 2);
 }
 
@@ -161,6 +171,7 @@ TEST_F(ChecksTest, EqualOfficesPass)
     offices({L"7 "}, {L"7"});
     Utils::checkOffice();
     EXPECT_EQ(ado().statements(), (Statements{{L"source", kOfficeSql}, {L"destination", kOfficeSql}}));
+    EXPECT_EQ(closedResults(), 2);
     EXPECT_EQ(ado().liveObjects(), 2);
 }
 
