@@ -8,6 +8,7 @@ from rows import COLUMNS, decode, exact, literal
 from wine_prefix import Prefix
 
 DATABASE = "literals"
+LOG = "literals.log"
 ROUTINE_COLUMNS = {"q": "t", "l": "t", "r": "t", "w": "t", "n": "i", "d": "d"}
 ROW_COLUMNS = {name: name for name in COLUMNS}
 TABLES = {"source": ROW_COLUMNS, "inserted": ROW_COLUMNS, "updated": ROW_COLUMNS, "routines": ROUTINE_COLUMNS}
@@ -75,12 +76,19 @@ class RegionalPrefix(Prefix):
         file.write_text(region.registry(), encoding="utf-16")
         self.run("wine", "regedit", "/S", file.name, cwd=self.path)
 
+    def take_log(self):
+        """The log's lines so far, which is then gone."""
+        log = self.path / LOG
+        lines = log.read_text(encoding="cp1252").splitlines()
+        log.unlink()
+        return lines
+
 
 def copy_rows(host, prefix):
     """Runs the host over all rows; the statements that were refused, as (key, table), with their errors."""
     dsn = f"{os.environ['QUINMARK_OFFICE_DSN']};Database={DATABASE}"
-    run = subprocess.run(["wine", str(host), dsn, os.environ["QUINMARK_PASSWORD"]], env=prefix.environment,
-                         capture_output=True, timeout=600, check=False)
+    run = subprocess.run(["wine", str(host), dsn, os.environ["QUINMARK_PASSWORD"], LOG], env=prefix.environment,
+                         cwd=prefix.path, capture_output=True, timeout=600, check=False)
     lines = run.stdout.decode().replace("\r\n", "\n").split("\n")[:-1]
     if run.returncode or lines[-1:] != ["done"]:
         raise RuntimeError(f"the host has ended with {run.returncode}: {run.stderr.decode()} {lines[-2:]}")

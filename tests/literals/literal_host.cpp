@@ -1,9 +1,13 @@
 // Copies the rows of literal_source by the row builders and the literal routines, as replication does, and tells on
 // standard output, one line for each statement that was refused: key, table, error.
 //
-//   literal_host DSN PASSWORD
+//   literal_host DSN PASSWORD LOG
+//
+// It ends with an entry in the log.
 #include "ado/constants.h"
 #include "com/convert.h"
+#include "control/log.h"
+#include "control/settings.h"
 #include "db/clsConn.h"
 #include "db/forward_only.h"
 #include "db/sql_literals.h"
@@ -62,12 +66,18 @@ void copyRow(clsConn& database, const _variant_t& key)
     row.close();
 }
 
+void log(const std::string& path)
+{
+    settings().sLogFile = {path.begin(), path.end()};
+    Utils::WriteLog(LOG_INFO, L"copied");
+}
+
 } // namespace
 
 int main(int count, char** arguments)
 try {
     const Apartment apartment;
-    if (count != 3)
+    if (count != 4 || !attachSettings())
         return 2;
     clsConn database;
     const std::string dsn = arguments[1];
@@ -75,6 +85,7 @@ try {
     database.openConnection({dsn.begin(), dsn.end()}, {password.begin(), password.end()});
     for (const _variant_t& key : keys(database))
         copyRow(database, key);
+    log(arguments[3]);
     std::cout << "done" << std::endl;
     database.getConn().close();
     return 0;

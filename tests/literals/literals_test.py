@@ -72,6 +72,17 @@ def faults(key, row, wanted, stored, refused):
             yield "updated is refused and changed"
 
 
+def check_log(region, lines, begin):
+    """1 when the log is other than one entry since `begin`, stamped as users there read it; else 0."""
+    seconds = range(int((datetime.datetime.now() - begin) / SECOND) + 1)
+    # The log is in the ANSI code page, which lacks some regions' letters.
+    stamps = [region.text(begin + second * SECOND).encode("cp1252", "replace").decode() for second in seconds]
+    if lines in [["", f"{stamp}: INFO : copied"] for stamp in stamps]:
+        return 0
+    print(f"{region.name}: the log has {lines} between {stamps[0]} and {stamps[-1]}", flush=True)
+    return 1
+
+
 def try_pair(chance, pair, database, prefix, host, tally):
     """Random rows under one pair of settings; how many differ."""
     region, server = pair
@@ -79,9 +90,10 @@ def try_pair(chance, pair, database, prefix, host, tally):
     database.fill(rows)
     prefix.use(region)
     database.read_dates_as(server)
+    begin = datetime.datetime.now().replace(microsecond=0)
     refused = bench.copy_rows(host, prefix)
+    found = check_log(region, prefix.take_log(), begin)
     stored = {table: database.read(table) for table in ("inserted", "updated", "routines")}
-    found = 0
     for key, row in enumerate(rows):
         wanted = expectations(row, region, server)
         tally.count(wanted["inserted"], row)

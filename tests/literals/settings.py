@@ -33,6 +33,15 @@ class Region:
         lines = "".join(f'"{name}"="{value}"\r\n' for name, value in values.items())
         return f"Windows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\Control Panel\\International]\r\n{lines}"
 
+    def text(self, moment):
+        """A moment as users read it; midnight is a day alone."""
+        values = {"M": str(moment.month), "d": str(moment.day), "dd": f"{moment:%d}", "MM": f"{moment:%m}",
+                  "yy": f"{moment:%y}", "yyyy": f"{moment:%Y}", "HH": f"{moment:%H}", "H": str(moment.hour),
+                  "h": str((moment.hour - 1) % 12 + 1), "mm": f"{moment:%M}", "ss": f"{moment:%S}",
+                  "tt": self.morning if moment.hour < 12 else self.afternoon}
+        picture = self.short_date if moment.time() == datetime.time() else f"{self.short_date} {self.time}"
+        return re.sub("[A-Za-z]+", lambda part: values[part[0]], picture)
+
     @property
     def has_two_digit_years(self):
         return "yyyy" not in self.short_date
