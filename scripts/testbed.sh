@@ -63,8 +63,10 @@ startWine() {
         wineserver -w
     fi
     wineserver -p 9>&-
-    # The first program brings up Windows' own, which would hold on to the pipe of whoever reads its output.
+    # The first program brings up Windows' own, which would hold on to the pipe of whoever reads its output. The desktop
+    # leaves with the last program, to be brought up by the next: so one stays until its input ends, which is with us.
     wine cmd /c exit >/dev/null 2>&1 9>&-
+    coproc staying { wine cmd >/dev/null 2>&1 9>&-; }
 }
 
 livingPrograms() {
