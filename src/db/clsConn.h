@@ -58,7 +58,8 @@ public:
     /// A GUID's text in braces; an empty variant for an empty text.
     _variant_t addGuidBrackets(const _variant_t& vValue) const;
 
-    /// The parameters of the last call that failed, as an SQL literal behind a comma. A later success keeps it.
+    /// The parameters of the last statement or procedure that failed, as an SQL literal behind a comma; empty when it
+    /// failed before there was a command. Later successes keep it, and so do failures to connect or to open a query.
     std::wstring retrieveCommandParms() const { return sLastParms; }
 
 private:

@@ -38,11 +38,11 @@ OneWay::OneWay(OneWayPlan plan, DATE dLastReplicate, DATE dNextReplicate, Counte
 
 void OneWay::run()
 {
-    if (plan_.bothSides)
+    if (plan_.copiesRows) {
         replicateCommonRows();
-    if (plan_.sourceOnly)
         replicateSourceOnlyRows();
-    if (plan_.destinationOnly)
+    }
+    if (plan_.looksForDeletedRows)
         replicateDestinationOnlyRows();
 }
 

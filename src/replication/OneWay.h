@@ -18,10 +18,10 @@ struct OneWayPlan
     bool deletesAllowed;
     /// Comments that refer to a company lose the reference before the company is deleted.
     bool clearsCommentCompanies;
-    /// Which of the steps run.
-    bool bothSides;
-    bool sourceOnly;
-    bool destinationOnly;
+    /// Whether rows of the source are copied: the steps for rows of both sides, and for those of the source only.
+    bool copiesRows;
+    /// Whether the step for rows of the destination only runs.
+    bool looksForDeletedRows;
 };
 
 /// The engine of one-way replication: compares the two copies of a table in up to three steps, each a stream of rows

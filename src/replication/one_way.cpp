@@ -30,9 +30,8 @@ try {
                      .sDependentTable = sDependentTable_,
                      .deletesAllowed = bAllowDeletes,
                      .clearsCommentCompanies = false,
-                     .bothSides = true,
-                     .sourceOnly = true,
-                     .destinationOnly = true},
+                     .copiesRows = true,
+                     .looksForDeletedRows = true},
                     sTable_);
 }
 catch (...) {
@@ -45,14 +44,12 @@ try {
         return Utils::setError(true, L"PKField not set for replicateOneWayWithPKField()");
     if (eReplicateDeletes_ == UNKNOWN)
         return Utils::setError(true, L"enumReplicatDeletes not set for replicateOneWayWithPKField()");
-    const bool copies = eReplicateDeletes_ != ONLY_DELETES;
     replicateByPlan({.table = {sTable_, sPKField_},
                      .sDependentTable = L"",
                      .deletesAllowed = true,
                      .clearsCommentCompanies = com::upperCase(sTable_) == L"DENTIST_COMPANY",
-                     .bothSides = copies,
-                     .sourceOnly = copies,
-                     .destinationOnly = deletesRows(eReplicateDeletes_)},
+                     .copiesRows = eReplicateDeletes_ != ONLY_DELETES,
+                     .looksForDeletedRows = deletesRows(eReplicateDeletes_)},
                     sTable_ + L" with PKField: " + sPKField_ + L" and delete method: " +
                         std::to_wstring(eReplicateDeletes_));
 }

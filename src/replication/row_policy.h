@@ -3,7 +3,7 @@
 /// What replication does with a row, decided from the site, the delete setting and how the modification dates compare.
 /// Decision tables only: no I/O, no clock, no texts.
 
-/// Who runs the component. Every site but OFFICES (0) follows the laptop's rules.
+/// Who runs the component. Every site but OFFICES (0) replicates by the laptop's rules.
 enum class Site
 {
     Offices,
