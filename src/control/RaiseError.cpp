@@ -7,9 +7,9 @@ namespace {
 
 constexpr long kLastRuntimeNumber = 512;
 
-// The base is negative: no number from 0 on overflows.
 long objectError(long lNumber)
 {
+    static_assert(com::kObjectErrorBase < 0, "its sum with a number from 0 on has to stay in range");
     return com::kObjectErrorBase + lNumber;
 }
 
