@@ -83,8 +83,8 @@ ComPtr<com::Collection> getConflictData(const std::wstring& sTable, const ado::R
         if (Utils::isSkipField(sTable, sColumn, true))
             continue;
         const bool compare = inSource && inDestination;
-        // With no row on either side the destination is read all the same, which raises ADO's "no current record".
         const std::wstring sSource = inSource ? com::concatText(rsSource.field(index).value()) : L"";
+        // With no row on either side the destination is read all the same, which raises ADO's "no current record".
         const std::wstring sDestination =
             inDestination || !inSource ? com::concatText(rsDestination.field(index).value()) : L"";
         if (!compare || sSource != sDestination)
