@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Builds the unit tests with undefined behaviour trapped, containers checked and lines counted (preset x86-checked), runs
-# them on heaps with guards, and tells how many lines of the component ran.
+# Builds the unit tests with undefined behaviour trapped, containers checked and lines counted (preset x86-checked),
+# runs them on heaps with guards, and tells how many lines of the component ran.
 #
-# Runs in the test bed (WINEPREFIX; without a DISPLAY the tests of message boxes are skipped). Exit status: 0 all well, 77 gcovr is missing, else a test failed or less
-# than 95 % of the lines of src/ ran.
+# Runs in the test bed (WINEPREFIX and DISPLAY). Exit status: 0 all well, 77 gcovr is missing, else a test failed or
+# less than 95 % of the lines of src/ ran.
 set -euo pipefail
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)"
 readonly root build="$root/build/x86-checked"
