@@ -17,78 +17,63 @@ bool isOutput(short iDirection)
 
 } // namespace
 
-ado::Recordset clsConn::execSpRs(const std::wstring& sProcedure, long iLockType, long iCursorType, long iCursorLocation)
+template <class Run>
+auto clsConn::withParameters(const wchar_t* sSource, long commandType, const std::wstring& text, bool prepared, Run run)
 {
     ado::Command command;
     try {
-        makeCommand(command, ado::adCmdStoredProc, sProcedure, true);
+        makeCommand(command, commandType, text, prepared);
         bindParameters(command);
-        return openRecordset(command, iCursorType, iLockType, iCursorLocation);
+        return run(command);
     }
     catch (...) {
-        handleCommandError(L"clsConn.execSpRs", com::currentError(), command);
+        handleCommandError(sSource, com::currentError(), command);
     }
+}
+
+ado::Recordset clsConn::execSpRs(const std::wstring& sProcedure, long iLockType, long iCursorType, long iCursorLocation)
+{
+    return withParameters(L"clsConn.execSpRs", ado::adCmdStoredProc, sProcedure, true, [&](ado::Command& command) {
+        return openRecordset(command, iCursorType, iLockType, iCursorLocation);
+    });
 }
 
 ado::Recordset clsConn::execPreparedRs(const std::wstring& sSql, long iLockType, long iCursorType, long iCursorLocation)
 {
-    ado::Command command;
-    try {
-        makeCommand(command, ado::adCmdText, sSql, true);
-        bindParameters(command);
+    return withParameters(L"clsConn.execPreparedRs", ado::adCmdText, sSql, true, [&](ado::Command& command) {
         return openRecordset(command, iCursorType, iLockType, iCursorLocation);
-    }
-    catch (...) {
-        handleCommandError(L"clsConn.execPreparedRs", com::currentError(), command);
-    }
+    });
 }
 
 void clsConn::executeSP(const std::wstring& sProcedure)
 {
-    ado::Command command;
-    try {
-        makeCommand(command, ado::adCmdStoredProc, sProcedure, false);
-        bindParameters(command);
-        command.execute();
-    }
-    catch (...) {
-        handleCommandError(L"clsConn.executeSP", com::currentError(), command);
-    }
+    withParameters(L"clsConn.executeSP", ado::adCmdStoredProc, sProcedure, false,
+                   [](ado::Command& command) { command.execute(); });
 }
 
 std::wstring clsConn::executeSPReturn(const std::wstring& sProcedure)
 {
-    ado::Command command;
-    try {
-        makeCommand(command, ado::adCmdStoredProc, sProcedure, false);
-        bindParameters(command);
-        const std::vector<long> outputs = outputIndices();
-        command.execute();
-        return com::toText(command.parameter(outputs.empty() ? 0 : outputs.back()).value());
-    }
-    catch (...) {
-        handleCommandError(L"clsConn.executeSPReturn", com::currentError(), command);
-    }
+    return withParameters(L"clsConn.executeSPReturn", ado::adCmdStoredProc, sProcedure, false,
+                          [&](ado::Command& command) {
+                              const std::vector<long> outputs = outputIndices();
+                              command.execute();
+                              return com::toText(command.parameter(outputs.empty() ? 0 : outputs.back()).value());
+                          });
 }
 
 std::vector<std::wstring> clsConn::executeSPReturnMultiple(const std::wstring& sProcedure)
 {
-    ado::Command command;
-    try {
-        makeCommand(command, ado::adCmdStoredProc, sProcedure, false);
-        bindParameters(command);
-        const std::vector<long> outputs = outputIndices();
-        if (outputs.size() > kMostOutputs)
-            com::raiseRuntimeError(com::kSubscriptOutOfRange);
-        command.execute();
-        std::vector<std::wstring> texts;
-        for (const long index : outputs)
-            texts.push_back(com::concatText(command.parameter(index).value()));
-        return texts;
-    }
-    catch (...) {
-        handleCommandError(L"clsConn.executeSPReturnMultiple", com::currentError(), command);
-    }
+    return withParameters(L"clsConn.executeSPReturnMultiple", ado::adCmdStoredProc, sProcedure, false,
+                          [&](ado::Command& command) {
+                              const std::vector<long> outputs = outputIndices();
+                              if (outputs.size() > kMostOutputs)
+                                  com::raiseRuntimeError(com::kSubscriptOutOfRange);
+                              command.execute();
+                              std::vector<std::wstring> texts;
+                              for (const long index : outputs)
+                                  texts.push_back(com::concatText(command.parameter(index).value()));
+                              return texts;
+                          });
 }
 
 void clsConn::makeCommand(ado::Command& command, long commandType, const std::wstring& text, bool prepared) const
