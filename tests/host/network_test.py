@@ -34,11 +34,9 @@ class RunThroughABadNetwork(practice.PracticeTest):
         return terminal
 
     def cut(self, heal, **how):
-        """Cuts the connection of a run that waits for a lock, and what it waits to do."""
+        """Cuts the connection of a run that waits for a lock, and what it waits to do. `heal` lets it connect again."""
         self.laptop.wait_for_waiter()
-        self.relay.cut(**how)
-        if heal:
-            self.relay.heal()
+        self.relay.cut(refuse=not heal, **how)
         self.laptop.end_waiters()
 
     def failed_run(self, heal, **how):

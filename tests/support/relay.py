@@ -42,9 +42,9 @@ class Relay:
         self._thread.start()
         self._call(self._open())
 
-    def cut(self, reset=True):
-        """Ends all connections, with RST or with FIN, and refuses new ones."""
-        self._call(self._cut(reset))
+    def cut(self, reset=True, refuse=True):
+        """Ends all connections, with RST or with FIN, and refuses new ones if told."""
+        self._call(self._cut(reset, refuse))
 
     def freeze(self):
         """Keeps back whatever is sent from now on."""
@@ -89,8 +89,8 @@ class Relay:
     async def _set_flowing(self, flowing):
         (self._flowing.set if flowing else self._flowing.clear)()
 
-    async def _cut(self, reset):
-        if self._listener:
+    async def _cut(self, reset, refuse):
+        if refuse and self._listener:
             self._listener.close()
             self._listener = None
         for writer in self._writers:

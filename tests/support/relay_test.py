@@ -68,6 +68,14 @@ class RelayInFrontOfAServer(unittest.TestCase):
         with self.assertRaises(ConnectionRefusedError):
             self.connect()
 
+    def test_cut_that_does_not_refuse_lets_new_ones_through(self):
+        connection = self.connect()
+        self.assert_echoes(connection, b"before")
+        self.relay.cut(refuse=False)
+        with self.assertRaises(ConnectionResetError):
+            connection.recv(1)
+        self.assert_echoes(self.connect(), b"after")
+
     def test_cut_with_fin_ends_the_stream(self):
         connection = self.connect()
         self.assert_echoes(connection, b"before")
