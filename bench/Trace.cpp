@@ -1,6 +1,6 @@
 #include "Trace.h"
 
-#include "model/TextLine.h"
+#include "support/TextLine.h"
 
 #include <filesystem>
 #include <iterator>

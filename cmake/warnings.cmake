@@ -17,8 +17,3 @@ else()
     # Statically linked, so that a binary needs system DLLs only.
     target_link_options(quinmark_options INTERFACE -static)
 endif()
-
-option(QUINMARK_CHECKED "Trap undefined behaviour in the component and count the lines that run (GCC)" OFF)
-# mingw-w64 has no runtime that could tell of undefined behaviour, so the program just ends. An enumeration of the type
-# library holds whatever a host passes.
-set(QUINMARK_TRAPS -fsanitize=undefined -fno-sanitize=enum -fsanitize-undefined-trap-on-error)

@@ -1,10 +1,10 @@
 // Random calls to all public members from two threads: invoke_calls [--seed N] [--minutes M] [--round R].
 
 #include "Caller.h"
-#include "HeapUse.h"
+#include "support/HeapUse.h"
 #include "com/module.h"
 #include "control/settings.h"
-#include "faults/ImportHook.h"
+#include "support/ImportHook.h"
 #include "support/MessageBoxes.h"
 
 #include <cstdio>

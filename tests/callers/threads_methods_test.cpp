@@ -1,4 +1,4 @@
-#include "HeapUse.h"
+#include "support/HeapUse.h"
 #include "NamedPair.h"
 #include "support/Apartment.h"
 #include "support/BuiltDll.h"

@@ -1,6 +1,6 @@
 #include "AutomationHooks.h"
 
-#include "ImportHook.h"
+#include "support/ImportHook.h"
 
 #include <comdef.h>
 

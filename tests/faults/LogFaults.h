@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ImportHook.h"
+#include "support/ImportHook.h"
 
 #include <functional>
 #include <optional>

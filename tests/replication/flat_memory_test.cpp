@@ -1,4 +1,4 @@
-#include "callers/Holdings.h"
+#include "support/Holdings.h"
 #include "support/BuiltDll.h"
 #include "support/PracticePair.h"
 

@@ -1,4 +1,4 @@
-#include "callers/HeapPeak.h"
+#include "support/HeapPeak.h"
 #include "support/PracticePair.h"
 
 #include <gmock/gmock.h>
