@@ -86,7 +86,7 @@ Dispatch Dispatch::given(const wchar_t* member, const VARIANT& value) const
 
 _variant_t Dispatch::property(const wchar_t* member, std::initializer_list<_variant_t> arguments) const
 {
-    return invoke(find(member), DISPATCH_PROPERTYGET, arguments);
+    return invoke(find(member), DISPATCH_PROPERTYGET, {arguments.begin(), arguments.end()});
 }
 
 _variant_t Dispatch::property(DISPID id) const
@@ -96,17 +96,18 @@ _variant_t Dispatch::property(DISPID id) const
 
 void Dispatch::put(const wchar_t* member, const _variant_t& value) const
 {
-    invoke(find(member), DISPATCH_PROPERTYPUT, {value});
+    invoke(find(member), DISPATCH_PROPERTYPUT, {&value, 1});
 }
 
 void Dispatch::putReference(const wchar_t* member, const Dispatch& value) const
 {
-    invoke(find(member), DISPATCH_PROPERTYPUTREF, {_variant_t(value.get())});
+    const _variant_t reference(value.get());
+    invoke(find(member), DISPATCH_PROPERTYPUTREF, {&reference, 1});
 }
 
 _variant_t Dispatch::call(const wchar_t* member, std::initializer_list<_variant_t> arguments) const
 {
-    return invoke(find(member), DISPATCH_METHOD, arguments);
+    return invoke(find(member), DISPATCH_METHOD, {arguments.begin(), arguments.end()});
 }
 
 DISPID Dispatch::find(const wchar_t* member) const
@@ -118,7 +119,7 @@ DISPID Dispatch::find(const wchar_t* member) const
     return kind_->id(*object_.Get(), member);
 }
 
-_variant_t Dispatch::invoke(DISPID id, WORD flags, std::initializer_list<_variant_t> arguments) const
+_variant_t Dispatch::invoke(DISPID id, WORD flags, std::span<const _variant_t> arguments) const
 {
     if (!object_)
         raiseRuntimeError(kObjectNotSet);

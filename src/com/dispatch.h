@@ -5,6 +5,7 @@
 #include <comdef.h>
 #include <initializer_list>
 #include <memory>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -77,7 +78,7 @@ private:
     }
 
     DISPID find(const wchar_t* member) const;
-    _variant_t invoke(DISPID id, WORD flags, std::initializer_list<_variant_t> arguments) const;
+    _variant_t invoke(DISPID id, WORD flags, std::span<const _variant_t> arguments) const;
 
     Microsoft::WRL::ComPtr<IDispatch> object_;
     mutable std::shared_ptr<Kind> kind_;

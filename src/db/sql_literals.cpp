@@ -6,19 +6,30 @@ namespace Common {
 
 std::wstring SqlDate(DATE dValue)
 {
+    std::wstring literal;
+    appendSqlDate(literal, dValue);
+    return literal;
+}
+
+void appendSqlDate(std::wstring& sql, DATE dValue)
+{
     if (dValue == 0)
-        return L"Null";
-    return SqlQuoteOnly(_variant_t(dValue, VT_DATE));
+        sql += L"Null";
+    else
+        appendSqlQuoteOnly(sql, _variant_t(dValue, VT_DATE));
 }
 
 std::wstring SqlQuoteOnly(const _variant_t& vValue)
 {
-    const com::TextView value(vValue);
-    const std::wstring_view text = value;
     std::wstring literal;
-    literal.reserve(text.size() + 2);
-    (literal += L'\'').append(text) += L'\'';
+    appendSqlQuoteOnly(literal, vValue);
     return literal;
+}
+
+void appendSqlQuoteOnly(std::wstring& sql, const _variant_t& vValue)
+{
+    const com::TextView text(vValue);
+    (sql += L'\'').append(text) += L'\'';
 }
 
 short SqlBit(short bValue)

@@ -11,8 +11,14 @@ namespace Common {
 /// 'date' in the locale's short form, with the time unless it is midnight; Null for the zero date.
 std::wstring SqlDate(DATE dValue);
 
+/// Appends it to `sql`.
+void appendSqlDate(std::wstring& sql, DATE dValue);
+
 /// A value's text between apostrophes, nothing doubled: for keys, GUIDs and numbers. Raises 94 for Null.
 std::wstring SqlQuoteOnly(const _variant_t& vValue);
+
+/// Appends it to `sql`.
+void appendSqlQuoteOnly(std::wstring& sql, const _variant_t& vValue);
 
 /// A boolean as a bit: 1 or 0.
 short SqlBit(short bValue);

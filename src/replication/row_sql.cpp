@@ -73,14 +73,14 @@ try {
         sSql += com::TextView(_variant_t(Common::SqlBit(com::toVariantBool(com::toBool(value)))));
         break;
     case ado::adGUID:
-        sSql += Common::SqlQuoteOnly(value);
+        Common::appendSqlQuoteOnly(sSql, value);
         break;
     case ado::adChar:
     case ado::adVarChar:
         Common::appendSqlQuote(sSql, com::TextView(value));
         break;
     case ado::adDBTimeStamp:
-        sSql += Common::SqlDate(com::toDate(value));
+        Common::appendSqlDate(sSql, com::toDate(value));
         break;
     default:
         showMessage(L"ado type not coded, see debug");
