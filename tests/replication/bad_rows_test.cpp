@@ -3,6 +3,8 @@
 #include "support/MessageBoxes.h"
 #include "support/PracticeNeeds.h"
 
+#include <array>
+
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -17,6 +19,23 @@ constexpr long kNoCurrentRow = static_cast<long>(0x80040000 + 3021);
 
 const TablePlan kUsers{.method = ONE_WAY, .table = L"users"};
 const TablePlan kOwnTable{.method = ONE_WAY, .table = L"replication_test"};
+
+/// Columns of whole numbers behind a table's own.
+class ExtraColumns
+{
+public:
+    ExtraColumns(const PracticeSide& side, const std::wstring& table, const std::array<std::wstring, 2>& names)
+        : first_(side, L"alter table " + table + L" add " + names[0] + L" int",
+                 L"alter table " + table + L" drop column " + names[0]),
+          second_(side, L"alter table " + table + L" add " + names[1] + L" int",
+                  L"alter table " + table + L" drop column " + names[1])
+    {
+    }
+
+private:
+    Sabotage first_;
+    Sabotage second_;
+};
 
 class BadRows : public BadInput
 {
@@ -96,14 +115,8 @@ TEST_F(BadRows, CommonRowWithoutModificationDateIsNeverFound)
 
 TEST_F(BadRows, ColumnsInAnotherOrderStopTheDumpAfterTheConflictIsSaved)
 {
-    const Sabotage first(source(), L"alter table chair_type add extra_a int",
-                         L"alter table chair_type drop column extra_a");
-    const Sabotage second(source(), L"alter table chair_type add extra_b int",
-                          L"alter table chair_type drop column extra_b");
-    const Sabotage other(destination(), L"alter table chair_type add extra_b int",
-                         L"alter table chair_type drop column extra_b");
-    const Sabotage another(destination(), L"alter table chair_type add extra_a int",
-                           L"alter table chair_type drop column extra_a");
+    const ExtraColumns inOrder(source(), L"chair_type", {L"extra_a", L"extra_b"});
+    const ExtraColumns inAnother(destination(), L"chair_type", {L"extra_b", L"extra_a"});
     source().execute(
         L"insert into chair_type (unid, chair_type_name, mod_date) values (7, 's', '2025-03-11T09:15:00')");
     destination().execute(
@@ -115,14 +128,8 @@ TEST_F(BadRows, ColumnsInAnotherOrderStopTheDumpAfterTheConflictIsSaved)
 
 TEST_F(BadRows, ColumnsInAnotherOrderAreCopiedByTheirNames)
 {
-    const Sabotage first(source(), L"alter table chair_type add extra_a int",
-                         L"alter table chair_type drop column extra_a");
-    const Sabotage second(source(), L"alter table chair_type add extra_b int",
-                          L"alter table chair_type drop column extra_b");
-    const Sabotage other(destination(), L"alter table chair_type add extra_b int",
-                         L"alter table chair_type drop column extra_b");
-    const Sabotage another(destination(), L"alter table chair_type add extra_a int",
-                           L"alter table chair_type drop column extra_a");
+    const ExtraColumns inOrder(source(), L"chair_type", {L"extra_a", L"extra_b"});
+    const ExtraColumns inAnother(destination(), L"chair_type", {L"extra_b", L"extra_a"});
     source().execute(L"insert into chair_type (unid, chair_type_name, extra_a, extra_b, mod_date) values"
                      L" (7, 's', 1, 2, '2025-03-11T09:15:00')");
     EXPECT_EQ(replicate({.method = ONE_WAY, .table = L"chair_type"}), (Counters{.destAdd = 1}));

@@ -5,6 +5,8 @@
 
 namespace {
 
+constexpr short kVarChar = 200;
+
 constexpr CLSID adoClassId(unsigned long first)
 {
     return {first, 0x0000, 0x0010, {0x80, 0x00, 0x00, 0xaa, 0x00, 0x6d, 0x2e, 0xa4}};
@@ -176,12 +178,22 @@ _variant_t adoNull()
 
 AdoAnswer adoTexts(const std::wstring& name, const std::vector<std::wstring>& values)
 {
-    constexpr short kVarChar = 200;
     AdoAnswer answer;
     answer.rows.columns = {{name, kVarChar}};
     for (const std::wstring& value : values)
         answer.rows.rows.push_back({_variant_t(value.c_str())});
     return answer;
+}
+
+AdoRows adoRow(const std::vector<std::pair<std::wstring, _variant_t>>& values)
+{
+    AdoRows row;
+    row.rows.emplace_back();
+    for (const auto& [name, value] : values) {
+        row.columns.push_back({name, kVarChar});
+        row.rows[0].push_back(value);
+    }
+    return row;
 }
 
 AdoAnswer adoAffected(long rows)

@@ -125,5 +125,8 @@ _variant_t adoNull();
 /// Text values of one column named `name`, one row each.
 AdoAnswer adoTexts(const std::wstring& name, const std::vector<std::wstring>& values);
 
+/// One row of text columns, its values by their names.
+AdoRows adoRow(const std::vector<std::pair<std::wstring, _variant_t>>& values);
+
 /// An answer of a count only.
 AdoAnswer adoAffected(long rows);

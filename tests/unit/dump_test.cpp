@@ -18,17 +18,6 @@ constexpr long kNoItem = static_cast<long>(0x80040000) + 3265;
 
 using Values = std::vector<std::pair<std::wstring, _variant_t>>;
 
-AdoRows row(const Values& values)
-{
-    AdoRows rows;
-    rows.rows.emplace_back();
-    for (const auto& [name, value] : values) {
-        rows.columns.push_back({name, kText});
-        rows.rows[0].push_back(value);
-    }
-    return rows;
-}
-
 std::wstring padded(std::wstring text, size_t width)
 {
     text.append(width - text.size(), L' ');
@@ -42,13 +31,13 @@ protected:
 
     void dumpDelete(const Values& values, const std::wstring& sTable = L"shortcut")
     {
-        Utils::dumpDelete(sTable, ado::Recordset(ado().recordset(row(values))));
+        Utils::dumpDelete(sTable, ado::Recordset(ado().recordset(adoRow(values))));
     }
 
     void dumpDifferences(const Values& destination, const Values& source, const std::wstring& sTable = L"shortcut")
     {
-        ado().answerOn(L"destination", kSql, {row(destination), 0, {}});
-        ado().answerOn(L"source", kSql, {row(source), 0, {}});
+        ado().answerOn(L"destination", kSql, {adoRow(destination), 0, {}});
+        ado().answerOn(L"source", kSql, {adoRow(source), 0, {}});
         Utils::dumpDifferences(sTable, kSql);
     }
 
@@ -250,7 +239,7 @@ TEST_F(DumpTest, FurtherColumnsOfTheSourceAreNotReported)
 TEST_F(DumpTest, RowMissingInTheDestinationRaisesWithoutAReport)
 {
     ado().answerOn(L"destination", kSql, {{{{L"unid", kText}}, {}}, 0, {}});
-    ado().answerOn(L"source", kSql, {row({{L"unid", L"K1"}}), 0, {}});
+    ado().answerOn(L"source", kSql, {adoRow({{L"unid", L"K1"}}), 0, {}});
     const Error error = raised([] { Utils::dumpDifferences(L"shortcut", kSql); });
     EXPECT_EQ(error.number, kNoRecord);
     EXPECT_EQ(error.source, L"Utils.dumpDifferences");
@@ -259,7 +248,7 @@ TEST_F(DumpTest, RowMissingInTheDestinationRaisesWithoutAReport)
 
 TEST_F(DumpTest, RowMissingInTheSourceRaisesAfterTheHeader)
 {
-    ado().answerOn(L"destination", kSql, {row({{L"unid", L"K1"}}), 0, {}});
+    ado().answerOn(L"destination", kSql, {adoRow({{L"unid", L"K1"}}), 0, {}});
     ado().answerOn(L"source", kSql, {{{{L"unid", kText}}, {}}, 0, {}});
     EXPECT_EQ(raised([] { Utils::dumpDifferences(L"shortcut", kSql); }).number, kNoRecord);
     EXPECT_EQ(logEntries(), Lines{mismatchHead()});

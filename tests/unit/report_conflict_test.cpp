@@ -9,18 +9,6 @@ using com::Error;
 using Microsoft::WRL::ComPtr;
 
 constexpr short kText = 200;
-using Values = std::vector<std::pair<std::wstring, _variant_t>>;
-
-AdoRows row(const Values& values)
-{
-    AdoRows rows;
-    rows.rows.emplace_back();
-    for (const auto& [name, value] : values) {
-        rows.columns.push_back({name, kText});
-        rows.rows[0].push_back(value);
-    }
-    return rows;
-}
 
 AdoRows gone(AdoRows rows)
 {
@@ -48,71 +36,71 @@ protected:
 
 TEST_F(ConflictData, DifferingColumnsAreListedInTheirOrder)
 {
-    EXPECT_EQ(differences(row({{L"unid", L"K"}, {L"b", L"1"}, {L"a", 5L}, {L"same", L"x"}}),
-                          row({{L"unid", L"K"}, {L"b", L"2"}, {L"a", 6L}, {L"same", L"x"}})),
+    EXPECT_EQ(differences(adoRow({{L"unid", L"K"}, {L"b", L"1"}, {L"a", 5L}, {L"same", L"x"}}),
+                          adoRow({{L"unid", L"K"}, {L"b", L"2"}, {L"a", 6L}, {L"same", L"x"}})),
               (Lines{L"b: 1 | 2", L"a: 5 | 6"}));
 }
 
 TEST_F(ConflictData, ColumnOrTableOfTheUnfilledMappingHasNoLabel)
 {
-    EXPECT_EQ(differences(row({{L"asdf", L"1"}}), row({{L"asdf", L"2"}})), Lines{L": 1 | 2"});
-    EXPECT_EQ(differences(row({{L"a", L"1"}}), row({{L"a", L"2"}}), L"asdf"), Lines{L": 1 | 2"});
+    EXPECT_EQ(differences(adoRow({{L"asdf", L"1"}}), adoRow({{L"asdf", L"2"}})), Lines{L": 1 | 2"});
+    EXPECT_EQ(differences(adoRow({{L"a", L"1"}}), adoRow({{L"a", L"2"}}), L"asdf"), Lines{L": 1 | 2"});
 }
 
 TEST_F(ConflictData, ModificationDateNeverCounts)
 {
-    EXPECT_EQ(differences(row({{L"MOD_DATE", L"1"}}), row({{L"Mod_Date", L"2"}})), Lines());
+    EXPECT_EQ(differences(adoRow({{L"MOD_DATE", L"1"}}), adoRow({{L"Mod_Date", L"2"}})), Lines());
 }
 
 TEST_F(ConflictData, PatientsLockDoesNotCountAndAnotherTablesDoes)
 {
-    const AdoRows source = row({{L"Lock_F", L"1"}});
-    const AdoRows destination = row({{L"Lock_F", L"0"}});
+    const AdoRows source = adoRow({{L"Lock_F", L"1"}});
+    const AdoRows destination = adoRow({{L"Lock_F", L"0"}});
     EXPECT_EQ(differences(source, destination, L"Patient"), Lines());
     EXPECT_EQ(differences(source, destination), Lines{L"Lock_F: 1 | 0"});
 }
 
 TEST_F(ConflictData, NullAndEmptyTextAreEqual)
 {
-    EXPECT_EQ(differences(row({{L"a", adoNull()}, {L"b", L""}, {L"c", adoNull()}}),
-                          row({{L"a", L""}, {L"b", adoNull()}, {L"c", adoNull()}})),
+    EXPECT_EQ(differences(adoRow({{L"a", adoNull()}, {L"b", L""}, {L"c", adoNull()}}),
+                          adoRow({{L"a", L""}, {L"b", adoNull()}, {L"c", adoNull()}})),
               Lines());
-    EXPECT_EQ(differences(row({{L"a", adoNull()}}), row({{L"a", L"x"}})), Lines{L"a:  | x"});
-    EXPECT_EQ(differences(row({{L"a", L"x"}}), row({{L"a", adoNull()}})), Lines{L"a: x | "});
+    EXPECT_EQ(differences(adoRow({{L"a", adoNull()}}), adoRow({{L"a", L"x"}})), Lines{L"a:  | x"});
+    EXPECT_EQ(differences(adoRow({{L"a", L"x"}}), adoRow({{L"a", adoNull()}})), Lines{L"a: x | "});
 }
 
 TEST_F(ConflictData, LetterCaseIsADifference)
 {
-    EXPECT_EQ(differences(row({{L"a", L"Name"}}), row({{L"a", L"name"}})), Lines{L"a: Name | name"});
+    EXPECT_EQ(differences(adoRow({{L"a", L"Name"}}), adoRow({{L"a", L"name"}})), Lines{L"a: Name | name"});
 }
 
 TEST_F(ConflictData, ColumnsArePairedByTheirPlace)
 {
-    EXPECT_EQ(differences(row({{L"a", L"1"}, {L"b", L"2"}}), row({{L"b", L"2"}, {L"a", L"1"}})),
+    EXPECT_EQ(differences(adoRow({{L"a", L"1"}, {L"b", L"2"}}), adoRow({{L"b", L"2"}, {L"a", L"1"}})),
               (Lines{L"a: 1 | 2", L"b: 2 | 1"}));
 }
 
 TEST_F(ConflictData, FurtherColumnsOfTheDestinationAreNotLookedAt)
 {
-    EXPECT_EQ(differences(row({{L"a", L"1"}}), row({{L"a", L"1"}, {L"b", L"2"}})), Lines());
-    EXPECT_EQ(raised([&] { differences(row({{L"a", L"1"}, {L"b", L"2"}}), row({{L"a", L"1"}})); }).number, 3265);
+    EXPECT_EQ(differences(adoRow({{L"a", L"1"}}), adoRow({{L"a", L"1"}, {L"b", L"2"}})), Lines());
+    EXPECT_EQ(raised([&] { differences(adoRow({{L"a", L"1"}, {L"b", L"2"}}), adoRow({{L"a", L"1"}})); }).number, 3265);
 }
 
 TEST_F(ConflictData, RowMissingInTheDestinationListsEveryKeptColumn)
 {
-    const AdoRows source = row({{L"unid", L"K"}, {L"mod_date", L"1"}, {L"a", adoNull()}, {L"b", L"x"}});
+    const AdoRows source = adoRow({{L"unid", L"K"}, {L"mod_date", L"1"}, {L"a", adoNull()}, {L"b", L"x"}});
     EXPECT_EQ(differences(source, gone(source)), (Lines{L"unid: K | ", L"a:  | ", L"b: x | "}));
 }
 
 TEST_F(ConflictData, RowMissingInTheSourceListsEveryKeptColumn)
 {
-    const AdoRows destination = row({{L"unid", L"K"}, {L"mod_date", L"1"}, {L"a", adoNull()}, {L"b", L"x"}});
+    const AdoRows destination = adoRow({{L"unid", L"K"}, {L"mod_date", L"1"}, {L"a", adoNull()}, {L"b", L"x"}});
     EXPECT_EQ(differences(gone(destination), destination), (Lines{L"unid:  | K", L"a:  | ", L"b:  | x"}));
 }
 
 TEST_F(ConflictData, RowMissingOnBothSidesRaises)
 {
-    const AdoRows rows = gone(row({{L"a", L"1"}}));
+    const AdoRows rows = gone(adoRow({{L"a", L"1"}}));
     EXPECT_EQ(raised([&] { differences(rows, rows); }).number, 3021);
 }
 
@@ -149,8 +137,8 @@ protected:
     void numericTable(const std::wstring& sTable, const std::wstring& describeSql)
     {
         const std::wstring sql = L"Select * from " + sTable + L" where unid = '7'";
-        ado().answerOn(L"source", sql, {row({{L"name", L"S"}}), 0, {}});
-        ado().answerOn(L"destination", sql, {row({{L"name", L"D"}}), 0, {}});
+        ado().answerOn(L"source", sql, {adoRow({{L"name", L"S"}}), 0, {}});
+        ado().answerOn(L"destination", sql, {adoRow({{L"name", L"D"}}), 0, {}});
         ado().answer(describeSql, adoTexts(L"", {L"Seven"}));
     }
 };
@@ -246,7 +234,7 @@ TEST_F(ReportConflict, RefusedConflictRaisesWithItsReasons)
 TEST_F(ReportConflict, TableThatCannotBeDescribedIsNotSaved)
 {
     for (const wchar_t* side : {L"source", L"destination"})
-        ado().answerOn(side, L"Select * from computer where unid = 'K1'", {row({{L"name", side}}), 0, {}});
+        ado().answerOn(side, L"Select * from computer where unid = 'K1'", {adoRow({{L"name", side}}), 0, {}});
     EXPECT_EQ(reportError(CHANGED_ON_BOTH, L"K1", L"computer").source, L"clsReplicateTable.reportConflict");
     EXPECT_EQ(ado().statements().size(), 3U);
 }

@@ -18,6 +18,18 @@ protected:
         EXPECT_EQ(counters(), Counters());
     }
 
+    /// Runs by each of the methods, which differ in what their boxes say alone.
+    void expectOfBothMethods(const Statements& sourceOnly, const Statements& destinationOnly, const Texts& boxes)
+    {
+        runAt(OFFICES, TWO_WAY);
+        EXPECT_EQ(ado().statements(), wholeRun({}, sourceOnly, destinationOnly));
+        ado().forget();
+        init(TWO_WAY_NO_DELETES);
+        go();
+        EXPECT_EQ(ado().statements(), wholeRun({}, sourceOnly, destinationOnly));
+        EXPECT_EQ(boxes_.texts(), boxes);
+    }
+
     void changed(double sourceSeconds, double destinationSeconds)
     {
         bothHave(L"K1", sourceSeconds, destinationSeconds);
@@ -192,32 +204,18 @@ TEST_F(TwoWayTest, OldSourceRowIsAnnouncedAndThenCopied)
 {
     onlySourceHas(L"K1", -1);
     sourceHolds(L"K1", L"S", -1);
-    const Statements copied = joined({onSource({selectFromOffice(L"K1")}), onDestination({insert(L"K1", L"S", -1)})});
-    runAt(OFFICES, TWO_WAY);
-    EXPECT_EQ(ado().statements(), wholeRun({}, copied));
-    ado().forget();
-    init(TWO_WAY_NO_DELETES);
-    go();
-    EXPECT_EQ(ado().statements(), wholeRun({}, copied));
-    EXPECT_EQ(boxes_.texts(),
-              (Texts{L"TODO: delete from Nrv",
-                     L"replication conflict - new row on Nrv shortcut table before last Replicate date"}));
+    expectOfBothMethods(
+        joined({onSource({selectFromOffice(L"K1")}), onDestination({insert(L"K1", L"S", -1)})}), {},
+        {L"TODO: delete from Nrv", L"replication conflict - new row on Nrv shortcut table before last Replicate date"});
 }
 
 TEST_F(TwoWayTest, OldDestinationRowIsAnnouncedAndThenCopied)
 {
     onlyDestinationHas(L"K1", -1);
     destinationHolds(L"K1", L"D", -1);
-    const Statements copied = joined({onDestination({select(L"K1")}), onSource({insert(L"K1", L"D", -1)})});
-    runAt(OFFICES, TWO_WAY);
-    EXPECT_EQ(ado().statements(), wholeRun({}, {}, copied));
-    ado().forget();
-    init(TWO_WAY_NO_DELETES);
-    go();
-    EXPECT_EQ(ado().statements(), wholeRun({}, {}, copied));
-    EXPECT_EQ(boxes_.texts(),
-              (Texts{L"TODO: delete from ZT",
-                     L"replication conflict - new row on ZT shortcut table before last Replicate date"}));
+    expectOfBothMethods(
+        {}, joined({onDestination({select(L"K1")}), onSource({insert(L"K1", L"D", -1)})}),
+        {L"TODO: delete from ZT", L"replication conflict - new row on ZT shortcut table before last Replicate date"});
 }
 
 TEST_F(TwoWayTest, EveryBoxHasTheComponentsTitleAndAnOkButton)
