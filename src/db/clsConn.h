@@ -79,7 +79,7 @@ private:
     [[noreturn]] void handleCommandError(const std::wstring& sSource, const com::Error& error,
                                          const ado::Command& command);
 
-    /// What `run` gives for a new command with the table's parameters; failures have the source `sSource`.
+    /// What `run` gives for a new command with the pending parameters; failures have the source `sSource`.
     template <class Run>
     auto withParameters(const wchar_t* sSource, long commandType, const std::wstring& text, bool prepared, Run run);
     /// Makes a new command in `command`, which a failure to set it up leaves there for the listing.
