@@ -17,8 +17,8 @@ def within(entry):
 
 
 def take_turns(rounds, clients):
-    """Measures every client once a round, in an order that is drawn for each: who follows itself finds everything
-    warm. `clients` are functions by name; the measurements by name, in the order of rounds.
+    """Measures every client once a round, in an order that is drawn for each, so that none always follows the same.
+    `clients` are functions by name; the measurements by name, in the order of rounds.
     """
     taken = {name: [] for name in clients}
     for number in range(rounds):

@@ -11,13 +11,13 @@ namespace Common {
 /// 'date' in the locale's short form, with the time unless it is midnight; Null for the zero date.
 std::wstring SqlDate(DATE dValue);
 
-/// Appends it to `sql`.
+/// Appends to `sql` what SqlDate gives.
 void appendSqlDate(std::wstring& sql, DATE dValue);
 
 /// A value's text between apostrophes, nothing doubled: for keys, GUIDs and numbers. Raises 94 for Null.
 std::wstring SqlQuoteOnly(const _variant_t& vValue);
 
-/// Appends it to `sql`.
+/// Appends to `sql` what SqlQuoteOnly gives; raises as it does.
 void appendSqlQuoteOnly(std::wstring& sql, const _variant_t& vValue);
 
 /// A boolean as a bit: 1 or 0.

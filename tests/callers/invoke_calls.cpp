@@ -1,9 +1,9 @@
 // Random calls to all public members from two threads: invoke_calls [--seed N] [--minutes M] [--round R].
 
 #include "Caller.h"
-#include "support/HeapUse.h"
 #include "com/module.h"
 #include "control/settings.h"
+#include "support/HeapUse.h"
 #include "support/ImportHook.h"
 #include "support/MessageBoxes.h"
 

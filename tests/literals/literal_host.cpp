@@ -11,10 +11,10 @@
 #include "db/clsConn.h"
 #include "db/forward_only.h"
 #include "db/sql_literals.h"
-#include "support/TextLine.h"
 #include "replication/row_queries.h"
 #include "replication/row_sql.h"
 #include "support/Apartment.h"
+#include "support/TextLine.h"
 
 #include <iostream>
 #include <vector>

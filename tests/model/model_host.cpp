@@ -1,10 +1,10 @@
 // Runs tables through the registered component for the model: one command a line on standard input, its fields
 // separated by tabs; the answer is several lines on standard output that end with "done". UTF-8, with \t \n \r \\.
-#include "support/TextLine.h"
 #include "com/convert.h"
 #include "com/dispatch.h"
 #include "support/Apartment.h"
 #include "support/MessageBoxes.h"
+#include "support/TextLine.h"
 
 #include <cmath>
 #include <iostream>

@@ -1,5 +1,5 @@
-#include "support/Holdings.h"
 #include "support/BuiltDll.h"
+#include "support/Holdings.h"
 #include "support/PracticePair.h"
 
 #include <gmock/gmock.h>
