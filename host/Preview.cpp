@@ -6,6 +6,7 @@
 #include "conflicts/report_conflict.h"
 #include "control/settings.h"
 #include "db/forward_only.h"
+#include "replication/method_plan.h"
 #include "replication/row_dates.h"
 #include "replication/row_queries.h"
 #include "text.h"
@@ -32,6 +33,7 @@ public:
     Look(const Configuration& configuration, Databases& databases, const TableConfiguration& table, DATE dLastReplicate)
         : databases_(databases),
           configured_(table),
+          plan_(planOf(table.method, table.deletes)),
           table_{toWide(table.name), toWide(table.keyColumn())},
           dLastReplicate_(dLastReplicate),
           site_(configuration.site == OFFICES ? Site::Offices : Site::Laptop)
@@ -112,14 +114,13 @@ private:
 
     void lookAtOneWay()
     {
-        const bool byKey = configured_.method == ONE_WAY_WITH_PK_FIELD;
-        if (!byKey || configured_.deletes != ONLY_DELETES) {
+        if (plan_.copiesRows) {
             forEachRow(selectChangedRows(table_, dLastReplicate_, kAliases),
                        [&](const ado::Recordset& rs, const _variant_t& key) { lookAtCommonRow(rs, key); });
             forEachRow(onlyInSource(),
                        [&](const ado::Recordset& rs, const _variant_t& key) { lookAtSourceRow(rs, key); });
         }
-        if (!byKey || configured_.deletes != SKIP_DELETES)
+        if (plan_.looksForDeletedRows)
             forEachRow(onlyInDestination(),
                        [&](const ado::Recordset& rs, const _variant_t& key) { lookAtDestinationRow(rs, key); });
     }
@@ -157,9 +158,7 @@ private:
 
     void lookAtDestinationRow(const ado::Recordset& rs, const _variant_t& key)
     {
-        const bool deletesAllowed =
-            configured_.method == ONE_WAY_ALLOW_DELETES || configured_.method == ONE_WAY_WITH_PK_FIELD;
-        switch (decideDestinationOnlyRow(site_, modified(rs), deletesAllowed)) {
+        switch (decideDestinationOnlyRow(site_, modified(rs), plan_.deletes)) {
         case DestinationOnlyRow::Leave:
             break;
         case DestinationOnlyRow::Delete:
@@ -216,6 +215,7 @@ private:
 
     Databases& databases_;
     const TableConfiguration& configured_;
+    MethodPlan plan_;
     KeyedTable table_;
     DATE dLastReplicate_;
     Site site_;

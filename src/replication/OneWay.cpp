@@ -38,11 +38,11 @@ OneWay::OneWay(OneWayPlan plan, DATE dLastReplicate, DATE dNextReplicate, Counte
 
 void OneWay::run()
 {
-    if (plan_.copiesRows) {
+    if (plan_.method.copiesRows) {
         replicateCommonRows();
         replicateSourceOnlyRows();
     }
-    if (plan_.looksForDeletedRows)
+    if (plan_.method.looksForDeletedRows)
         replicateDestinationOnlyRows();
 }
 
@@ -117,7 +117,7 @@ void OneWay::handleDestinationOnlyRow(const _variant_t& vKey)
 {
     const std::wstring sNew = L"New in destination(" + sDestDatabaseName_ + L")";
     const std::wstring sDeleted = L"Deleted from source(" + sSourceDatabaseName_ + L")";
-    switch (decideDestinationOnlyRow(site_, modifiedSince(dDestModDate_, dLastReplicate_), plan_.deletesAllowed)) {
+    switch (decideDestinationOnlyRow(site_, modifiedSince(dDestModDate_, dLastReplicate_), plan_.method.deletes)) {
     case DestinationOnlyRow::Leave:
         break;
     case DestinationOnlyRow::Delete:

@@ -3,6 +3,7 @@
 #include "QuinmarkRepDLL.h"
 #include "db/clsConn.h"
 #include "replication/clsReplicateTable.h"
+#include "replication/method_plan.h"
 #include "replication/row_policy.h"
 #include "replication/row_queries.h"
 
@@ -15,13 +16,9 @@ struct OneWayPlan
     KeyedTable table;
     /// Rewritten with its parent row; empty for none.
     std::wstring sDependentTable;
-    bool deletesAllowed;
     /// Comments that refer to a company lose the reference before the company is deleted.
     bool clearsCommentCompanies;
-    /// Whether rows of the source are copied: the steps for rows of both sides, and for those of the source only.
-    bool copiesRows;
-    /// Whether the step for rows of the destination only runs.
-    bool looksForDeletedRows;
+    MethodPlan method;
 };
 
 /// The engine of one-way replication: compares the two copies of a table in up to three steps, each a stream of rows

@@ -3,31 +3,27 @@
 #include "com/convert.h"
 #include "com/error.h"
 #include "control/RaiseError.h"
+#include "replication/method_plan.h"
 
 namespace {
 
 HRESULT runMethod(short iReplicationMethod, _clsReplicateTable& routines)
 {
-    VARIANT_BOOL with = VARIANT_TRUE;
-    VARIANT_BOOL without = VARIANT_FALSE;
-    switch (iReplicationMethod) {
-    case ONE_WAY_DELETE_ALL:
+    const MethodPlan plan = planOf(iReplicationMethod);
+    VARIANT_BOOL deletes = com::toVariantBool(plan.deletes);
+    switch (plan.engine) {
+    case Engine::FullCopy:
         return routines.replicateOneWayDeleteAll();
-    case ONE_WAY:
-        return routines.replicateOneWay(&without);
-    case ONE_WAY_ALLOW_DELETES:
-        return routines.replicateOneWay(&with);
-    case TWO_WAY:
-        return routines.replicateTableTwoWay(&with);
-    case TWO_WAY_NO_DELETES:
-        return routines.replicateTableTwoWay(&without);
-    case COMPUTER_TYPE:
+    case Engine::ComputerType:
         return routines.replicateComputerType();
-    case ONE_WAY_WITH_PK_FIELD:
-        return routines.replicateOneWayWithPKField();
-    default:
-        Common::RaiseError(L"clsReplicateTable.go", Common::kOwnError, L"Invalid replication method");
+    case Engine::OneWay:
+        return plan.byKeyField ? routines.replicateOneWayWithPKField() : routines.replicateOneWay(&deletes);
+    case Engine::TwoWay:
+        return routines.replicateTableTwoWay(&deletes);
+    case Engine::None:
+        break;
     }
+    Common::RaiseError(L"clsReplicateTable.go", Common::kOwnError, L"Invalid replication method");
 }
 
 } // namespace

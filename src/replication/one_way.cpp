@@ -17,21 +17,14 @@ namespace {
     Common::RaiseError(sSource, error.number, sSource + L": " + error.description);
 }
 
-bool deletesRows(long eReplicateDeletes)
-{
-    return eReplicateDeletes == DELETE_WITH_UPDATES || eReplicateDeletes == ONLY_DELETES;
-}
-
 } // namespace
 
 void clsReplicateTable::replicateOneWay(bool bAllowDeletes)
 try {
     replicateByPlan({.table = {sTable_, L"unid"},
                      .sDependentTable = sDependentTable_,
-                     .deletesAllowed = bAllowDeletes,
                      .clearsCommentCompanies = false,
-                     .copiesRows = true,
-                     .looksForDeletedRows = true},
+                     .method = planOf(bAllowDeletes ? ONE_WAY_ALLOW_DELETES : ONE_WAY)},
                     sTable_);
 }
 catch (...) {
@@ -46,10 +39,8 @@ try {
         return Utils::setError(true, L"enumReplicatDeletes not set for replicateOneWayWithPKField()");
     replicateByPlan({.table = {sTable_, sPKField_},
                      .sDependentTable = L"",
-                     .deletesAllowed = true,
                      .clearsCommentCompanies = com::upperCase(sTable_) == L"DENTIST_COMPANY",
-                     .copiesRows = eReplicateDeletes_ != ONLY_DELETES,
-                     .looksForDeletedRows = deletesRows(eReplicateDeletes_)},
+                     .method = planOf(ONE_WAY_WITH_PK_FIELD, eReplicateDeletes_)},
                     sTable_ + L" with PKField: " + sPKField_ + L" and delete method: " +
                         std::to_wstring(eReplicateDeletes_));
 }
