@@ -15,11 +15,6 @@ namespace {
 /// What counts as no date: 1 January 1900. The zero date of a new conflict does not.
 constexpr DATE kNoDate = 2;
 
-constexpr long kFieldSize = 50;
-constexpr long kDataSize = 3500;
-constexpr long kTableSize = 50;
-constexpr long kKeyInfoSize = 125;
-
 _variant_t readText(_clsConflictData& data, HRESULT (STDMETHODCALLTYPE _clsConflictData::*property)(BSTR*))
 {
     _variant_t text;

@@ -15,6 +15,12 @@
 class clsConflict
 {
 public:
+    /// The most characters that the procedures take: a longer text fails (3421).
+    static constexpr long kTableSize = 50;
+    static constexpr long kKeyInfoSize = 125;
+    static constexpr long kFieldSize = 50;
+    static constexpr long kDataSize = 3500;
+
     /// Fills the header from the current row of a query on replication_conflict; the differing columns are not loaded.
     /// A failure leaves the fields that were read before it.
     void loadFromRs(const ado::Recordset& rs);

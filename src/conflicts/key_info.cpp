@@ -2,7 +2,6 @@
 
 #include "com/convert.h"
 #include "control/RaiseError.h"
-#include "control/database.h"
 #include "db/forward_only.h"
 #include "db/sql_literals.h"
 
@@ -67,16 +66,16 @@ std::wstring insertKey(const std::wstring& sSql, const _variant_t& vUnid)
     return result;
 }
 
-ado::Recordset openDescription(const std::wstring& sSql, long eConflictType)
+ado::Recordset openDescription(const std::wstring& sSql, long eConflictType, const Sides& sides)
 {
     switch (eConflictType) {
     case CHANGED_ON_BOTH:
     case NEW_ON_source:
-        return openForwardOnly(*Utils::getConnSource(), sSql);
+        return openForwardOnly(sides.source, sSql);
     case NEW_ON_DEST:
     case CHANGED_ON_DEST:
     case DELETED_ON_SOURCE:
-        return openForwardOnly(*Utils::getConnDest(), sSql);
+        return openForwardOnly(sides.destination, sSql);
     default:
         return {};
     }
@@ -99,9 +98,9 @@ std::wstring keyInfoSql(const std::wstring& sTable, const _variant_t& vUnid)
     return {};
 }
 
-std::wstring getKeyInfo(const std::wstring& sTable, const _variant_t& vUnid, long eConflictType)
+std::wstring getKeyInfo(const std::wstring& sTable, const _variant_t& vUnid, long eConflictType, const Sides& sides)
 try {
-    ado::Recordset rs = openDescription(keyInfoSql(sTable, vUnid), eConflictType);
+    ado::Recordset rs = openDescription(keyInfoSql(sTable, vUnid), eConflictType, sides);
     std::wstring sKeyInfo = com::toText(rs.field(0).value());
     rs.close();
     return sKeyInfo;

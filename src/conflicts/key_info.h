@@ -1,6 +1,7 @@
 #pragma once
 
 #include "QuinmarkRepDLL.h"
+#include "db/clsConn.h"
 
 #include <comdef.h>
 #include <string>
@@ -11,6 +12,13 @@ bool hasNumericKey(const std::wstring& sTable);
 /// The query that describes a row of a table in words; empty for a table that cannot be described.
 std::wstring keyInfoSql(const std::wstring& sTable, const _variant_t& vUnid);
 
+/// The connections of the two databases, of whoever reads from both.
+struct Sides
+{
+    clsConn& source;
+    clsConn& destination;
+};
+
 /// A one-line description of a row, read from the side that has it by the kind of conflict. Failures, also those of a
 /// table, kind or row that cannot be described, are raised as "clsReplicateTable.getKeyInfo".
-std::wstring getKeyInfo(const std::wstring& sTable, const _variant_t& vUnid, long eConflictType);
+std::wstring getKeyInfo(const std::wstring& sTable, const _variant_t& vUnid, long eConflictType, const Sides& sides);

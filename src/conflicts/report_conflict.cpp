@@ -3,8 +3,6 @@
 #include "com/convert.h"
 #include "com/error.h"
 #include "conflicts/ConflictDataFace.h"
-#include "conflicts/clsConflict.h"
-#include "conflicts/key_info.h"
 #include "control/RaiseError.h"
 #include "control/database.h"
 #include "control/log.h"
@@ -19,6 +17,11 @@ namespace {
 bool wasRefused(const _variant_t& saved)
 {
     return saved.vt == VT_I2 && saved.iVal <= -1;
+}
+
+std::wstring selectConflictRow(const std::wstring& sTable, const _variant_t& vUnid)
+{
+    return selectRow({sTable, L"unid"}, vUnid);
 }
 
 void saveConflict(clsConflict& conflict)
@@ -37,34 +40,43 @@ void addDifference(com::Collection& differences, const std::wstring& sTable, cls
 
 } // namespace
 
-bool reportConflict(const ConflictOrigin& origin, const _variant_t& vUnid, enumConflictType eConflictType, DATE dSource,
-                    DATE dDestination)
-try {
-    const std::wstring sSql = selectRow({origin.sTable, L"unid"}, vUnid);
-    Utils::WriteLog(LOG_DEBUG, sSql);
-    ado::Recordset rsSource = openForwardOnly(*Utils::getConnSource(), sSql);
-    ado::Recordset rsDestination = openForwardOnly(*Utils::getConnDest(), sSql);
-
-    clsConflict conflict;
+FoundConflict findConflict(const ConflictOrigin& origin, const _variant_t& vUnid, enumConflictType eConflictType,
+                           const Sides& sides)
+{
+    const std::wstring sSql = selectConflictRow(origin.sTable, vUnid);
+    FoundConflict found{.conflict = {},
+                        .differs = false,
+                        .rsSource = openForwardOnly(sides.source, sSql),
+                        .rsDestination = openForwardOnly(sides.destination, sSql)};
+    clsConflict& conflict = found.conflict;
     if (hasNumericKey(origin.sTable))
         conflict.lPatientId = com::toInt32(vUnid);
     else
         conflict.vGuid = vUnid;
     conflict.iConflictType = eConflictType;
-    conflict.sKeyInfo = getKeyInfo(origin.sTable, vUnid, eConflictType);
-    const ComPtr<com::Collection> differences = getConflictData(origin.sTable, rsSource, rsDestination);
+    conflict.sKeyInfo = getKeyInfo(origin.sTable, vUnid, eConflictType, sides);
+    const ComPtr<com::Collection> differences = getConflictData(origin.sTable, found.rsSource, found.rsDestination);
     conflict.colData = ComPtr<_Collection>(differences);
-    conflict.dSource = dSource;
-    conflict.dDestination = dDestination;
     conflict.sTable = origin.sTable;
     conflict.dNextReplicate = origin.dNextReplicate;
+    found.differs = differences->count() > 0;
+    return found;
+}
 
-    const bool differs = differences->count() > 0;
-    if (differs)
-        saveConflict(conflict);
-    rsSource.close();
-    rsDestination.close();
-    return differs;
+bool reportConflict(const ConflictOrigin& origin, const _variant_t& vUnid, enumConflictType eConflictType, DATE dSource,
+                    DATE dDestination)
+try {
+    Utils::WriteLog(LOG_DEBUG, selectConflictRow(origin.sTable, vUnid));
+    const std::shared_ptr<clsConn> source = Utils::getConnSource();
+    const std::shared_ptr<clsConn> destination = Utils::getConnDest();
+    FoundConflict found = findConflict(origin, vUnid, eConflictType, {*source, *destination});
+    found.conflict.dSource = dSource;
+    found.conflict.dDestination = dDestination;
+    if (found.differs)
+        saveConflict(found.conflict);
+    found.rsSource.close();
+    found.rsDestination.close();
+    return found.differs;
 }
 catch (...) {
     Common::reraise(L"clsReplicateTable.reportConflict");

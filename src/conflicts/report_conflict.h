@@ -3,6 +3,8 @@
 #include "QuinmarkRepDLL.h"
 #include "ado/Recordset.h"
 #include "com/collection.h"
+#include "conflicts/clsConflict.h"
+#include "conflicts/key_info.h"
 
 #include <comdef.h>
 #include <string>
@@ -14,8 +16,23 @@ struct ConflictOrigin
     DATE dNextReplicate;
 };
 
-/// Reads a row from both databases and saves a conflict with the columns that differ. True when one was saved, false
-/// when the copies agree. Failures are raised as "clsReplicateTable.reportConflict".
+/// A conflict that is not saved yet, with both copies of its row, which whoever found it closes.
+struct FoundConflict
+{
+    clsConflict conflict;
+    /// Whether a column differs; else there is nothing to save.
+    bool differs;
+    ado::Recordset rsSource;
+    ado::Recordset rsDestination;
+};
+
+/// Reads a row from both databases and describes how its copies differ. Writes nothing. Raises what reading and
+/// describing raise.
+FoundConflict findConflict(const ConflictOrigin& origin, const _variant_t& vUnid, enumConflictType eConflictType,
+                           const Sides& sides);
+
+/// Finds a conflict, between the databases of the pairing, and saves it when a column differs. True when one was saved,
+/// false when the copies agree. Failures are raised as "clsReplicateTable.reportConflict".
 bool reportConflict(const ConflictOrigin& origin, const _variant_t& vUnid, enumConflictType eConflictType, DATE dSource,
                     DATE dDestination);
 

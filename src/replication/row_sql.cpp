@@ -1,6 +1,5 @@
 #include "replication/row_sql.h"
 
-#include "ado/constants.h"
 #include "com/convert.h"
 #include "control/RaiseError.h"
 #include "control/log.h"
@@ -62,27 +61,23 @@ try {
         sSql += L"Null";
         return;
     }
-    switch (fld.type()) {
-    case ado::adSmallInt:
-    case ado::adInteger:
-    case ado::adDouble:
-    case ado::adCurrency:
+    switch (literalForm(fld.type())) {
+    case LiteralForm::Number:
         sSql += com::TextView(value);
         break;
-    case ado::adBoolean:
+    case LiteralForm::Bit:
         sSql += com::TextView(_variant_t(Common::SqlBit(com::toVariantBool(com::toBool(value)))));
         break;
-    case ado::adGUID:
+    case LiteralForm::Guid:
         Common::appendSqlQuoteOnly(sSql, value);
         break;
-    case ado::adChar:
-    case ado::adVarChar:
+    case LiteralForm::Text:
         Common::appendSqlQuote(sSql, com::TextView(value));
         break;
-    case ado::adDBTimeStamp:
+    case LiteralForm::Date:
         Common::appendSqlDate(sSql, com::toDate(value));
         break;
-    default:
+    case LiteralForm::Unsupported:
         showMessage(L"ado type not coded, see debug");
     }
 }

@@ -1,9 +1,43 @@
 #pragma once
 
 #include "ado/Recordset.h"
+#include "ado/constants.h"
 
 #include <string>
 #include <string_view>
+
+/// How a column's value is written, by its ADO type.
+enum class LiteralForm
+{
+    Unsupported,
+    Number,
+    Bit,
+    Guid,
+    Text,
+    Date,
+};
+
+constexpr LiteralForm literalForm(long type)
+{
+    switch (type) {
+    case ado::adSmallInt:
+    case ado::adInteger:
+    case ado::adDouble:
+    case ado::adCurrency:
+        return LiteralForm::Number;
+    case ado::adBoolean:
+        return LiteralForm::Bit;
+    case ado::adGUID:
+        return LiteralForm::Guid;
+    case ado::adChar:
+    case ado::adVarChar:
+        return LiteralForm::Text;
+    case ado::adDBTimeStamp:
+        return LiteralForm::Date;
+    default:
+        return LiteralForm::Unsupported;
+    }
+}
 
 /// One row of a recordset as SQL text. The builders run nothing and use the columns in their order, by their names as
 /// they are. Failures are raised with the routine and its table as source ("Utils.getUpdateSql(patient)").

@@ -1,6 +1,6 @@
 #include "conflicts/key_info.h"
 
-#include "control/settings.h"
+#include "control/database.h"
 #include "support/recording_error.h"
 #include "support/recording_fixture.h"
 
@@ -113,6 +113,11 @@ class GetKeyInfo : public RecordingTest
 protected:
     GetKeyInfo() { connectedSettings(); }
 
+    static std::wstring describe(long kind, const std::wstring& sTable = L"shortcut")
+    {
+        return getKeyInfo(sTable, L"K", kind, {*Utils::getConnSource(), *Utils::getConnDest()});
+    }
+
     const std::wstring sql_ = L"select item_name from shortcut where unid = 'K'";
 };
 
@@ -120,46 +125,46 @@ TEST_F(GetKeyInfo, DescriptionIsReadFromTheSideThatHasTheRow)
 {
     ado().answerOn(L"source", sql_, adoTexts(L"item_name", {L"from source"}));
     ado().answerOn(L"destination", sql_, adoTexts(L"item_name", {L"from destination"}));
-    EXPECT_EQ(getKeyInfo(L"shortcut", L"K", CHANGED_ON_BOTH), L"from source");
-    EXPECT_EQ(getKeyInfo(L"shortcut", L"K", NEW_ON_source), L"from source");
-    EXPECT_EQ(getKeyInfo(L"shortcut", L"K", NEW_ON_DEST), L"from destination");
-    EXPECT_EQ(getKeyInfo(L"shortcut", L"K", CHANGED_ON_DEST), L"from destination");
-    EXPECT_EQ(getKeyInfo(L"shortcut", L"K", DELETED_ON_SOURCE), L"from destination");
+    EXPECT_EQ(describe(CHANGED_ON_BOTH), L"from source");
+    EXPECT_EQ(describe(NEW_ON_source), L"from source");
+    EXPECT_EQ(describe(NEW_ON_DEST), L"from destination");
+    EXPECT_EQ(describe(CHANGED_ON_DEST), L"from destination");
+    EXPECT_EQ(describe(DELETED_ON_SOURCE), L"from destination");
     EXPECT_EQ(logBytes(), "");
 }
 
 TEST_F(GetKeyInfo, FirstColumnOfTheFirstRowBecomesText)
 {
     ado().answer(sql_, {{{{L"a", 3}, {L"b", 200}}, {{12L, L"x"}, {13L, L"y"}}}, 0, {}});
-    EXPECT_EQ(getKeyInfo(L"shortcut", L"K", NEW_ON_DEST), L"12");
+    EXPECT_EQ(describe(NEW_ON_DEST), L"12");
     EXPECT_THAT(ado().calls(), testing::Contains(L"Recordset.Close()").Times(1));
 }
 
 TEST_F(GetKeyInfo, NullDescriptionRaises94)
 {
     ado().answer(sql_, {{{{L"item_name", 200}}, {{adoNull()}}}, 0, {}});
-    EXPECT_EQ(raised([] { getKeyInfo(L"shortcut", L"K", NEW_ON_DEST); }),
+    EXPECT_EQ(raised([] { describe(NEW_ON_DEST); }),
               (Error{94, L"clsReplicateTable.getKeyInfo", L"Invalid use of Null"}));
 }
 
 TEST_F(GetKeyInfo, RowThatVanishedRaises)
 {
     ado().answer(sql_, {{{{L"item_name", 200}}, {}}, 0, {}});
-    const Error error = raised([] { getKeyInfo(L"shortcut", L"K", NEW_ON_DEST); });
+    const Error error = raised([] { describe(NEW_ON_DEST); });
     EXPECT_EQ(error.source, L"clsReplicateTable.getKeyInfo");
     EXPECT_EQ(error.number, static_cast<long>(0x80040000) + 3021);
 }
 
 TEST_F(GetKeyInfo, TableThatCannotBeDescribedRaises)
 {
-    EXPECT_EQ(raised([] { getKeyInfo(L"computer", L"K", NEW_ON_DEST); }).source, L"clsReplicateTable.getKeyInfo");
+    EXPECT_EQ(raised([] { describe(NEW_ON_DEST, L"computer"); }).source, L"clsReplicateTable.getKeyInfo");
     EXPECT_EQ(ado().statements(), (Statements{{L"destination", L""}}));
 }
 
 TEST_F(GetKeyInfo, KindOutsideOneToFiveRunsNoQueryAndRaises)
 {
     for (const long kind : {0L, 6L, -1L})
-        EXPECT_EQ(raised([kind] { getKeyInfo(L"shortcut", L"K", kind); }),
+        EXPECT_EQ(raised([kind] { describe(kind); }),
                   (Error{91, L"clsReplicateTable.getKeyInfo", L"Object variable or With block variable not set"}));
     EXPECT_EQ(ado().statements(), Statements());
 }
@@ -167,16 +172,8 @@ TEST_F(GetKeyInfo, KindOutsideOneToFiveRunsNoQueryAndRaises)
 TEST_F(GetKeyInfo, FailedQueryIsRaisedUnderTheRoutinesName)
 {
     ado().failStatementOn(L"source", sql_, connectionLost());
-    EXPECT_EQ(raised([] { getKeyInfo(L"shortcut", L"K", CHANGED_ON_BOTH); }),
+    EXPECT_EQ(raised([] { describe(CHANGED_ON_BOTH); }),
               (Error{E_FAIL, L"clsReplicateTable.getKeyInfo", L"Connection lost"}));
-}
-
-TEST_F(GetKeyInfo, ClosedSideIsRaisedUnderTheRoutinesName)
-{
-    settings().remoteConnection()->getConn().close();
-    EXPECT_EQ(
-        raised([] { getKeyInfo(L"shortcut", L"K", NEW_ON_DEST); }),
-        (Error{kOwnErrorRaised, L"clsReplicateTable.getKeyInfo", L"Remote database not available as Destination"}));
 }
 
 } // namespace
