@@ -1,5 +1,5 @@
 #include "BadInput.h"
-#include "Sabotage.h"
+#include "support/Sabotage.h"
 #include "support/PracticeNeeds.h"
 
 using testing::ElementsAre;

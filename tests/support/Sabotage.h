@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/PracticeSide.h"
+#include "PracticeSide.h"
 
 #include <string>
 #include <utility>
