@@ -31,11 +31,14 @@ void saveConflict(clsConflict& conflict)
                            L"Error saving conflict: " + conflict.sErrorMessage());
 }
 
-void addDifference(com::Collection& differences, const std::wstring& sTable, clsConflictData data)
+ComPtr<com::Collection> asCollection(const std::vector<clsConflictData>& columns)
 {
-    data.sField = columnLabel(sTable, data.sField);
-    const ComPtr<_clsConflictData> item(com::makeObject<ConflictDataFace>(std::move(data)));
-    differences.add(_variant_t(item.Get()));
+    ComPtr<com::Collection> collection = com::makeObject<com::Collection>();
+    for (const clsConflictData& data : columns) {
+        const ComPtr<_clsConflictData> item(com::makeObject<ConflictDataFace>(data));
+        collection->add(_variant_t(item.Get()));
+    }
+    return collection;
 }
 
 } // namespace
@@ -45,7 +48,7 @@ FoundConflict findConflict(const ConflictOrigin& origin, const _variant_t& vUnid
 {
     const std::wstring sSql = selectConflictRow(origin.sTable, vUnid);
     FoundConflict found{.conflict = {},
-                        .differs = false,
+                        .columns = {},
                         .rsSource = openForwardOnly(sides.source, sSql),
                         .rsDestination = openForwardOnly(sides.destination, sSql)};
     clsConflict& conflict = found.conflict;
@@ -55,11 +58,10 @@ FoundConflict findConflict(const ConflictOrigin& origin, const _variant_t& vUnid
         conflict.vGuid = vUnid;
     conflict.iConflictType = eConflictType;
     conflict.sKeyInfo = getKeyInfo(origin.sTable, vUnid, eConflictType, sides);
-    const ComPtr<com::Collection> differences = getConflictData(origin.sTable, found.rsSource, found.rsDestination);
-    conflict.colData = ComPtr<_Collection>(differences);
+    found.columns = differingColumns(origin.sTable, found.rsSource, found.rsDestination);
+    conflict.colData = ComPtr<_Collection>(asCollection(found.columns));
     conflict.sTable = origin.sTable;
     conflict.dNextReplicate = origin.dNextReplicate;
-    found.differs = differences->count() > 0;
     return found;
 }
 
@@ -72,20 +74,20 @@ try {
     FoundConflict found = findConflict(origin, vUnid, eConflictType, {*source, *destination});
     found.conflict.dSource = dSource;
     found.conflict.dDestination = dDestination;
-    if (found.differs)
+    if (!found.columns.empty())
         saveConflict(found.conflict);
     found.rsSource.close();
     found.rsDestination.close();
-    return found.differs;
+    return !found.columns.empty();
 }
 catch (...) {
     Common::reraise(L"clsReplicateTable.reportConflict");
 }
 
-ComPtr<com::Collection> getConflictData(const std::wstring& sTable, const ado::Recordset& rsSource,
-                                        const ado::Recordset& rsDestination)
+std::vector<clsConflictData> differingColumns(const std::wstring& sTable, const ado::Recordset& rsSource,
+                                              const ado::Recordset& rsDestination)
 {
-    ComPtr<com::Collection> differences = com::makeObject<com::Collection>();
+    std::vector<clsConflictData> differences;
     const bool inSource = !rsSource.eof();
     const bool inDestination = !rsDestination.eof();
     const ado::Recordset& names = inSource ? rsSource : rsDestination;
@@ -100,9 +102,15 @@ ComPtr<com::Collection> getConflictData(const std::wstring& sTable, const ado::R
         const std::wstring sDestination =
             inDestination || !inSource ? com::concatText(rsDestination.field(index).value()) : L"";
         if (!compare || sSource != sDestination)
-            addDifference(*differences.Get(), sTable, {sColumn, sSource, sDestination});
+            differences.push_back({columnLabel(sTable, sColumn), sSource, sDestination});
     }
     return differences;
+}
+
+ComPtr<com::Collection> getConflictData(const std::wstring& sTable, const ado::Recordset& rsSource,
+                                        const ado::Recordset& rsDestination)
+{
+    return asCollection(differingColumns(sTable, rsSource, rsDestination));
 }
 
 std::wstring columnLabel(const std::wstring& sTable, const std::wstring& sColumn)

@@ -4,10 +4,12 @@
 #include "ado/Recordset.h"
 #include "com/collection.h"
 #include "conflicts/clsConflict.h"
+#include "conflicts/clsConflictData.h"
 #include "conflicts/key_info.h"
 
 #include <comdef.h>
 #include <string>
+#include <vector>
 
 /// The table, and the run, in which a conflict was found.
 struct ConflictOrigin
@@ -20,8 +22,8 @@ struct ConflictOrigin
 struct FoundConflict
 {
     clsConflict conflict;
-    /// Whether a column differs; else there is nothing to save.
-    bool differs;
+    /// The columns that differ, as in the conflict's colData; without any there is nothing to save.
+    std::vector<clsConflictData> columns;
     ado::Recordset rsSource;
     ado::Recordset rsDestination;
 };
@@ -36,8 +38,12 @@ FoundConflict findConflict(const ConflictOrigin& origin, const _variant_t& vUnid
 bool reportConflict(const ConflictOrigin& origin, const _variant_t& vUnid, enumConflictType eConflictType, DATE dSource,
                     DATE dDestination);
 
-/// The columns in which two rows differ, as clsConflictData in column order. Columns are paired by position; `mod_date`
+/// The columns in which two rows differ, in their order. Columns are paired by position; `mod_date`
 /// never counts. A recordset at its end stands for a row that is missing: then every column counts.
+std::vector<clsConflictData> differingColumns(const std::wstring& sTable, const ado::Recordset& rsSource,
+                                              const ado::Recordset& rsDestination);
+
+/// The same as a collection.
 Microsoft::WRL::ComPtr<com::Collection> getConflictData(const std::wstring& sTable, const ado::Recordset& rsSource,
                                                         const ado::Recordset& rsDestination);
 
