@@ -26,6 +26,7 @@ const TomlWords<enumReplicationMethod> kMethods = {
 const TomlWords<enumReplicateDeletes> kDeletes = {
     {"with_updates", DELETE_WITH_UPDATES}, {"skip", SKIP_DELETES}, {"only", ONLY_DELETES}};
 const TomlWords<enumReplicationUniqueId> kSites = {{"offices", OFFICES}, {"laptop", LAPTOP}};
+const TomlWords<OnConflicts> kOnConflicts = {{"stop", OnConflicts::Stop}, {"continue", OnConflicts::Continue}};
 const TomlWords<bool> kRoles = {{"source", true}, {"destination", false}};
 
 SideConfiguration readSide(TomlReader& top, const char* name, std::vector<std::string>& mistakes)
@@ -71,16 +72,30 @@ void readLog(TomlReader& top, Configuration& configuration, std::vector<std::str
     log.refuseUnknown();
 }
 
-TableConfiguration readTable(const toml::table& table, double maxDelete, std::vector<std::string>& mistakes)
+void readRun(TomlReader& top, Configuration& configuration, std::vector<std::string>& mistakes)
+{
+    const toml::node* node = top.find("run", true, "");
+    if (!node)
+        return;
+    if (!node->as_table())
+        return top.wrong(*node, "run", "a section");
+    TomlReader run(*node->as_table(), "run.", mistakes);
+    configuration.onConflicts = run.word("on_conflicts", kOnConflicts, std::optional(configuration.onConflicts));
+    run.refuseUnknown();
+}
+
+TableConfiguration readTable(const toml::table& table, const TableConfiguration& limits,
+                             std::vector<std::string>& mistakes)
 {
     TomlReader reader(table, "table.", mistakes);
-    TableConfiguration result;
+    TableConfiguration result = limits;
     result.name = reader.text("name");
     result.method = reader.word("method", kMethods);
     result.dependent = reader.text("dependent", "");
     result.key = reader.text("key", "");
     result.deletes = reader.word("deletes", kDeletes, std::optional(UNKNOWN));
-    result.maxDelete = reader.number("max_delete", 0, 100, maxDelete);
+    result.maxDelete = reader.number("max_delete", 0, 100, limits.maxDelete);
+    result.maxUpdate = reader.number("max_update", 0, 100, limits.maxUpdate);
     if (result.method == ONE_WAY_WITH_PK_FIELD && (result.key.empty() || result.deletes == UNKNOWN))
         reader.mistake(table, "table." + result.name + ": method \"by_key\" needs key and deletes");
     if (result.method != ONE_WAY_WITH_PK_FIELD && (!result.key.empty() || result.deletes != UNKNOWN))
@@ -93,7 +108,8 @@ TableConfiguration readTable(const toml::table& table, double maxDelete, std::ve
     return result;
 }
 
-void readTables(TomlReader& top, Configuration& configuration, double maxDelete, std::vector<std::string>& mistakes)
+void readTables(TomlReader& top, Configuration& configuration, const TableConfiguration& limits,
+                std::vector<std::string>& mistakes)
 {
     const toml::node* node = top.find("table", false, "[[table]] sections");
     if (!node)
@@ -110,7 +126,7 @@ void readTables(TomlReader& top, Configuration& configuration, double maxDelete,
             top.wrong(entry, "table", "[[table]] sections");
             continue;
         }
-        const TableConfiguration& read = configuration.tables.emplace_back(readTable(*table, maxDelete, mistakes));
+        const TableConfiguration& read = configuration.tables.emplace_back(readTable(*table, limits, mistakes));
         if (!read.name.empty() && !names.insert(com::upperCase(toWide(read.name))).second)
             top.mistake(entry, "table." + read.name + ": listed twice, expected each table once");
     }
@@ -125,12 +141,15 @@ Configuration readConfiguration(const toml::table& file, std::vector<std::string
     configuration.programVersion = top.text("program_version");
     configuration.frequency =
         top.wholeNumber("frequency", 1, std::numeric_limits<short>::max(), configuration.frequency);
-    const double maxDelete = top.number("max_delete", 0, 100, TableConfiguration().maxDelete);
+    TableConfiguration limits;
+    limits.maxDelete = top.number("max_delete", 0, 100, limits.maxDelete);
+    limits.maxUpdate = top.number("max_update", 0, 100, limits.maxUpdate);
     configuration.source = readSide(top, "source", mistakes);
     configuration.destination = readSide(top, "destination", mistakes);
     refuseSameSides(top, file, configuration);
     readLog(top, configuration, mistakes);
-    readTables(top, configuration, maxDelete, mistakes);
+    readRun(top, configuration, mistakes);
+    readTables(top, configuration, limits, mistakes);
     top.refuseUnknown();
     return configuration;
 }

@@ -23,11 +23,21 @@ struct TableConfiguration
     std::string dependent;
     std::string key;
     enumReplicateDeletes deletes = UNKNOWN;
-    /// Percent of the destination's rows that a run may delete.
+    /// Percent of the destination's rows that a run may delete, and that it may overwrite.
     double maxDelete = 20;
+    double maxUpdate = 50;
 
     /// The column that rows are matched by.
     std::string keyColumn() const { return method == ONE_WAY_WITH_PK_FIELD ? key : "unid"; }
+};
+
+/// What a run does about an error that the last one recorded for conflicts alone.
+enum class OnConflicts
+{
+    /// It waits for a person.
+    Stop,
+    /// It clears it.
+    Continue,
 };
 
 struct Configuration
@@ -41,6 +51,7 @@ struct Configuration
     std::string programVersion;
     /// Seconds between attempts.
     short frequency = 900;
+    OnConflicts onConflicts = OnConflicts::Stop;
     std::vector<TableConfiguration> tables;
 
     const SideConfiguration& local() const { return localIsSource ? source : destination; }

@@ -17,7 +17,7 @@ enum ExitCode : int
     kUsage = 3,
     /// The site is not ready, or its last run is in error.
     kNotReady = 4,
-    /// The guard against mass deletion stopped the run before anything was written.
+    /// The look ahead stopped the run before anything was written.
     kGuarded = 7,
 };
 

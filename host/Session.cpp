@@ -2,11 +2,12 @@
 
 #include "HostError.h"
 #include "com/convert.h"
+#include "db/forward_only.h"
+#include "files.h"
 #include "text.h"
 
 #include <algorithm>
 #include <array>
-#include <fstream>
 #include <string_view>
 
 using Microsoft::WRL::ComPtr;
@@ -40,15 +41,23 @@ ComPtr<_Factory> createFactory()
 
 void requireWritableLog(const std::string& path)
 {
-    if (!std::ofstream(toWide(path).c_str(), std::ios::app))
-        throw HostError(kUsage, "the log " + path + " cannot be written",
-                        "Name a file in a folder that exists and may be written to: file under [log], or --log-file.");
+    requireWritable("the log", path, kNameAnotherLog);
 }
 
 Databases::Databases(const Configuration& configuration) : localIsSource_(configuration.localIsSource)
 {
     openSide(source_, configuration.source);
     openSide(destination_, configuration.destination);
+}
+
+bool Databases::answer()
+try {
+    for (clsConn* side : {&source_, &destination_})
+        openForwardOnly(*side, L"select 1").close();
+    return true;
+}
+catch (const com::Error&) {
+    return false;
 }
 
 Component::Component(const Configuration& configuration) : factory_(createFactory())
@@ -133,6 +142,14 @@ void Component::setError(const std::wstring& text)
 void Component::resetError()
 {
     com::checkCall(factory_->resetError());
+}
+
+void whileDoing(const std::string& what, const std::function<void()>& body)
+try {
+    body();
+}
+catch (const com::Error& error) {
+    throw com::Error{error.number, error.source, toWide(what) + L": " + error.description};
 }
 
 std::wstring textProperty(const std::function<HRESULT(BSTR*)>& property)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Configuration.h"
+#include "conflicts/key_info.h"
 #include "db/clsConn.h"
 
 #include <comdef.h>
@@ -27,6 +28,10 @@ public:
     clsConn& source() { return source_; }
     clsConn& destination() { return destination_; }
     clsConn& local() { return localIsSource_ ? source_ : destination_; }
+    Sides sides() { return {source_, destination_}; }
+
+    /// Whether both still answer.
+    bool answer();
 
 private:
     clsConn source_;
@@ -59,6 +64,9 @@ public:
 private:
     Microsoft::WRL::ComPtr<_Factory> factory_;
 };
+
+/// Runs `body`; a com::Error that it raises says first what was being done.
+void whileDoing(const std::string& what, const std::function<void()>& body);
 
 /// The text of a property that hands one out.
 std::wstring textProperty(const std::function<HRESULT(BSTR*)>& property);

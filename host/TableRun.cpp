@@ -108,3 +108,8 @@ void TableRun::finishLast()
     tables_[next_ - 1].finished = true;
     onFinish_(next_ - 1);
 }
+
+const TableInRun* TableRun::running() const
+{
+    return next_ == 0 || tables_[next_ - 1].finished ? nullptr : &tables_[next_ - 1];
+}

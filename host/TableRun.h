@@ -41,6 +41,9 @@ public:
     void finishLast();
 
     std::vector<TableInRun>& tables() { return tables_; }
+    /// The table that was begun and has not finished; null between tables.
+    const TableInRun* running() const;
+    size_t indexOf(const TableInRun& table) const { return static_cast<size_t>(&table - tables_.data()); }
 
 private:
     std::vector<TableInRun> tables_;

@@ -2,6 +2,7 @@
 
 #include "Configuration.h"
 #include "HostError.h"
+#include "conflicts/ConflictedRow.h"
 
 #include <functional>
 #include <nlohmann/json.hpp>
@@ -17,8 +18,10 @@ struct Outcome
 
 struct RunOptions
 {
-    /// Goes on where the guard against mass deletion would stop.
+    /// Goes on in spite of every stop but message boxes.
     bool force = false;
+    /// Goes on where message boxes would open: somebody is there to close them.
+    bool attended = false;
     /// Marks the control records ready, or clears the recorded error, before the run.
     bool markReady = false;
     bool resetError = false;
@@ -28,11 +31,17 @@ struct RunOptions
 
 struct ResolveOptions
 {
-    /// One conflict, or empty for all.
-    std::string id;
-    /// Only conflicts of this table; empty for all.
-    std::string table;
+    ConflictFilter filter;
     enumResolution use = WORK_LATER;
+    /// Says what would be done, and does nothing.
+    bool dryRun = false;
+};
+
+struct DismissOptions
+{
+    ConflictFilter filter;
+    std::string reason;
+    bool dryRun = false;
 };
 
 Outcome checkCommand(const Configuration& configuration);
@@ -44,9 +53,11 @@ Outcome runCommand(const Configuration& configuration, const RunOptions& options
 ExitCode watchCommand(const Configuration& configuration, const RunOptions& options,
                       const std::function<void(const Outcome&)>& tell);
 Outcome statusCommand(const Configuration& configuration);
-Outcome listConflictsCommand(const Configuration& configuration);
+Outcome listConflictsCommand(const Configuration& configuration, const ConflictFilter& filter);
 Outcome showConflictCommand(const Configuration& configuration, const std::string& id);
 Outcome resolveConflictsCommand(const Configuration& configuration, const ResolveOptions& options);
+Outcome dismissConflictsCommand(const Configuration& configuration, const DismissOptions& options);
+Outcome decisionLogCommand(const Configuration& configuration, const ConflictFilter& filter);
 /// Serves the conflicts to a browser until the person ends it; the result tells what was resolved.
 Outcome reviewCommand(const Configuration& configuration);
 

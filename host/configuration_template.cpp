@@ -16,6 +16,8 @@ frequency = 900
 
 # A run that would delete more than this percentage of a table's destination rows stops before it writes anything.
 max_delete = 20
+# The same for a run that would overwrite more than this percentage of them: the wrong direction, or a wrong clock.
+max_update = 50
 
 # The two databases: an ODBC data source for 32-bit programs, the text that is put in front of a table's name to reach
 # it from the other database, and where the password of the login quinmarkapp_user comes from:
@@ -34,6 +36,11 @@ password = "env:QUINMARK_PASSWORD"
 [log]
 file = "quinrep-component.log"
 level = 2
+
+# What a run does about the error that the last one recorded for conflicts alone: "stop" waits for a person, who clears it
+# with `quinrep run --reset-error`; "continue" clears it, since rows that wait for a decision are left alone anyway.
+[run]
+on_conflicts = "stop"
 
 # The tables in their order. Methods: "full_copy", "one_way", "one_way_deletes" (may have a dependent table), "two_way",
 # "two_way_no_deletes", "computer_type", "by_key" (with key, and deletes = "with_updates", "skip" or "only").

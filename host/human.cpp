@@ -24,6 +24,12 @@ std::string padded(const std::string& cell, size_t columns, bool right)
     return right ? blanks + cell : cell + blanks;
 }
 
+/// A value in a table: a dash for what is not known.
+std::string cellText(const ordered_json& value)
+{
+    return value.is_null() ? "-" : resultText(value);
+}
+
 /// Rows as a table with a heading: texts to the left, numbers to the right.
 std::string grid(const ordered_json& rows, const std::vector<const char*>& columns)
 {
@@ -31,7 +37,7 @@ std::string grid(const ordered_json& rows, const std::vector<const char*>& colum
     for (const char* column : columns) {
         size_t widest = width(column);
         for (const ordered_json& row : rows)
-            widest = std::max(widest, width(resultText(row[column])));
+            widest = std::max(widest, width(cellText(row[column])));
         widths.push_back(widest);
     }
     std::string lines;
@@ -41,10 +47,12 @@ std::string grid(const ordered_json& rows, const std::vector<const char*>& colum
             line += "  " + padded(cell(columns[index]), widths[index], rightAligned(columns[index]));
         lines += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
     };
-    const auto isNumber = [&](const char* column) { return !rows.empty() && rows.front()[column].is_number(); };
+    const auto isNumber = [&](const char* column) {
+        return std::ranges::any_of(rows, [&](const ordered_json& row) { return row[column].is_number(); });
+    };
     add([](const char* column) { return std::string(column); }, isNumber);
     for (const ordered_json& row : rows)
-        add([&](const char* column) { return resultText(row[column]); }, isNumber);
+        add([&](const char* column) { return cellText(row[column]); }, isNumber);
     return lines;
 }
 
@@ -58,7 +66,11 @@ std::string checks(const ordered_json& result)
 {
     std::string lines;
     for (const ordered_json& check : result["checks"]) {
-        lines += fmt::format("{} {}\n", check["ok"].get<bool>() ? "ok  " : "BAD ", resultText(check["check"]));
+        lines += fmt::format("{} {}\n",
+                             !check["ok"].get<bool>()       ? "BAD "
+                             : check["warning"].get<bool>() ? "WARN"
+                                                            : "ok  ",
+                             resultText(check["check"]));
         for (const char* detail : {"finding", "todo"})
             if (!resultText(check[detail]).empty())
                 lines += "     " + indented(resultText(check[detail])) + "\n";
@@ -66,10 +78,37 @@ std::string checks(const ordered_json& result)
     return lines;
 }
 
-std::string preview(const ordered_json& result)
+/// A row by its key and, where it has one, its description.
+std::string rowText(const ordered_json& key, const ordered_json& description)
+{
+    const std::string text = resultText(description);
+    return text.empty() ? resultText(key) : resultText(key) + "  " + text;
+}
+
+/// Why a run does not begin, with the rows.
+std::string stopped(const ordered_json& stops)
+{
+    std::string lines;
+    for (const ordered_json& stop : stops) {
+        lines += fmt::format("{}: {}\n", resultText(stop["table"]), indented(resultText(stop["text"])));
+        for (const ordered_json& row : stop["rows"])
+            lines += "    " + rowText(row["key"], row["key_info"]) + "\n";
+        const long long unlisted = stop["count"].get<long long>() - static_cast<long long>(stop["rows"].size());
+        if (unlisted > 0)
+            lines += fmt::format("    and {} more\n", unlisted);
+    }
+    return lines;
+}
+
+std::string changes(const ordered_json& result)
 {
     return grid(result["tables"], {"table", "method", "destination_rows", "updates", "adds", "deletes",
                                    "source_updates", "source_adds", "conflicts"});
+}
+
+std::string preview(const ordered_json& result)
+{
+    return changes(result) + (result["stops"].empty() ? "" : "A run would stop:\n" + stopped(result["stops"]));
 }
 
 std::string verification(const ordered_json& result)
@@ -86,33 +125,54 @@ std::string verification(const ordered_json& result)
     return lines;
 }
 
-std::string guard(const ordered_json& tables)
+/// An error that was cleared before the run, and what belongs to it.
+std::string cleared(const ordered_json& error)
 {
-    std::string lines = "Nothing was written: the run would delete too many rows.\n";
-    for (const ordered_json& table : tables)
-        lines += fmt::format("  {}: {} of {} rows, allowed are {} %\n", resultText(table["table"]),
-                             resultText(table["deletes"]), resultText(table["destination_rows"]),
-                             resultText(table["max_delete"]));
-    return lines + "Go on with --force if that is meant.\n";
+    const std::string time = resultText(error["recorded_at"]);
+    std::string lines = fmt::format("Cleared: {} (recorded {})\n", resultText(error["text"]),
+                                    time.empty() ? "at a time that is not known" : time);
+    for (const ordered_json& conflict : error["conflicts"])
+        lines += fmt::format("    {} {}: {}\n", resultText(conflict["table_name"]), resultText(conflict["conflict"]),
+                             rowText(conflict["key"], conflict["key_info"]));
+    return lines;
+}
+
+std::string waitingAfterRun(const ordered_json& result)
+{
+    const ordered_json& waiting = result["conflicts_waiting"];
+    if (waiting.is_null())
+        return "How many conflicts wait is not known.\n";
+    return waiting == 0
+               ? ""
+               : fmt::format("Conflicts that wait: {}, new: {}. Look at them with `quinrep review` or `quinrep "
+                             "conflicts list`.\n",
+                             waiting.get<long>(), result["conflicts_new"].get<long>());
+}
+
+std::string failure(const ordered_json& result)
+{
+    const std::string notDone = tablesNotDone(result["tables"]);
+    return (notDone.empty() ? "" : "Not done: " + notDone + "\n") + "FAILED: " + errorText(result["error"]) + "\n" +
+           (resultText(result["recorded"]).empty() ? "The control record could not be told.\n" : "");
 }
 
 std::string run(const ordered_json& result)
 {
-    if (result.contains("guard"))
-        return guard(result["guard"]);
+    if (result.contains("stops"))
+        return "Nothing was written. The run stopped before it began:\n" + stopped(result["stops"]);
     if (!result.contains("tables"))
         return "FAILED: " + errorText(result["error"]) + "\n";
-    const std::string lines =
-        fmt::format("Interval: {} to {}\n", resultText(result["from"]), resultText(result["to"])) +
-        grid(result["tables"],
-             {"table", "method", "adds", "updates", "deletes", "source_adds", "source_updates", "conflicts", "errors"});
-    const std::string notDone = tablesNotDone(result["tables"]);
+    std::string lines = result.contains("cleared") ? cleared(result["cleared"]) : "";
+    if (!result["passed"].empty())
+        lines += "Gone on in spite of:\n" + stopped(result["passed"]);
+    lines += fmt::format("Interval: {} to {}\n", resultText(result["from"]), resultText(result["to"])) +
+             grid(result["tables"], {"table", "method", "adds", "updates", "deletes", "source_adds", "source_updates",
+                                     "conflicts", "errors"});
     if (result.contains("error"))
-        return lines + (notDone.empty() ? "" : "Not done: " + notDone + "\n") +
-               "FAILED: " + errorText(result["error"]) + "\n" +
-               (resultText(result["recorded"]).empty() ? "The control record could not be told.\n" : "");
-    return resultText(result["recorded"]).empty() ? lines
-                                                  : lines + "Recorded: " + resultText(result["recorded"]) + "\n";
+        lines += failure(result);
+    else if (!resultText(result["recorded"]).empty())
+        lines += "Recorded: " + resultText(result["recorded"]) + "\n";
+    return lines + waitingAfterRun(result);
 }
 
 std::string answer(const ordered_json& flag)
@@ -143,25 +203,85 @@ std::string status(const ordered_json& result)
     return lines;
 }
 
+std::string quoted(const ordered_json& value)
+{
+    return fmt::format("'{}'", resultText(value));
+}
+
+/// One side's value of a conflict's column.
+std::string sideValue(const ordered_json& value)
+{
+    return value.is_null() ? "no row" : quoted(value);
+}
+
+std::string changedAt(const char* side, const ordered_json& date, bool lacksRow)
+{
+    return fmt::format("    changed at the {}: {}\n", side,
+                       lacksRow         ? "it has no such row"
+                       : date.is_null() ? "not known"
+                                        : resultText(date));
+}
+
+bool lacks(const ordered_json& conflict, const char* side)
+{
+    return !conflict["columns"].empty() && conflict["columns"].front()[side].is_null();
+}
+
 std::string conflict(const ordered_json& result)
 {
     const ordered_json& conflict = result["conflict"];
-    std::string lines = fmt::format("{} {}, {}: {}\n", resultText(conflict["unid"]), resultText(conflict["table_name"]),
-                                    resultText(conflict["conflict"]), resultText(conflict["key_info"]));
+    std::string lines = fmt::format(
+        "{} {}, {}: {}\n    {}; found {} times, last by the run of {}\n", resultText(conflict["unid"]),
+        resultText(conflict["table_name"]), resultText(conflict["conflict"]), resultText(conflict["key_info"]),
+        resultText(conflict["state"]), resultText(conflict["found"]), cellText(conflict["last_found"]));
+    lines += changedAt("source", conflict["source_mod_date"], lacks(conflict, "source")) +
+             changedAt("destination", conflict["destination_mod_date"], lacks(conflict, "destination"));
     for (const ordered_json& column : conflict["columns"])
-        lines += fmt::format("    {}: source '{}', destination '{}'\n", resultText(column["column"]),
-                             resultText(column["source"]), resultText(column["destination"]));
-    return lines;
+        lines += fmt::format("    {}: source {}, destination {}\n", resultText(column["column"]),
+                             sideValue(column["source"]), sideValue(column["destination"]));
+    for (const ordered_json& choice : conflict["choices"])
+        lines += fmt::format("  --use {}: {}\n", resultText(choice["use"]), resultText(choice["explanation"]));
+    return lines + "  dismiss: takes the conflict off the list and changes no row. " +
+           resultText(conflict["next_run"]) + "\n";
+}
+
+/// What a decision does, in numbers.
+std::string counts(const ordered_json& counts)
+{
+    std::string text;
+    for (const auto& [name, count] : counts.items())
+        if (count != 0)
+            text += fmt::format("{}{} {}", text.empty() ? "" : ", ", count.get<long>(), name);
+    return text;
+}
+
+std::string planned(const ordered_json& result)
+{
+    std::string lines;
+    for (const ordered_json& row : result["planned"])
+        lines += fmt::format("{} {} {}: {}\n", resultText(row["unid"]), resultText(row["table_name"]),
+                             rowText(row["key"], row["key_info"]), resultText(row["would"]));
+    return lines.empty() ? "no conflicts\n"
+                         : fmt::format("{}Nothing was done. It would be: {}\n", lines, counts(result["counts"]));
+}
+
+std::string outcomeText(const ordered_json& entry)
+{
+    if (!resultText(entry["refused"]).empty())
+        return "stays, " + resultText(entry["refused"]);
+    if (!entry["settled"].get<bool>())
+        return "stays";
+    return entry["choice"] == "dismissed" ? "dismissed" : "settled";
 }
 
 std::string resolved(const ordered_json& result)
 {
+    if (result.contains("planned"))
+        return planned(result);
     std::string lines;
     for (const ordered_json& entry : result["resolved"])
-        lines += fmt::format("{} {}: {}\n", resultText(entry["unid"]), resultText(entry["key_info"]),
-                             !resultText(entry["refused"]).empty() ? "refused, " + resultText(entry["refused"])
-                             : entry["settled"].get<bool>()        ? std::string("settled")
-                                                                   : std::string("stays"));
+        lines += fmt::format("{} {} {}: {}\n", resultText(entry["unid"]), resultText(entry["table_name"]),
+                             rowText(entry["key"], entry["key_info"]), outcomeText(entry));
     return lines.empty() ? "no conflicts\n" : lines;
 }
 
@@ -173,7 +293,24 @@ std::string reviewed(const ordered_json& result)
 std::string waiting(const ordered_json& result)
 {
     const ordered_json& conflicts = result["conflicts"];
-    return conflicts.empty() ? "no conflicts\n" : grid(conflicts, {"unid", "table_name", "conflict", "key_info"});
+    return conflicts.empty()
+               ? "no conflicts\n"
+               : grid(conflicts, {"unid", "table_name", "conflict", "key_info", "found", "last_found", "state"});
+}
+
+std::string decisions(const ordered_json& result)
+{
+    std::string lines;
+    for (const ordered_json& decision : result["decisions"]) {
+        const std::string reason = resultText(decision["reason"]);
+        lines += fmt::format("{} {} {} {}: {}{}, {}\n", resultText(decision["time"]), resultText(decision["user"]),
+                             resultText(decision["table"]), rowText(decision["key"], decision["key_info"]),
+                             resultText(decision["choice"]), reason.empty() ? reason : fmt::format(" ({})", reason),
+                             resultText(decision["outcome"]));
+        for (const auto& [column, value] : decision["lost_row"].items())
+            lines += fmt::format("    {}: {}\n", column, value.is_null() ? "Null" : quoted(value));
+    }
+    return lines.empty() ? "no decisions\n" : lines;
 }
 
 } // namespace
@@ -181,8 +318,9 @@ std::string waiting(const ordered_json& result)
 std::string humanText(const std::string& command, const ordered_json& result)
 {
     static const std::map<std::string, std::string (*)(const ordered_json&)> kTexts = {
-        {"check", checks}, {"preview", preview}, {"verify", verification}, {"run", run},         {"status", status},
-        {"list", waiting}, {"show", conflict},   {"resolve", resolved},    {"review", reviewed},
+        {"check", checks},     {"preview", preview}, {"verify", verification}, {"run", run},
+        {"status", status},    {"list", waiting},    {"show", conflict},       {"resolve", resolved},
+        {"dismiss", resolved}, {"log", decisions},   {"review", reviewed},
     };
     return kTexts.at(command)(result);
 }

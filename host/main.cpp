@@ -3,6 +3,7 @@
 #include "commands/report.h"
 #include "control/log.h"
 #include "control/settings.h"
+#include "files.h"
 #include "passwords.h"
 #include "text.h"
 #include "version.h"
@@ -29,10 +30,12 @@ struct Options
     bool watch = false;
     RunOptions run;
     std::string reportFile;
-    ResolveOptions resolve;
+    ConflictFilter filter;
     std::string use;
+    std::string reason;
     std::string conflictId;
     bool all = false;
+    bool dryRun = false;
 };
 
 const std::map<std::string, enumResolution> kUses = {
@@ -101,15 +104,27 @@ ExitCode tellFailure(const Options& options)
     return failure.exitCode;
 }
 
+/// The conflicts that a decision is for: named ones, or all that fit the filters.
+ConflictFilter chosenConflicts(const Options& options)
+{
+    const ConflictFilter& filter = options.filter;
+    if (options.all != filter.ids.empty())
+        throw HostError(kUsage, "name conflicts, or --all");
+    if (!options.all && !(filter.table + filter.kind + filter.contains + filter.before).empty())
+        throw HostError(kUsage, "--table, --kind, --contains and --before go with --all");
+    return filter;
+}
+
 Outcome resolveChosenConflicts(const Configuration& configuration, const Options& options)
 {
-    if (options.all != options.resolve.id.empty())
-        throw HostError(kUsage, "name one conflict, or --all");
-    if (!options.all && !options.resolve.table.empty())
-        throw HostError(kUsage, "--table goes with --all");
-    ResolveOptions chosen = options.resolve;
-    chosen.use = kUses.at(options.use);
-    return resolveConflictsCommand(configuration, chosen);
+    return resolveConflictsCommand(configuration, {chosenConflicts(options), kUses.at(options.use), options.dryRun});
+}
+
+Outcome dismissChosenConflicts(const Configuration& configuration, const Options& options)
+{
+    if (options.reason.find_first_not_of(" \t") == std::string::npos)
+        throw HostError(kUsage, "--reason is empty", "Say why the conflicts need no decision any more.");
+    return dismissConflictsCommand(configuration, {chosenConflicts(options), options.reason, options.dryRun});
 }
 
 /// The command line: it leaves what is to be done in `chosen`, and what was given in `options`.
@@ -175,6 +190,9 @@ private:
     int execute(const std::string& name, const Command& command)
     {
         const Configuration configuration = readConfiguration(options_);
+        if (!options_.reportFile.empty())
+            requireWritable("the report", options_.reportFile,
+                            "Name a file in a folder that exists and may be written to.");
         if (!options_.watch)
             return tell(options_, name, command(configuration));
         return watchCommand(configuration, options_.run,
@@ -201,7 +219,10 @@ private:
                 [this](const Configuration& configuration) { return runCommand(configuration, options_.run); });
         run.add_flag("--watch", options_.watch,
                      "Run whenever the control record's next_timestamp is due, until Ctrl-C");
-        run.add_flag("--force", options_.run.force, "Go on where the guard against mass deletion would stop");
+        run.add_flag("--force", options_.run.force,
+                     "Go on in spite of what the look ahead found, but for message boxes");
+        run.add_flag("--attended", options_.run.attended,
+                     "Go on where message boxes will open: somebody sits at the screen and closes them");
         run.add_flag("--ready", options_.run.markReady, "Mark the control records ready first");
         run.add_option("--report", options_.reportFile, "Write the result as an HTML page too");
         run.add_flag("--reset-error", options_.run.resetError, "Clear the recorded error first");
@@ -210,28 +231,56 @@ private:
     void addConflicts()
     {
         CLI::App& conflicts =
-            *app_.add_subcommand("conflicts", "List, show or resolve conflicts")->require_subcommand(1);
-        add(conflicts, "list", "List the conflicts that wait", listConflictsCommand);
-        add(conflicts, "show", "Show one conflict with its columns",
+            *app_.add_subcommand("conflicts", "List, show, resolve and dismiss conflicts")->require_subcommand(1);
+        addFilters(add(conflicts, "list", "List the rows that wait, with all their conflicts in one",
+                       [this](const Configuration& configuration) {
+                           return listConflictsCommand(configuration, options_.filter);
+                       }));
+        add(conflicts, "show", "Show one conflict with its columns and choices",
             [this](const Configuration& configuration) {
                 return showConflictCommand(configuration, options_.conflictId);
             })
             .add_option("id", options_.conflictId, "The conflict's id")
             ->required();
-        CLI::App& resolve =
-            add(conflicts, "resolve", "Resolve one conflict or all",
-                [this](const Configuration& configuration) { return resolveChosenConflicts(configuration, options_); });
-        resolve.add_option("id", options_.resolve.id, "The conflict's id");
-        resolve.add_flag("--all", options_.all, "All conflicts");
-        resolve.add_option("--table", options_.resolve.table, "With --all: of this table only");
-        resolve.add_option("--use", options_.use, "Which copy wins, or later")
+        addDecision(conflicts, "resolve", "Resolve the conflicts of rows, through the component",
+                    resolveChosenConflicts)
+            .add_option("--use", options_.use, "Which copy wins, or later")
             ->required()
             ->check(CLI::IsMember({"source", "destination", "later"}));
+        addDecision(conflicts, "dismiss", "Take conflicts off the list; the rows stay as they are",
+                    dismissChosenConflicts)
+            .add_option("--reason", options_.reason, "Why, for the decision log")
+            ->required();
+        addFilters(add(
+            conflicts, "log", "Show what was decided, and what each decision overwrote or deleted",
+            [this](const Configuration& configuration) { return decisionLogCommand(configuration, options_.filter); }));
+    }
+
+    CLI::App& addFilters(CLI::App& command)
+    {
+        ConflictFilter& filter = options_.filter;
+        command.add_option("--table", filter.table, "Only of this table");
+        command.add_option("--kind", filter.kind, "Only of this kind")->check(CLI::IsMember(kindWords()));
+        command.add_option("--contains", filter.contains, "Only with this text in table, kind or description");
+        command.add_option("--before", filter.before, "Only last found, or decided, before this day: 2026-11-21");
+        return command;
+    }
+
+    CLI::App& addDecision(CLI::App& parent, const char* name, const char* help,
+                          Outcome (*decide)(const Configuration&, const Options&))
+    {
+        CLI::App& command = add(parent, name, help, [this, decide](const Configuration& configuration) {
+            return decide(configuration, options_);
+        });
+        command.add_option("id", options_.filter.ids, "Conflicts by their ids");
+        command.add_flag("--all", options_.all, "All conflicts that fit the filters");
+        command.add_flag("--dry-run", options_.dryRun, "Say what would be done, and do nothing");
+        return addFilters(command);
     }
 
     CLI::App app_{"Replicates a practice's databases through QuinmarkRepDLL.\n"
                   "Exit codes: 0 done, 1 failed, 2 done but conflicts or differences were recorded, 3 usage or "
-                  "configuration, 4 not ready or in error, 7 stopped by the guard.",
+                  "configuration, 4 not ready or in error, 7 stopped by the look ahead.",
                   "quinrep"};
     Options options_;
     std::function<int()> chosen_;

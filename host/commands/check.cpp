@@ -1,6 +1,10 @@
 #include "Session.h"
 #include "commands.h"
 #include "commands/rows.h"
+#include "conflicts/DecisionLog.h"
+#include "conflicts/key_info.h"
+#include "files.h"
+#include "replication/method_plan.h"
 
 #include <functional>
 
@@ -41,14 +45,23 @@ public:
         const bool ok = finding.text.empty();
         if (!ok && finding.todo.empty())
             finding.todo = todo;
-        checks_.push_back({{"check", what}, {"ok", ok}, {"finding", finding.text}, {"todo", finding.todo}});
+        add(what, ok, false, finding);
         failed_ = failed_ || !ok;
         return ok;
     }
 
+    /// Something that is in order, and may yet surprise.
+    void warn(const std::string& what, const Finding& finding) { add(what, true, true, finding); }
+
     Outcome outcome() const { return {{{"checks", checks_}}, failed_ ? kNotReady : kDone}; }
 
 private:
+    void add(const std::string& what, bool ok, bool warning, const Finding& finding)
+    {
+        checks_.push_back(
+            {{"check", what}, {"ok", ok}, {"warning", warning}, {"finding", finding.text}, {"todo", finding.todo}});
+    }
+
     ordered_json checks_ = ordered_json::array();
     bool failed_ = false;
 };
@@ -94,6 +107,32 @@ void checkSides(const Configuration& configuration, Databases& databases, const 
     checkPrefix(databases.local(), "destination", configuration.destination.prefix, table);
 }
 
+/// What of a table's method and columns ends a run, or makes it wait for a person, once there are rows for it.
+void warnOfTable(Findings& findings, Databases& databases, const TableConfiguration& table)
+{
+    const std::string what = "table " + table.name;
+    const MethodPlan plan = planOf(table.method, table.deletes);
+    if (plan.engine == Engine::TwoWay)
+        findings.warn(what, {"two-way replication opens message boxes, for which an unattended run would wait for ever",
+                             "run stops with exit code 7 where boxes would open; then run with --attended"});
+    if (plan.engine == Engine::OneWay && keyInfoSql(toWide(table.name), com::textVariant(L"0")).empty())
+        findings.warn(what, {"replication has no description for its rows, so a run ends in an error at its first "
+                             "conflict",
+                             "keep both sides from changing the same rows, or use method \"full_copy\""});
+    if (plan.byKeyField && com::upperCase(toWide(table.key)) != L"UNID")
+        findings.warn(what, {"it is matched by " + table.key +
+                                 ", and conflicts are read by unid, so a run ends in an "
+                                 "error at its first conflict",
+                             "use unid as the key, or keep both sides from changing the same rows"});
+    if (plan.engine != Engine::OneWay && plan.engine != Engine::TwoWay)
+        return;
+    for (const std::wstring& column : unsupportedColumns(databases.source(), toWide(table.name)))
+        findings.warn(what, {"column " + toUtf8(column) +
+                                 " is of a type that cannot be copied: a value in it opens a "
+                                 "message box and ends the run",
+                             "change its type (docs/replication.md, Values), or use method \"full_copy\""});
+}
+
 /// Rows that are compared one by one need their key and a date of change; copied ones and dependent ones do not.
 void checkTable(Findings& findings, const Configuration& configuration, Databases& databases,
                 const TableConfiguration& table)
@@ -101,7 +140,8 @@ void checkTable(Findings& findings, const Configuration& configuration, Database
     std::vector<std::string> needed;
     if (table.method != ONE_WAY_DELETE_ALL && table.method != COMPUTER_TYPE)
         needed = {table.keyColumn(), "mod_date"};
-    findings.look("table " + table.name, "", [&] { checkSides(configuration, databases, table.name, needed); });
+    if (findings.look("table " + table.name, "", [&] { checkSides(configuration, databases, table.name, needed); }))
+        warnOfTable(findings, databases, table);
     const std::string dependent = table.method == COMPUTER_TYPE ? "computer_type_setting" : table.dependent;
     if (!dependent.empty())
         findings.look("table " + dependent + ", with " + table.name, "",
@@ -138,7 +178,7 @@ void checkControlRecord(Databases& databases, const Configuration& configuration
         throw Finding{"the last run is in error: " + (control["error_message"].is_string()
                                                           ? control["error_message"].get<std::string>()
                                                           : std::string("without a text")),
-                      "look into it, then `quinrep run --reset-error`"};
+                      "look at the conflicts with `quinrep review`, then `quinrep run --reset-error`"};
 }
 
 /// The pair is compared by the component, which does not begin without its log.
@@ -172,6 +212,10 @@ Outcome checkCommand(const Configuration& configuration)
     Findings findings;
     const bool log =
         findings.look("log " + configuration.logFile, "", [&] { requireWritableLog(configuration.logFile); });
+    const std::string decisionLog = DecisionLog::path(configuration);
+    if (log)
+        findings.look("decision log " + decisionLog, "",
+                      [&] { requireWritable("the decision log", decisionLog, kNameAnotherLog); });
     findings.look("component", "install it again", [] { createFactory(); });
     const bool source = canConnect(findings, "source", configuration.source);
     const bool destination = canConnect(findings, "destination", configuration.destination);

@@ -28,11 +28,6 @@ constexpr ReportColumn kRunColumns[] = {{"table", "Table", false},
                                         {"source_updates", "Updated at the source", false},
                                         {"conflicts", "Conflicts", true},
                                         {"errors", "Errors", true}};
-constexpr ReportColumn kGuardColumns[] = {{"table", "Table", false},
-                                          {"destination_rows", "Rows", false},
-                                          {"deletes", "Would be deleted", true},
-                                          {"max_delete", "Allowed percent", false}};
-
 std::string textOf(const ordered_json& object, const char* name)
 {
     return resultText(object.value(name, ordered_json()));
@@ -47,7 +42,8 @@ std::string cell(const ordered_json& row, const ReportColumn& column)
 {
     const bool number = isNumber(row, column.name);
     const char* kind = !number ? "" : column.alarming && row[column.name] != 0 ? "number alarm" : "number";
-    return fmt::format("<td class=\"{}\">{}</td>", kind, escapeHtml(textOf(row, column.name)));
+    return fmt::format("<td class=\"{}\">{}</td>", kind,
+                       escapeHtml(row.value(column.name, ordered_json()).is_null() ? "-" : textOf(row, column.name)));
 }
 
 template <size_t Count>
@@ -72,13 +68,29 @@ long long total(const ordered_json& tables, const char* counter)
 {
     long long sum = 0;
     for (const ordered_json& table : tables)
-        sum += table.value(counter, 0LL);
+        sum += table[counter].get<long long>();
     return sum;
 }
 
 std::string message(const char* kind, const std::string& text)
 {
     return fmt::format("<p class=\"card {}\">{}</p>\n", kind, escapeHtml(text));
+}
+
+/// Reasons for which a run did not begin, or went on in spite of, with their rows.
+std::string stops(const ordered_json& stops)
+{
+    std::string html;
+    for (const ordered_json& stop : stops) {
+        html += fmt::format("<section class=\"card\"><h2>{}</h2><p>{}</p><ul>\n", escapeHtml(textOf(stop, "table")),
+                            escapeHtml(textOf(stop, "text")));
+        for (const ordered_json& row : stop["rows"])
+            html += fmt::format("<li>{} <span class=\"soft\">{}</span></li>\n", escapeHtml(textOf(row, "key_info")),
+                                escapeHtml(textOf(row, "key")));
+        const long long unlisted = stop["count"].get<long long>() - static_cast<long long>(stop["rows"].size());
+        html += unlisted > 0 ? fmt::format("<li>and {} more</li></ul></section>\n", unlisted) : "</ul></section>\n";
+    }
+    return html;
 }
 
 /// How the run ended, most important first.
@@ -94,15 +106,20 @@ std::string messages(const ordered_json& result, const ordered_json& tables)
     const long long conflicts = total(tables, "conflicts");
     const long long errors = total(tables, "errors");
     if (conflicts > 0 || errors > 0)
-        html += message("trouble",
-                        fmt::format("Conflicts: {}, errors: {}. Look at them with quinrep review.", conflicts, errors));
+        html += message("trouble", fmt::format("Conflicts: {}, errors: {}.", conflicts, errors));
+    if (const ordered_json waiting = result.value("conflicts_waiting", ordered_json(0)); waiting != 0)
+        html += message("trouble", fmt::format("Conflicts that wait: {}, new: {}. Look at them with quinrep review.",
+                                               waiting.is_null() ? "not known" : textOf(result, "conflicts_waiting"),
+                                               waiting.is_null() ? "not known" : textOf(result, "conflicts_new")));
+    if (result.contains("passed") && !result["passed"].empty())
+        html += message("trouble", "The run was made to go on in spite of these findings:") + stops(result["passed"]);
     return html.empty() ? message("notice", "Everything was done, without conflicts or errors.") : html;
 }
 
-std::string guardBody(const ordered_json& tables)
+std::string stoppedBody(const ordered_json& result)
 {
-    return "<main>" + message("trouble", "Nothing was written: the run would delete too many rows.") +
-           grid(tables, kGuardColumns) + "</main>\n";
+    return "<main>" + message("trouble", "Nothing was written: the run stopped before it began.") +
+           stops(result["stops"]) + "</main>\n";
 }
 
 std::string runBody(const ordered_json& result)
@@ -121,7 +138,7 @@ std::string reportPage(const ordered_json& result)
 {
     const std::string heading = "<header><h1>Replication run</h1></header>\n";
     return htmlPage("Replication run", randomHex(16),
-                    heading + (result.contains("guard") ? guardBody(result["guard"]) : runBody(result)));
+                    heading + (result.contains("stops") ? stoppedBody(result) : runBody(result)));
 }
 
 bool writeReport(const std::string& path, const ordered_json& result)

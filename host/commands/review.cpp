@@ -7,7 +7,7 @@
 Outcome reviewCommand(const Configuration& configuration)
 {
     const std::atomic<bool>& cancelled = cancellation();
-    listConflictsCommand(configuration); // what cannot be reached is told before an address is given out
+    listConflictsCommand(configuration, {}); // what cannot be reached is told before an address is given out
     HttpServer server;
     ReviewSite site(configuration, server.port());
     std::cerr << "Open this address in a browser on this machine; Ctrl-C ends the review.\n";

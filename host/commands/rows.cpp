@@ -1,5 +1,7 @@
 #include "commands/rows.h"
 
+#include "replication/row_sql.h"
+
 #include <algorithm>
 
 using nlohmann::ordered_json;
@@ -48,9 +50,25 @@ std::vector<std::wstring> columnNames(clsConn& conn, const std::wstring& table)
     return names;
 }
 
+std::vector<std::wstring> unsupportedColumns(clsConn& conn, const std::wstring& table)
+{
+    std::vector<std::wstring> names;
+    ado::Recordset rs = openForwardOnly(conn, L"select * from " + table + L" where 1 = 0");
+    for (long index = 0, count = rs.fieldCount(); index < count; ++index)
+        if (const ado::Field field = rs.field(index); literalForm(field.type()) == LiteralForm::Unsupported)
+            names.push_back(field.name());
+    rs.close();
+    return names;
+}
+
 bool containsName(const std::vector<std::wstring>& names, const std::wstring& name)
 {
     return std::any_of(names.begin(), names.end(), [upper = com::upperCase(name)](const std::wstring& candidate) {
         return com::upperCase(candidate) == upper;
     });
+}
+
+bool hasColumn(clsConn& conn, const std::wstring& table, const std::wstring& column)
+{
+    return containsName(columnNames(conn, table), column);
 }

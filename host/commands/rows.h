@@ -20,8 +20,14 @@ nlohmann::ordered_json jsonRows(clsConn& conn, const std::wstring& sql);
 /// The columns of a table in their order.
 std::vector<std::wstring> columnNames(clsConn& conn, const std::wstring& table);
 
+/// The columns of a table that replication cannot write, by their type.
+std::vector<std::wstring> unsupportedColumns(clsConn& conn, const std::wstring& table);
+
 /// Whether a name is among these, in upper or lower case.
 bool containsName(const std::vector<std::wstring>& names, const std::wstring& name);
+
+/// Whether a table has a column, its name in upper or lower case.
+bool hasColumn(clsConn& conn, const std::wstring& table, const std::wstring& column);
 
 /// The key of the site's rows in the control tables.
 inline std::wstring siteKey(enumReplicationUniqueId site)

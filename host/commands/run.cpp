@@ -1,36 +1,30 @@
 #include "Failure.h"
-#include "Preview.h"
+#include "LastRun.h"
+#include "Look.h"
 #include "Progress.h"
 #include "SiteLock.h"
+#include "TableChanges.h"
 #include "TableRun.h"
 #include "cancellation.h"
 #include "commands.h"
 #include "commands/rows.h"
+#include "conflicts/ConflictedRow.h"
+#include "conflicts/DecisionLog.h"
 #include "control/database.h"
 #include "control/settings.h"
+#include "files.h"
+#include "result_text.h"
 #include "text.h"
+
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <set>
 
 using Microsoft::WRL::ComPtr;
 using nlohmann::ordered_json;
 
 namespace {
-
-/// The tables that would lose more rows than they may.
-ordered_json endangeredTables(const Configuration& configuration)
-{
-    Databases databases(configuration);
-    const DATE last = lastReplicateDate(configuration, databases);
-    ordered_json endangered = ordered_json::array();
-    for (const TableConfiguration& table : configuration.tables) {
-        const TablePreview preview = previewTable(configuration, databases, table, last);
-        if (preview.deletedPercent() > table.maxDelete)
-            endangered.push_back({{"table", table.name},
-                                  {"deletes", preview.destinationDeletes},
-                                  {"destination_rows", preview.destinationRows},
-                                  {"max_delete", table.maxDelete}});
-    }
-    return endangered;
-}
 
 long counter(_clsReplicateTable& table, HRESULT (STDMETHODCALLTYPE _clsReplicateTable::*property)(long*))
 {
@@ -39,20 +33,23 @@ long counter(_clsReplicateTable& table, HRESULT (STDMETHODCALLTYPE _clsReplicate
     return value;
 }
 
-ordered_json tableResult(const TableConfiguration& configured, const TableInRun& run)
+ordered_json tableResult(const TableConfiguration& configured, const TableInRun& run, const TableChanges* changes)
 {
     _clsReplicateTable& table = *run.table.Get();
-    return {{"table", configured.name},
-            {"method", methodName(configured.method)},
-            {"done", run.finished},
-            {"updates", counter(table, &_clsReplicateTable::get_lCntDestUpdate)},
-            {"adds", counter(table, &_clsReplicateTable::get_lCntDestAdd)},
-            {"deletes", counter(table, &_clsReplicateTable::get_lCntDestDelete)},
-            {"source_updates", counter(table, &_clsReplicateTable::get_lCntSourceUpdate)},
-            {"source_adds", counter(table, &_clsReplicateTable::get_lCntSourceAdd)},
-            {"source_deletes", counter(table, &_clsReplicateTable::get_lCntSourceDelete)},
-            {"conflicts", counter(table, &_clsReplicateTable::get_lCntConflict)},
-            {"errors", counter(table, &_clsReplicateTable::get_lCntError)}};
+    ordered_json result = {{"table", configured.name},
+                           {"method", methodName(configured.method)},
+                           {"done", run.finished},
+                           {"updates", counter(table, &_clsReplicateTable::get_lCntDestUpdate)},
+                           {"adds", counter(table, &_clsReplicateTable::get_lCntDestAdd)},
+                           {"deletes", counter(table, &_clsReplicateTable::get_lCntDestDelete)},
+                           {"source_updates", counter(table, &_clsReplicateTable::get_lCntSourceUpdate)},
+                           {"source_adds", counter(table, &_clsReplicateTable::get_lCntSourceAdd)},
+                           {"source_deletes", counter(table, &_clsReplicateTable::get_lCntSourceDelete)},
+                           {"conflicts", counter(table, &_clsReplicateTable::get_lCntConflict)},
+                           {"errors", counter(table, &_clsReplicateTable::get_lCntError)}};
+    if (changes)
+        result.update(changes->counters());
+    return result;
 }
 
 DATE dateProperty(_clsReplicate& run, HRESULT (STDMETHODCALLTYPE _clsReplicate::*property)(DATE*))
@@ -69,28 +66,99 @@ bool flagProperty(_clsReplicate& run, HRESULT (STDMETHODCALLTYPE _clsReplicate::
     return value != VARIANT_FALSE;
 }
 
+/// The ids of all conflicts that wait.
+std::set<std::string> conflictIds(Databases& databases)
+{
+    std::set<std::string> ids;
+    for (const ordered_json& row : jsonRows(databases.local(), L"select unid from replication_conflict"))
+        ids.insert(row["unid"]);
+    return ids;
+}
+
 /// One run through the component.
 class Run
 {
 public:
     Run(const Configuration& configuration, const RunOptions& options)
         : configuration_(configuration),
+          options_(options),
           component_(configuration),
-          progress_(configuration.tables, options.quiet)
+          progress_(configuration.tables, options.quiet),
+          lastRun_(configuration)
     {
     }
 
-    Outcome go(const RunOptions& options)
+    /// Raises when the databases do not belong together.
+    void ensurePair() { component_.ensureReplication(); }
+
+    /// `databases` are for what the component does not tell.
+    Outcome go(Databases& databases)
     {
-        if (options.resetError)
-            component_.resetError();
-        prepare(options.markReady);
+        const ordered_json cleared = clearError(databases);
+        prepare();
+        lastRun_.begin();
+        const std::set<std::string> waiting = conflictIds(databases);
+        Outcome outcome = runTables(databases);
+        tellConflicts(outcome.result, waiting);
+        if (!cleared.is_null())
+            outcome.result["cleared"] = cleared;
+        return outcome;
+    }
+
+private:
+    /// Clears the recorded error where a person says so, or the configuration does for one of conflicts alone. What is
+    /// cleared, or null.
+    ordered_json clearError(Databases& databases)
+    {
+        const ordered_json rows =
+            jsonRows(databases.local(), L"select error_f, error_message from replication_control where unique_key = " +
+                                            siteKey(configuration_.site));
+        const bool inError = !rows.empty() && rows.front()["error_f"] == true;
+        const std::string text = inError ? resultText(rows.front()["error_message"]) : "";
+        const bool goesOn = configuration_.onConflicts == OnConflicts::Continue && lastRun_.recordedForConflicts(text);
+        if (!options_.resetError && !goesOn)
+            return nullptr;
+        component_.resetError();
+        if (!inError)
+            return nullptr;
+        return {{"text", text},
+                {"recorded_at", lastRun_.timeOf(text)},
+                {"conflicts", conflictsWithIds(configuration_, databases, lastRun_.conflictsOf(text))}};
+    }
+
+    void prepare()
+    {
+        run_ = component_.createReplication();
+        if (options_.markReady)
+            com::checkCall(run_->SetReady());
+        short frequency = configuration_.frequency;
+        _bstr_t version(com::newBstr(toWide(configuration_.programVersion)), false);
+        com::checkCall(run_->initNextRun(&frequency, &version.GetBSTR()));
+        from_ = dateProperty(*run_.Get(), &_clsReplicate::get_dLastReplicate);
+        if (flagProperty(*run_.Get(), &_clsReplicate::get_bError))
+            throw HostError(kNotReady, "the last run is in error: " + recorded(),
+                            "Look at it with `quinrep status`, and at the conflicts with `quinrep review`. Clear it "
+                            "with --reset-error once it is understood.");
+        if (!flagProperty(*run_.Get(), &_clsReplicate::get_bReady))
+            throw HostError(kNotReady, "the site is not marked ready for a run", "Mark it with --ready.");
+    }
+
+    std::string recorded()
+    {
+        return toUtf8(textProperty([this](BSTR* text) { return run_->get_sErrorMessage(text); }));
+    }
+
+    Outcome runTables(Databases& databases)
+    {
         std::vector<TableInRun> created;
-        for (const TableConfiguration& table : configuration_.tables)
+        for (const TableConfiguration& table : configuration_.tables) {
             created.push_back({table.name, component_.createTable(table)});
+            if (TableChanges::areUncounted(table))
+                changes_.emplace(created.size() - 1, TableChanges(table, databases));
+        }
         TableRun tables(
-            std::move(created), cancellation(), [this](size_t index) { progress_.show(index, "running"); },
-            [this](size_t index) { progress_.show(index, "done"); });
+            std::move(created), cancellation(), [this](size_t index) { begin(index); },
+            [this](size_t index) { end(index); });
         try {
             _variant_t collection;
             static_cast<VARIANT&>(collection) = tables.collection();
@@ -103,29 +171,18 @@ public:
         return finished(tables);
     }
 
-    /// Raises when the databases do not belong together.
-    void ensurePair() { component_.ensureReplication(); }
-
-private:
-    void prepare(bool markReady)
+    void begin(size_t index)
     {
-        run_ = component_.createReplication();
-        if (markReady)
-            com::checkCall(run_->SetReady());
-        short frequency = configuration_.frequency;
-        _bstr_t version(com::newBstr(toWide(configuration_.programVersion)), false);
-        com::checkCall(run_->initNextRun(&frequency, &version.GetBSTR()));
-        from_ = dateProperty(*run_.Get(), &_clsReplicate::get_dLastReplicate);
-        if (flagProperty(*run_.Get(), &_clsReplicate::get_bError))
-            throw HostError(kNotReady, "the last run is in error: " + recorded(),
-                            "Look into it, then clear it with --reset-error.");
-        if (!flagProperty(*run_.Get(), &_clsReplicate::get_bReady))
-            throw HostError(kNotReady, "the site is not marked ready for a run", "Mark it with --ready.");
+        progress_.show(index, "running");
+        if (const auto changes = changes_.find(index); changes != changes_.end())
+            changes->second.before();
     }
 
-    std::string recorded()
+    void end(size_t index)
     {
-        return toUtf8(textProperty([this](BSTR* text) { return run_->get_sErrorMessage(text); }));
+        if (const auto changes = changes_.find(index); changes != changes_.end())
+            changes->second.after();
+        progress_.show(index, "done");
     }
 
     /// The component moves interval and next attempt of the offices' site only; a laptop's host moves its own.
@@ -147,8 +204,11 @@ private:
         result["from"] = toUtf8(com::dateText(from_));
         result["to"] = toUtf8(com::dateText(dateProperty(*run_.Get(), &_clsReplicate::get_dNextReplicate)));
         result["tables"] = ordered_json::array();
-        for (size_t index = 0; index < tables.tables().size(); ++index)
-            result["tables"].push_back(tableResult(configuration_.tables[index], tables.tables()[index]));
+        for (size_t index = 0; index < tables.tables().size(); ++index) {
+            const auto changes = changes_.find(index);
+            result["tables"].push_back(tableResult(configuration_.tables[index], tables.tables()[index],
+                                                   changes == changes_.end() ? nullptr : &changes->second));
+        }
         return result;
     }
 
@@ -169,8 +229,14 @@ private:
         }
     }
 
-    Outcome failed(const com::Error& error, TableRun& tables)
+    Outcome failed(com::Error error, TableRun& tables)
     {
+        if (const TableInRun* table = tables.running()) {
+            error.description = L"replicating table " + toWide(table->name) + L": " + error.description;
+            // A full copy that failed has emptied its table.
+            if (const auto changes = changes_.find(tables.indexOf(*table)); changes != changes_.end())
+                changes->second.after();
+        }
         Outcome outcome{summary(tables), kFailed};
         outcome.result["error"] = errorJson(error);
         outcome.result["connection_lost"] = !component_.isConnected();
@@ -192,11 +258,35 @@ private:
         return outcome;
     }
 
+    /// How many conflicts wait after the run, and how many are its own: through new connections, since the run's may be
+    /// lost. Null where the database does not answer.
+    void tellConflicts(ordered_json& result, const std::set<std::string>& before)
+    {
+        result["conflicts_waiting"] = nullptr;
+        result["conflicts_new"] = nullptr;
+        ordered_json added = ordered_json::array();
+        try {
+            Databases databases(configuration_);
+            const std::set<std::string> after = conflictIds(databases);
+            std::ranges::set_difference(after, before, std::back_inserter(added));
+            result["conflicts_waiting"] = after.size();
+            result["conflicts_new"] = added.size();
+        }
+        catch (const com::Error&) {
+            result["conflicts_waiting"] = nullptr;
+        }
+        lastRun_.end(result, added);
+    }
+
     const Configuration& configuration_;
+    const RunOptions& options_;
     Component component_;
     Progress progress_;
+    LastRun lastRun_;
     ComPtr<_clsReplicate> run_;
     DATE from_ = 0;
+    /// By the index of their table.
+    std::map<size_t, TableChanges> changes_;
 };
 
 } // namespace
@@ -205,14 +295,17 @@ Outcome runCommand(const Configuration& configuration, const RunOptions& options
 {
     const SiteLock lock(configuration);
     const std::atomic<bool>& cancelled = cancellation();
+    requireWritableLog(configuration.logFile);
+    requireWritable("the decision log", DecisionLog::path(configuration), kNameAnotherLog);
     Run run(configuration, options);
     run.ensurePair();
-    if (!options.force) {
-        ordered_json endangered = endangeredTables(configuration);
-        if (!endangered.empty())
-            return {{{"guard", std::move(endangered)}}, kGuarded};
-    }
+    Databases databases(configuration);
+    const LookAhead look(configuration, databases);
+    if (ordered_json stops = look.stops(options.force, options.attended); !stops.empty())
+        return {{{"stops", std::move(stops)}, {"tables", look.tables()}}, kGuarded};
     if (cancelled)
         throw HostError(kFailed, "cancelled before the first table; nothing was written");
-    return run.go(options);
+    Outcome outcome = run.go(databases);
+    outcome.result["passed"] = look.passed(options.force, options.attended);
+    return outcome;
 }

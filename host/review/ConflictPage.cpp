@@ -2,7 +2,6 @@
 
 #include "Page.h"
 #include "review/HttpRequest.h"
-#include "review/choices.h"
 #include "review/difference.h"
 #include "text.h"
 
@@ -72,25 +71,18 @@ std::string date(const char* label, const ordered_json& value)
     return fmt::format("<div><dt>{}</dt><dd>{}</dd></div>", label, text.empty() ? "none" : text);
 }
 
-const char* caption(enumResolution use)
+const char* caption(const std::string& use)
 {
-    switch (use) {
-    case USE_SOURCE:
-        return "Use <u>s</u>ource";
-    case USE_DESTINATION:
-        return "Use <u>d</u>estination";
-    default:
-        return "<u>L</u>ater";
-    }
+    return use == "source" ? "Use <u>s</u>ource" : use == "destination" ? "Use <u>d</u>estination" : "<u>L</u>ater";
 }
 
-std::string choiceButton(const Choice& choice)
+std::string choiceButton(const ordered_json& choice)
 {
-    const std::string name = useName(choice.use);
+    const std::string name = choice["use"];
     return fmt::format("<div><button name=\"use\" value=\"{0}\" accesskey=\"{1}\" aria-describedby=\"why-{0}\"{2}>{3}"
                        "</button><p class=\"soft\" id=\"why-{0}\">{4}</p></div>\n",
-                       name, name.front(), choice.possible ? "" : " disabled", caption(choice.use),
-                       escapeHtml(choice.explanation));
+                       name, name.front(), choice["possible"].get<bool>() ? "" : " disabled", caption(name),
+                       escaped(choice["explanation"]));
 }
 
 std::string hiddenField(const char* name, const std::string& value)
@@ -220,7 +212,7 @@ std::string ConflictPage::detail(const ordered_json& conflict) const
                     keyDescription(conflict), escaped(conflict["table_name"]), escaped(conflict["conflict"]),
                     escaped(conflict["unid"]), date("Changed at the source", conflict["source_mod_date"]),
                     date("Changed at the destination", conflict["destination_mod_date"]),
-                    date("Last replicated", conflict["last_replicate_date"]));
+                    date("Found by the run of", conflict["last_found"]));
     html += columns.empty()
                 ? "<p>No differing columns were recorded.</p>\n"
                 : "<table class=\"sides\"><thead><tr><th scope=\"col\">Column</th><th scope=\"col\">Source</th>"
@@ -232,8 +224,8 @@ std::string ConflictPage::detail(const ordered_json& conflict) const
 std::string ConflictPage::choices(const ordered_json& conflict) const
 {
     std::string buttons;
-    for (const enumResolution use : {USE_SOURCE, USE_DESTINATION, WORK_LATER})
-        buttons += choiceButton(describeChoice(configuration_.site, use, conflict["conflict_type"].get<long>()));
+    for (const ordered_json& choice : conflict["choices"])
+        buttons += choiceButton(choice);
     return fmt::format("<form method=\"post\" action=\"{}resolve\">{}{}{}{}\n<div class=\"choices\">{}</div></form>\n",
                        root_, hiddenField("id", textOf(conflict["unid"])), hiddenField("next", nextId()),
                        hiddenField("table", view_.table), hiddenField("text", view_.text), buttons);

@@ -3,8 +3,8 @@
 #include "Failure.h"
 #include "Page.h"
 #include "commands.h"
+#include "conflicts/choices.h"
 #include "random.h"
-#include "review/choices.h"
 
 #include <fmt/format.h>
 
@@ -131,7 +131,7 @@ HttpResponse ReviewSite::resolve(const FormFields& form)
     ReviewView view{field(form, "table"), field(form, "text"), id};
     ordered_json resolved;
     try {
-        resolved = resolveConflictsCommand(configuration_, {id, "", useOf(field(form, "use"))}).result["resolved"][0];
+        resolved = resolveConflictsCommand(configuration_, {{.ids = {id}}, useOf(field(form, "use"))}).result["resolved"][0];
     }
     catch (...) {
         return conflictPage(409, view, "", failureText());
@@ -148,7 +148,7 @@ HttpResponse ReviewSite::resolve(const FormFields& form)
 HttpResponse ReviewSite::conflictPage(int status, const ReviewView& view, const std::string& notice,
                                       const std::string& trouble) const
 {
-    const ordered_json conflicts = listConflictsCommand(configuration_).result["conflicts"];
+    const ordered_json conflicts = listConflictsCommand(configuration_, {}).result["conflicts"];
     const ConflictPage content(configuration_, root_, conflicts, view);
     ordered_json selected;
     if (!content.selectedId().empty())

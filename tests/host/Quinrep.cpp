@@ -97,6 +97,8 @@ Ended QuinrepProcess::wait()
 void Quinrep::TearDown()
 {
     DeleteFileW(configurationPath().c_str());
+    for (const wchar_t* ending : {L".last-run.json", L".decisions.jsonl"})
+        DeleteFileW(std::filesystem::path(host().logFile).replace_extension(ending).c_str());
     PracticePair::TearDown();
 }
 
@@ -110,7 +112,7 @@ std::wstring Quinrep::commandLine(const std::wstring& arguments)
          << side("source", settings.sourceDsn, settings.sourcePrefix, passwordSource)
          << side("destination", settings.destinationDsn, settings.destinationPrefix, passwordSource)
          << "[log]\nfile = '" << toUtf8(settings.logFile) << "'\nlevel = 1\n"
-         << tables;
+         << sections << tables;
     return L"-c \"" + configurationPath() + L"\" " + arguments;
 }
 

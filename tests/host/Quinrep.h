@@ -41,6 +41,8 @@ protected:
 
     /// The tables of the configuration, as TOML: for one-way replication of users unless told.
     std::string tables = "[[table]]\nname = \"users\"\nmethod = \"one_way_deletes\"\n";
+    /// Further sections in front of the tables.
+    std::string sections;
     std::string passwordSource = "env:QUINMARK_PASSWORD";
     std::string programVersion = "3.46";
 

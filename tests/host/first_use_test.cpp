@@ -108,14 +108,6 @@ TEST_F(FirstUse, ReportOfARunThatCouldNotBeginTellsTheFailure)
     EXPECT_THAT(page.str(), Not(HasSubstr("yesterday")));
 }
 
-TEST_F(FirstUse, MissingTableOfARunLeadsToCheck)
-{
-    tables += "[[table]]\nname = 'no_such_table'\nmethod = 'one_way'\n";
-    const Ended ended = quinrepJson(L"preview", "failure");
-    EXPECT_EQ(ended.exitCode, kFailed);
-    EXPECT_THAT(ended.messages, HasSubstr("\n  Look with `quinrep check`"));
-}
-
 TEST_F(FirstUse, InitWritesAFileThatIsNeverOverwritten)
 {
     const std::wstring path = std::filesystem::temp_directory_path() / L"quinrep Praxis Zähne.toml";

@@ -6,14 +6,30 @@ using nlohmann::ordered_json;
 using testing::HasSubstr;
 using testing::Not;
 
+namespace {
+
+/// A status with these conflicts and nothing else.
+ordered_json withStatus(ordered_json result)
+{
+    result["control"] = {{"ready_f", false},
+                         {"error_f", false},
+                         {"error_message", nullptr},
+                         {"last_timestamp", nullptr},
+                         {"next_timestamp", nullptr}};
+    result["counts"] = ordered_json::array();
+    result["log"] = ordered_json::array();
+    return result;
+}
+
+} // namespace
+
 TEST(HumanText, ColumnsAreAlignedByCharactersNotBytes)
 {
-    const ordered_json result = {{"conflicts",
-                                  {{{"unid", "1"}, {"table_name", "Zähne"}, {"conflict", "c"}, {"key_info", "k"}},
-                                   {{"unid", "2"}, {"table_name", "users"}, {"conflict", "c"}, {"key_info", "k"}}}}};
-    EXPECT_EQ(humanText("list", result), "  unid  table_name  conflict  key_info\n"
-                                         "  1     Zähne       c         k\n"
-                                         "  2     users       c         k\n");
+    const ordered_json result = {
+        {"conflicts", {{{"table_name", "Zähne"}, {"waiting", 2}}, {{"table_name", "users"}, {"waiting", 1}}}}};
+    EXPECT_THAT(humanText("status", withStatus(result)), HasSubstr("  table_name  waiting\n"
+                                                                   "  Zähne             2\n"
+                                                                   "  users             1\n"));
 }
 
 TEST(HumanText, StatusAnswersQuestions)
@@ -42,17 +58,25 @@ TEST(HumanText, StatusAnswersQuestions)
 TEST(HumanText, CheckKeepsTheLinesOfAFindingTogether)
 {
     const ordered_json result = {
-        {"checks", {{{"check", "table x"}, {"ok", false}, {"finding", "one\r\ntwo"}, {"todo", "do it"}}}}};
+        {"checks",
+         {{{"check", "table x"}, {"ok", false}, {"warning", false}, {"finding", "one\r\ntwo"}, {"todo", "do it"}}}}};
     EXPECT_EQ(humanText("check", result), "BAD  table x\n     one\n     two\n     do it\n");
 }
 
-TEST(HumanText, GuardNamesTableRowsAndTheWayOn)
+TEST(HumanText, StoppedRunNamesTableRowsAndTheWayOn)
 {
-    const ordered_json result = {
-        {"guard", {{{"table", "users"}, {"deletes", 9}, {"destination_rows", 10}, {"max_delete", 20.0}}}}};
-    EXPECT_EQ(humanText("run", result), "Nothing was written: the run would delete too many rows.\n"
-                                        "  users: 9 of 10 rows, allowed are 20.0 %\n"
-                                        "Go on with --force if that is meant.\n");
+    const ordered_json result = {{"stops",
+                                  {{{"reason", "deletes"},
+                                    {"table", "users"},
+                                    {"rows", {{{"key", "7"}, {"key_info", "Mira"}}, {{"key", "8"}, {"key_info", ""}}}},
+                                    {"count", 3},
+                                    {"text", "too many. Go on with --force."}}}},
+                                 {"tables", ordered_json::array()}};
+    EXPECT_EQ(humanText("run", result), "Nothing was written. The run stopped before it began:\n"
+                                        "users: too many. Go on with --force.\n"
+                                        "    7  Mira\n"
+                                        "    8\n"
+                                        "    and 1 more\n");
 }
 
 TEST(HumanText, FailedRunSaysWhatWasNotDone)
@@ -68,9 +92,13 @@ TEST(HumanText, FailedRunSaysWhatWasNotDone)
         {"to", "b"},
         {"tables", {table, later}},
         {"error", {{"number", 13}, {"hex", "0x800A000D"}, {"source", "s"}, {"text", "t"}, {"todo", "do it"}}},
-        {"recorded", ""}};
+        {"recorded", ""},
+        {"passed", ordered_json::array()},
+        {"conflicts_waiting", nullptr},
+        {"conflicts_new", nullptr}};
     const std::string text = humanText("run", result);
     EXPECT_THAT(text, HasSubstr("Not done: patient\n"));
     EXPECT_THAT(text, HasSubstr("FAILED: 13 (0x800A000D) s: t\n  do it\n"));
     EXPECT_THAT(text, HasSubstr("The control record could not be told.\n"));
+    EXPECT_THAT(text, HasSubstr("How many conflicts wait is not known.\n"));
 }

@@ -1,0 +1,361 @@
+#include "Look.h"
+
+#include "ConflictLook.h"
+#include "Failure.h"
+#include "RowDecision.h"
+#include "TableContent.h"
+#include "WaitingRows.h"
+#include "com/convert.h"
+#include "commands/rows.h"
+#include "control/settings.h"
+#include "replication/row_queries.h"
+#include "result_text.h"
+#include "text.h"
+
+#include <fmt/format.h>
+
+using nlohmann::ordered_json;
+
+namespace {
+
+constexpr SideAliases kAliases{L"src", L"dest", L"src_mod_date", L"dest_mod_date"};
+
+constexpr char kWaits[] = "These rows wait for a decision and would be deleted or overwritten. Decide them first, with "
+                          "`quinrep review` or `quinrep conflicts`.";
+constexpr char kApostrophe[] = "The key of these rows holds an apostrophe, which would end the statement: change the "
+                               "key on both sides.";
+constexpr char kNoDate[] = "These rows have no mod_date, and one side alone has them, which ends the table in an error "
+                           "(94, Invalid use of Null): give them a mod_date.";
+constexpr char kNoKey[] = "A row without a key ends the table in an error (94, Invalid use of Null): give it a key.";
+constexpr char kUnsupported[] = "These rows have a value in a column of a type that cannot be copied: a message box "
+                                "opens, and then the statement fails.";
+constexpr char kNotice[] = "Two-way replication shows a message box for each of these rows, and waits until somebody "
+                           "closes it.";
+constexpr char kAttend[] = " Run with --attended while somebody sits at the screen.";
+
+long long countRows(clsConn& conn, const std::wstring& table)
+{
+    ado::Recordset rs = openForwardOnly(conn, L"select count(*) from " + table);
+    const long long rows = com::toInt32(rs.field(0).value());
+    rs.close();
+    return rows;
+}
+
+bool exceeds(long long part, long long whole, double percent)
+{
+    return whole > 0 && 100.0 * static_cast<double>(part) > percent * static_cast<double>(whole);
+}
+
+std::optional<DATE> dateOf(const _variant_t& value)
+{
+    return value.vt == VT_NULL ? std::nullopt : std::optional(com::toDate(value));
+}
+
+/// One table under the eyes of a look.
+class Look
+{
+public:
+    Look(const Configuration& configuration, Databases& databases, const TableConfiguration& table,
+         const WaitingRows& waiting, DATE dLastReplicate)
+        : databases_(databases),
+          configured_(table),
+          waiting_(waiting),
+          plan_(planOf(table.method, table.deletes)),
+          table_{toWide(table.name), toWide(table.keyColumn())},
+          dLastReplicate_(dLastReplicate),
+          site_(siteOf(configuration)),
+          stops_(databases, table.name)
+    {
+        // The component's statements name both sides by the prefixes of this thread's settings.
+        settings().sSourceDB = toWide(configuration.source.prefix);
+        settings().sDestinationDB = toWide(configuration.destination.prefix);
+        look_.name = table.name;
+        look_.method = table.method;
+    }
+
+    TableLook take()
+    {
+        try {
+            compare();
+        }
+        catch (const com::Error& error) {
+            // What the server says of this table, the run would hear too; a server that is gone is no matter of a
+            // table.
+            if (!databases_.answer())
+                throw;
+            stops_.add(StopReason::WillFail, "The table cannot be compared: " + errorText(errorJson(error)));
+        }
+        look_.stops = stops_.take();
+        return std::move(look_);
+    }
+
+private:
+    void compare()
+    {
+        switch (plan_.engine) {
+        case Engine::FullCopy:
+            lookAtFullCopy(table_);
+            break;
+        case Engine::ComputerType:
+            lookAtFullCopy({L"computer_type", L"unid"});
+            lookAtFullCopy({L"computer_type_setting", L"unid"});
+            break;
+        case Engine::OneWay:
+        case Engine::TwoWay:
+            lookAtRows();
+            break;
+        case Engine::None:
+            break;
+        }
+        judgeShares();
+    }
+
+    /// All rows are replaced: those that are the same afterwards are no change.
+    void lookAtFullCopy(const KeyedTable& table)
+    {
+        const bool hasKey = hasColumn(databases_.source(), table.sTable, table.sKey) &&
+                            hasColumn(databases_.destination(), table.sTable, table.sKey);
+        const TableContent source = readContent(databases_.source(), table, hasKey);
+        const TableContent destination = readContent(databases_.destination(), table, hasKey);
+        look_.destinationRows += static_cast<long long>(destination.size());
+        forEachDifference(source, destination, [&](const std::wstring& key, Difference difference, bool) {
+            const _variant_t value = com::textVariant(key);
+            switch (difference) {
+            case Difference::LeftOnly:
+                ++look_.destinationAdds;
+                break;
+            case Difference::RightOnly:
+                losesRow(value);
+                break;
+            case Difference::Different:
+                overwritesRow(look_.destinationUpdates, value);
+                break;
+            }
+        });
+    }
+
+    void lookAtRows()
+    {
+        look_.destinationRows = countRows(databases_.destination(), table_.sTable);
+        sourceUnsupported_ = unsupportedColumns(databases_.source(), table_.sTable);
+        if (plan_.engine == Engine::TwoWay) {
+            sourceRows_ = countRows(databases_.source(), table_.sTable);
+            destinationUnsupported_ = unsupportedColumns(databases_.destination(), table_.sTable);
+        }
+        const std::wstring sourceDB = settings().sSourceDB;
+        const std::wstring destinationDB = settings().sDestinationDB;
+        if (plan_.copiesRows) {
+            forEachRow(selectChangedRows(table_, dLastReplicate_, kAliases), kAliases.sSourceDate,
+                       kAliases.sDestinationDate);
+            forEachRow(selectMissingRows(table_, sourceDB, destinationDB), L"mod_date", nullptr);
+        }
+        if (plan_.looksForDeletedRows)
+            forEachRow(selectMissingRows(table_, destinationDB, sourceDB), nullptr, L"mod_date");
+    }
+
+    /// Looks at each row of a comparison. A side that lacks the rows has no column for its date.
+    void forEachRow(const std::wstring& sql, const wchar_t* sourceDate, const wchar_t* destinationDate)
+    {
+        ado::Recordset rs = openForwardOnly(databases_.local(), sql);
+        const ado::Field key = rs.field(table_.sKey);
+        const auto copy = [&rs](const wchar_t* date) {
+            return date ? RowCopy{true, dateOf(rs.value(date))} : RowCopy();
+        };
+        for (; !rs.eof(); rs.moveNext())
+            lookAtRow(copy(sourceDate), copy(destinationDate), key.value());
+        rs.close();
+    }
+
+    void lookAtRow(const RowCopy& source, const RowCopy& destination, const _variant_t& key)
+    {
+        const RowDecision decision = decideRow(plan_, site_, source, destination, dLastReplicate_);
+        if (decision.announced)
+            stops_.addRow(StopReason::MessageBoxes, std::string(kNotice) + kAttend, key);
+        if (decision.action == RowAction::Leave)
+            return;
+        if (key.vt == VT_NULL)
+            return stops_.addRow(StopReason::WillFail, kNoKey, key);
+        if (!isSafeKey(key))
+            return stops_.addRow(StopReason::WillFail, kApostrophe, key);
+        switch (decision.action) {
+        case RowAction::Leave:
+            break;
+        case RowAction::UpdateDestination:
+            overwritesRow(look_.destinationUpdates, key);
+            lookAtValues(databases_.source(), sourceUnsupported_, key);
+            break;
+        case RowAction::InsertIntoDestination:
+            ++look_.destinationAdds;
+            lookAtValues(databases_.source(), sourceUnsupported_, key);
+            break;
+        case RowAction::DeleteAtDestination:
+            losesRow(key);
+            break;
+        case RowAction::UpdateSource:
+            overwritesRow(look_.sourceUpdates, key);
+            lookAtValues(databases_.destination(), destinationUnsupported_, key);
+            break;
+        case RowAction::InsertIntoSource:
+            ++look_.sourceAdds;
+            lookAtValues(databases_.destination(), destinationUnsupported_, key);
+            break;
+        case RowAction::ReportConflict:
+            lookAtConflictOf(decision.conflict, key);
+            break;
+        case RowAction::Fail:
+            stops_.addRow(StopReason::WillFail, kNoDate, key);
+            break;
+        }
+    }
+
+    void losesRow(const _variant_t& key)
+    {
+        ++look_.destinationDeletes;
+        deleted_.push_back(key);
+        protectRow(key);
+    }
+
+    void overwritesRow(long long& counter, const _variant_t& key)
+    {
+        ++counter;
+        (&counter == &look_.sourceUpdates ? sourceOverwritten_ : overwritten_).push_back(key);
+        protectRow(key);
+    }
+
+    void protectRow(const _variant_t& key)
+    {
+        if (waiting_.contains(configured_.name, key))
+            stops_.addRow(StopReason::WaitingConflict, kWaits, key);
+    }
+
+    /// A value of a type that has no literal opens a message box and leaves a hole in the statement.
+    void lookAtValues(clsConn& from, const std::vector<std::wstring>& unsupported, const _variant_t& key)
+    {
+        if (unsupported.empty())
+            return;
+        ado::Recordset rs = openForwardOnly(from, selectRow(table_, key));
+        for (const std::wstring& column : unsupported) {
+            if (rs.eof() || rs.value(column).vt == VT_NULL)
+                continue;
+            stops_.addRow(StopReason::MessageBoxes, std::string(kUnsupported) + kAttend, key);
+            stops_.addRow(StopReason::WillFail, kUnsupported, key);
+        }
+        rs.close();
+    }
+
+    void lookAtConflictOf(enumConflictType kind, const _variant_t& key)
+    {
+        const ConflictLook found = lookAtConflict(databases_, configured_.name, key, kind, dLastReplicate_);
+        if (found.recorded)
+            ++look_.conflicts;
+        if (!found.failure.empty())
+            stops_.addRow(StopReason::WillFail, found.failure, key);
+    }
+
+    void judgeShares()
+    {
+        judgeShare(StopReason::Deletes, deleted_, look_.destinationRows, configured_.maxDelete,
+                   "{} of {} rows of the destination would be deleted, {} % may be. If that is meant, run with --force "
+                   "or raise max_delete for the table.");
+        constexpr char kOverwritten[] =
+            "{} of {} rows of the destination would be overwritten, {} % may be. Look whether the direction and the "
+            "clocks are right; if that is meant, run with --force or raise max_update for the table.";
+        judgeShare(StopReason::Updates, overwritten_, look_.destinationRows, configured_.maxUpdate, kOverwritten);
+        judgeShare(StopReason::Updates, sourceOverwritten_, sourceRows_, configured_.maxUpdate,
+                   std::string(kOverwritten).replace(std::string(kOverwritten).find("destination"), 11, "source"));
+    }
+
+    void judgeShare(StopReason reason, const std::vector<_variant_t>& keys, long long rows, double percent,
+                    const std::string& text)
+    {
+        const auto part = static_cast<long long>(keys.size());
+        if (!exceeds(part, rows, percent))
+            return;
+        const std::string told = fmt::format(fmt::runtime(text), part, rows, percent);
+        for (const _variant_t& key : keys)
+            stops_.addRow(reason, told, key);
+    }
+
+    Databases& databases_;
+    const TableConfiguration& configured_;
+    const WaitingRows& waiting_;
+    MethodPlan plan_;
+    KeyedTable table_;
+    DATE dLastReplicate_;
+    Site site_;
+    TableLook look_;
+    Stops stops_;
+    std::vector<std::wstring> sourceUnsupported_;
+    std::vector<std::wstring> destinationUnsupported_;
+    long long sourceRows_ = 0;
+    /// The keys of the rows that are counted, to be listed where they are too many.
+    std::vector<_variant_t> deleted_;
+    std::vector<_variant_t> overwritten_;
+    std::vector<_variant_t> sourceOverwritten_;
+};
+
+} // namespace
+
+LookAhead::LookAhead(const Configuration& configuration, Databases& databases)
+{
+    const DATE last = lastReplicateDate(configuration, databases);
+    const WaitingRows waiting(databases.local());
+    for (const TableConfiguration& table : configuration.tables)
+        whileDoing("comparing table " + table.name,
+                   [&] { tables_.push_back(Look(configuration, databases, table, waiting, last).take()); });
+}
+
+ordered_json LookAhead::stops(bool force, bool attended) const
+{
+    return stopsThat(false, force, attended);
+}
+
+ordered_json LookAhead::passed(bool force, bool attended) const
+{
+    return stopsThat(true, force, attended);
+}
+
+ordered_json LookAhead::stopsThat(bool arePassed, bool force, bool attended) const
+{
+    ordered_json stops = ordered_json::array();
+    for (const TableLook& table : tables_)
+        for (const Stop& stop : table.stops)
+            if (isPassed(stop.reason, force, attended) == arePassed)
+                stops.push_back(stop.toJson());
+    return stops;
+}
+
+ordered_json LookAhead::tables() const
+{
+    ordered_json tables = ordered_json::array();
+    for (const TableLook& look : tables_)
+        tables.push_back({{"table", look.name},
+                          {"method", methodName(look.method)},
+                          {"destination_rows", look.destinationRows},
+                          {"updates", look.destinationUpdates},
+                          {"adds", look.destinationAdds},
+                          {"deletes", look.destinationDeletes},
+                          {"source_updates", look.sourceUpdates},
+                          {"source_adds", look.sourceAdds},
+                          {"conflicts", look.conflicts}});
+    return tables;
+}
+
+DATE lastReplicateDate(const Configuration& configuration, Databases& databases)
+{
+    ado::Recordset rs =
+        openForwardOnly(databases.local(), L"select last_timestamp from replication_control where unique_key = " +
+                                               siteKey(configuration.site));
+    if (rs.eof())
+        throw missingControlRecord();
+    const _variant_t last = rs.field(0).value();
+    rs.close();
+    if (!com::isDate(last))
+        throw HostError(kNotReady, "last_timestamp of the site's control record is no date", kSetLastTimestamp);
+    return com::toDate(last);
+}
+
+Site siteOf(const Configuration& configuration)
+{
+    return configuration.site == OFFICES ? Site::Offices : Site::Laptop;
+}

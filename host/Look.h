@@ -1,0 +1,56 @@
+#pragma once
+
+#include "Configuration.h"
+#include "Session.h"
+#include "Stop.h"
+#include "replication/row_policy.h"
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+/// What a run would do with one table.
+struct TableLook
+{
+    std::string name;
+    enumReplicationMethod method = ONE_WAY;
+    long long destinationRows = 0;
+    long long destinationUpdates = 0;
+    long long destinationAdds = 0;
+    /// Rows that the destination would lose.
+    long long destinationDeletes = 0;
+    /// Two-way replication only.
+    long long sourceUpdates = 0;
+    long long sourceAdds = 0;
+    long long conflicts = 0;
+    /// Why the run would better not begin.
+    std::vector<Stop> stops;
+};
+
+/// What a run of the configuration would do, found by the component's own comparison queries and decisions; nothing is
+/// changed.
+class LookAhead
+{
+public:
+    /// Looks at every table. Raises HostError(kNotReady) when the control record begins no interval, and com::Error,
+    /// which names the table and what was done, when a database does not answer.
+    LookAhead(const Configuration& configuration, Databases& databases);
+
+    /// The stops that these options of a run do not pass, and those that they do, as a result tells them.
+    nlohmann::ordered_json stops(bool force, bool attended) const;
+    nlohmann::ordered_json passed(bool force, bool attended) const;
+
+    /// Each table with its counters.
+    nlohmann::ordered_json tables() const;
+
+private:
+    nlohmann::ordered_json stopsThat(bool arePassed, bool force, bool attended) const;
+
+    std::vector<TableLook> tables_;
+};
+
+/// The start of the interval that the next run of this site has. Raises HostError(kNotReady) when there is none.
+DATE lastReplicateDate(const Configuration& configuration, Databases& databases);
+
+/// Whom the rules of the decision tables take the site for.
+Site siteOf(const Configuration& configuration);

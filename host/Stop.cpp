@@ -1,0 +1,94 @@
+#include "Stop.h"
+
+#include "com/convert.h"
+#include "conflicts/key_info.h"
+#include "text.h"
+
+#include <algorithm>
+#include <initializer_list>
+
+using nlohmann::ordered_json;
+
+namespace {
+
+/// Rows of a stop that are listed; all of them are counted.
+constexpr size_t kListedRows = 100;
+
+bool isNumber(const std::wstring& text)
+{
+    return !text.empty() && std::ranges::all_of(text, [](wchar_t c) { return c >= L'0' && c <= L'9'; });
+}
+
+} // namespace
+
+const char* reasonName(StopReason reason)
+{
+    switch (reason) {
+    case StopReason::Deletes:
+        return "deletes";
+    case StopReason::Updates:
+        return "updates";
+    case StopReason::WaitingConflict:
+        return "waiting_conflict";
+    case StopReason::WillFail:
+        return "will_fail";
+    case StopReason::MessageBoxes:
+        break;
+    }
+    return "message_boxes";
+}
+
+bool isPassed(StopReason reason, bool force, bool attended)
+{
+    return reason == StopReason::MessageBoxes ? attended : force;
+}
+
+ordered_json Stop::toJson() const
+{
+    return {{"reason", reasonName(reason)}, {"table", table}, {"rows", rows}, {"count", count}, {"text", text}};
+}
+
+void Stops::addRow(StopReason reason, const std::string& text, const _variant_t& key)
+{
+    Stop& stop = find(reason, text);
+    ++stop.count;
+    if (stop.rows.size() < kListedRows)
+        stop.rows.push_back(
+            {{"key", toUtf8(com::concatText(key))}, {"key_info", describeRow(databases_, table_, key)}});
+}
+
+Stop& Stops::find(StopReason reason, const std::string& text)
+{
+    const auto found =
+        std::ranges::find_if(stops_, [&](const Stop& stop) { return stop.reason == reason && stop.text == text; });
+    return found != stops_.end() ? *found : stops_.emplace_back(Stop{reason, table_, text});
+}
+
+std::string describeRow(Databases& databases, const std::string& table, const _variant_t& key)
+{
+    const std::wstring name = toWide(table);
+    if (!isSafeKey(key) || (hasNumericKey(name) && !isNumber(com::concatText(key))))
+        return {};
+    const std::wstring sql = keyInfoSql(name, key);
+    if (sql.empty())
+        return {};
+    for (clsConn* side : {&databases.source(), &databases.destination()}) {
+        try {
+            ado::Recordset rs = openForwardOnly(*side, sql);
+            const std::wstring text = rs.eof() ? L"" : com::concatText(rs.field(0).value());
+            rs.close();
+            if (!text.empty())
+                return toUtf8(text);
+        }
+        catch (const com::Error&) {
+            // A description is a help for the reader; the key stands without it.
+            return {};
+        }
+    }
+    return {};
+}
+
+bool isSafeKey(const _variant_t& key)
+{
+    return com::concatText(key).find(L'\'') == std::wstring::npos;
+}

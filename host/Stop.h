@@ -1,0 +1,71 @@
+#pragma once
+
+#include "Session.h"
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+/// Why a run does not begin.
+enum class StopReason
+{
+    /// A table would lose more of its rows than it may.
+    Deletes,
+    /// More of its rows would be overwritten than may be.
+    Updates,
+    /// A row that waits for a decision would be deleted or overwritten.
+    WaitingConflict,
+    /// The table would end in an error.
+    WillFail,
+    /// Message boxes would wait for somebody to close them.
+    MessageBoxes,
+};
+
+/// One reason, with the rows that it is about.
+struct Stop
+{
+    StopReason reason;
+    std::string table;
+    /// What would happen, and what to do.
+    std::string text;
+    /// All rows are counted; the first are listed, each with its key and, where it has one, its description.
+    long long count = 0;
+    nlohmann::ordered_json rows = nlohmann::ordered_json::array();
+
+    nlohmann::ordered_json toJson() const;
+};
+
+/// The word for a reason in JSON.
+const char* reasonName(StopReason reason);
+
+/// Whether the options of a run let it pass this reason.
+bool isPassed(StopReason reason, bool force, bool attended);
+
+/// The stops of one table: one for each reason and text, in the order in which they are met.
+class Stops
+{
+public:
+    Stops(Databases& databases, std::string table) : databases_(databases), table_(std::move(table)) {}
+
+    /// Adds a row to the stop of that reason and text. `key` is the value of the column by which the table's rows are
+    /// matched.
+    void addRow(StopReason reason, const std::string& text, const _variant_t& key);
+    /// A stop of the table as a whole.
+    void add(StopReason reason, const std::string& text) { find(reason, text); }
+
+    const std::vector<Stop>& all() const { return stops_; }
+    std::vector<Stop> take() { return std::move(stops_); }
+
+private:
+    Stop& find(StopReason reason, const std::string& text);
+
+    Databases& databases_;
+    std::string table_;
+    std::vector<Stop> stops_;
+};
+
+/// A row in words, from the side that has it; empty where its table has no description.
+std::string describeRow(Databases& databases, const std::string& table, const _variant_t& key);
+
+/// Whether a key can be written into a statement: an apostrophe would end it, and what follows would be run.
+bool isSafeKey(const _variant_t& key);

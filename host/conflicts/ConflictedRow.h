@@ -1,0 +1,129 @@
+#pragma once
+
+#include "Configuration.h"
+#include "RowDecision.h"
+#include "Session.h"
+
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// One record of replication_conflict.
+struct ConflictRecord
+{
+    std::string id;
+    /// An enumConflictType.
+    long kind = 0;
+    std::string keyInfo;
+    /// The time of the run that found it; nothing for Null, as in the other dates.
+    std::optional<DATE> found;
+    std::optional<DATE> sourceDate;
+    std::optional<DATE> destinationDate;
+};
+
+/// A side's copy of a row as it is today.
+struct CopyToday
+{
+    RowCopy row;
+    /// Its columns in their order, as text; null for Null.
+    nlohmann::ordered_json columns = nlohmann::ordered_json::object();
+};
+
+enum class RowState
+{
+    Waits,
+    /// Both copies agree, compared as conflict reporting does.
+    Equal,
+    /// Neither side has the row.
+    Gone,
+    /// A side cannot be read.
+    Unknown,
+};
+
+/// What the next run does with a row that no conflict protects.
+enum class NextRun
+{
+    LeavesIt,
+    OverwritesDestination,
+    DeletesAtDestination,
+    InsertsIntoDestination,
+    OverwritesSource,
+    InsertsIntoSource,
+    ReportsIt,
+    Fails,
+    /// The configuration does not list the table.
+    PassesTheTable,
+    Unknown,
+};
+
+/// A row with all conflicts that are about it: every run records it again, and one decision closes all of them.
+struct ConflictedRow
+{
+    std::string table;
+    std::string key;
+    /// Whether the records name the row by a number: the component's statements do not address such a row.
+    bool numericKey = false;
+    /// Whether the configuration matches the table's rows by another column than `unid`, by which the component's
+    /// statements address them.
+    bool otherKey = false;
+    /// The latest first; there is at least one.
+    std::vector<ConflictRecord> records = {};
+    RowState state = RowState::Unknown;
+    CopyToday source = {};
+    CopyToday destination = {};
+    NextRun next = NextRun::Unknown;
+
+    const ConflictRecord& latest() const { return records.front(); }
+    std::vector<std::string> ids() const;
+    /// Whether a side lacked the row when it was found; then that side's date and values in the record mean nothing.
+    bool sourceLackedIt() const;
+    bool destinationLackedIt() const;
+
+    nlohmann::ordered_json toJson() const;
+};
+
+/// Which conflicts are meant.
+struct ConflictFilter
+{
+    /// All records of the rows that these are about; any when empty.
+    std::vector<std::string> ids = {};
+    std::string table = {};
+    /// A word of kConflictKinds; empty for any.
+    std::string kind = {};
+    /// In the table's name, the kind or the description, in any case of letters.
+    std::string contains = {};
+    /// Only rows that were last found before this day, as 2026-11-21.
+    std::string before = {};
+
+    /// What of the filter can be said of one conflict in words; `day` as in `before`.
+    bool fits(const std::string& tableName, long conflictKind, const std::string& keyInfo,
+              const std::string& day) const;
+};
+
+/// The word for a kind of conflict in filters, and its name in results.
+const char* kindWord(long kind);
+const char* kindName(long kind);
+/// The kind that a word stands for; 0 for none.
+long kindOfWord(const std::string& word);
+const std::vector<std::string>& kindWords();
+
+/// The rows that the filter means, by table and description. Raises HostError(kUsage) for an id or a table that there
+/// is none of, and for a day that is no date.
+std::vector<ConflictedRow> conflictedRows(const Configuration& configuration, Databases& databases,
+                                          const ConflictFilter& filter);
+
+/// The recorded differences of a row, from its latest record: column, source and destination; null for a side that
+/// lacked the row.
+nlohmann::ordered_json recordedColumns(clsConn& local, const ConflictedRow& row);
+
+/// A sentence about the next run.
+const char* nextRunText(NextRun next);
+const char* stateName(RowState state);
+
+/// The rows that these ids are about, those that are gone left out.
+nlohmann::ordered_json conflictsWithIds(const Configuration& configuration, Databases& databases,
+                                        const std::vector<std::string>& ids);
+
+/// The ids as a list of SQL literals between parentheses.
+std::wstring idList(const std::vector<std::string>& ids);

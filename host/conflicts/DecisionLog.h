@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Configuration.h"
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <windows.h>
+
+/// What was decided about conflicts, in a file beside the component's log: a JSON object for each decision, in a line
+/// of its own. A line is written before the decision is carried out and completed with its outcome afterwards, so that
+/// what a broken-off decision was about can be read too. Nobody else decides while one of these lives.
+class DecisionLog
+{
+public:
+    /// Raises HostError(kUsage) when the file cannot be written, or somebody else is deciding.
+    explicit DecisionLog(const Configuration& configuration);
+    ~DecisionLog();
+    DecisionLog(const DecisionLog&) = delete;
+    DecisionLog& operator=(const DecisionLog&) = delete;
+
+    /// Begins the line of a decision, with time and user in front. Raises HostError(kFailed) when it cannot be written.
+    void begin(const nlohmann::ordered_json& decision);
+    /// Completes the line.
+    void end(const std::string& outcome);
+
+    /// All decisions; that of a line without its end has the outcome "broken off".
+    static nlohmann::ordered_json read(const Configuration& configuration);
+    static std::string path(const Configuration& configuration);
+
+private:
+    void write(const std::string& text);
+
+    std::string path_;
+    HANDLE file_;
+};

@@ -1,0 +1,251 @@
+#include "conflicts/decisions.h"
+
+#include "Failure.h"
+#include "com/convert.h"
+#include "commands/rows.h"
+#include "conflicts/DecisionLog.h"
+#include "result_text.h"
+
+#include <algorithm>
+#include <map>
+
+using Microsoft::WRL::ComPtr;
+using nlohmann::ordered_json;
+
+namespace {
+
+/// Records that one query loads.
+constexpr size_t kRecordsOfAQuery = 200;
+
+/// The component wants every column of a record, and a row that one side lacks may have been recorded without a date:
+/// resolving looks at none of those that are filled in here.
+constexpr wchar_t kLoadable[] =
+    L"select unid, coalesce(last_replicate_date, getdate()) last_replicate_date, table_name, coalesce(patient_id, 0) "
+    L"patient_id, guid, conflict_type, key_info, coalesce(source_mod_date, destination_mod_date, last_replicate_date, "
+    L"getdate()) source_mod_date, coalesce(destination_mod_date, source_mod_date, last_replicate_date, getdate()) "
+    L"destination_mod_date from replication_conflict where unid in ";
+
+using Conflicts = std::map<std::string, ComPtr<_clsConflict>>;
+
+/// The records as objects of the component, by their ids; one that it cannot load is missing.
+Conflicts loadConflicts(Component& component, clsConn& local, const std::vector<std::string>& ids)
+{
+    Conflicts conflicts;
+    for (size_t begin = 0; begin < ids.size(); begin += kRecordsOfAQuery) {
+        const std::vector<std::string> some(ids.begin() + begin,
+                                            ids.begin() + std::min(begin + kRecordsOfAQuery, ids.size()));
+        ado::Recordset rs = openForwardOnly(local, kLoadable + idList(some));
+        for (; !rs.eof(); rs.moveNext()) {
+            _variant_t id = rs.value(L"unid");
+            ComPtr<_clsConflict> conflict;
+            com::checkCall(component.factory().createConflict(&id, &conflict));
+            IDispatch* row = rs.object().get();
+            if (SUCCEEDED(conflict->loadFromRs(&row)))
+                conflicts[toUtf8(com::concatText(id))] = conflict;
+        }
+        rs.close();
+    }
+    return conflicts;
+}
+
+/// Lets the component resolve one record; the reason when it refuses.
+std::string resolveRecord(const Conflicts& conflicts, const std::string& id, enumResolution use)
+{
+    const auto found = conflicts.find(id);
+    if (found == conflicts.end())
+        return "The component cannot load the record. Dismiss it.";
+    _clsConflict& conflict = *found->second.Get();
+    short resolution = static_cast<short>(use);
+    com::checkCall(conflict.put_iResolutionType(&resolution));
+    VARIANT_BOOL done = VARIANT_FALSE;
+    com::checkCall(conflict.resolve(&done));
+    if (done != VARIANT_FALSE)
+        return {};
+    return toUtf8(textProperty([&](BSTR* text) { return conflict.get_sErrorMessage(text); }));
+}
+
+/// Both copies, column by column, where they differ.
+ordered_json differences(const ConflictedRow& row)
+{
+    ordered_json columns = ordered_json::array();
+    const auto value = [](const CopyToday& copy, const std::string& name) {
+        return copy.columns.value(name, ordered_json());
+    };
+    const CopyToday& names = row.source.row.exists ? row.source : row.destination;
+    for (const auto& column : names.columns.items()) {
+        const ordered_json source = value(row.source, column.key());
+        const ordered_json destination = value(row.destination, column.key());
+        if (source != destination)
+            columns.push_back({{"column", column.key()}, {"source", source}, {"destination", destination}});
+    }
+    return columns;
+}
+
+/// The copy that a decision, or the next run after a dismissal, overwrites or deletes: null when none is lost.
+ordered_json lostRow(const ConflictedRow& row, Effect effect)
+{
+    return effect == Effect::Overwrites || effect == Effect::Deletes ? row.destination.columns : ordered_json();
+}
+
+ordered_json lostRow(const ConflictedRow& row, NextRun next)
+{
+    switch (next) {
+    case NextRun::OverwritesDestination:
+    case NextRun::DeletesAtDestination:
+        return row.destination.columns;
+    case NextRun::OverwritesSource:
+        return row.source.columns;
+    default:
+        return nullptr;
+    }
+}
+
+ordered_json logEntry(const ConflictedRow& row, const std::string& choice, const std::string& reason,
+                      const ordered_json& lost)
+{
+    return {{"ids", row.ids()},
+            {"table", row.table},
+            {"key", row.key},
+            {"key_info", row.latest().keyInfo},
+            {"kind", kindWord(row.latest().kind)},
+            {"choice", choice},
+            {"reason", reason},
+            {"columns", differences(row)},
+            {"lost_row", lost}};
+}
+
+Decided decided(const ConflictedRow& row, const std::string& choice, bool settled, const std::string& refused)
+{
+    return {{{"unid", row.latest().id},
+             {"ids", row.ids()},
+             {"table_name", row.table},
+             {"key", row.key},
+             {"key_info", row.latest().keyInfo},
+             {"choice", choice},
+             {"settled", settled},
+             {"refused", refused},
+             {"next_run", nextRunText(row.next)}}};
+}
+
+/// The error in flight, as a reason why a row's conflicts stay.
+Decided failedDecision(const ConflictedRow& row, const std::string& choice, const com::Error& error)
+{
+    Decided result = decided(row, choice, false, errorText(errorJson(error)));
+    result.failed = true;
+    return result;
+}
+
+std::vector<std::string> allIds(const std::vector<const ConflictedRow*>& rows)
+{
+    std::vector<std::string> ids;
+    for (const ConflictedRow* row : rows)
+        std::ranges::copy(row->ids(), std::back_inserter(ids));
+    return ids;
+}
+
+/// One choice on its way through rows.
+class Resolution
+{
+public:
+    Resolution(const Configuration& configuration, Databases& databases, enumResolution use)
+        : component_(configuration),
+          log_(configuration),
+          databases_(databases),
+          use_(use)
+    {
+    }
+
+    void load(const std::vector<const ConflictedRow*>& rows)
+    {
+        conflicts_ = loadConflicts(component_, databases_.local(), allIds(rows));
+    }
+
+    Decided carryOut(const ConflictedRow& row, const Choice& choice)
+    {
+        log_.begin(logEntry(row, useName(use_), "", lostRow(row, choice.effect)));
+        Decided result = tryOut(row);
+        const std::string refused = result.result["refused"];
+        log_.end(!refused.empty() ? "refused: " + refused : "settled");
+        return result;
+    }
+
+private:
+    Decided tryOut(const ConflictedRow& row)
+    try {
+        std::string refused = resolveRecord(conflicts_, row.latest().id, use_);
+        // The latest record has decided; accepting the destination's row closes its repeats and writes no data.
+        for (size_t index = 1; index < row.records.size() && refused.empty(); ++index)
+            refused = resolveRecord(conflicts_, row.records[index].id, USE_DESTINATION);
+        return decided(row, useName(use_), refused.empty(), refused);
+    }
+    catch (const com::Error& error) {
+        return failedDecision(row, useName(use_), error);
+    }
+
+    Component component_;
+    DecisionLog log_;
+    Databases& databases_;
+    enumResolution use_;
+    Conflicts conflicts_;
+};
+
+} // namespace
+
+std::vector<Decided> resolveRows(const Configuration& configuration, Databases& databases,
+                                 const std::vector<ConflictedRow>& rows, enumResolution use)
+{
+    std::vector<Choice> choices;
+    std::vector<const ConflictedRow*> possible;
+    for (const ConflictedRow& row : rows) {
+        choices.push_back(describeChoice(configuration.site, use, row));
+        if (choices.back().effect != Effect::Stays)
+            possible.push_back(&row);
+    }
+    std::optional<Resolution> resolution;
+    if (!possible.empty()) {
+        resolution.emplace(configuration, databases, use);
+        resolution->load(possible);
+    }
+    std::vector<Decided> results;
+    for (size_t index = 0; index < rows.size(); ++index) {
+        const Choice& choice = choices[index];
+        results.push_back(choice.effect != Effect::Stays
+                              ? resolution->carryOut(rows[index], choice)
+                              : decided(rows[index], useName(use), false, choice.possible ? "" : choice.explanation));
+    }
+    return results;
+}
+
+std::vector<Decided> dismissRows(const Configuration& configuration, Databases& databases,
+                                 const std::vector<ConflictedRow>& rows, const std::string& reason)
+{
+    constexpr char kDismissed[] = "dismissed";
+    DecisionLog log(configuration);
+    std::vector<Decided> results;
+    for (const ConflictedRow& row : rows) {
+        log.begin(logEntry(row, kDismissed, reason, lostRow(row, row.next)));
+        try {
+            const std::wstring ids = idList(row.ids());
+            databases.local().execute(L"delete from replication_conflict_data where conflict_id in " + ids +
+                                          L";delete from replication_conflict where unid in " + ids,
+                                      false);
+            results.push_back(decided(row, kDismissed, true, ""));
+            log.end(kDismissed);
+        }
+        catch (const com::Error& error) {
+            results.push_back(failedDecision(row, kDismissed, error));
+            log.end("failed: " + results.back().result["refused"].get<std::string>());
+        }
+    }
+    return results;
+}
+
+ordered_json countEffects(const std::vector<Effect>& effects, size_t dismissed)
+{
+    const auto count = [&](Effect effect) { return std::ranges::count(effects, effect); };
+    return {{"overwritten", count(Effect::Overwrites)},
+            {"deleted", count(Effect::Deletes)},
+            {"kept", count(Effect::Keeps)},
+            {"waiting", count(Effect::Stays)},
+            {"dismissed", dismissed}};
+}

@@ -1,0 +1,196 @@
+#include "conflicts/rows_today.h"
+
+#include "HostError.h"
+#include "Look.h"
+#include "Stop.h"
+#include "com/convert.h"
+#include "commands/rows.h"
+#include "replication/row_queries.h"
+#include "replication/row_sql.h"
+#include "text.h"
+
+#include <algorithm>
+#include <map>
+
+using nlohmann::ordered_json;
+
+namespace {
+
+/// Rows that one query asks for.
+constexpr size_t kRowsOfAQuery = 200;
+
+std::string upper(const std::string& text)
+{
+    return toUtf8(com::upperCase(toWide(text)));
+}
+
+/// The table's name comes from a record that others may have written, and would stand in a statement as it is.
+bool isPlainName(const std::string& name)
+{
+    return !name.empty() &&
+           std::ranges::all_of(name, [](unsigned char c) { return c == '_' || c >= 0x80 || std::isalnum(c) != 0; });
+}
+
+CopyToday copyOf(const ado::Recordset& rs)
+{
+    CopyToday copy{.row = {.exists = true}};
+    for (long index = 0, count = rs.fieldCount(); index < count; ++index) {
+        const ado::Field field = rs.field(index);
+        const _variant_t value = field.value();
+        const std::wstring name = field.name();
+        copy.columns[toUtf8(name)] = value.vt == VT_NULL ? ordered_json() : ordered_json(toUtf8(com::toText(value)));
+        if (value.vt != VT_NULL && com::upperCase(name) == L"MOD_DATE")
+            copy.row.modified = com::toDate(value);
+    }
+    return copy;
+}
+
+/// The rows of one table that are looked at together.
+class TableToday
+{
+public:
+    TableToday(const Configuration& configuration, Databases& databases, const std::string& table)
+        : databases_(databases),
+          table_{toWide(table), L"unid"},
+          site_(siteOf(configuration))
+    {
+        const auto configured = std::ranges::find_if(
+            configuration.tables, [&](const TableConfiguration& other) { return upper(other.name) == upper(table); });
+        if (configured == configuration.tables.end())
+            return;
+        configured_ = true;
+        plan_ = planOf(configured->method, configured->deletes);
+        table_.sKey = toWide(configured->keyColumn());
+    }
+
+    void lookAt(std::vector<ConflictedRow*> rows, const std::optional<DATE>& lastReplicate)
+    {
+        for (size_t begin = 0; begin < rows.size(); begin += kRowsOfAQuery) {
+            const std::vector<ConflictedRow*> some(rows.begin() + begin,
+                                                   rows.begin() + std::min(begin + kRowsOfAQuery, rows.size()));
+            read(databases_.source(), some, &ConflictedRow::source);
+            read(databases_.destination(), some, &ConflictedRow::destination);
+        }
+        for (ConflictedRow* row : rows) {
+            row->otherKey = table_.sKey != L"unid";
+            row->state = stateOf(*row);
+            row->next = nextOf(*row, lastReplicate);
+        }
+    }
+
+private:
+    void read(clsConn& side, const std::vector<ConflictedRow*>& rows, CopyToday ConflictedRow::*copy) const
+    {
+        std::vector<std::string> keys;
+        std::map<std::string, ConflictedRow*> byKey;
+        for (ConflictedRow* row : rows) {
+            keys.push_back(row->key);
+            byKey[upper(row->key)] = row;
+        }
+        ado::Recordset rs = openForwardOnly(side, L"select * from " + table_.sTable + L" where " + table_.sKey +
+                                                      L" in " + idList(keys));
+        for (; !rs.eof(); rs.moveNext())
+            if (const auto row = byKey.find(upper(toUtf8(com::concatText(rs.value(table_.sKey))))); row != byKey.end())
+                row->second->*copy = copyOf(rs);
+        rs.close();
+    }
+
+    RowState stateOf(const ConflictedRow& row) const
+    {
+        if (!row.source.row.exists && !row.destination.row.exists)
+            return RowState::Gone;
+        return agree(row) ? RowState::Equal : RowState::Waits;
+    }
+
+    /// As conflict reporting compares two copies: by position and as text, but for the columns that it skips.
+    bool agree(const ConflictedRow& row) const
+    {
+        if (!row.source.row.exists || !row.destination.row.exists)
+            return false;
+        const auto& source = row.source.columns.get_ref<const ordered_json::object_t&>();
+        const auto& destination = row.destination.columns.get_ref<const ordered_json::object_t&>();
+        return std::ranges::equal(source, destination, [this](const auto& left, const auto& right) {
+            return Utils::isSkipField(table_.sTable, toWide(left.first), true) ||
+                   textOf(left.second) == textOf(right.second);
+        });
+    }
+
+    static std::string textOf(const ordered_json& value) { return value.is_null() ? "" : value.get<std::string>(); }
+
+    NextRun nextOf(const ConflictedRow& row, const std::optional<DATE>& lastReplicate) const
+    {
+        if (!configured_)
+            return NextRun::PassesTheTable;
+        if (plan_.engine == Engine::FullCopy || plan_.engine == Engine::ComputerType)
+            return nextOfFullCopy(row);
+        if (!lastReplicate)
+            return NextRun::Unknown;
+        if (!isListed(row.source.row, row.destination.row, *lastReplicate))
+            return NextRun::LeavesIt;
+        switch (decideRow(plan_, site_, row.source.row, row.destination.row, *lastReplicate).action) {
+        case RowAction::Leave:
+            break;
+        case RowAction::UpdateDestination:
+            return NextRun::OverwritesDestination;
+        case RowAction::InsertIntoDestination:
+            return NextRun::InsertsIntoDestination;
+        case RowAction::DeleteAtDestination:
+            return NextRun::DeletesAtDestination;
+        case RowAction::UpdateSource:
+            return NextRun::OverwritesSource;
+        case RowAction::InsertIntoSource:
+            return NextRun::InsertsIntoSource;
+        case RowAction::ReportConflict:
+            return agree(row) ? NextRun::LeavesIt : NextRun::ReportsIt;
+        case RowAction::Fail:
+            return NextRun::Fails;
+        }
+        return NextRun::LeavesIt;
+    }
+
+    static NextRun nextOfFullCopy(const ConflictedRow& row)
+    {
+        if (!row.destination.row.exists)
+            return row.source.row.exists ? NextRun::InsertsIntoDestination : NextRun::LeavesIt;
+        if (!row.source.row.exists)
+            return NextRun::DeletesAtDestination;
+        return row.source.columns == row.destination.columns ? NextRun::LeavesIt : NextRun::OverwritesDestination;
+    }
+
+    Databases& databases_;
+    KeyedTable table_;
+    Site site_;
+    bool configured_ = false;
+    MethodPlan plan_;
+};
+
+std::optional<DATE> lastReplicate(const Configuration& configuration, Databases& databases)
+{
+    try {
+        return lastReplicateDate(configuration, databases);
+    }
+    catch (const HostError&) {
+        return std::nullopt;
+    }
+}
+
+} // namespace
+
+void lookAtRowsToday(const Configuration& configuration, Databases& databases, std::vector<ConflictedRow>& rows)
+{
+    const std::optional<DATE> last = lastReplicate(configuration, databases);
+    std::map<std::string, std::vector<ConflictedRow*>> tables;
+    for (ConflictedRow& row : rows)
+        if (isPlainName(row.table) && isSafeKey(com::textVariant(toWide(row.key))))
+            tables[upper(row.table)].push_back(&row);
+    for (const auto& [name, ofTable] : tables) {
+        try {
+            TableToday(configuration, databases, ofTable.front()->table).lookAt(ofTable, last);
+        }
+        catch (const com::Error&) {
+            // Conflicts of a table that is gone are still to be listed and dismissed.
+            if (!databases.answer())
+                throw;
+        }
+    }
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "Configuration.h"
+
+#include <string>
+
+/// A file beside the component's log, with the log's name and this ending.
+std::string besideLog(const Configuration& configuration, const std::string& ending);
+
+/// Raises HostError(kUsage) when a file cannot be written. It is made where there is none.
+void requireWritable(const std::string& what, const std::string& path, const std::string& todo);
+
+/// Now, in UTC, as 2026-11-21T09:48:34Z.
+std::string utcNow();
+
+/// What to do about a log, or a file beside it, that cannot be written.
+inline constexpr char kNameAnotherLog[] =
+    "Name a file in a folder that exists and may be written to: file under [log], or --log-file.";
