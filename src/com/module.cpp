@@ -2,6 +2,7 @@
 
 #include "com/error.h"
 
+#include <atomic>
 #include <utility>
 
 using Microsoft::WRL::ComPtr;
@@ -12,8 +13,10 @@ namespace {
 HINSTANCE g_module = nullptr;
 // Zero-initialised and without destructors: nothing is left to do, or to go wrong, when the module is unloaded.
 SRWLOCK g_lock = SRWLOCK_INIT;
-long g_users = 0;
 ITypeLib* g_typeLibrary = nullptr;
+// Not under the lock: a thread may wait for the loader in LoadTypeLibEx while it holds that, and `abandon` is called
+// by the loader.
+std::atomic<long> g_users = 0;
 
 class LockGuard
 {
@@ -23,6 +26,18 @@ public:
     LockGuard(const LockGuard&) = delete;
     LockGuard& operator=(const LockGuard&) = delete;
 };
+
+void releaseUnusedTypeLibrary()
+{
+    ITypeLib* unused = nullptr;
+    {
+        const LockGuard guard;
+        if (g_users == 0)
+            unused = std::exchange(g_typeLibrary, nullptr);
+    }
+    if (unused)
+        unused->Release();
+}
 
 } // namespace
 
@@ -46,26 +61,27 @@ std::wstring modulePath()
 
 void lockModule()
 {
-    const LockGuard guard;
     ++g_users;
 }
 
 void unlockModule()
 {
-    ITypeLib* unused = nullptr;
-    {
-        const LockGuard guard;
-        if (--g_users == 0)
-            unused = std::exchange(g_typeLibrary, nullptr);
-    }
-    if (unused)
-        unused->Release();
+    if (--g_users == 0)
+        releaseUnusedTypeLibrary();
 }
 
 bool moduleInUse()
 {
-    const LockGuard guard;
-    return g_users != 0;
+    if (g_users != 0)
+        return true;
+    releaseUnusedTypeLibrary();
+    return false;
+}
+
+void ModuleLock::abandon()
+{
+    --g_users;
+    abandoned_ = true;
 }
 
 ComPtr<ITypeInfo> interfaceTypeInfo(REFIID interfaceId)

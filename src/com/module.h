@@ -13,11 +13,12 @@ void setModuleHandle(HINSTANCE module);
 /// Full path of the module's file.
 std::wstring modulePath();
 
-/// Counts live objects and server locks; at zero the type library is let go, so that an unloaded module leaves nothing.
+/// Counts live objects, open connections and server locks; at zero the type library is let go, so that an unloaded
+/// module leaves nothing.
 void lockModule();
 void unlockModule();
 
-/// Whether any object or lock is left.
+/// Whether anything that counts is left. If not, the type library is let go where `ModuleLock::abandon` could not.
 bool moduleInUse();
 
 /// Type information of one of the module's interfaces, from the type library in its resources.
@@ -28,9 +29,19 @@ class ModuleLock
 {
 public:
     ModuleLock() { lockModule(); }
-    ~ModuleLock() { unlockModule(); }
+    ~ModuleLock()
+    {
+        if (!abandoned_)
+            unlockModule();
+    }
     ModuleLock(const ModuleLock&) = delete;
     ModuleLock& operator=(const ModuleLock&) = delete;
+
+    /// Ends the lock, for a moment at which neither a COM call may be made nor another thread waited for.
+    void abandon();
+
+private:
+    bool abandoned_ = false;
 };
 
 } // namespace com

@@ -18,22 +18,6 @@ constexpr bool kTestFailedConnection = true;
 constexpr bool kTestFailedConnection = false;
 #endif
 
-bool hasState(const std::shared_ptr<clsConn>& conn, bool (*test)(long))
-{
-    const ado::Connection connection = conn->getConn();
-    return connection && test(connection.state());
-}
-
-bool isOpen(long state)
-{
-    return state == ado::adStateOpen;
-}
-
-bool isNotClosed(long state)
-{
-    return state != ado::adStateClosed;
-}
-
 } // namespace
 
 void Factory::init(long iReplicationUniqueId, const std::wstring& sLocalConnection, const std::wstring& sSourceDB,
@@ -64,10 +48,10 @@ catch (...) {
 void Factory::connectDatabases()
 try {
     Settings& shared = settings();
-    if (hasState(shared.localConnection(), isOpen))
-        shared.localConnection()->getConn().close();
-    if (hasState(shared.remoteConnection(), isOpen)) {
-        shared.remoteConnection()->getConn().close();
+    if (shared.localConnection()->state() == ado::adStateOpen)
+        shared.localConnection()->closeConnection();
+    if (shared.remoteConnection()->state() == ado::adStateOpen) {
+        shared.remoteConnection()->closeConnection();
         Sleep(kPauseAfterRemoteCloseMs);
     }
     if (shared.localIsSource()) {
@@ -88,12 +72,12 @@ catch (...) {
 void Factory::closeConnection()
 try {
     Settings& shared = settings();
-    if (hasState(shared.localConnection(), isNotClosed)) {
-        shared.localConnection()->getConn().close();
+    if (shared.localConnection()->state() != ado::adStateClosed) {
+        shared.localConnection()->closeConnection();
         shared.releaseLocalConnection();
     }
-    if (hasState(shared.remoteConnection(), isNotClosed)) {
-        shared.remoteConnection()->getConn().close();
+    if (shared.remoteConnection()->state() != ado::adStateClosed) {
+        shared.remoteConnection()->closeConnection();
         shared.releaseRemoteConnection();
     }
 }

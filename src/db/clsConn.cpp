@@ -12,9 +12,11 @@ constexpr long kConnectTimeoutSeconds = 20;
 void clsConn::openConnection(const std::wstring& sDSN, const std::wstring& sPassword)
 try {
     conn = ado::Connection::create();
+    moduleLock.reset();
     conn.setCursorLocation(ado::adUseServer);
     conn.setConnectionTimeout(kConnectTimeoutSeconds);
     conn.open(L"DSN=" + sDSN + L";UID=quinmarkapp_user;PWD=" + sPassword);
+    moduleLock.emplace();
 }
 catch (...) {
     Common::reraise(L"clsConnopenConnection");
@@ -24,10 +26,30 @@ void clsConn::setConn(const ado::Connection& connection, const com::Dispatch& co
 {
     conn = connection;
     connCompanion = companion;
+    moduleLock.reset();
+    if (conn)
+        moduleLock.emplace();
+}
+
+long clsConn::state()
+{
+    const long state = conn ? getConn().state() : ado::adStateClosed;
+    if (state == ado::adStateClosed)
+        moduleLock.reset();
+    return state;
+}
+
+void clsConn::closeConnection()
+{
+    getConn().close();
+    moduleLock.reset();
 }
 
 void clsConn::abandon()
 {
+    if (moduleLock)
+        moduleLock->abandon();
+    moduleLock.reset();
     conn.abandon();
     connCompanion.abandon();
     commandClass.abandon();

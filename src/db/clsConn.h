@@ -4,13 +4,18 @@
 #include "ado/Connection.h"
 #include "ado/Recordset.h"
 #include "com/error.h"
+#include "com/module.h"
 
 #include <array>
+#include <optional>
 #include <string>
 #include <vector>
 
 /// The component's only door to a database: one ADO connection, counted transactions, SQL text, and stored procedures
 /// with positional parameters. Lock type, cursor type and cursor location are ADO's own values.
+///
+/// An open connection keeps the module loaded until it is closed, replaced or abandoned, or seen to be closed: a host
+/// may hold no object meanwhile, and only this module can close it.
 ///
 /// Failures arrive as com::Error with the number and description of the database and the operation as source
 /// ("clsConn.execute"); the transaction operations and `Parameters` pass them on as they are.
@@ -25,6 +30,11 @@ public:
 
     /// Uses a connection opened elsewhere. The companion is only kept for as long as the connection is.
     void setConn(const ado::Connection& connection, const com::Dispatch& companion);
+
+    /// ADO's state of the connection; that of a closed one when none was opened.
+    long state();
+
+    void closeConnection();
 
     /// Lets both objects go without releasing them, for a moment at which no COM call may be made.
     void abandon();
@@ -88,6 +98,7 @@ private:
     std::vector<long> outputIndices() const;
 
     ado::Connection conn;
+    std::optional<com::ModuleLock> moduleLock;
     com::Dispatch connCompanion;
     com::Class commandClass{ado::Command::kClass};
     com::Class recordsetClass{ado::Recordset::kClass};

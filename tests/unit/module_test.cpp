@@ -81,6 +81,26 @@ TEST(Module, TypeInformationIsFoundAgainAfterItWasLetGo)
     EXPECT_NE(interfaceTypeInfo(__uuidof(_Factory)), nullptr);
 }
 
+ULONG references(ITypeLib& library)
+{
+    library.AddRef();
+    return library.Release();
+}
+
+TEST(Module, AbandonedLockLeavesTheTypeLibraryToTheNextQuestion)
+{
+    ComPtr<ITypeLib> library;
+    {
+        ModuleLock lock;
+        UINT index = 0;
+        ASSERT_EQ(interfaceTypeInfo(__uuidof(_Factory))->GetContainingTypeLib(&library, &index), S_OK);
+        lock.abandon();
+    }
+    const ULONG before = references(*library.Get());
+    EXPECT_EQ(canUnloadNow(), S_OK);
+    EXPECT_EQ(references(*library.Get()), before - 1);
+}
+
 TEST(Module, PathIsThatOfTheFile)
 {
     wchar_t path[MAX_PATH];
