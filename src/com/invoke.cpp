@@ -80,17 +80,17 @@ HRESULT callFunction(void* object, ITypeInfo& info, const FUNCDESC& function, co
     _variant_t callResult;
     check(DispCallFunc(object, static_cast<ULONG_PTR>(function.oVft), function.callconv, VT_ERROR, arguments.count(),
                        arguments.types(), arguments.values(), &callResult));
-    arguments.writeBack();
     const HRESULT outcome = callResult.scode;
-    if (SUCCEEDED(outcome)) {
-        if (call.result)
-            *call.result = arguments.detachResult();
-        return S_OK;
-    }
-    if (!call.exception)
-        return outcome;
-    fillException(outcome, *call.exception);
-    return DISP_E_EXCEPTION;
+    // Before the variables are written: letting go of what they held may call anywhere.
+    if (FAILED(outcome) && call.exception)
+        fillException(outcome, *call.exception);
+    const HRESULT written = arguments.writeBack();
+    if (FAILED(outcome))
+        return call.exception ? DISP_E_EXCEPTION : outcome;
+    check(written);
+    if (call.result)
+        *call.result = arguments.detachResult();
+    return S_OK;
 }
 
 } // namespace

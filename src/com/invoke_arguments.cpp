@@ -177,16 +177,21 @@ void InvokeArguments::reference(Parameter& parameter)
     pointers_.push_back(&parameter.argument);
 }
 
-void InvokeArguments::writeBack()
+HRESULT InvokeArguments::writeBack()
 {
+    HRESULT result = S_OK;
     for (Parameter& parameter : parameters_) {
         if (isLeftOut(parameter.given) || parameter.variable || !(parameter.given->vt & VT_BYREF))
             continue;
         // A variable of another plain type than the declared one cannot take the value, and keeps its own.
         VARIANTARG* variable = innermost(parameter.given);
-        if (!(variable->vt & VT_BYREF))
-            check(VariantCopy(variable, &parameter.value));
+        if (variable->vt & VT_BYREF)
+            continue;
+        const HRESULT copied = VariantCopy(variable, &parameter.value);
+        if (SUCCEEDED(result))
+            result = copied;
     }
+    return result;
 }
 
 VARIANT InvokeArguments::detachResult()

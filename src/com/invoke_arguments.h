@@ -16,8 +16,9 @@ public:
     /// gets the argument's index in the caller's array.
     HRESULT bind(UINT* badArgument);
 
-    /// Copies the values after the call back into the variables that the caller passed by reference.
-    void writeBack();
+    /// Copies the values after the call back into the variables that the caller passed by reference. A variable that
+    /// takes none keeps its own, and the code of the first such is the result.
+    HRESULT writeBack();
 
     /// The function's return value, owned by the caller; empty when it has none.
     VARIANT detachResult();

@@ -11,6 +11,8 @@ namespace {
 
 std::wstring text(VARIANT* value)
 {
+    if (value->vt & VT_ARRAY)
+        return L"array";
     return com::isMissing(*value) ? L"missing" : com::concatText(*value);
 }
 

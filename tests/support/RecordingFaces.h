@@ -11,7 +11,8 @@
 class RecordingFactory final : public com::AutomationObject<_Factory>
 {
 public:
-    /// The last call, as "member(argument, argument)"; a left-out variant reads as "missing".
+    /// The last call, as "member(argument, argument)"; a left-out variant reads as "missing", an
+    /// array as "array".
     std::wstring lastCall;
     /// Written over every by-reference text before the call returns, when set.
     const wchar_t* textLeftBehind = nullptr;

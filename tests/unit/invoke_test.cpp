@@ -1,6 +1,7 @@
 #include "com/invoke.h"
 
 #include "com/convert.h"
+#include "com/error.h"
 #include "support/LateCall.h"
 #include "support/RecordingFaces.h"
 
@@ -282,6 +283,58 @@ TEST_F(Invoke, FailureWithoutAnExceptionRecordIsTheCode)
     factory->failure = static_cast<HRESULT>(0x800403E8);
     DISPPARAMS none{};
     EXPECT_EQ(factory->Invoke(6, IID_NULL, 0, DISPATCH_METHOD, &none, nullptr, nullptr, nullptr),
+              static_cast<HRESULT>(0x800403E8));
+}
+
+TEST_F(Invoke, FailedMemberHasItsVariablesWrittenBack)
+{
+    factory->failure = static_cast<HRESULT>(0x800403E8);
+    factory->textLeftBehind = L"after";
+    _variant_t message = text(L"before");
+    EXPECT_EQ(setError(true, byReference(message)).scode, static_cast<SCODE>(0x800403E8));
+    EXPECT_EQ(message, text(L"after"));
+}
+
+/// A script's variable that takes no value: it holds an array that is in use.
+class LockedVariable
+{
+public:
+    LockedVariable()
+    {
+        variable_.parray = SafeArrayCreateVector(VT_I4, 0, 1);
+        variable_.vt = VT_ARRAY | VT_I4;
+        check(SafeArrayLock(variable_.parray));
+    }
+    ~LockedVariable() { SafeArrayUnlock(variable_.parray); }
+    LockedVariable(const LockedVariable&) = delete;
+    LockedVariable& operator=(const LockedVariable&) = delete;
+
+    _variant_t reference() { return byReference(variable_); }
+
+private:
+    _variant_t variable_;
+};
+
+TEST_F(Invoke, VariableThatTakesNoValueFailsASuccessfulCall)
+{
+    LockedVariable level;
+    EXPECT_EQ(lateCall(factory.Get(), L"setLogLevel", {level.reference()}).code, DISP_E_ARRAYISLOCKED);
+}
+
+TEST_F(Invoke, VariableThatTakesNoValueDoesNotHideTheFailureOfTheMember)
+{
+    factory->failure = static_cast<HRESULT>(0x800403E8);
+    LockedVariable level;
+    const LateResult result = lateCall(factory.Get(), L"setLogLevel", {level.reference()});
+    EXPECT_EQ(result.code, DISP_E_EXCEPTION);
+    EXPECT_EQ(result.scode, static_cast<SCODE>(0x800403E8));
+    EXPECT_EQ(result.source, L"Recording.source");
+    EXPECT_EQ(result.description, L"Recorded failure");
+
+    constexpr DISPID kSetLogLevel = 7;
+    _variant_t argument = level.reference();
+    DISPPARAMS params{&argument, nullptr, 1, 0};
+    EXPECT_EQ(factory->Invoke(kSetLogLevel, IID_NULL, 0, DISPATCH_METHOD, &params, nullptr, nullptr, nullptr),
               static_cast<HRESULT>(0x800403E8));
 }
 
