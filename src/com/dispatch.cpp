@@ -136,11 +136,13 @@ _variant_t Dispatch::invoke(DISPID id, WORD flags, std::span<const _variant_t> a
     _variant_t result;
     EXCEPINFO exception{};
     UINT badArgument = 0;
+    // Once the call has failed, nothing tells whose error object the thread has. Clearing it costs some nanoseconds.
+    SetErrorInfo(0, nullptr);
     const HRESULT code = object_->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &params, put ? nullptr : &result,
                                          &exception, &badArgument);
     if (code == DISP_E_EXCEPTION)
         throw exceptionError(exception);
-    check(code);
+    checkCall(code);
     return result;
 }
 

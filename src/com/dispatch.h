@@ -33,8 +33,8 @@ private:
 /// of a `Class` and what they give, which are known to be alike, and once for each other object: what a host hands in
 /// may be anything, and two objects with one vtable need not be of one kind, since all proxies share theirs.
 ///
-/// Every failure throws Error: the object's own number, source and description, or the runtime's for a failure of the
-/// call itself. Using an empty Dispatch raises 91.
+/// Every failure throws Error: the object's own number, source and description, from the exception record or the error
+/// object that it leaves, or the runtime's for a failure of the call itself. Using an empty Dispatch raises 91.
 class Dispatch
 {
 public:

@@ -63,7 +63,8 @@ Error platformError(HRESULT code);
 /// Throws `platformError(code)` when `code` is a failure.
 void check(HRESULT code);
 
-/// Throws when an early-bound call failed: with number, source and description of the error object it left, if any.
+/// Throws when a call failed: with its number, and source and description of the error object that it left, if any. A
+/// call that may leave none wants an older one cleared before it.
 void checkCall(HRESULT code);
 
 /// What is in flight, seen from a handler: an Error as it stands, `_com_error` and `std::bad_alloc` (7) translated.

@@ -1,10 +1,11 @@
 #include "com/dispatch.h"
 
+#include "com/boundary.h"
 #include "com/collection.h"
 #include "com/convert.h"
 #include "support/Apartment.h"
-#include "support/Raised.h"
 #include "support/ScriptedObject.h"
+#include "support/recording_error.h"
 
 #include <gtest/gtest.h>
 
@@ -185,6 +186,38 @@ TEST_F(LateBinding, FailureOfTheCallItselfHasTheRuntimesNumber)
     EXPECT_EQ(failing(DISP_E_PARAMNOTOPTIONAL), 449);
     EXPECT_EQ(failing(DISP_E_MEMBERNOTFOUND), 438);
     EXPECT_EQ(failing(E_FAIL), E_FAIL);
+}
+
+/// What a member answers that reports a failure by the thread's error object.
+HRESULT leaveErrorObject()
+{
+    return comBoundary([] { throw Error{E_FAIL, L"the object", L"its own text"}; });
+}
+
+TEST_F(LateBinding, FailureThatLeavesAnErrorObjectHasItsSourceAndText)
+{
+    answer([](WORD, DISPPARAMS&, VARIANT*, EXCEPINFO*) { return leaveErrorObject(); });
+    EXPECT_EQ(raised([&] { dispatch.call(L"member"); }), (Error{E_FAIL, L"the object", L"its own text"}));
+    answer([](WORD, DISPPARAMS&, VARIANT*, EXCEPINFO*) {
+        leaveErrorObject();
+        return DISP_E_OVERFLOW;
+    });
+    EXPECT_EQ(raised([&] { dispatch.property(L"member"); }), (Error{6, L"the object", L"its own text"}));
+}
+
+TEST_F(LateBinding, FailureDoesNotTakeTheErrorObjectOfAnEarlierCall)
+{
+    answer([](WORD, DISPPARAMS&, VARIANT*, EXCEPINFO*) { return E_FAIL; });
+    leaveErrorObject();
+    EXPECT_EQ(raised([&] { dispatch.call(L"member"); }), platformError(E_FAIL));
+
+    answer([](WORD flags, DISPPARAMS&, VARIANT*, EXCEPINFO*) {
+        const HRESULT failure = leaveErrorObject();
+        return flags == DISPATCH_METHOD ? S_OK : failure;
+    });
+    dispatch.call(L"member");
+    answer([](WORD, DISPPARAMS&, VARIANT*, EXCEPINFO*) { return E_FAIL; });
+    EXPECT_EQ(raised([&] { dispatch.put(L"member", _variant_t()); }), platformError(E_FAIL));
 }
 
 TEST_F(LateBinding, MoreArgumentsThanAnyMemberTakesAreError5)
