@@ -1,0 +1,189 @@
+"""Whatever the documents name exists: quinrep's commands and options, its configuration, scripts and files, and the
+constants and members of the component. What exists is asked of the programs, or read from what they are made of."""
+
+import functools
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+DOCUMENTS = [*sorted((ROOT / "docs").glob("*.md")), ROOT / "README.md", ROOT / "database/README.md"]
+SOURCES = ["bench", "cmake", "database", "examples", "host", "packaging", "scripts", "src", "tests", "wine"]
+# Names of Windows and of SQL Server that nothing here has to mention.
+PLATFORM = {"CLSCTX_LOCAL_SERVER", "QUOTED_IDENTIFIER"}
+STRANGER = "no_such_name"
+QUINREP = "quinrep.exe"  # the first argument
+
+
+def quinrep(*arguments, folder=ROOT):
+    return subprocess.run(["wine", QUINREP, *arguments], cwd=folder, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT, text=True, timeout=60).stdout
+
+
+class Command:
+    """A command of quinrep with its options and the commands below it, as its --help tells them."""
+
+    def __init__(self, *path):
+        text = quinrep(*path, "--help")
+        entries = re.findall(r"^  (-\S+)( [A-Z])?", text, re.M)
+        # Whether an option takes a value, by each of its names.
+        self.options = {name: bool(value) for names, value in entries for name in names.split(",")}
+        below = re.findall(r"^  ([a-z]\S*)", text.partition("\nSubcommands:")[2], re.M)
+        self.commands = {name: Command(*path, name) for name in below}
+
+    def all_options(self):
+        return set(self.options).union(*(below.all_options() for below in self.commands.values()))
+
+
+@functools.cache
+def commands():
+    return Command()
+
+
+@functools.cache
+def source_text():
+    """All that was written by hand, but for the documents and this file."""
+    files = [file for folder in SOURCES for file in (ROOT / folder).rglob("*")
+             if file.is_file() and file.suffix not in (".md", ".pyc") and file != pathlib.Path(__file__).resolve()]
+    return "\n".join(file.read_text(encoding="utf-8", errors="replace") for file in files)
+
+
+@functools.cache
+def library():
+    """The words of each interface by its name without the underscore, and the names of the constants."""
+    text = (ROOT / "src/typelib/QuinmarkRepDLL.idl.in").read_text(encoding="utf-8")
+    interfaces = {name: set(re.findall(r"\w+", body))
+                  for name, body in re.findall(r"interface _(\w+) : IDispatch\s*{(.*?)\n    }", text, re.S)}
+    return interfaces, {name for body in re.findall(r"enum\b[^{]*{(.*?)}", text, re.S)
+                        for name in re.findall(r"(\w+) =", body)}
+
+
+def has(word, text):
+    return re.search(rf"(?<![\w-]){word}(?![\w-])", text) is not None
+
+
+def code(text):
+    """The lines of code blocks without what explains them behind blanks, and what stands between back quotes."""
+    fences = re.findall(r"^```.*?^```", text, re.M | re.S)
+    lines = [line for fence in fences for line in fence.splitlines()] + re.findall(r"^ {4}.*$", text, re.M)
+    spans = re.findall(r"`([^`\n]+)`", re.sub(r"^```.*?^```", "", text, flags=re.M | re.S))
+    return [re.split(r" {2,}", line.strip())[0] for line in lines] + spans
+
+
+def strange_words(words):
+    """What quinrep would refuse of a command line."""
+    path = [commands()]
+    words = iter(words)
+    for word in words:
+        name = word.partition("=")[0]
+        option = next((known.options[name] for known in path if name in known.options), None)
+        if name.startswith("-"):
+            if option is None:
+                yield name
+            elif option and "=" not in word:
+                next(words, None)
+        elif word in path[-1].commands:
+            path.append(path[-1].commands[word])
+        elif path[-1].commands:
+            if word.isupper():
+                return  # a place holder
+            yield word
+
+
+def strange_commands(text):
+    for line in code(text):
+        called = re.search(r'(?<![\w-])quinrep(?:\.exe|\.sh)?(?:\\?")? +([^|>"^]+)', line)
+        words = (called[1] if called else line).split()
+        if called or (words and words[0] in commands().commands and any(word.startswith("-") for word in words)):
+            yield from (f"{line}: {word}" for word in strange_words(words))
+
+
+def strange_options(text):
+    for option in set(re.findall(r"(?<![\w-])--[a-z][\w-]*", text)):
+        if option not in commands().all_options() and not has(option, source_text()):
+            yield option
+    for name, rest in re.findall(r"(?<![\w-])([\w-]+\.sh)\b([^\n`|]*)", text):
+        script = ROOT / "scripts" / name
+        if script.is_file() and name != "quinrep.sh":
+            given = re.findall(r"(?<!\S)--[a-z][\w-]*", re.split(r" {2,}", rest)[0])
+            yield from (f"{name} {option}" for option in given if not has(option, script.read_text(encoding="utf-8")))
+
+
+def strange_files(text):
+    for path in re.findall(rf"(?<![\w/.-])(?:{'|'.join(SOURCES)}|docs)/[\w./-]*[\w/]", text):
+        if not (ROOT / path).exists():
+            yield path
+
+
+def strange_names(text):
+    interfaces, constants = library()
+    first_words = {name.partition("_")[0] for name in constants if "_" in name}
+    for name in set(re.findall(r"\b[A-Z][A-Z0-9]+(?:_\w+)+", text)) - PLATFORM:
+        if name not in constants and (name.partition("_")[0] in first_words or not has(name, source_text())):
+            yield name
+    owners = {"factory": "Factory", "run": "clsReplicate"} | {name: name for name in interfaces}
+    for owner, member in re.findall(rf"(?<![\w/.])({'|'.join(owners)})\.(\w+)", text):
+        if member not in interfaces[owners[owner]] | {"h", "cpp"} and f"{owner}.{member}" not in source_text():
+            yield f"{owner}.{member}"
+    for owner, section in re.findall(r"^## (\w+)\n(.*?)(?=^## |\Z)", text, re.M | re.S):
+        cells = re.sub(r"\(.*?\)", "", " ".join(re.findall(r"^\| *(`[^|]*)\|", section, re.M)))
+        yield from (f"{owner}: {name}" for name in re.findall(r"`(\w+)", cells)
+                    if name not in interfaces.get(owner, {name}))
+
+
+def mistakes(configuration):
+    """What quinrep says to a configuration that it cannot use, before it looks at anything else."""
+    with tempfile.TemporaryDirectory() as folder:
+        (pathlib.Path(folder) / "quinrep.toml").write_text(configuration, encoding="utf-8")
+        return quinrep("check", folder=folder)
+
+
+def configuration_names():
+    """The names that the configuration may have, and the words that may be their values."""
+    wrong = "".join(f"{name} = []\n" for name in ("site", "local", STRANGER))
+    wrong += "".join(f"[{section}]\n{STRANGER} = []\n" for section in ("source", "log"))
+    text = mistakes(wrong + f"[[table]]\nmethod = []\ndeletes = []\n{STRANGER} = []\n")
+    return {word.strip('"') for listed in re.findall(r"expected one of (.*)", text) for word in listed.split(", ")}
+
+
+class DocumentsTest(unittest.TestCase):
+    def test_documents_name_what_exists(self):
+        for document in DOCUMENTS:
+            text = document.read_text(encoding="utf-8")
+            for look in (strange_commands, strange_options, strange_files, strange_names):
+                with self.subTest(document=document.name, look=look.__name__):
+                    self.assertEqual([], sorted(set(look(text))))
+
+    def test_configuration_is_described_as_it_is_read(self):
+        text = (ROOT / "docs/quinrep.md").read_text(encoding="utf-8")
+        section = re.search(r"^## Configuration$(.*?)^## ", text, re.M | re.S)[1]
+        self.assertEqual(configuration_names(), set(re.findall(r'`["[]*([a-z_]+)["\]]*`', section)))
+
+    def test_configuration_to_start_from_has_no_other_mistake_than_the_one_made(self):
+        with tempfile.TemporaryDirectory() as folder:
+            quinrep("init", folder=folder)
+            template = (pathlib.Path(folder) / "quinrep.toml").read_text(encoding="utf-8")
+        self.assertEqual([STRANGER], re.findall(r"line \d+, column \d+: (\S+)", mistakes(f"{STRANGER} = 1\n" + template)))
+
+    def test_strangers_are_found(self):
+        for look, text, found in [
+                (strange_commands, "`run --peview`", ["run --peview: --peview"]),
+                (strange_commands, "    quinrep -c FILE statsu   what it is\n", ["quinrep -c FILE statsu: statsu"]),
+                (strange_commands, "`quinrep conflicts resolve {ID} --use source --json`", []),
+                (strange_options, "with `--redy` it", ["--redy"]),
+                (strange_options, "`scripts/demo.sh --sqlserver A`", ["demo.sh --sqlserver"]),
+                (strange_options, "`scripts/test.sh --sqlserver A`", []),
+                (strange_files, "`scripts/tset.sh` and `tests/unit`", ["scripts/tset.sh"]),
+                (strange_names, "`USE_SORCE`, `USE_SOURCE`", ["USE_SORCE"]),
+                (strange_names, "`Factory.inti`, `run.bReady`", ["Factory.inti"]),
+                (strange_names, "## clsConflict\n\n| `edit` | x |\n| `vGiud` (read) | |\n", ["clsConflict: vGiud"])]:
+            with self.subTest(text=text):
+                self.assertEqual(found, list(look(text)))
+
+
+if __name__ == "__main__":
+    QUINREP = sys.argv.pop(1)
+    unittest.main()
