@@ -4,13 +4,18 @@ Attribute VB_Name = "Replicate"
 '
 '   ? ReplicateOffice("C:\Replication\office.log")
 '
-' The password of both logins comes from the environment variable QUINMARK_PASSWORD. Returns 0 when the run went
-' through, 1 when it failed and 2 when it may not run now; every error is shown with its number, source and text.
+' The password of both logins comes from the environment variable QUINMARK_PASSWORD. ready:=True marks the site ready,
+' as whoever decides that a run is due does. resetError:=True shows and clears the error that is recorded: only for a
+' person who has looked at the conflicts, because the next run may delete or overwrite a row that one of them tells.
+' Returns 0 when the run went through, 1 when it failed, 2 when it recorded an error or conflicts, and 4 when nothing
+' was run because the site is in error or not ready; every error is shown with its number, source and text.
 Option Explicit
 
 Private Const LOG_LEVEL_DEBUG As Integer = 1
 Private Const SECONDS_BETWEEN_ATTEMPTS As Integer = 900
 Private Const PROGRAM_VERSION As String = "3.46"
+Private Const NEXT_STEP As String = "Look at the conflicts (cscript conflicts.vbs list --office, or quinrep " & _
+    "review) and settle each one. Only then run with resetError:=True."
 
 Private factory As QuinmarkRepDLL.Factory
 Private run As QuinmarkRepDLL.clsReplicate
@@ -18,14 +23,15 @@ Private tables As Collection
 
 Public Function ReplicateOffice(logFile As String, Optional officeDsn As String = "QuinmarkOffice", _
         Optional officePrefix As String = "office.", Optional laptopDsn As String = "QuinmarkLaptop", _
-        Optional laptopPrefix As String = "laptop.") As Long
+        Optional laptopPrefix As String = "laptop.", Optional ready As Boolean = False, _
+        Optional resetError As Boolean = False) As Long
     On Error GoTo Failed
     Dim password As String
     password = Environ("QUINMARK_PASSWORD")
     Set factory = New QuinmarkRepDLL.Factory
     factory.init QuinmarkRepDLL.OFFICES, "SOURCE", officePrefix, officeDsn, password, _
         laptopPrefix, laptopDsn, password, LOG_LEVEL_DEBUG, logFile
-    ReplicateOffice = RunTables
+    ReplicateOffice = RunTables(ready, resetError)
     factory.disconnect
     Exit Function
 Failed:
@@ -34,23 +40,28 @@ Failed:
     If Not factory Is Nothing Then factory.disconnect
 End Function
 
-Private Function RunTables() As Long
+Private Function RunTables(ready As Boolean, resetError As Boolean) As Long
     If Not factory.ensureReplication Then
         RunTables = StopWith(1, "The databases do not belong together: " & factory.sErrorMessage)
         Exit Function
     End If
     Set run = factory.createReplication
-    run.SetReady
+    If ready Then run.SetReady
     run.initNextRun SECONDS_BETWEEN_ATTEMPTS, PROGRAM_VERSION
+    If resetError And run.bError Then
+        Debug.Print "Clearing the recorded error: " & run.sErrorMessage
+        factory.resetError
+        run.initNextRun SECONDS_BETWEEN_ATTEMPTS, PROGRAM_VERSION
+    End If
     If run.bError Then
-        RunTables = StopWith(2, "The last run failed: " & run.sErrorMessage)
+        RunTables = StopWith(4, "Nothing was run. Recorded: " & run.sErrorMessage & vbCrLf & NEXT_STEP)
     ElseIf Not run.bReady Then
-        RunTables = StopWith(2, "This site is not ready for a run")
+        RunTables = StopWith(4, "Nothing was run: this site is not ready; ready:=True marks it")
     Else
         CreateTables
         GoOrRecord
         ShowSummary
-        factory.resetError
+        RunTables = StatusOfRun
     End If
 End Function
 
@@ -87,8 +98,23 @@ Private Sub ShowSummary()
         Debug.Print table.sTable & ": added " & table.lCntDestAdd & ", updated " & table.lCntDestUpdate & _
             ", deleted " & table.lCntDestDelete & ", conflicts " & table.lCntConflict
     Next
-    If run.bError Then Debug.Print "Recorded: " & run.sErrorMessage
 End Sub
+
+' 0, or 2 and what was recorded. The error stays recorded until a person has decided.
+Private Function StatusOfRun() As Long
+    Dim table As QuinmarkRepDLL.clsReplicateTable
+    If run.bError Then
+        StatusOfRun = 2
+        Debug.Print "Recorded: " & run.sErrorMessage
+    End If
+    For Each table In tables
+        If table.lCntConflict > 0 Then
+            StatusOfRun = 2
+            Debug.Print "Conflicts in " & table.sTable & ": " & table.lCntConflict
+        End If
+    Next
+    If StatusOfRun = 2 Then Debug.Print NEXT_STEP
+End Function
 
 Private Function ErrorText() As String
     ErrorText = Err.Number & " (0x" & Hex(Err.Number) & "), " & Err.Source & ": " & Err.Description

@@ -2,29 +2,40 @@
 // one and the source.
 //
 //   cscript //nologo replicate.js LOGFILE [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX]
+//       [--ready] [--reset-error]
 //
-// The password of both logins comes from the environment variable QUINMARK_PASSWORD. Ends with status 0 when the run
-// went through, 1 when it failed and 2 when it may not run now. JScript's errors have no source; everything else of an
-// error is shown.
+// The password of both logins comes from the environment variable QUINMARK_PASSWORD. --ready marks the site ready, as
+// whoever decides that a run is due does. --reset-error shows and clears the error that is recorded: only for a person
+// who has looked at the conflicts, because the next run may delete or overwrite a row that one of them tells. Ends with
+// status 0 when the run went through, 1 when it failed, 2 when it recorded an error or conflicts, 3 when the command
+// line is wrong, and 4 when nothing was run because the site is in error or not ready. JScript's errors have no source;
+// everything else of an error is shown.
 var SITE_OFFICES = 0;
 var ONE_WAY_DELETE_ALL = 1, ONE_WAY = 2, ONE_WAY_ALLOW_DELETES = 3, ONE_WAY_WITH_PK_FIELD = 7;
 var UNKNOWN = 1, DELETE_WITH_UPDATES = 2;
 var LOG_LEVEL_DEBUG = 1;
 var SECONDS_BETWEEN_ATTEMPTS = 900;
 var PROGRAM_VERSION = "3.46";
+var NEXT_STEP = "Look at the conflicts (cscript conflicts.vbs list --office, or quinrep review) and settle each one. " +
+    "Only then run with --reset-error.";
 
 WScript.Quit(main(WScript.Arguments));
 
 function main(given) {
-    if (given.length != 1 && given.length != 5) {
-        WScript.Echo("usage: replicate.js LOGFILE [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX]");
-        return 2;
+    var ready = false, resetError = false, names = [];
+    for (var i = 0; i < given.length; ++i) {
+        if (given(i) == "--ready") ready = true;
+        else if (given(i) == "--reset-error") resetError = true;
+        else names.push(given(i));
     }
+    if (names.length != 1 && names.length != 5)
+        return stop(3, "usage: replicate.js LOGFILE [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX] " +
+            "[--ready] [--reset-error]");
     var factory = null;
     try {
         factory = new ActiveXObject("QuinmarkRepDLL.Factory");
-        connect(factory, given);
-        return replicate(factory);
+        connect(factory, names);
+        return replicate(factory, ready, resetError);
     } catch (error) {
         WScript.Echo("Could not replicate: " + errorText(error));
         return 1;
@@ -33,21 +44,26 @@ function main(given) {
     }
 }
 
-function connect(factory, given) {
+function connect(factory, names) {
     var password = new ActiveXObject("WScript.Shell").Environment("PROCESS")("QUINMARK_PASSWORD");
-    var all = given.length == 5;
-    factory.init(SITE_OFFICES, "SOURCE", all ? given(2) : "office.", all ? given(1) : "QuinmarkOffice", password,
-        all ? given(4) : "laptop.", all ? given(3) : "QuinmarkLaptop", password, LOG_LEVEL_DEBUG, given(0));
+    var all = names.length == 5;
+    factory.init(SITE_OFFICES, "SOURCE", all ? names[2] : "office.", all ? names[1] : "QuinmarkOffice", password,
+        all ? names[4] : "laptop.", all ? names[3] : "QuinmarkLaptop", password, LOG_LEVEL_DEBUG, names[0]);
 }
 
-function replicate(factory) {
+function replicate(factory, ready, resetError) {
     if (!factory.ensureReplication())
         return stop(1, "The databases do not belong together: " + factory.sErrorMessage);
     var run = factory.createReplication();
-    run.SetReady();
+    if (ready) run.SetReady();
     run.initNextRun(SECONDS_BETWEEN_ATTEMPTS, PROGRAM_VERSION);
-    if (run.bError) return stop(2, "The last run failed: " + run.sErrorMessage);
-    if (!run.bReady) return stop(2, "This site is not ready for a run");
+    if (resetError && run.bError) {
+        WScript.Echo("Clearing the recorded error: " + run.sErrorMessage);
+        factory.resetError();
+        run.initNextRun(SECONDS_BETWEEN_ATTEMPTS, PROGRAM_VERSION);
+    }
+    if (run.bError) return stop(4, "Nothing was run. Recorded: " + run.sErrorMessage + "\n" + NEXT_STEP);
+    if (!run.bReady) return stop(4, "Nothing was run: this site is not ready; --ready marks it");
 
     var tables = createTables(factory);
     try {
@@ -57,9 +73,8 @@ function replicate(factory) {
         factory.setError(true, run.sErrorMessage);
         throw error;
     }
-    showSummary(run, tables);
-    factory.resetError();
-    return 0;
+    showSummary(tables);
+    return statusOfRun(run, tables);
 }
 
 // A dictionary's keys are the tables; it keeps their order.
@@ -76,14 +91,32 @@ function createTables(factory) {
     return tables;
 }
 
-function showSummary(run, tables) {
+function showSummary(tables) {
     var keys = new VBArray(tables.Keys()).toArray();
     for (var i = 0; i < keys.length; ++i) {
         var table = keys[i];
         WScript.Echo(table.sTable + ": added " + table.lCntDestAdd + ", updated " + table.lCntDestUpdate +
             ", deleted " + table.lCntDestDelete + ", conflicts " + table.lCntConflict);
     }
-    if (run.bError) WScript.Echo("Recorded: " + run.sErrorMessage);
+}
+
+// 0, or 2 and what was recorded. The error stays recorded until a person has decided.
+function statusOfRun(run, tables) {
+    var status = 0;
+    if (run.bError) {
+        status = 2;
+        WScript.Echo("Recorded: " + run.sErrorMessage);
+    }
+    var keys = new VBArray(tables.Keys()).toArray();
+    for (var i = 0; i < keys.length; ++i) {
+        var table = keys[i];
+        if (table.lCntConflict > 0) {
+            status = 2;
+            WScript.Echo("Conflicts in " + table.sTable + ": " + table.lCntConflict);
+        }
+    }
+    if (status == 2) WScript.Echo(NEXT_STEP);
+    return status;
 }
 
 // JScript numbers are signed; the unsigned form is the one that error tables list.

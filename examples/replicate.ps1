@@ -2,13 +2,18 @@
 # one and the source. Needs the 32-bit PowerShell:
 #
 #   %SystemRoot%\SysWOW64\WindowsPowerShell\v1.0\powershell.exe -Sta -File replicate.ps1 LOGFILE
+#       [-Ready] [-ResetError]
 #
-# The password of both logins comes from the environment variable QUINMARK_PASSWORD. Ends with status 0 when the run
-# went through, 1 when it failed and 2 when it may not run now; every error is shown with its number, source and text.
+# The password of both logins comes from the environment variable QUINMARK_PASSWORD. -Ready marks the site ready, as
+# whoever decides that a run is due does. -ResetError shows and clears the error that is recorded: only for a person who
+# has looked at the conflicts, because the next run may delete or overwrite a row that one of them tells. Ends with
+# status 0 when the run went through, 1 when it failed, 2 when it recorded an error or conflicts, and 4 when nothing was
+# run because the site is in error or not ready; every error is shown with its number, source and text.
 param(
     [Parameter(Mandatory = $true)] [string] $LogFile,
     [string] $OfficeDsn = 'QuinmarkOffice', [string] $OfficePrefix = 'office.',
-    [string] $LaptopDsn = 'QuinmarkLaptop', [string] $LaptopPrefix = 'laptop.'
+    [string] $LaptopDsn = 'QuinmarkLaptop', [string] $LaptopPrefix = 'laptop.',
+    [switch] $Ready, [switch] $ResetError
 )
 Set-StrictMode -Version 2
 $ErrorActionPreference = 'Stop'
@@ -22,6 +27,8 @@ $DELETE_WITH_UPDATES = 2
 $LogLevelDebug = 1
 $SecondsBetweenAttempts = 900
 $ProgramVersion = '3.46'
+$NextStep = 'Look at the conflicts (cscript conflicts.vbs list --office, or quinrep review) and settle each one. ' +
+    'Only then run with -ResetError.'
 
 function New-Tables($factory) {
     $tables = New-Object System.Collections.ArrayList
@@ -34,25 +41,50 @@ function New-Tables($factory) {
     , $tables
 }
 
-function Show-Summary($run, $tables) {
+function Show-Summary($tables) {
     foreach ($table in $tables) {
         Write-Host ('{0}: added {1}, updated {2}, deleted {3}, conflicts {4}' -f $table.sTable, $table.lCntDestAdd,
             $table.lCntDestUpdate, $table.lCntDestDelete, $table.lCntConflict)
     }
-    if ($run.bError) { Write-Host "Recorded: $($run.sErrorMessage)" }
+}
+
+# 0, or 2 and what was recorded. The error stays recorded until a person has decided.
+function Get-StatusOfRun($run, $tables) {
+    $status = 0
+    if ($run.bError) {
+        $status = 2
+        Write-Host "Recorded: $($run.sErrorMessage)"
+    }
+    foreach ($table in $tables) {
+        if ($table.lCntConflict -gt 0) {
+            $status = 2
+            Write-Host "Conflicts in $($table.sTable): $($table.lCntConflict)"
+        }
+    }
+    if ($status -eq 2) { Write-Host $NextStep }
+    return $status
+}
+
+function Stop-Run($status, $text) {
+    Write-Host $text
+    return $status
 }
 
 # The status that the script ends with.
 function Invoke-Run($factory) {
     if (-not $factory.ensureReplication()) {
-        Write-Host "The databases do not belong together: $($factory.sErrorMessage)"
-        return 1
+        return Stop-Run 1 "The databases do not belong together: $($factory.sErrorMessage)"
     }
     $run = $factory.createReplication()
-    $run.SetReady()
-    $run.initNextRun($SecondsBetweenAttempts, $ProgramVersion)
-    if ($run.bError) { Write-Host "The last run failed: $($run.sErrorMessage)"; return 2 }
-    if (-not $run.bReady) { Write-Host 'This site is not ready for a run'; return 2 }
+    if ($Ready) { [void] $run.SetReady() }
+    [void] $run.initNextRun($SecondsBetweenAttempts, $ProgramVersion)
+    if ($ResetError -and $run.bError) {
+        Write-Host "Clearing the recorded error: $($run.sErrorMessage)"
+        [void] $factory.resetError()
+        [void] $run.initNextRun($SecondsBetweenAttempts, $ProgramVersion)
+    }
+    if ($run.bError) { return Stop-Run 4 "Nothing was run. Recorded: $($run.sErrorMessage)`n$NextStep" }
+    if (-not $run.bReady) { return Stop-Run 4 'Nothing was run: this site is not ready; -Ready marks it' }
 
     $tables = New-Tables $factory
     try {
@@ -62,9 +94,8 @@ function Invoke-Run($factory) {
         $factory.setError($true, $run.sErrorMessage)
         throw
     }
-    Show-Summary $run $tables
-    $factory.resetError()
-    return 0
+    Show-Summary $tables
+    return Get-StatusOfRun $run $tables
 }
 
 # PowerShell wraps what a method threw; the component's own error is the innermost one.

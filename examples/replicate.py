@@ -1,10 +1,14 @@
 """Replicates the tables of an office with its laptop's database, from the office.
 
     py -3-32 replicate.py LOGFILE [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX]
+        [--ready] [--reset-error]
 
 The office's database is the local one and the source. Needs a 32-bit Python with pywin32. The password of both logins
-comes from the environment variable QUINMARK_PASSWORD. Ends with status 0 when the run went through, 1 when it failed
-and 2 when it may not run now; every error is shown with its number, source and text.
+comes from the environment variable QUINMARK_PASSWORD. --ready marks the site ready, as whoever decides that a run is
+due does. --reset-error shows and clears the error that is recorded: only for a person who has looked at the conflicts,
+because the next run may delete or overwrite a row that one of them tells. Ends with status 0 when the run went through,
+1 when it failed, 2 when it recorded an error or conflicts, 3 when the command line is wrong, and 4 when nothing was run
+because the site is in error or not ready; every error is shown with its number, source and text.
 """
 import os
 import sys
@@ -21,6 +25,8 @@ DELETE_WITH_UPDATES = 2
 LOG_LEVEL_DEBUG = 1
 SECONDS_BETWEEN_ATTEMPTS = 900
 PROGRAM_VERSION = "3.46"
+NEXT_STEP = ("Look at the conflicts (cscript conflicts.vbs list --office, or quinrep review) and settle each one. "
+             "Only then run with --reset-error.")
 
 
 def result_of(returned):
@@ -39,28 +45,48 @@ def create_tables(factory):
     return [result_of(table) for table in created]
 
 
-def show_summary(run, tables):
+def show_summary(tables):
     for table in tables:
         print(f"{table.sTable}: added {table.lCntDestAdd}, updated {table.lCntDestUpdate}, "
               f"deleted {table.lCntDestDelete}, conflicts {table.lCntConflict}")
+
+
+def status_of_run(run, tables):
+    """0, or 2 and what was recorded. The error stays recorded until a person has decided."""
+    status = 0
     if run.bError:
+        status = 2
         print(f"Recorded: {run.sErrorMessage}")
+    for table in tables:
+        if table.lCntConflict > 0:
+            status = 2
+            print(f"Conflicts in {table.sTable}: {table.lCntConflict}")
+    if status == 2:
+        print(NEXT_STEP)
+    return status
 
 
-def replicate(factory):
+def stop(status, text):
+    print(text)
+    return status
+
+
+def replicate(factory, ready, reset_error):
     """The status that the program ends with."""
     if not factory.ensureReplication():
-        print(f"The databases do not belong together: {factory.sErrorMessage}")
-        return 1
+        return stop(1, f"The databases do not belong together: {factory.sErrorMessage}")
     run = factory.createReplication()
-    run.SetReady()
+    if ready:
+        run.SetReady()
     run.initNextRun(SECONDS_BETWEEN_ATTEMPTS, PROGRAM_VERSION)
+    if reset_error and run.bError:
+        print(f"Clearing the recorded error: {run.sErrorMessage}")
+        factory.resetError()
+        run.initNextRun(SECONDS_BETWEEN_ATTEMPTS, PROGRAM_VERSION)
     if run.bError:
-        print(f"The last run failed: {run.sErrorMessage}")
-        return 2
+        return stop(4, f"Nothing was run. Recorded: {run.sErrorMessage}\n{NEXT_STEP}")
     if not run.bReady:
-        print("This site is not ready for a run")
-        return 2
+        return stop(4, "Nothing was run: this site is not ready; --ready marks it")
     tables = create_tables(factory)
     try:
         run.go(tables)
@@ -68,9 +94,8 @@ def replicate(factory):
         # Into the control record first, so that the next attempt and the administrator see it.
         factory.setError(True, run.sErrorMessage)
         raise
-    show_summary(run, tables)
-    factory.resetError()
-    return 0
+    show_summary(tables)
+    return status_of_run(run, tables)
 
 
 def error_text(error):
@@ -80,21 +105,22 @@ def error_text(error):
 
 
 def main(given):
-    if len(given) not in (1, 5):
-        print("usage: replicate.py LOGFILE [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX]")
-        return 2
+    ready, reset_error = "--ready" in given, "--reset-error" in given
+    names = [argument for argument in given if argument not in ("--ready", "--reset-error")]
+    if len(names) not in (1, 5):
+        return stop(3, "usage: replicate.py LOGFILE [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX] "
+                       "[--ready] [--reset-error]")
     log_file, office_dsn, office_prefix, laptop_dsn, laptop_prefix = (
-        given if len(given) == 5 else given + ["QuinmarkOffice", "office.", "QuinmarkLaptop", "laptop."])
+        names if len(names) == 5 else names + ["QuinmarkOffice", "office.", "QuinmarkLaptop", "laptop."])
     password = os.environ.get("QUINMARK_PASSWORD", "")
     factory = None
     try:
         factory = win32com.client.Dispatch("QuinmarkRepDLL.Factory")
         factory.init(OFFICES, "SOURCE", office_prefix, office_dsn, password,
                      laptop_prefix, laptop_dsn, password, LOG_LEVEL_DEBUG, log_file)
-        return replicate(factory)
+        return replicate(factory, ready, reset_error)
     except pythoncom.com_error as error:
-        print(f"Could not replicate: {error_text(error)}")
-        return 1
+        return stop(1, f"Could not replicate: {error_text(error)}")
     finally:
         if factory is not None:
             factory.disconnect()

@@ -1,11 +1,15 @@
 ' Replicates the office database with this laptop's own database.
 '
 '   cscript //nologo replicate.vbs copy|daily LOGFILE [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX]
+'       [--ready] [--reset-error]
 '
 ' "copy" takes the office's tables as they are, "daily" brings both sides together by the rows that changed since the
 ' last run. The laptop's database is the local one and the destination. The password of both logins comes from the
-' environment variable QUINMARK_PASSWORD. Ends with status 0 when the run went through, 1 when it failed and 2 when it
-' may not run now; every error is shown with its number, source and text.
+' environment variable QUINMARK_PASSWORD. --ready marks the site ready, as whoever decides that a run is due does.
+' --reset-error shows and clears the error that is recorded: only for a person who has looked at the conflicts, because
+' the next run may delete or overwrite a row that one of them tells. Ends with status 0 when the run went through, 1
+' when it failed, 2 when it recorded an error or conflicts, 3 when the command line is wrong, and 4 when nothing was run
+' because the site is in error or not ready; every error is shown with its number, source and text.
 Option Explicit
 
 Const SITE_LAPTOP = 1
@@ -21,7 +25,7 @@ Const LOG_LEVEL_DEBUG = 1
 Const SECONDS_BETWEEN_ATTEMPTS = 900
 
 Dim factory, run, tables
-Dim mode, logFile, officeDsn, officePrefix, laptopDsn, laptopPrefix, password
+Dim mode, logFile, ready, resetError, officeDsn, officePrefix, laptopDsn, laptopPrefix, password
 
 Main
 
@@ -37,11 +41,17 @@ Sub Main
         StopWith 1, "The databases do not belong together: " & factory.sErrorMessage
     End If
     Set run = factory.createReplication
-    run.SetReady
+    If ready Then run.SetReady
     run.initNextRun SECONDS_BETWEEN_ATTEMPTS, "laptop"
     StopOnError "prepare the run"
-    If run.bError Then StopWith 2, "The last run failed: " & run.sErrorMessage
-    If Not run.bReady Then StopWith 2, "This site is not ready for a run"
+    If resetError And run.bError Then
+        WScript.Echo "Clearing the recorded error: " & run.sErrorMessage
+        factory.resetError
+        run.initNextRun SECONDS_BETWEEN_ATTEMPTS, "laptop"
+        StopOnError "clear the error"
+    End If
+    If run.bError Then StopWith 4, "Nothing was run. Recorded: " & run.sErrorMessage & vbCrLf & NextStep
+    If Not run.bReady Then StopWith 4, "Nothing was run: this site is not ready; --ready marks it"
 
     Set tables = CreateObject("Scripting.Dictionary")
     If mode = "copy" Then AddCopiedTables Else AddDailyTables
@@ -52,25 +62,32 @@ Sub Main
     StopOnError "advance the interval"
     On Error Goto 0
     ShowSummary
-    factory.resetError
     factory.disconnect
+    WScript.Quit StatusOfRun
 End Sub
 
 Sub ReadArguments
-    Dim given
-    Set given = WScript.Arguments
-    If given.Count = 2 Or given.Count = 6 Then mode = LCase(given(0))
+    Dim index, names, given
+    For index = 0 To WScript.Arguments.Count - 1
+        Select Case WScript.Arguments(index)
+            Case "--ready": ready = True
+            Case "--reset-error": resetError = True
+            Case Else: names = names & vbTab & WScript.Arguments(index)
+        End Select
+    Next
+    given = Split(Mid(names, 2), vbTab)
+    If UBound(given) = 1 Or UBound(given) = 5 Then mode = LCase(given(0))
     If mode <> "copy" And mode <> "daily" Then
         WScript.Echo "usage: replicate.vbs copy|daily LOGFILE " & _
-            "[OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX]"
-        WScript.Quit 2
+            "[OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX] [--ready] [--reset-error]"
+        WScript.Quit 3
     End If
     logFile = given(1)
     officeDsn = "QuinmarkOffice"
     officePrefix = "office."
     laptopDsn = "QuinmarkLaptop"
     laptopPrefix = "laptop."
-    If given.Count = 6 Then
+    If UBound(given) = 5 Then
         officeDsn = given(2)
         officePrefix = given(3)
         laptopDsn = given(4)
@@ -131,9 +148,30 @@ Sub ShowSummary
             Right(Space(11) & table.lCntConflict, 11)
     Next
     WScript.Echo "Interval: " & run.dLastReplicate & " to " & run.dNextReplicate
-    If run.bError Then WScript.Echo "Recorded: " & run.sErrorMessage
     WScript.Echo "Log: " & logFile
 End Sub
+
+' 0, or 2 and what was recorded. The error stays recorded until a person has decided.
+Function StatusOfRun
+    Dim table
+    StatusOfRun = 0
+    If run.bError Then
+        StatusOfRun = 2
+        WScript.Echo "Recorded: " & run.sErrorMessage
+    End If
+    For Each table In tables
+        If table.lCntConflict > 0 Then
+            StatusOfRun = 2
+            WScript.Echo "Conflicts in " & table.sTable & ": " & table.lCntConflict
+        End If
+    Next
+    If StatusOfRun = 2 Then WScript.Echo NextStep
+End Function
+
+Function NextStep
+    NextStep = "Look at the conflicts (cscript conflicts.vbs list, or quinrep review) and settle each one. " & _
+        "Only then run with --reset-error."
+End Function
 
 ' The error goes into the control record first, so that the next attempt and the administrator see it.
 Sub RecordAndStop

@@ -2,9 +2,14 @@
 // one and the source. Early bound, through the header that is generated from the type library's source.
 //
 //   replicate LOGFILE [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX]
+//       [--ready] [--reset-error]
 //
-// The password of both logins comes from the environment variable QUINMARK_PASSWORD. Ends with status 0 when the run
-// went through, 1 when it failed and 2 when it may not run now; every error is shown with its number, source and text.
+// The password of both logins comes from the environment variable QUINMARK_PASSWORD. --ready marks the site ready, as
+// whoever decides that a run is due does. --reset-error shows and clears the error that is recorded: only for a person
+// who has looked at the conflicts, because the next run may delete or overwrite a row that one of them tells. Ends with
+// status 0 when the run went through, 1 when it failed, 2 when it recorded an error or conflicts, 3 when the command
+// line is wrong, and 4 when nothing was run because the site is in error or not ready; every error is shown with its
+// number, source and text.
 #include "QuinmarkRepDLL.h"
 
 #include <comdef.h>
@@ -14,6 +19,7 @@
 #include <cwchar>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 using Microsoft::WRL::ComPtr;
@@ -23,8 +29,19 @@ namespace {
 constexpr short kLogLevelDebug = 1;
 constexpr short kSecondsBetweenAttempts = 900;
 constexpr wchar_t kProgramVersion[] = L"3.46";
+constexpr wchar_t kNextStep[] = L"Look at the conflicts (cscript conflicts.vbs list --office, or quinrep review) and "
+                                L"settle each one. Only then run with --reset-error.";
 
 using Tables = std::vector<ComPtr<_clsReplicateTable>>;
+
+/// The command line.
+struct Arguments
+{
+    bool ready = false;
+    bool resetError = false;
+    /// The log's file, then data sources and prefixes.
+    std::vector<const wchar_t*> names;
+};
 
 /// A failed call, with what the component told about it.
 struct Failure
@@ -71,19 +88,20 @@ std::wstring password()
     return std::wstring(text, length < std::size(text) ? length : 0);
 }
 
-void connect(_Factory& factory, const wchar_t* logFile, const std::vector<const wchar_t*>& databases)
+void connect(_Factory& factory, const std::vector<const wchar_t*>& names)
 {
     enumReplicationUniqueId site = OFFICES;
     short logLevel = kLogLevelDebug;
     const std::wstring secret = password();
     Text role(L"SOURCE");
-    Text officeDsn(databases[0]);
-    Text officePrefix(databases[1]);
-    Text laptopDsn(databases[2]);
-    Text laptopPrefix(databases[3]);
+    const bool all = names.size() == 5;
+    Text officeDsn(all ? names[1] : L"QuinmarkOffice");
+    Text officePrefix(all ? names[2] : L"office.");
+    Text laptopDsn(all ? names[3] : L"QuinmarkLaptop");
+    Text laptopPrefix(all ? names[4] : L"laptop.");
     Text officePassword(secret.c_str());
     Text laptopPassword(secret.c_str());
-    Text log(logFile);
+    Text log(names[0]);
     check(factory.init(&site, &role, &officePrefix, &officeDsn, &officePassword, &laptopPrefix, &laptopDsn,
                        &laptopPassword, &logLevel, &log));
 }
@@ -158,13 +176,44 @@ void showTable(_clsReplicateTable& table)
             conflicts);
 }
 
-int stop(int status, const std::wstring& text)
+bool hasError(_clsReplicate& run)
+{
+    VARIANT_BOOL flag = VARIANT_FALSE;
+    check(run.get_bError(&flag));
+    return flag != VARIANT_FALSE;
+}
+
+void say(const std::wstring& text)
 {
     wprintf(L"%ls\n", text.c_str());
+}
+
+int stop(int status, const std::wstring& text)
+{
+    say(text);
     return status;
 }
 
-int replicate(_Factory& factory)
+/// 0, or 2 and what was recorded. The error stays recorded until a person has decided.
+int statusOfRun(_clsReplicate& run, const Tables& tables)
+{
+    int status = 0;
+    if (hasError(run))
+        status = stop(2, L"Recorded: " + errorMessage(run));
+    for (const ComPtr<_clsReplicateTable>& table : tables) {
+        long conflicts = 0;
+        _bstr_t name;
+        check(table->get_lCntConflict(&conflicts));
+        check(table->get_sTable(name.GetAddress()));
+        if (conflicts > 0)
+            status = stop(2, L"Conflicts in " + textOf(name) + L": " + std::to_wstring(conflicts));
+    }
+    if (status == 2)
+        say(kNextStep);
+    return status;
+}
+
+int replicate(_Factory& factory, const Arguments& given)
 {
     VARIANT_BOOL flag = VARIANT_FALSE;
     check(factory.ensureReplication(&flag));
@@ -177,49 +226,65 @@ int replicate(_Factory& factory)
     short frequency = kSecondsBetweenAttempts;
     Text version(kProgramVersion);
     check(factory.createReplication(&run));
-    check(run->SetReady());
+    if (given.ready)
+        check(run->SetReady());
     check(run->initNextRun(&frequency, &version));
-    check(run->get_bError(&flag));
-    if (flag)
-        return stop(2, L"The last run failed: " + errorMessage(*run.Get()));
+    if (given.resetError && hasError(*run.Get())) {
+        say(L"Clearing the recorded error: " + errorMessage(*run.Get()));
+        check(factory.resetError());
+        check(run->initNextRun(&frequency, &version));
+    }
+    if (hasError(*run.Get()))
+        return stop(4, L"Nothing was run. Recorded: " + errorMessage(*run.Get()) + L"\n" + kNextStep);
     check(run->get_bReady(&flag));
     if (!flag)
-        return stop(2, L"This site is not ready for a run");
+        return stop(4, L"Nothing was run: this site is not ready; --ready marks it");
 
     const Tables tables = createTables(factory);
     goOrRecord(factory, *run.Get(), tables);
     for (const ComPtr<_clsReplicateTable>& table : tables)
         showTable(*table.Get());
-    check(run->get_bError(&flag));
-    if (flag)
-        stop(0, L"Recorded: " + errorMessage(*run.Get()));
-    check(factory.resetError());
-    return 0;
+    return statusOfRun(*run.Get(), tables);
 }
 
-int run(const wchar_t* logFile, const std::vector<const wchar_t*>& databases)
+int run(const Arguments& given)
 {
     ComPtr<_Factory> factory;
     check(CoCreateInstance(CLSID_Factory, nullptr, CLSCTX_INPROC_SERVER, IID__Factory, &factory));
     const std::unique_ptr<_Factory, HRESULT (*)(_Factory*)> connected(
         factory.Get(), [](_Factory* object) { return object->disconnect(); });
-    connect(*factory.Get(), logFile, databases);
-    return replicate(*factory.Get());
+    connect(*factory.Get(), given.names);
+    return replicate(*factory.Get(), given);
+}
+
+Arguments readArguments(int count, wchar_t* arguments[])
+{
+    Arguments read;
+    for (int index = 1; index < count; ++index) {
+        const std::wstring_view argument = arguments[index];
+        if (argument == L"--ready")
+            read.ready = true;
+        else if (argument == L"--reset-error")
+            read.resetError = true;
+        else
+            read.names.push_back(arguments[index]);
+    }
+    return read;
 }
 
 } // namespace
 
-int wmain(int count, wchar_t* given[])
+int wmain(int count, wchar_t* arguments[])
 {
-    if (count != 2 && count != 6)
-        return stop(2, L"usage: replicate LOGFILE [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX]");
+    const Arguments given = readArguments(count, arguments);
+    if (given.names.size() != 1 && given.names.size() != 5)
+        return stop(3, L"usage: replicate LOGFILE [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX] "
+                       L"[--ready] [--reset-error]");
     if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)))
         return stop(1, L"COM is not available");
     int status = 1;
     try {
-        status = run(given[1], count == 6 ? std::vector<const wchar_t*>(given + 2, given + 6)
-                                          : std::vector<const wchar_t*>{L"QuinmarkOffice", L"office.",
-                                                                        L"QuinmarkLaptop", L"laptop."});
+        status = run(given);
     }
     catch (const Failure& failure) {
         wprintf(L"Could not replicate: %ld (0x%08lX), %ls: %ls\n", failure.number,

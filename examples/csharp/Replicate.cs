@@ -2,11 +2,17 @@
 // one and the source. Built for x86, the only platform that can load the component.
 //
 //   replicate.exe LOGFILE [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX]
+//       [--ready] [--reset-error]
 //
-// The password of both logins comes from the environment variable QUINMARK_PASSWORD. Ends with status 0 when the run
-// went through, 1 when it failed and 2 when it may not run now; every error is shown with its number, source and text.
+// The password of both logins comes from the environment variable QUINMARK_PASSWORD. --ready marks the site ready, as
+// whoever decides that a run is due does. --reset-error shows and clears the error that is recorded: only for a person
+// who has looked at the conflicts, because the next run may delete or overwrite a row that one of them tells. Ends with
+// status 0 when the run went through, 1 when it failed, 2 when it recorded an error or conflicts, 3 when the command
+// line is wrong, and 4 when nothing was run because the site is in error or not ready; every error is shown with its
+// number, source and text.
 using System;
 using System.Collections;
+using System.Linq;
 
 internal static class Replicate
 {
@@ -19,18 +25,24 @@ internal static class Replicate
     private const short LogLevelDebug = 1;
     private const short SecondsBetweenAttempts = 900;
     private const string ProgramVersion = "3.46";
+    private const string NextStep = "Look at the conflicts (cscript conflicts.vbs list --office, or quinrep review) " +
+                                    "and settle each one. Only then run with --reset-error.";
 
     [STAThread]
     private static int Main(string[] given)
     {
-        if (given.Length != 1 && given.Length != 5)
-            return Stop(2, "usage: replicate LOGFILE [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX]");
+        bool ready = given.Contains("--ready");
+        bool resetError = given.Contains("--reset-error");
+        string[] names = given.Where(argument => argument != "--ready" && argument != "--reset-error").ToArray();
+        if (names.Length != 1 && names.Length != 5)
+            return Stop(3, "usage: replicate LOGFILE [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX] " +
+                           "[--ready] [--reset-error]");
         dynamic factory = null;
         try
         {
             factory = Activator.CreateInstance(Type.GetTypeFromProgID("QuinmarkRepDLL.Factory", true));
-            Connect(factory, given);
-            return Run(factory);
+            Connect(factory, names);
+            return Run(factory, ready, resetError);
         }
         catch (Exception error)
         {
@@ -44,25 +56,32 @@ internal static class Replicate
         }
     }
 
-    private static void Connect(dynamic factory, string[] given)
+    private static void Connect(dynamic factory, string[] names)
     {
         string password = Environment.GetEnvironmentVariable("QUINMARK_PASSWORD") ?? "";
-        bool all = given.Length == 5;
-        factory.init(OFFICES, "SOURCE", all ? given[2] : "office.", all ? given[1] : "QuinmarkOffice", password,
-                     all ? given[4] : "laptop.", all ? given[3] : "QuinmarkLaptop", password, LogLevelDebug, given[0]);
+        bool all = names.Length == 5;
+        factory.init(OFFICES, "SOURCE", all ? names[2] : "office.", all ? names[1] : "QuinmarkOffice", password,
+                     all ? names[4] : "laptop.", all ? names[3] : "QuinmarkLaptop", password, LogLevelDebug, names[0]);
     }
 
-    private static int Run(dynamic factory)
+    private static int Run(dynamic factory, bool ready, bool resetError)
     {
         if (!factory.ensureReplication())
             return Stop(1, "The databases do not belong together: " + factory.sErrorMessage);
         dynamic run = factory.createReplication();
-        run.SetReady();
+        if (ready)
+            run.SetReady();
         run.initNextRun(SecondsBetweenAttempts, ProgramVersion);
+        if (resetError && run.bError)
+        {
+            Console.WriteLine("Clearing the recorded error: " + run.sErrorMessage);
+            factory.resetError();
+            run.initNextRun(SecondsBetweenAttempts, ProgramVersion);
+        }
         if (run.bError)
-            return Stop(2, "The last run failed: " + run.sErrorMessage);
+            return Stop(4, "Nothing was run. Recorded: " + run.sErrorMessage + "\n" + NextStep);
         if (!run.bReady)
-            return Stop(2, "This site is not ready for a run");
+            return Stop(4, "Nothing was run: this site is not ready; --ready marks it");
 
         ArrayList tables = CreateTables(factory);
         try
@@ -75,9 +94,8 @@ internal static class Replicate
             factory.setError(true, run.sErrorMessage);
             throw;
         }
-        ShowSummary(run, tables);
-        factory.resetError();
-        return 0;
+        ShowSummary(tables);
+        return StatusOfRun(run, tables);
     }
 
     private static ArrayList CreateTables(dynamic factory)
@@ -92,13 +110,33 @@ internal static class Replicate
         return tables;
     }
 
-    private static void ShowSummary(dynamic run, ArrayList tables)
+    private static void ShowSummary(ArrayList tables)
     {
         foreach (dynamic table in tables)
             Console.WriteLine($"{table.sTable}: added {table.lCntDestAdd}, updated {table.lCntDestUpdate}, " +
                               $"deleted {table.lCntDestDelete}, conflicts {table.lCntConflict}");
+    }
+
+    // 0, or 2 and what was recorded. The error stays recorded until a person has decided.
+    private static int StatusOfRun(dynamic run, ArrayList tables)
+    {
+        int status = 0;
         if (run.bError)
+        {
+            status = 2;
             Console.WriteLine("Recorded: " + run.sErrorMessage);
+        }
+        foreach (dynamic table in tables)
+        {
+            if (table.lCntConflict > 0)
+            {
+                status = 2;
+                Console.WriteLine($"Conflicts in {table.sTable}: {table.lCntConflict}");
+            }
+        }
+        if (status == 2)
+            Console.WriteLine(NextStep);
+        return status;
     }
 
     private static int Stop(int status, string text)

@@ -161,12 +161,15 @@ class Secrets(unittest.TestCase):
     def test_example_hosts(self):
         examples = REPOSITORY / "examples"
         logs = windows_path(self.log)
+        options = ["--ready", "--reset-error"]
         with ProcessList() as processes:
-            said = [self.script(examples / "replicate.js", logs), self.script(examples / "replicate.vbs", "daily", logs),
+            said = [self.script(examples / "replicate.js", logs, *options),
+                    self.script(examples / "replicate.vbs", "daily", logs, *options),
                     self.script(examples / "conflicts.vbs", "list"),
-                    self.run_program(str(BINARIES / "example_replicate.exe"), logs)]
+                    self.run_program(str(BINARIES / "example_replicate.exe"), logs, *options)]
             self.environment["QUINMARK_PASSWORD"] = "Wrong" + MARK
-            refused = [self.script(examples / "replicate.js", logs), self.script(examples / "replicate.vbs", "daily", logs),
+            refused = [self.script(examples / "replicate.js", logs),
+                       self.script(examples / "replicate.vbs", "daily", logs),
                        self.script(examples / "conflicts.vbs", "list"),
                        self.run_program(str(BINARIES / "example_replicate.exe"), logs)]
         self.assertIn("DEBUG: ", self.log.read_text(errors="replace"))

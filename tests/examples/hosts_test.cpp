@@ -7,6 +7,7 @@
 #include <regex>
 
 using testing::HasSubstr;
+using testing::Not;
 
 namespace {
 
@@ -58,20 +59,38 @@ protected:
                          std::wstring(kNew) + L"')");
     }
 
-    ProgramEnd run()
+    /// A row that somebody typed in at the laptop, which a run of this site may not settle.
+    void addRowOfTheLaptop()
+    {
+        destination().execute(L"insert into patient (unid, full_name, mod_date) values (7, 'Jorvesson, Odile', '" +
+                              std::wstring(GetParam().site == OFFICES ? kNew : kOld) + L"')");
+    }
+
+    /// As the documents say: both sides get the row that is right, with one date, and the conflict goes.
+    void settleForTheLaptop()
+    {
+        source().execute(L"insert into patient (unid, full_name, mod_date) values (7, 'Jorvesson, Odile', '" +
+                         std::wstring(GetParam().site == OFFICES ? kNew : kOld) + L"')");
+        ownSide().execute(L"delete from replication_conflict_data");
+        ownSide().execute(L"delete from replication_conflict");
+    }
+
+    ProgramEnd run(const std::wstring& options = L"")
     {
         const HostSettings& with = host();
         return runProgram(GetParam().command + L" \"" + with.logFile + L"\" " + with.sourceDsn + L" " +
-                              with.sourcePrefix + L" " + with.destinationDsn + L" " + with.destinationPrefix,
+                              with.sourcePrefix + L" " + with.destinationDsn + L" " + with.destinationPrefix + options,
                           EXAMPLES_FOLDER);
     }
 
-    /// The control record of the host's site, in its local database.
+    /// The host's local database.
+    const PracticeSide& ownSide() const { return GetParam().site == OFFICES ? source() : destination(); }
+
+    /// The control record of the host's site.
     std::wstring controlRecord(const std::wstring& columns)
     {
-        const PracticeSide& side = GetParam().site == OFFICES ? source() : destination();
-        return side.row(L"select " + columns + L" from replication_control where unique_key = " +
-                        std::to_wstring(GetParam().site));
+        return ownSide().row(L"select " + columns + L" from replication_control where unique_key = " +
+                             std::to_wstring(GetParam().site));
     }
 };
 
@@ -113,8 +132,72 @@ TEST_P(ExampleHost, RecordsAFailedRunAndRefusesTheNext)
     EXPECT_EQ(controlRecord(L"last_timestamp"), L"2025-03-10 12:00:00.000");
 
     const ProgramEnd refused = run();
-    EXPECT_EQ(refused.status, 2U) << refused.output;
-    EXPECT_THAT(refused.output, HasSubstr("The last run failed: "));
+    EXPECT_EQ(refused.status, 4U) << refused.output;
+    EXPECT_THAT(refused.output, HasSubstr("Nothing was run. Recorded: "));
+}
+
+TEST_P(ExampleHost, KeepsTheErrorThatTheRunRecordedAndRunsNothingUntilAPersonResetsIt)
+{
+    addRowOfTheLaptop();
+    const ProgramEnd first = run();
+    EXPECT_EQ(first.status, 2U) << first.output;
+    EXPECT_THAT(first.output, HasSubstr("Conflicts in patient: 1"));
+    EXPECT_THAT(first.output, HasSubstr("Only then run with --reset-error."));
+    const std::wstring message = controlRecord(L"error_message");
+    const std::string recorded = std::filesystem::path(message).string();
+    EXPECT_THAT(recorded, HasSubstr(GetParam().site == OFFICES ? "New in destination" : "Deleted from source"));
+    EXPECT_THAT(first.output, HasSubstr("Recorded: " + recorded));
+    EXPECT_EQ(controlRecord(L"error_f"), L"True");
+    const std::wstring end = controlRecord(L"last_timestamp");
+    EXPECT_GT(end, L"2025-03-11");
+
+    const ProgramEnd second = run(L" --ready");
+    EXPECT_EQ(second.status, 4U) << second.output;
+    EXPECT_THAT(second.output, HasSubstr("Nothing was run. Recorded: " + recorded));
+    EXPECT_THAT(destination().rows(L"select unid from patient order by unid"), testing::ElementsAre(L"5", L"7"));
+    EXPECT_EQ(ownSide().count(L"replication_conflict"), 1);
+    EXPECT_EQ(controlRecord(L"error_f, error_message, last_timestamp"), L"True|" + message + L"|" + end);
+
+    settleForTheLaptop();
+    const ProgramEnd third = run(L" --ready --reset-error");
+    EXPECT_EQ(third.status, 0U) << third.output;
+    EXPECT_THAT(third.output, HasSubstr("Clearing the recorded error: " + recorded));
+    EXPECT_EQ(controlRecord(L"error_f"), L"False");
+    EXPECT_THAT(source().rows(L"select unid from patient order by unid"), testing::ElementsAre(L"5", L"7"));
+    EXPECT_THAT(destination().rows(L"select unid from patient order by unid"), testing::ElementsAre(L"5", L"7"));
+    EXPECT_EQ(ownSide().count(L"replication_conflict"), 0);
+}
+
+TEST_P(ExampleHost, EndsWithTwoWhenARowChangedOnBothSides)
+{
+    destination().execute(L"insert into patient (unid, full_name, mod_date) values (5, 'Birkfelder, Mira', '" +
+                          std::wstring(kNewer) + L"')");
+    const ProgramEnd end = run();
+    EXPECT_EQ(end.status, 2U) << end.output;
+    EXPECT_THAT(end.output, HasSubstr("Conflicts in patient: 1"));
+    EXPECT_EQ(controlRecord(L"error_f"), GetParam().site == OFFICES ? L"True" : L"False");
+    EXPECT_EQ(destination().row(L"select full_name from patient"), L"Birkfelder, Mira");
+}
+
+TEST_P(ExampleHost, RunsNothingWhileTheSiteIsNotReady)
+{
+    ownSide().execute(L"update replication_control set ready_f = 0");
+    const ProgramEnd refused = run();
+    EXPECT_EQ(refused.status, 4U) << refused.output;
+    EXPECT_THAT(refused.output, HasSubstr("this site is not ready; --ready marks it"));
+    EXPECT_EQ(destination().count(L"patient"), 0);
+    EXPECT_EQ(controlRecord(L"ready_f"), L"False");
+
+    const ProgramEnd end = run(L" --ready");
+    EXPECT_EQ(end.status, 0U) << end.output;
+    EXPECT_EQ(destination().count(L"patient"), 1);
+}
+
+TEST_P(ExampleHost, ResetsNothingWhereNoErrorIsRecorded)
+{
+    const ProgramEnd end = run(L" --reset-error");
+    EXPECT_EQ(end.status, 0U) << end.output;
+    EXPECT_THAT(end.output, Not(HasSubstr("Clearing")));
 }
 
 TEST_P(ExampleHost, TellsThatTheDatabasesDoNotBelongTogether)
@@ -129,7 +212,7 @@ TEST_P(ExampleHost, TellsThatTheDatabasesDoNotBelongTogether)
 TEST_P(ExampleHost, RefusesWrongArguments)
 {
     const ProgramEnd end = runProgram(GetParam().command + L" a b c", EXAMPLES_FOLDER);
-    EXPECT_EQ(end.status, 2U) << end.output;
+    EXPECT_EQ(end.status, 3U) << end.output;
     EXPECT_THAT(end.output, HasSubstr("usage: "));
 }
 

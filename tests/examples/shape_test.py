@@ -1,0 +1,160 @@
+"""All example hosts have one shape, those too that cannot run here: nothing but an argument marks a site ready or
+clears a recorded error, the text is shown before, and a run that recorded something ends with a status of its own."""
+
+import dataclasses
+import pathlib
+import re
+import unittest
+
+EXAMPLES = pathlib.Path(__file__).resolve().parents[2] / "examples"
+
+# What the hosts say in seven languages, and a word for it. The first that fits counts; None: it does not count.
+RUN = r"\$?run(?:\.|->)"
+STOP = r"[sS]top(?:With|-Run)?[( ]"
+TERMS = [
+    (r"setError\b.*", None),
+    (r"[iI]f \(?(?:given\.|\$)?[rR]eady\b", "if ready"),
+    (RUN + r"SetReady\b", "SetReady"),
+    (RUN + r"initNextRun\b", "initNextRun"),
+    (r"[iI]f \(?(?:given\.|\$)?(?:[rR]esetError|reset_error) (?:And|&&|-and|and) (?:\$?run\.bError|hasError)",
+     "if reset and error"),
+    (r"\$?factory(?:\.|->)resetError\b", "resetError"),
+    (r"[iI]f \(?(?:\$?run\.bError|hasError)", "if error"),
+    (r"run\.sErrorMessage|errorMessage\(", "text"),
+    (r"bReady\b", "marked"),
+    (STOP + r"4", "stop 4"),
+    (r"run\.go\b|\b[gG]oOrRecord\b", "go"),
+    (r"[iI]f \(?\$?\w+ (?:=|==|-eq) 2\b", "if 2"),
+    (r"\w+ = (?:stop\()?2\b", "status 2"),
+    (r"lCntConflict (?:>|-gt) 0|conflicts > 0", "if conflicts"),
+    (r"\b(?:NextStep|NEXT_STEP|kNextStep)\b", "next step"),
+    (r"\b(?:(?:Get-)?[sS]tatusOfRun|status_of_run)\b", "status of run"),
+]
+REPLICATE = ["if ready", "SetReady", "initNextRun", "if reset and error", "text", "resetError", "initNextRun",
+             "if error", "stop 4", "text", "next step", "marked", "stop 4", "go", "status of run"]
+STATUS_OF_RUN = ["if error", "status 2", "text", "if conflicts", "status 2", "if 2", "next step"]
+# The lines that depend on a condition: (what they hold, what the condition says).
+GUARDED = [("SetReady", ["if ready"]), ("resetError", ["if reset and error"])]
+
+
+@dataclasses.dataclass
+class Host:
+    """A source, how the routine that makes a run begins, and everything that gives one of the arguments a value."""
+
+    file: str
+    replicate: str
+    status_of_run: str
+    values: list
+
+    def read(self):
+        return (EXAMPLES / self.file).read_text(encoding="utf-8")
+
+
+OPTIONS = ["ready = false", "resetError = false", "ready = true", "resetError = true"]
+HOSTS = [
+    Host("replicate.vbs", "Sub Main\n", "Function StatusOfRun\n", ["ready = True", "resetError = True"]),
+    Host("replicate.js", "function replicate(", "function statusOfRun(", OPTIONS),
+    Host("replicate.bas", "Private Function RunTables(", "Private Function StatusOfRun(",
+         ["ready As Boolean = False", "resetError As Boolean = False"]),
+    Host("replicate.ps1", "function Invoke-Run(", "function Get-StatusOfRun(", ["[switch] $Ready",
+                                                                                "[switch] $ResetError"]),
+    Host("replicate.py", "def replicate(", "def status_of_run(", ['ready, reset_error = "--ready" in given']),
+    Host("csharp/Replicate.cs", "    private static int Run(", "    private static int StatusOfRun(",
+         ['ready = given.Contains("--ready")', 'resetError = given.Contains("--reset-error")']),
+    Host("cpp/replicate.cpp", "int replicate(", "int statusOfRun(", OPTIONS),
+]
+
+
+def words(text):
+    """The words for what a text says, in its order."""
+    term = re.compile("|".join(f"({pattern})" for pattern, _ in TERMS))
+    return [word for match in term.finditer(text) if (word := TERMS[match.lastindex - 1][1])]
+
+
+def indentation(line):
+    return len(line) - len(line.lstrip())
+
+
+def routine(text, begin):
+    """The lines after a routine's first that belong to it: they are indented further."""
+    _, found, rest = ("\n" + text).partition("\n" + begin)
+    body = []
+    for line in (found + rest).split("\n")[2:] if found else []:
+        if line.strip() not in ("", "{") and indentation(line) <= indentation(begin):
+            break
+        body.append(line)
+    return "\n".join(body)
+
+
+def condition(text, word):
+    """What the line with a word depends on: its own condition, or that of the block around it."""
+    lines = text.split("\n")
+    at = next((number for number, line in enumerate(lines) if word in words(line)), None)
+    if at is None or words(lines[at])[0].startswith("if"):
+        return None if at is None else words(lines[at])[:1]
+    outer = at - 1
+    while outer > 0 and (lines[outer].strip() in ("", "{") or indentation(lines[outer]) >= indentation(lines[at])):
+        outer -= 1
+    if at - outer > 1 and re.match(r"\s*if \(", lines[outer]) and "{" not in lines[outer] + lines[outer + 1]:
+        return ["if without a block"]
+    return words(lines[outer])
+
+
+def faults(host, text):
+    """In what a source has not the shape."""
+    body = routine(text, host.replicate)
+    values = re.findall(r"\[switch\] \$\w+|\b(?:ready, )?(?:ready|resetError|reset_error)(?: As Boolean)? = "
+                        r"(?:True|False|true|false|\"--ready\" in given|given\.Contains\(\"[-a-z]+\"\)|.*)", text)
+    looks = [("run", words(body), REPLICATE),
+             ("outcome", [word for word in words(routine(text, host.status_of_run)) if word != "status of run"],
+              STATUS_OF_RUN),
+             ("values", values, host.values)]
+    looks += [(f"condition of {word}", condition(body, word), wanted) for word, wanted in GUARDED]
+    looks += [(f"calls of {word}", words(text).count(word), 1) for word, _ in GUARDED]
+    return [f"{name}: {seen}" for name, seen, wanted in looks if seen != wanted]
+
+
+# What somebody may do to a host, as a pattern and what takes its place.
+BREAKS = {
+    "marks the site ready always": (r"[iI]f \(?(?:given\.|\$)?[rR]eady\b(?:\)| Then|:)?", ""),
+    "marks the site ready where no argument says so": (r"([iI]f \(?(?:given\.|\$)?)[rR]eady\b", r"\1always"),
+    "resets at a second place": (r"\Z", "factory.resetError"),
+    "marks the site ready at a second place": (r"\Z", "run.SetReady"),
+    "resets without the argument": (r"(?:given\.|\$)?(?:[rR]esetError|reset_error) (?:And|&&|-and|and) ", ""),
+    "resets outside of the branch": (r"( *)    (.*factory\.resetError\b.*)", r"\1\2"),
+    "resets unseen": (r".*Clearing the recorded error.*\n", ""),
+    "says 0 for an error": (r"(\n.*(?:status\w*|StatusOfRun) = (?:stop\()?)2", r"\g<1>0"),
+    "looks at no conflicts": (r"lCntConflict (>|-gt) 0|conflicts > 0", "false"),
+    "runs in spite of an error": (r".*Nothing was run\. Recorded.*\n", ""),
+    "is in error with the status of a failure": (r"(" + STOP + r")4", r"\g<1>1"),
+    "runs when not ready": (r".*Nothing was run: this site is not ready.*\n", ""),
+    "says nothing of the next step": (r"(Nothing was run\. Recorded.*)(?:NextStep|NEXT_STEP)", r"\1"),
+}
+
+
+class Shape(unittest.TestCase):
+    maxDiff = None
+
+    def test_hosts_have_it(self):
+        for host in HOSTS:
+            with self.subTest(host.file):
+                self.assertEqual(faults(host, host.read()), [])
+
+    def test_a_break_is_found(self):
+        for host in HOSTS:
+            for name, (pattern, replacement) in BREAKS.items():
+                with self.subTest(host.file, name=name):
+                    broken = re.sub(pattern, replacement, host.read(), count=1)
+                    self.assertTrue(broken != host.read(), "nothing to break")
+                    self.assertNotEqual(faults(host, broken), [])
+
+    def test_an_argument_that_is_always_there_is_found(self):
+        for host in HOSTS:
+            for value in host.values:
+                with self.subTest(host.file, value=value):
+                    broken = host.read().replace(value, re.sub("= .*", "= 1", value.replace("[switch]", "[bool]")), 1)
+                    self.assertNotEqual(faults(host, broken), [])
+
+
+if __name__ == "__main__":
+    unittest.main()
