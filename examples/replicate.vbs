@@ -173,10 +173,12 @@ Function NextStep
         "Only then run with --reset-error."
 End Function
 
-' The error goes into the control record first, so that the next attempt and the administrator see it.
+' The error goes into the control record first, so that the next attempt and the administrator see it. An error here, or
+' in StopWith, would otherwise let Main go on to move the interval.
 Sub RecordAndStop
     Dim text
     text = ErrorText
+    On Error Resume Next
     Err.Clear
     factory.setError True, run.sErrorMessage
     If Err.Number <> 0 Then text = text & vbCrLf & "and it could not be recorded: " & ErrorText
@@ -192,6 +194,7 @@ Function ErrorText
 End Function
 
 Sub StopWith(status, text)
+    On Error Resume Next
     WScript.Echo text
     If IsObject(factory) Then factory.disconnect
     WScript.Quit status

@@ -33,6 +33,24 @@ std::ostream& operator<<(std::ostream& stream, const Host& host)
     return stream << host.name;
 }
 
+/// While it lives, the first patient that is copied ends connections.
+class Cut
+{
+public:
+    Cut(const PracticeSide& side, const std::wstring& statement) : side_(side)
+    {
+        side_.execute(L"create function cut_host() returns trigger language plpgsql as $$ begin perform * from (" +
+                      statement + L") cut; return new; end $$");
+        side_.execute(L"create trigger cut_host before insert on patient for each row execute function cut_host()");
+    }
+    ~Cut() { side_.execute(L"drop function cut_host() cascade"); }
+    Cut(const Cut&) = delete;
+    Cut& operator=(const Cut&) = delete;
+
+private:
+    const PracticeSide& side_;
+};
+
 class ExampleHost : public PracticePair, public testing::WithParamInterface<Host>
 {
 protected:
@@ -198,6 +216,19 @@ TEST_P(ExampleHost, ResetsNothingWhereNoErrorIsRecorded)
     const ProgramEnd end = run(L" --reset-error");
     EXPECT_EQ(end.status, 0U) << end.output;
     EXPECT_THAT(end.output, Not(HasSubstr("Clearing")));
+}
+
+TEST_P(ExampleHost, LeavesTheIntervalWhenAFailedRunCannotBeRecorded)
+{
+    if (!isPostgreSql())
+        GTEST_SKIP() << "ends connections of the private PostgreSQL";
+    const Cut cut(destination(), cutStatement(L"quinmark_host"));
+    host().sourceDsn = taggedDsn(host().sourceDsn, L"quinmark_host");
+    host().destinationDsn = taggedDsn(host().destinationDsn, L"quinmark_host");
+    const ProgramEnd end = run();
+    EXPECT_EQ(end.status, 1U) << end.output;
+    EXPECT_THAT(end.output, HasSubstr("0x80004005"));
+    EXPECT_EQ(controlRecord(L"error_f, last_timestamp"), L"False|2025-03-10 12:00:00.000");
 }
 
 TEST_P(ExampleHost, TellsThatTheDatabasesDoNotBelongTogether)
