@@ -1,6 +1,6 @@
-' Lists the conflicts that wait in this laptop's database, or resolves one.
+' Lists the conflicts that wait in this laptop's database or in the office's, or resolves one of the laptop's.
 '
-'   cscript //nologo conflicts.vbs list
+'   cscript //nologo conflicts.vbs list [--office]
 '   cscript //nologo conflicts.vbs resolve CONFLICT source|destination|later
 '
 ' CONFLICT is the id that the list shows. The databases are those of the data sources QuinmarkOffice and QuinmarkLaptop;
@@ -8,6 +8,7 @@
 ' done, 1 when it failed or was refused.
 Option Explicit
 
+Const SITE_OFFICES = 0
 Const SITE_LAPTOP = 1
 Const LOG_LEVEL_ERROR = 5
 
@@ -16,17 +17,18 @@ Dim factory, connection, password
 Main
 
 Sub Main
-    Dim command
+    Dim command, atOffice
     If WScript.Arguments.Count > 0 Then command = LCase(WScript.Arguments(0))
+    If WScript.Arguments.Count = 2 Then atOffice = WScript.Arguments(1) = "--office"
     On Error Resume Next
-    Connect
+    Connect atOffice
     StopOnError
-    If command = "list" And WScript.Arguments.Count = 1 Then
+    If command = "list" And (WScript.Arguments.Count = 1 Or atOffice) Then
         ListConflicts
     ElseIf command = "resolve" And WScript.Arguments.Count = 3 Then
         Resolve WScript.Arguments(1), LCase(WScript.Arguments(2))
     Else
-        WScript.Echo "usage: conflicts.vbs list | conflicts.vbs resolve CONFLICT source|destination|later"
+        WScript.Echo "usage: conflicts.vbs list [--office] | conflicts.vbs resolve CONFLICT source|destination|later"
         WScript.Quit 1
     End If
     StopOnError
@@ -34,29 +36,40 @@ Sub Main
     factory.disconnect
 End Sub
 
-Sub Connect
+Sub Connect(atOffice)
+    Dim site, role, dsn
+    site = SITE_LAPTOP
+    role = "DESTINATION"
+    dsn = "QuinmarkLaptop"
+    If atOffice Then
+        site = SITE_OFFICES
+        role = "SOURCE"
+        dsn = "QuinmarkOffice"
+    End If
     password = CreateObject("WScript.Shell").Environment("PROCESS")("QUINMARK_PASSWORD")
     Set connection = CreateObject("ADODB.Connection")
-    connection.Open "DSN=QuinmarkLaptop;UID=quinmarkapp_user;PWD=" & password
+    connection.Open "DSN=" & dsn & ";UID=quinmarkapp_user;PWD=" & password
     Set factory = CreateObject("QuinmarkRepDLL.Factory")
-    factory.init SITE_LAPTOP, "DESTINATION", "office.", "QuinmarkOffice", password, _
+    factory.init site, role, "office.", "QuinmarkOffice", password, _
         "laptop.", "QuinmarkLaptop", password, LOG_LEVEL_ERROR, "conflicts.log"
 End Sub
 
 Sub ListConflicts
-    Dim rs, conflict
+    Dim rs, conflict, complete
     Set rs = connection.Execute("select * from replication_conflict order by table_name, key_info")
     Do Until rs.EOF
         Set conflict = factory.createConflict(rs("unid").Value)
+        On Error Resume Next
         conflict.loadFromRs rs
-        If Err.Number = 0 Then
+        complete = (Err.Number = 0)
+        On Error Goto 0
+        If complete Then
             WScript.Echo conflict.vConflictId & " " & conflict.sTable & ", " & TypeText(conflict.iConflictType) & _
                 ": " & conflict.sKeyInfo
         Else
             ' A row that only one side has may have been recorded without the other side's date.
             WScript.Echo rs("unid") & " " & rs("table_name") & ", " & TypeText(rs("conflict_type")) & ": " & _
                 rs("key_info") & " (incomplete, resolve it by hand)"
-            Err.Clear
         End If
         ListColumns rs("unid")
         rs.MoveNext

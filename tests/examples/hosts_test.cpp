@@ -186,6 +186,27 @@ TEST_P(ExampleHost, KeepsTheErrorThatTheRunRecordedAndRunsNothingUntilAPersonRes
     EXPECT_EQ(ownSide().count(L"replication_conflict"), 0);
 }
 
+TEST_P(ExampleHost, RecordsConflictsThatTheScriptLists)
+{
+    if (host().sourceDsn != L"QuinmarkOffice" || host().destinationDsn != L"QuinmarkLaptop")
+        GTEST_SKIP() << "the script knows the data sources of the test bed";
+    addRowOfTheLaptop();
+    destination().execute(L"insert into patient (unid, full_name, mod_date) values (5, 'Birkfelder, Mira', '" +
+                          std::wstring(kNewer) + L"')");
+    EXPECT_EQ(run().status, 2U);
+    ownSide().execute(L"update replication_conflict set source_mod_date = null where patient_id = 7");
+    const bool atOffice = GetParam().site == OFFICES;
+    const ProgramEnd end = runProgram(
+        std::wstring(L"cscript.exe //nologo conflicts.vbs list") + (atOffice ? L" --office" : L""), EXAMPLES_FOLDER);
+    EXPECT_EQ(end.status, 0U) << end.output;
+    EXPECT_THAT(end.output, HasSubstr("patient, changed on both sides: Birkfelder, Ada (5)\r\n"));
+    EXPECT_THAT(end.output, HasSubstr("full_name: source 'Birkfelder, Ada', destination 'Birkfelder, Mira'"));
+    EXPECT_THAT(end.output,
+                HasSubstr(std::string(atOffice ? "patient, new on the destination" : "patient, deleted on the source") +
+                          ": Jorvesson, Odile (7) (incomplete, resolve it by hand)"));
+    EXPECT_THAT(end.output, HasSubstr("full_name: source '', destination 'Jorvesson, Odile'"));
+}
+
 TEST_P(ExampleHost, EndsWithTwoWhenARowChangedOnBothSides)
 {
     destination().execute(L"insert into patient (unid, full_name, mod_date) values (5, 'Birkfelder, Mira', '" +
