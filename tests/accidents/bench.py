@@ -34,13 +34,23 @@ class Bench:
     def states(self):
         return {name: snapshot(side) for name, side in self.sides.items()}
 
-    def start(self):
-        command = ["wine", os.environ["QUINREP"], "-q", "-c", str(self._configuration), "run", "--ready",
-                   "--reset-error", "--force"]
+    def start(self, *arguments):
+        """Starts quinrep: a run that asks for nothing, unless told."""
+        command = ["wine", os.environ["QUINREP"], "-q", "-c", str(self._configuration),
+                   *(arguments or ("run", "--ready", "--reset-error", "--force"))]
         # In a file: Wine's desktop holds on to a pipe for a second longer than the program lives.
         with self._output.open("w") as output:
             return subprocess.Popen(command, env=self._environment, stdin=subprocess.DEVNULL, stdout=output,
                                     stderr=subprocess.STDOUT)
+
+    def quinrep(self, *arguments):
+        """Exit code and output of a command."""
+        process = self.start(*arguments)
+        try:
+            process.wait(PATIENCE)
+        finally:
+            process.kill()
+        return process.returncode, self.output()
 
     def output(self):
         """What the last run has said so far."""
@@ -48,13 +58,9 @@ class Bench:
 
     def good_run(self):
         """A run that must go through; conflicts are no failure."""
-        process = self.start()
-        try:
-            process.wait(PATIENCE)
-        finally:
-            process.kill()
-        if process.returncode not in (0, 2):
-            raise AssertionError(f"the run after it fails: {self.output()}")
+        status, output = self.quinrep()
+        if status not in (0, 2):
+            raise AssertionError(f"the run after it fails: {output}")
 
     def restore(self):
         for relay in self.relays.values():

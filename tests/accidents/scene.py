@@ -96,5 +96,6 @@ def configuration(folder):
                     for role, dsn, prefix in (("source", "QuinmarkOffice", "office."),
                                               ("destination", "QuinmarkLaptop", "laptop.")))
     tables = "".join(f"[[table]]\nname = '{name}'\n{settings}\n" for name, (_, _, settings) in TABLES.items())
-    return ("site = 'offices'\nlocal = 'source'\nprogram_version = 'laptop'\nfrequency = 600\n" + sides +
+    return ("site = 'offices'\nlocal = 'source'\nprogram_version = 'laptop'\nfrequency = 600\n"
+            "max_delete = 100\n" + sides +
             f"[log]\nfile = '{folder}/replication.log'\n" + tables)
