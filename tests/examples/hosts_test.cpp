@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <regex>
 
 using testing::HasSubstr;
@@ -266,6 +268,73 @@ TEST_P(ExampleHost, RefusesWrongArguments)
     const ProgramEnd end = runProgram(GetParam().command + L" a b c", EXAMPLES_FOLDER);
     EXPECT_EQ(end.status, 3U) << end.output;
     EXPECT_THAT(end.output, HasSubstr("usage: "));
+}
+
+/// The sample of docs/hosting.md, which runs at the laptop.
+class DocumentedHost : public PracticePair
+{
+protected:
+    void SetUp() override
+    {
+        PracticePair::SetUp();
+        if (IsSkipped() || HasFatalFailure())
+            return;
+        if (host().sourceDsn != L"QuinmarkOffice" || host().destinationDsn != L"QuinmarkLaptop")
+            GTEST_SKIP() << "the sample knows the data sources of the test bed";
+        runAt(LAPTOP);
+        script_ = host().logFile + L".vbs";
+        std::ofstream(std::filesystem::path(script_), std::ios::binary) << sample();
+    }
+
+    void TearDown() override
+    {
+        if (!script_.empty())
+            std::filesystem::remove(script_);
+        PracticePair::TearDown();
+    }
+
+    ProgramEnd run(const std::wstring& options = L"")
+    {
+        return runProgram(L"cscript.exe //nologo \"" + script_ + L"\"" + options, EXAMPLES_FOLDER);
+    }
+
+private:
+    /// With a log of the test's own.
+    std::string sample()
+    {
+        std::ifstream file(std::filesystem::path(EXAMPLES_FOLDER) / "../docs/hosting.md", std::ios::binary);
+        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        const std::string fence = "```vbscript\n";
+        const size_t begin = text.find(fence) + fence.size();
+        const std::string code = text.substr(begin, text.find("```", begin) - begin);
+        const std::string log = std::filesystem::path(host().logFile).string();
+        return std::regex_replace(code, std::regex(R"(build\\demo\\short\.log)"), log);
+    }
+
+    std::wstring script_;
+};
+
+TEST_F(DocumentedHost, KeepsARecordedErrorUntilAPersonResetsIt)
+{
+    destination().execute(L"insert into patient (unid, full_name, mod_date) values (7, 'Jorvesson, Odile', '" +
+                          std::wstring(kOld) + L"')");
+    const ProgramEnd first = run();
+    EXPECT_EQ(first.status, 2U) << first.output;
+    EXPECT_THAT(first.output, HasSubstr("Recorded: Deleted from source("));
+    EXPECT_THAT(first.output, HasSubstr("Conflicts in patient: 1"));
+
+    const ProgramEnd second = run(L" --ready");
+    EXPECT_EQ(second.status, 4U) << second.output;
+    EXPECT_THAT(second.output, HasSubstr("Nothing was run: in error or not ready. Deleted from source("));
+    EXPECT_THAT(recordedError(), testing::StartsWith(L"error: Deleted from source("));
+    EXPECT_EQ(destination().count(L"patient"), 1);
+
+    destination().execute(L"delete from patient");
+    const ProgramEnd third = run(L" --ready --reset-error");
+    EXPECT_EQ(third.status, 0U) << third.output;
+    EXPECT_THAT(third.output, HasSubstr("Clearing the recorded error: Deleted from source("));
+    EXPECT_EQ(recordedError(), L"none");
+    EXPECT_EQ(run().status, 4U) << "not ready";
 }
 
 INSTANTIATE_TEST_SUITE_P(, ExampleHost,
