@@ -2,10 +2,10 @@
 constants and members of the component. What exists is asked of the programs, or read from what they are made of."""
 
 import functools
+import os
 import pathlib
 import re
 import subprocess
-import sys
 import tempfile
 import unittest
 
@@ -15,7 +15,7 @@ SOURCES = ["bench", "cmake", "database", "examples", "host", "packaging", "scrip
 # Names of Windows and of SQL Server that nothing here has to mention.
 PLATFORM = {"CLSCTX_LOCAL_SERVER", "QUOTED_IDENTIFIER"}
 STRANGER = "no_such_name"
-QUINREP = "quinrep.exe"  # the first argument
+QUINREP = os.environ["QUINREP"]
 
 
 def quinrep(*arguments, folder=ROOT):
@@ -185,5 +185,4 @@ class DocumentsTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    QUINREP = sys.argv.pop(1)
     unittest.main()
