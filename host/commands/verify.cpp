@@ -94,7 +94,8 @@ Outcome verifyCommand(const Configuration& configuration)
     Outcome outcome{{{"tables", ordered_json::array()}}};
     for (const TableConfiguration& table : configuration.tables) {
         Comparison comparison(databases, table);
-        outcome.result["tables"].push_back(comparison.run());
+        whileDoing("comparing table " + table.name + " in full",
+                   [&] { outcome.result["tables"].push_back(comparison.run()); });
         if (comparison.differing() > 0)
             outcome.exitCode = kRecorded;
     }

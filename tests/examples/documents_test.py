@@ -145,6 +145,7 @@ def configuration_names():
     """The names that the configuration may have, and the words that may be their values."""
     wrong = "".join(f"{name} = []\n" for name in ("site", "local", STRANGER))
     wrong += "".join(f"[{section}]\n{STRANGER} = []\n" for section in ("source", "log"))
+    wrong += f"[run]\non_conflicts = []\n{STRANGER} = []\n"
     text = mistakes(wrong + f"[[table]]\nmethod = []\ndeletes = []\n{STRANGER} = []\n")
     return {word.strip('"') for listed in re.findall(r"expected one of (.*)", text) for word in listed.split(", ")}
 

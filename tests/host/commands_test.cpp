@@ -1,6 +1,7 @@
 #include "HostError.h"
 #include "Quinrep.h"
 #include "com/convert.h"
+#include "support/Sabotage.h"
 
 #include <gmock/gmock.h>
 
@@ -157,6 +158,32 @@ TEST_F(Quinrep, VerifyListsWhatDiffersColumnByColumn)
     EXPECT_EQ(ended.json()["tables"][0]["differing"], 2);
     EXPECT_THAT(quinrep(L"verify").output, HasSubstr("users 2: different\n    user_name: source 'S', destination 'D'\n"
                                                      "users 3: source only\n"));
+}
+
+TEST_F(Quinrep, VerifyThatFailsNamesTheTable)
+{
+    tables += "[[table]]\nname = \"no_such_table\"\nmethod = \"one_way\"\n";
+    EXPECT_THAT(quinrepJson(L"verify", "failure").messages, HasSubstr("comparing table no_such_table in full: "));
+}
+
+TEST_F(Quinrep, RunThatFailsInAFullCopyNamesTheTableAndTellsTheLostRows)
+{
+    tables = "[[table]]\nname = \"users\"\nmethod = \"full_copy\"\n";
+    addUser(source(), 1, L"twice", kNew);
+    addUser(destination(), 1, L"once", kOld);
+    const FailingRows refused(destination(), L"users", L"user_name = 'twice'");
+    const Ended ended = quinrepJson(L"run --force", "run");
+    EXPECT_EQ(ended.exitCode, kFailed);
+    EXPECT_THAT(ended.json()["error"]["text"].get<std::string>(), testing::StartsWith("replicating table users: "));
+    EXPECT_EQ(ended.json()["tables"][0]["deletes"], 1);
+    EXPECT_EQ(destination().count(L"users"), 0);
+}
+
+TEST_F(Quinrep, RunEndsWithHowManyConflictsWaitAndHowToSeeThem)
+{
+    addUser(source(), 1, L"S", kNew);
+    addUser(destination(), 1, L"D", kNewer);
+    EXPECT_THAT(quinrep(L"run").output, HasSubstr("Conflicts that wait: 1, new: 1. Look at them with `quinrep review`"));
 }
 
 TEST_F(Quinrep, MistakesOnTheCommandLineAndInTheFileEndWithThree)
