@@ -100,5 +100,11 @@ script conflicts resolve "${charts[2]}" later
 script conflicts resolve "${shortcuts[0]}" source
 compareDatabases chart_hdr=3
 
+heading 'The next evening'
+note 'the recorded error was of conflicts alone: the run clears it, and leaves the rows that wait as they are'
+quinrep 0 run --ready
+compareDatabases chart_hdr=3
+
 note 'two conflicts are left: scripts/quinrep.sh review, or scripts/quinrep.sh conflicts --help'
+note 'further evenings: scripts/quinrep.sh run --ready'
 note "the run's report: $out/report.html"
