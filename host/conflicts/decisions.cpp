@@ -14,9 +14,6 @@ using nlohmann::ordered_json;
 
 namespace {
 
-/// Records that one query loads.
-constexpr size_t kRecordsOfAQuery = 200;
-
 /// The component wants every column of a record, and a row that one side lacks may have been recorded without a date:
 /// resolving looks at none of those that are filled in here.
 constexpr wchar_t kLoadable[] =
@@ -25,36 +22,26 @@ constexpr wchar_t kLoadable[] =
     L"getdate()) source_mod_date, coalesce(destination_mod_date, source_mod_date, last_replicate_date, getdate()) "
     L"destination_mod_date from replication_conflict where unid in ";
 
-using Conflicts = std::map<std::string, ComPtr<_clsConflict>>;
-
-/// The records as objects of the component, by their ids; one that it cannot load is missing.
-Conflicts loadConflicts(Component& component, clsConn& local, const std::vector<std::string>& ids)
+ComPtr<_clsConflict> createConflict(Component& component, const std::string& id)
 {
-    Conflicts conflicts;
-    for (size_t begin = 0; begin < ids.size(); begin += kRecordsOfAQuery) {
-        const std::vector<std::string> some(ids.begin() + begin,
-                                            ids.begin() + std::min(begin + kRecordsOfAQuery, ids.size()));
-        ado::Recordset rs = openForwardOnly(local, kLoadable + idList(some));
-        for (; !rs.eof(); rs.moveNext()) {
-            _variant_t id = rs.value(L"unid");
-            ComPtr<_clsConflict> conflict;
-            com::checkCall(component.factory().createConflict(&id, &conflict));
-            IDispatch* row = rs.object().get();
-            if (SUCCEEDED(conflict->loadFromRs(&row)))
-                conflicts[toUtf8(com::concatText(id))] = conflict;
-        }
-        rs.close();
-    }
-    return conflicts;
+    _variant_t conflictId = com::textVariant(toWide(id));
+    ComPtr<_clsConflict> conflict;
+    com::checkCall(component.factory().createConflict(&conflictId, &conflict));
+    return conflict;
 }
 
-/// Lets the component resolve one record; the reason when it refuses.
-std::string resolveRecord(const Conflicts& conflicts, const std::string& id, enumResolution use)
+/// Fills a conflict from its record.
+void loadConflict(clsConn& local, const std::string& id, _clsConflict& conflict)
 {
-    const auto found = conflicts.find(id);
-    if (found == conflicts.end())
-        return "The component cannot load the record. Dismiss it.";
-    _clsConflict& conflict = *found->second.Get();
+    ado::Recordset rs = openForwardOnly(local, kLoadable + idList({id}));
+    IDispatch* row = rs.object().get();
+    com::checkCall(conflict.loadFromRs(&row));
+    rs.close();
+}
+
+/// Lets the component resolve; the reason when it refuses.
+std::string resolveConflict(_clsConflict& conflict, enumResolution use)
+{
     short resolution = static_cast<short>(use);
     com::checkCall(conflict.put_iResolutionType(&resolution));
     VARIANT_BOOL done = VARIANT_FALSE;
@@ -135,14 +122,6 @@ Decided failedDecision(const ConflictedRow& row, const std::string& choice, cons
     return result;
 }
 
-std::vector<std::string> allIds(const std::vector<const ConflictedRow*>& rows)
-{
-    std::vector<std::string> ids;
-    for (const ConflictedRow* row : rows)
-        std::ranges::copy(row->ids(), std::back_inserter(ids));
-    return ids;
-}
-
 /// One choice on its way through rows.
 class Resolution
 {
@@ -153,11 +132,6 @@ public:
           databases_(databases),
           use_(use)
     {
-    }
-
-    void load(const std::vector<const ConflictedRow*>& rows)
-    {
-        conflicts_ = loadConflicts(component_, databases_.local(), allIds(rows));
     }
 
     Decided carryOut(const ConflictedRow& row, const Choice& choice)
@@ -172,10 +146,14 @@ public:
 private:
     Decided tryOut(const ConflictedRow& row)
     try {
-        std::string refused = resolveRecord(conflicts_, row.latest().id, use_);
-        // The latest record has decided; accepting the destination's row closes its repeats and writes no data.
+        const ComPtr<_clsConflict> latest = createConflict(component_, row.latest().id);
+        // What decides about the row's data is in the record. Accepting the destination's row needs only the id.
+        if (use_ != USE_DESTINATION)
+            loadConflict(databases_.local(), row.latest().id, *latest.Get());
+        std::string refused = resolveConflict(*latest.Get(), use_);
+        // The latest record has decided: accepting the row as it now is closes its repeats and writes no data.
         for (size_t index = 1; index < row.records.size() && refused.empty(); ++index)
-            refused = resolveRecord(conflicts_, row.records[index].id, USE_DESTINATION);
+            refused = resolveConflict(*createConflict(component_, row.records[index].id).Get(), USE_DESTINATION);
         return decided(row, useName(use_), refused.empty(), refused);
     }
     catch (const com::Error& error) {
@@ -186,7 +164,6 @@ private:
     DecisionLog log_;
     Databases& databases_;
     enumResolution use_;
-    Conflicts conflicts_;
 };
 
 } // namespace
@@ -194,24 +171,17 @@ private:
 std::vector<Decided> resolveRows(const Configuration& configuration, Databases& databases,
                                  const std::vector<ConflictedRow>& rows, enumResolution use)
 {
-    std::vector<Choice> choices;
-    std::vector<const ConflictedRow*> possible;
-    for (const ConflictedRow& row : rows) {
-        choices.push_back(describeChoice(configuration.site, use, row));
-        if (choices.back().effect != Effect::Stays)
-            possible.push_back(&row);
-    }
     std::optional<Resolution> resolution;
-    if (!possible.empty()) {
-        resolution.emplace(configuration, databases, use);
-        resolution->load(possible);
-    }
     std::vector<Decided> results;
-    for (size_t index = 0; index < rows.size(); ++index) {
-        const Choice& choice = choices[index];
-        results.push_back(choice.effect != Effect::Stays
-                              ? resolution->carryOut(rows[index], choice)
-                              : decided(rows[index], useName(use), false, choice.possible ? "" : choice.explanation));
+    for (const ConflictedRow& row : rows) {
+        const Choice choice = describeChoice(configuration.site, use, row);
+        if (choice.effect == Effect::Stays) {
+            results.push_back(decided(row, useName(use), false, choice.possible ? "" : choice.explanation));
+            continue;
+        }
+        if (!resolution)
+            resolution.emplace(configuration, databases, use);
+        results.push_back(resolution->carryOut(row, choice));
     }
     return results;
 }
