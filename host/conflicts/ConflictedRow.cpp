@@ -226,10 +226,15 @@ std::vector<ConflictedRow> conflictedRows(const Configuration& configuration, Da
                                           const ConflictFilter& filter)
 {
     std::vector<ConflictedRow> rows = groupedConflicts(databases.local());
-    requireKnown(configuration, rows, filter);
-    std::erase_if(rows, [&](const ConflictedRow& row) { return !isMeant(row, filter); });
+    filterRows(configuration, rows, filter);
     lookAtRowsToday(configuration, databases, rows);
     return rows;
+}
+
+void filterRows(const Configuration& configuration, std::vector<ConflictedRow>& rows, const ConflictFilter& filter)
+{
+    requireKnown(configuration, rows, filter);
+    std::erase_if(rows, [&](const ConflictedRow& row) { return !isMeant(row, filter); });
 }
 
 ordered_json conflictsWithIds(const Configuration& configuration, Databases& databases,

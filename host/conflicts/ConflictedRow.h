@@ -113,6 +113,9 @@ const std::vector<std::string>& kindWords();
 std::vector<ConflictedRow> conflictedRows(const Configuration& configuration, Databases& databases,
                                           const ConflictFilter& filter);
 
+/// Leaves the rows that the filter means. Raises as conflictedRows does.
+void filterRows(const Configuration& configuration, std::vector<ConflictedRow>& rows, const ConflictFilter& filter);
+
 /// The recorded differences of a row, from its latest record: column, source and destination; null for a side that
 /// lacked the row.
 nlohmann::ordered_json recordedColumns(clsConn& local, const ConflictedRow& row);

@@ -51,23 +51,6 @@ std::string resolveConflict(_clsConflict& conflict, enumResolution use)
     return toUtf8(textProperty([&](BSTR* text) { return conflict.get_sErrorMessage(text); }));
 }
 
-/// Both copies, column by column, where they differ.
-ordered_json differences(const ConflictedRow& row)
-{
-    ordered_json columns = ordered_json::array();
-    const auto value = [](const CopyToday& copy, const std::string& name) {
-        return copy.columns.value(name, ordered_json());
-    };
-    const CopyToday& names = row.source.row.exists ? row.source : row.destination;
-    for (const auto& column : names.columns.items()) {
-        const ordered_json source = value(row.source, column.key());
-        const ordered_json destination = value(row.destination, column.key());
-        if (source != destination)
-            columns.push_back({{"column", column.key()}, {"source", source}, {"destination", destination}});
-    }
-    return columns;
-}
-
 /// The copy that a decision, or the next run after a dismissal, overwrites or deletes: null when none is lost.
 ordered_json lostRow(const ConflictedRow& row, Effect effect)
 {
@@ -167,6 +150,22 @@ private:
 };
 
 } // namespace
+
+ordered_json differences(const ConflictedRow& row)
+{
+    ordered_json columns = ordered_json::array();
+    const auto value = [](const CopyToday& copy, const std::string& name) {
+        return copy.columns.value(name, ordered_json());
+    };
+    const CopyToday& names = row.source.row.exists ? row.source : row.destination;
+    for (const auto& column : names.columns.items()) {
+        const ordered_json source = value(row.source, column.key());
+        const ordered_json destination = value(row.destination, column.key());
+        if (source != destination)
+            columns.push_back({{"column", column.key()}, {"source", source}, {"destination", destination}});
+    }
+    return columns;
+}
 
 std::vector<Decided> resolveRows(const Configuration& configuration, Databases& databases,
                                  const std::vector<ConflictedRow>& rows, enumResolution use)
