@@ -10,45 +10,58 @@ constexpr char kPageStyle[] = R"css(
   --line: #38434b; --accent: #7cc4ee; --on-accent: #0c2331; --mark: #6a5200; --mark-ink: #fff3cf; --bad: #ff9d9d;
   --bad-paper: #3b1f20; --good: #8fdba9; --good-paper: #1b3325; } }
 * { box-sizing: border-box; }
+a { color: var(--accent); }
 body { margin: 0; background: var(--paper); color: var(--ink); font: 16px/1.5 system-ui, "Segoe UI", sans-serif; }
 header, main { max-width: 80rem; margin: 0 auto; padding: 1rem 1.5rem; }
 header { display: flex; flex-wrap: wrap; align-items: center; gap: .5rem 1.5rem; }
-h1 { font-size: 1.4rem; margin: 0; flex: 1; }
+h1 { font-size: 1.4rem; margin: 0; flex: 1 1 14rem; }
 h2 { font-size: 1.15rem; margin: 0 0 .25rem; overflow-wrap: anywhere; }
 h3 { font-size: .9rem; margin: 1rem 0 .25rem; color: var(--soft); overflow-wrap: anywhere; }
 .soft { color: var(--soft); font-size: .9rem; margin: 0; overflow-wrap: anywhere; }
 .card { background: var(--card); border: 1px solid var(--line); border-radius: .5rem; padding: 1rem 1.25rem;
   margin-bottom: 1rem; }
 .notice { border-left: .3rem solid var(--good); background: var(--good-paper); }
-.trouble { border-left: .3rem solid var(--bad); background: var(--bad-paper); white-space: pre-wrap;
-  overflow-wrap: anywhere; }
-.columns { display: grid; grid-template-columns: minmax(15rem, 1fr) 3fr; gap: 1rem; align-items: start; }
-@media (max-width: 50rem) { .columns { grid-template-columns: minmax(0, 1fr); } }
+.trouble { border-left: .3rem solid var(--bad); background: var(--bad-paper); white-space: pre-wrap; }
+.notice, .trouble, .long { max-height: 24rem; overflow: auto; overflow-wrap: anywhere; }
+[role] > p { margin: 0; }
+.columns { display: grid; grid-template-columns: minmax(18rem, 1fr) 3fr; gap: 1rem; align-items: start; }
+@media (max-width: 50rem) { .columns { grid-template-columns: minmax(0, 1fr); } nav { max-height: 40vh; } }
 .columns > * { min-width: 0; }
 .filter { display: flex; flex-wrap: wrap; gap: .75rem; align-items: end; }
 label { font-size: .85rem; color: var(--soft); }
 label > * { display: block; }
+input[type=checkbox] { display: inline; margin: .2rem .4rem 0 0; accent-color: var(--accent); flex: none; }
+fieldset { display: flex; flex-wrap: wrap; gap: .5rem .75rem; align-items: end; margin: 1rem 0 0; padding: .5rem 0 0;
+  border: 0; border-top: 1px solid var(--line); }
+fieldset > .soft { flex: 1 0 100%; }
+fieldset > label { flex: 1 1 12rem; }
+[name=reason] { width: 100%; }
+legend { padding-right: .5rem; font-weight: 600; font-size: .9rem; }
 input, select, button { font: inherit; color: var(--ink); background: var(--card); border: 1px solid var(--soft);
   border-radius: .35rem; padding: .4rem .7rem; max-width: 100%; }
 button { cursor: pointer; border-color: var(--accent); color: var(--accent); font-weight: 600; }
 button.first { background: var(--accent); color: var(--on-accent); }
 button[disabled] { cursor: not-allowed; border-color: var(--line); color: var(--soft); text-decoration: line-through; }
 :focus-visible { outline: .2rem solid var(--accent); outline-offset: .15rem; }
+nav { max-height: 65vh; overflow: auto; }
 nav ul { list-style: none; margin: 0; padding: 0; }
-nav a { display: block; padding: .4rem .6rem; border-radius: .35rem; color: var(--ink); text-decoration: none;
+nav li { display: flex; align-items: center; }
+nav a { flex: 1; min-width: 0; padding: .4rem .6rem; border-radius: .35rem; color: var(--ink); text-decoration: none;
   overflow-wrap: anywhere; border-left: .25rem solid transparent; }
 nav a:hover { background: var(--paper); }
-nav a[aria-current] { background: var(--paper); border-left-color: var(--accent); font-weight: 600; }
-nav small { display: block; color: var(--soft); font-weight: 400; }
+nav a[aria-current] { scroll-initial-target: nearest; background: var(--paper); border-left-color: var(--accent); font-weight: 600; }
+small { color: var(--soft); font-weight: 400; }
+nav small, small strong { display: block; }
+strong { color: var(--ink); font-weight: 600; }
 nav > h3:first-child { margin-top: 0; }
 dl { display: flex; flex-wrap: wrap; gap: .5rem 2rem; margin: .75rem 0; }
 dt { font-size: .85rem; color: var(--soft); }
 dd { margin: 0; overflow-wrap: anywhere; }
 table { width: 100%; border-collapse: collapse; }
-th, td { text-align: left; vertical-align: top; padding: .5rem .6rem; border-bottom: 1px solid var(--line); }
+th, td { text-align: left; vertical-align: top; padding: .5rem .4rem; border-bottom: 1px solid var(--line); }
 thead th { font-size: .85rem; color: var(--soft); }
 .sides { table-layout: fixed; margin: 1rem 0; }
-.sides th:first-child { width: 22%; overflow-wrap: anywhere; }
+.sides th:first-child { width: 28%; font-size: .85rem; overflow-wrap: anywhere; }
 .value { max-height: 18rem; overflow: auto; white-space: pre-wrap; overflow-wrap: anywhere;
   font-family: ui-monospace, Consolas, monospace; font-size: .9rem; }
 mark { background: var(--mark); color: var(--mark-ink); border-radius: .15rem; }

@@ -1,232 +1,214 @@
 #include "review/ConflictPage.h"
 
 #include "Page.h"
-#include "review/HttpRequest.h"
-#include "review/difference.h"
+#include "com/convert.h"
+#include "review/Decision.h"
+#include "review/html.h"
 #include "text.h"
 
+#include <algorithm>
 #include <fmt/format.h>
-#include <map>
-#include <windows.h>
 
 using nlohmann::ordered_json;
 
 namespace {
 
-std::string textOf(const ordered_json& value)
+constexpr char kSourceChoice[] = "Use <u>s</u>ource";
+constexpr char kDestinationChoice[] = "Use <u>d</u>estination";
+
+std::string option(const std::string& value, const std::string& text, const std::string& chosen)
 {
-    return value.is_string() ? value.get<std::string>() : value.is_null() ? "" : value.dump();
+    const bool isChosen = com::upperCase(toWide(value)) == com::upperCase(toWide(chosen));
+    return fmt::format("<option value=\"{}\"{}>{}</option>", escapeHtml(value), isChosen ? " selected" : "",
+                       escapeHtml(text));
 }
 
-std::string escaped(const ordered_json& value)
+std::string fact(const char* label, const std::string& text)
 {
-    return escapeHtml(textOf(value));
+    return fmt::format("<div><dt>{}</dt><dd>{}</dd></div>", label, escapeHtml(text));
 }
 
-std::wstring lower(const std::string& text)
+std::string shownDate(const std::optional<DATE>& date)
 {
-    std::wstring wide = toWide(text);
-    CharLowerBuffW(wide.data(), static_cast<DWORD>(wide.size()));
-    return wide;
+    return date ? toUtf8(com::dateText(*date)) : "none";
 }
 
-bool contains(const ordered_json& conflict, const std::wstring& lowerText)
+std::string foundOften(const ConflictedRow& row)
 {
-    for (const char* field : {"table_name", "conflict", "key_info"})
-        if (lower(textOf(conflict[field])).find(lowerText) != std::wstring::npos)
-            return true;
-    return false;
+    return row.records.size() == 1 ? "once" : fmt::format("{} times", row.records.size());
 }
 
-std::string keyDescription(const ordered_json& conflict)
+std::string dates(const ConflictedRow& row)
 {
-    const std::string description = escaped(conflict["key_info"]);
-    return description.empty() ? "(no key description)" : description;
+    const ConflictRecord& latest = row.latest();
+    std::string facts =
+        fact("Changed at the source",
+             row.sourceLackedIt() ? "the source has no such row" : shownDate(latest.sourceDate)) +
+        fact("Changed at the destination",
+             row.destinationLackedIt() ? "the destination has no such row" : shownDate(latest.destinationDate));
+    if (row.records.size() == 1)
+        return facts + fact("Found by the run of", shownDate(latest.found));
+    return facts + fact("First found by the run of", shownDate(row.records.back().found)) +
+           fact("Last found by the run of", shownDate(latest.found)) + fact("Found", foundOften(row));
 }
 
-std::string value(std::string_view begin, std::string_view own, std::string_view end)
+std::string columnTable(const ConflictedRow& row, const ordered_json& columns)
 {
-    if (begin.empty() && own.empty() && end.empty())
-        return "<p class=\"soft\">(empty)</p>";
-    const std::string marked = own.empty() ? "" : "<mark>" + escapeHtml(own) + "</mark>";
-    return "<div class=\"value\" tabindex=\"0\">" + escapeHtml(begin) + marked + escapeHtml(end) + "</div>";
+    if (columns.empty())
+        return "<p>No differing columns were recorded.</p>\n";
+    return "<table class=\"sides\"><thead><tr><th scope=\"col\">Column</th><th scope=\"col\">Source</th>"
+           "<th scope=\"col\">Destination</th></tr></thead>\n<tbody>\n" +
+           columnLines(columns, !row.sourceLackedIt(), !row.destinationLackedIt()) + "</tbody></table>\n";
 }
 
-std::string columnRows(const ordered_json& columns)
+std::string choiceButton(const Choice& choice)
 {
-    std::string rows;
-    for (const ordered_json& column : columns) {
-        const std::string source = textOf(column["source"]);
-        const std::string destination = textOf(column["destination"]);
-        const Difference parts = findDifference(source, destination);
-        rows += fmt::format("<tr><th scope=\"row\">{}</th><td>{}</td><td>{}</td></tr>\n", escaped(column["column"]),
-                            value(parts.begin, parts.left, parts.end), value(parts.begin, parts.right, parts.end));
-    }
-    return rows;
-}
-
-std::string date(const char* label, const ordered_json& value)
-{
-    const std::string text = escaped(value);
-    return fmt::format("<div><dt>{}</dt><dd>{}</dd></div>", label, text.empty() ? "none" : text);
-}
-
-const char* caption(const std::string& use)
-{
-    return use == "source" ? "Use <u>s</u>ource" : use == "destination" ? "Use <u>d</u>estination" : "<u>L</u>ater";
-}
-
-std::string choiceButton(const ordered_json& choice)
-{
-    const std::string name = choice["use"];
+    const std::string name = useName(choice.use);
+    const char* caption = choice.use == USE_SOURCE        ? kSourceChoice
+                          : choice.use == USE_DESTINATION ? kDestinationChoice
+                                                          : "<u>L</u>ater";
     return fmt::format("<div><button name=\"use\" value=\"{0}\" accesskey=\"{1}\" aria-describedby=\"why-{0}\"{2}>{3}"
                        "</button><p class=\"soft\" id=\"why-{0}\">{4}</p></div>\n",
-                       name, name.front(), choice["possible"].get<bool>() ? "" : " disabled", caption(name),
-                       escaped(choice["explanation"]));
-}
-
-std::string hiddenField(const char* name, const std::string& value)
-{
-    return fmt::format("<input type=\"hidden\" name=\"{}\" value=\"{}\">", name, escapeHtml(value));
-}
-
-std::string message(const char* kind, const char* role, const std::string& text)
-{
-    return text.empty() ? "" : fmt::format("<p class=\"card {}\" role=\"{}\">{}</p>\n", kind, role, escapeHtml(text));
+                       name, name.front(), choice.possible ? "" : " disabled", caption, escapeHtml(choice.explanation));
 }
 
 } // namespace
 
-std::string ReviewView::query() const
-{
-    return fmt::format("?table={}&text={}&id={}", encodeUrl(table), encodeUrl(text), encodeUrl(id));
-}
-
-ordered_json filterConflicts(const ordered_json& conflicts, const ReviewView& view)
-{
-    const std::wstring text = lower(view.text);
-    ordered_json shown = ordered_json::array();
-    for (const ordered_json& conflict : conflicts)
-        if ((view.table.empty() || textOf(conflict["table_name"]) == view.table) && contains(conflict, text))
-            shown.push_back(conflict);
-    return shown;
-}
-
-ConflictPage::ConflictPage(const Configuration& configuration, const std::string& root, const ordered_json& conflicts,
+ConflictPage::ConflictPage(const Configuration& configuration, const std::string& root, const ConflictList& list,
                            const ReviewView& view)
     : configuration_(configuration),
       root_(root),
-      conflicts_(conflicts),
-      view_(view),
-      shown_(filterConflicts(conflicts, view))
+      list_(list),
+      view_(view)
 {
+    for (size_t index = 0; index < list.rows.size(); ++index)
+        if (std::ranges::find(list.rows[index].records, view.id, &ConflictRecord::id) != list.rows[index].records.end())
+            selected_ = index;
 }
 
-size_t ConflictPage::selectedIndex() const
+std::string ConflictPage::html(const std::string& messages, const ordered_json& columns) const
 {
-    for (size_t index = 0; index < shown_.size(); ++index)
-        if (textOf(shown_[index]["unid"]) == view_.id)
-            return index;
-    return 0;
-}
-
-std::string ConflictPage::selectedId() const
-{
-    return shown_.empty() ? "" : textOf(shown_[selectedIndex()]["unid"]);
-}
-
-std::string ConflictPage::nextId() const
-{
-    return textOf(shown_[(selectedIndex() + 1) % shown_.size()]["unid"]);
-}
-
-std::string ConflictPage::address(const std::string& id) const
-{
-    return escapeHtml(root_ + ReviewView{view_.table, view_.text, id}.query());
-}
-
-std::string ConflictPage::html(const std::string& notice, const std::string& trouble,
-                               const ordered_json& conflict) const
-{
-    std::string body = heading() + "<main>\n" + message("notice", "status", notice) +
-                       message("trouble", "alert", trouble) + filterForm();
-    if (conflicts_.empty())
+    std::string body = heading() + "<main>\n" + messages + filterForm();
+    if (list_.waiting == 0)
         body += "<p class=\"card\">No conflicts wait.</p>\n";
-    else if (shown_.empty())
+    else if (list_.rows.empty())
         body += "<p class=\"card\">No conflict fits the filter.</p>\n";
     else
-        body += "<div class=\"columns\">\n" + list() + detail(conflict) + "</div>\n";
+        body += "<div class=\"columns\">\n" + listForm() + detail(columns) + "</div>\n";
     return body + "</main>\n";
 }
 
 std::string ConflictPage::heading() const
 {
-    const SideConfiguration& local = configuration_.local();
     return fmt::format("<header><h1>Conflicts {}</h1><p class=\"soft\">{} waiting in {}</p>"
                        "<form method=\"post\" action=\"{}quit\"><button>End the review</button></form></header>\n",
-                       configuration_.site == LAPTOP ? "at the laptop" : "at the offices", conflicts_.size(),
-                       escapeHtml(local.dsn), root_);
+                       configuration_.site == LAPTOP ? "at the laptop" : "at the offices", list_.waiting,
+                       escapeHtml(configuration_.local().dsn), root_);
 }
 
 std::string ConflictPage::filterForm() const
 {
-    std::map<std::string, size_t> counts;
-    for (const ordered_json& conflict : conflicts_)
-        ++counts[textOf(conflict["table_name"])];
-    std::string options = "<option value=\"\">All tables</option>";
-    for (const auto& [table, count] : counts)
-        options += fmt::format("<option value=\"{0}\"{1}>{0} ({2})</option>", escapeHtml(table),
-                               table == view_.table ? " selected" : "", count);
-    return fmt::format("<form class=\"card filter\" method=\"get\" action=\"{}\" role=\"search\">"
-                       "<label>Table<select name=\"table\">{}</select></label>"
-                       "<label>Key or kind contains<input type=\"search\" name=\"text\" value=\"{}\"></label>"
-                       "<button>Show</button><p class=\"soft\">{} shown</p></form>\n",
-                       root_, options, escapeHtml(view_.text), shown_.size());
+    const ConflictFilter& filter = view_.filter;
+    std::map<std::string, size_t> tables = list_.tables;
+    if (!filter.table.empty() && list_.rows.empty())
+        tables.try_emplace(filter.table, 0);
+    std::string tableOptions = option("", "All tables", filter.table);
+    for (const auto& [table, count] : tables)
+        tableOptions += option(table, fmt::format("{} ({})", table, count), filter.table);
+    std::string kindOptions = option("", "All kinds", filter.kind);
+    for (const std::string& word : kindWords())
+        kindOptions += option(word, kindName(kindOfWord(word)), filter.kind);
+    return fmt::format(
+        "<form class=\"card filter\" method=\"get\" action=\"{0}\" role=\"search\">"
+        "<label>Table<select name=\"table\">{1}</select></label><label>Kind<select name=\"kind\">{2}</select></label>"
+        "<label>Description, table or kind contains<input type=\"search\" name=\"text\" value=\"{3}\"></label>"
+        "<label>Last found before<input type=\"date\" name=\"before\" value=\"{4}\"></label>"
+        "<button>Show</button><p class=\"soft\">{5} shown{6}</p></form>\n",
+        root_, tableOptions, kindOptions, escapeHtml(filter.contains), escapeHtml(filter.before), list_.rows.size(),
+        view_.isFiltered() ? fmt::format(" · <a href=\"{}\">Show all</a>", root_) : "");
 }
 
-std::string ConflictPage::list() const
+std::string ConflictPage::listForm() const
 {
-    std::string items = "<nav class=\"card\" aria-label=\"Conflicts by table\">\n";
+    std::string items;
     std::string table;
-    const std::string selected = selectedId();
-    for (const ordered_json& conflict : shown_) {
-        if (&conflict == &shown_.front() || textOf(conflict["table_name"]) != table) {
+    for (const ConflictedRow& row : list_.rows) {
+        if (&row == &list_.rows.front() || row.table != table) {
             items += table.empty() ? "" : "</ul>\n";
-            table = textOf(conflict["table_name"]);
+            table = row.table;
             items += "<h3>" + escapeHtml(table) + "</h3>\n<ul>\n";
         }
-        const std::string id = textOf(conflict["unid"]);
-        items += fmt::format("<li><a href=\"{}\"{}>{}<small>{}</small></a></li>\n", address(id),
-                             id == selected ? " aria-current=\"true\"" : "", keyDescription(conflict),
-                             escaped(conflict["conflict"]));
+        items += listItem(row);
     }
-    return items + "</ul>\n</nav>\n";
+    return fmt::format("<form class=\"card\" method=\"post\" action=\"{}resolve\">{}\n"
+                       "<nav aria-label=\"Conflicts by table\">\n{}</ul>\n</nav>\n{}</form>\n",
+                       root_, showing(selected()->latest().id).hiddenFields(), items, forSeveral());
 }
 
-std::string ConflictPage::detail(const ordered_json& conflict) const
+std::string ConflictPage::listItem(const ConflictedRow& row) const
 {
-    const ordered_json& columns = conflict["columns"];
-    std::string html =
-        fmt::format("<section class=\"card\" aria-labelledby=\"selected\"><h2 id=\"selected\">{}</h2>"
-                    "<p class=\"soft\">{}, {} · {}</p>\n<dl>{}{}{}</dl>\n",
-                    keyDescription(conflict), escaped(conflict["table_name"]), escaped(conflict["conflict"]),
-                    escaped(conflict["unid"]), date("Changed at the source", conflict["source_mod_date"]),
-                    date("Changed at the destination", conflict["destination_mod_date"]),
-                    date("Found by the run of", conflict["last_found"]));
-    html += columns.empty()
-                ? "<p>No differing columns were recorded.</p>\n"
-                : "<table class=\"sides\"><thead><tr><th scope=\"col\">Column</th><th scope=\"col\">Source</th>"
-                  "<th scope=\"col\">Destination</th></tr></thead>\n<tbody>\n" +
-                      columnRows(columns) + "</tbody></table>\n";
-    return html + choices(conflict) + "</section>\n";
+    const std::string& id = row.latest().id;
+    const std::string name = escapeHtml(rowName(row));
+    const std::string state =
+        row.state == RowState::Waits ? "" : fmt::format("<strong>{}</strong>", stateName(row.state));
+    return fmt::format("<li><input type=\"checkbox\" name=\"id\" value=\"{}\" aria-label=\"Check {}\">"
+                       "<a href=\"{}\"{}>{}<small>{}, found {}{}</small></a></li>\n",
+                       escapeHtml(id), name, escapeHtml(root_ + showing(id).query()),
+                       &row == selected() ? " aria-current=\"true\"" : "", name, kindName(row.latest().kind),
+                       foundOften(row), state);
 }
 
-std::string ConflictPage::choices(const ordered_json& conflict) const
+/// Nothing is done from here before it was confirmed.
+std::string ConflictPage::forSeveral() const
+{
+    constexpr char kUseButtons[] = "<button name=\"use\" value=\"source\">Use source…</button>"
+                                   "<button name=\"use\" value=\"destination\">Use destination…</button>";
+    return fmt::format("<fieldset><legend>For all checked rows</legend><label><input type=\"checkbox\" name=\"all\" "
+                       "value=\"yes\">Apply to all {} shown</label>\n{}<button name=\"use\" value=\"dismiss\">Dismiss…"
+                       "</button></fieldset>\n",
+                       list_.rows.size(), configuration_.site == LAPTOP ? kUseButtons : "");
+}
+
+std::string ConflictPage::detail(const ordered_json& columns) const
+{
+    const ConflictedRow& row = *selected();
+    return fmt::format("<section class=\"card\" aria-labelledby=\"selected\"><h2 id=\"selected\">{}</h2>"
+                       "<p class=\"soft\">{} {}: {}{}</p>\n<dl>{}</dl>\n",
+                       escapeHtml(rowName(row)), escapeHtml(row.table), escapeHtml(row.key),
+                       kindName(row.latest().kind),
+                       row.state == RowState::Waits ? "" : fmt::format(" · <strong>{}</strong>", stateName(row.state)),
+                       dates(row)) +
+           columnTable(row, columns) +
+           (row.state != RowState::Waits || isStillAsRecorded(row, columns)
+                ? ""
+                : "<p class=\"soft\">The row is not as it was found. What is there today is shown before it is "
+                  "overwritten or deleted.</p>\n") +
+           choices() + dismissal() + "</section>\n";
+}
+
+std::string ConflictPage::decisionForm(const std::string& controls) const
+{
+    const ConflictedRow& row = *selected();
+    const size_t next = (selected_ + 1) % list_.rows.size();
+    return fmt::format("<form method=\"post\" action=\"{}resolve\">{}{}{}{}\n{}</form>\n", root_,
+                       showing(row.latest().id).hiddenFields(), hiddenField("id", row.latest().id),
+                       hiddenField("next", list_.rows[next].latest().id), hiddenField("seen", fingerprint(row)),
+                       controls);
+}
+
+std::string ConflictPage::choices() const
 {
     std::string buttons;
-    for (const ordered_json& choice : conflict["choices"])
-        buttons += choiceButton(choice);
-    return fmt::format("<form method=\"post\" action=\"{}resolve\">{}{}{}{}\n<div class=\"choices\">{}</div></form>\n",
-                       root_, hiddenField("id", textOf(conflict["unid"])), hiddenField("next", nextId()),
-                       hiddenField("table", view_.table), hiddenField("text", view_.text), buttons);
+    for (const enumResolution use : {USE_SOURCE, USE_DESTINATION, WORK_LATER})
+        buttons += choiceButton(describeChoice(configuration_.site, use, *selected()));
+    return decisionForm("<div class=\"choices\">" + buttons + "</div>");
+}
+
+std::string ConflictPage::dismissal() const
+{
+    return decisionForm(
+        fmt::format("<fieldset><legend>Dismiss</legend><p class=\"soft\" id=\"why-dismiss\">{}</p><label>Reason<input "
+                    "name=\"reason\" required maxlength=\"500\"></label><button name=\"use\" value=\"dismiss\" "
+                    "aria-describedby=\"why-dismiss\">Dismiss</button></fieldset>",
+                    escapeHtml(describeDismissal(*selected()))));
 }

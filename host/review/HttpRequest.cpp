@@ -113,6 +113,18 @@ size_t bodyLength(const HttpRequest& request)
 
 } // namespace
 
+std::string FormFields::first(const std::string& name) const
+{
+    const auto found = values_.find(name);
+    return found == values_.end() ? std::string() : found->second.front();
+}
+
+std::vector<std::string> FormFields::all(const std::string& name) const
+{
+    const auto found = values_.find(name);
+    return found == values_.end() ? std::vector<std::string>() : found->second;
+}
+
 std::string HttpRequest::header(const std::string& lowerName) const
 {
     const auto found = headers.find(lowerName);
@@ -144,8 +156,8 @@ FormFields parseForm(std::string_view encoded)
     FormFields fields;
     while (!encoded.empty()) {
         std::string_view value = takeUntil(encoded, "&");
-        std::string name = decodeField(takeUntil(value, "="));
-        fields.emplace(std::move(name), decodeField(value));
+        const std::string name = decodeField(takeUntil(value, "="));
+        fields.add(name, decodeField(value));
     }
     return fields;
 }

@@ -5,6 +5,8 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 /// A request that is answered with an HTTP error status.
 class HttpError : public std::runtime_error
@@ -17,8 +19,18 @@ private:
     int status_;
 };
 
-/// The fields of a form or of a query string, decoded; the first of a name counts.
-using FormFields = std::map<std::string, std::string>;
+/// The fields of a form or of a query string, decoded.
+class FormFields
+{
+public:
+    void add(const std::string& name, std::string value) { values_[name].push_back(std::move(value)); }
+    /// Of several fields of one name the first counts; empty when there is none.
+    std::string first(const std::string& name) const;
+    std::vector<std::string> all(const std::string& name) const;
+
+private:
+    std::map<std::string, std::vector<std::string>> values_;
+};
 
 struct HttpRequest
 {
@@ -34,7 +46,8 @@ struct HttpRequest
 };
 
 constexpr size_t kMaxHeaderBytes = 16 * 1024;
-constexpr size_t kMaxBodyBytes = 16 * 1024;
+/// A form with some thousand checked rows.
+constexpr size_t kMaxBodyBytes = 256 * 1024;
 
 /// Reads one HTTP/1 request from what has arrived so far; nothing while more has to come. Raises HttpError for what
 /// is malformed, too large or never needed here (chunked bodies, repeated headers).

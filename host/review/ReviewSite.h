@@ -1,9 +1,12 @@
 #pragma once
 
 #include "Configuration.h"
+#include "Session.h"
 #include "review/ConflictPage.h"
+#include "review/Decision.h"
 #include "review/HttpServer.h"
 
+#include <optional>
 #include <string>
 
 /// What the review's server answers: the conflicts of a configuration's local database, to whoever knows the token.
@@ -16,7 +19,7 @@ public:
     std::string address() const { return origin_ + root_; }
     /// Whether the person ended the review.
     bool ended() const { return ended_; }
-    /// What was resolved or refused, each as `conflicts resolve` tells it.
+    /// What was decided or refused, each as `conflicts resolve` tells it.
     const nlohmann::ordered_json& resolved() const { return resolved_; }
 
     /// Raises HttpError for a request that has no business here.
@@ -25,10 +28,22 @@ public:
 private:
     void refuseStrangers(const HttpRequest& request) const;
     HttpResponse route(const HttpRequest& request);
+    HttpResponse submit(const std::string& name, const FormFields& form);
     HttpResponse resolve(const FormFields& form);
-    HttpResponse conflictPage(int status, const ReviewView& view, const std::string& notice,
-                              const std::string& trouble) const;
+    HttpResponse confirm(const FormFields& form);
     HttpResponse quit();
+    HttpResponse conflictPage(const ReviewView& view);
+    HttpResponse confirmationPage(const std::vector<ConflictedRow>& rows, const ReviewView& view,
+                                  const std::string& trouble, const std::string& reason) const;
+    HttpResponse backToList(const ReviewView& view) const;
+
+    std::vector<ConflictedRow> rowsWithIds(Databases& databases, const std::vector<std::string>& ids) const;
+    std::vector<ConflictedRow> chosenRows(Databases& databases, const FormFields& form, const ReviewView& view) const;
+    bool mayBeDoneAtOnce(Databases& databases, const std::vector<ConflictedRow>& rows, const Decision& decision,
+                         const std::string& seen) const;
+    void carryOut(Databases& databases, const std::vector<ConflictedRow>& rows, const Decision& decision,
+                  const std::string& reason);
+    std::string messages(const std::string& trouble) const;
 
     const Configuration& configuration_;
     std::string host_;
@@ -37,4 +52,9 @@ private:
     std::string root_;
     bool ended_ = false;
     nlohmann::ordered_json resolved_ = nlohmann::ordered_json::array();
+    /// What waits to be confirmed: the last that was asked.
+    std::optional<Plan> plan_;
+    /// What the next page tells, once.
+    std::vector<std::string> notices_;
+    std::vector<std::string> troubles_;
 };

@@ -64,7 +64,7 @@ void tryForm(std::string_view text)
 {
     const std::string value(text);
     const FormFields fields = parseForm("a=" + encodeUrl(value) + "&b=1");
-    require(fields.at("a") == value && fields.at("b") == "1", "what was encoded is decoded");
+    require(fields.first("a") == value && fields.first("b") == "1", "what was encoded is decoded");
     try {
         parseForm(text);
     }

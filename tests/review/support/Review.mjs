@@ -2,7 +2,7 @@
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
 import { once } from 'node:events';
-import { mkdtempSync, rmSync, writeFileSync } from 'node:fs';
+import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
@@ -16,6 +16,13 @@ const kChromiumOptions = ['--no-sandbox', '--disable-gpu', '--disable-quic', '--
     '--disable-background-networking', '--disable-component-update', '--disable-sync'];
 
 const kShortcuts = '[[table]]\nname = "shortcut"\nmethod = "one_way"\n';
+
+/// The file of decisions beside a site's log.
+export const decisionLogOf = (site) => `review-${site}.decisions.jsonl`;
+
+export function lastDecision(site) {
+    return JSON.parse(readFileSync(decisionLogOf(site), 'utf8').trimEnd().split('\n').at(-1));
+}
 
 function configuration(site, tables) {
     const side = (dsn, prefix) => `dsn = "${dsn}"\nprefix = "${prefix}"\npassword = "env:QUINMARK_PASSWORD"\n`;
@@ -49,9 +56,9 @@ export async function report(name, tables, ...options) {
 
 export class Review {
     /// Starts the review of a site ("laptop" or "offices") and waits for its address.
-    static async start(site) {
+    static async start(site, tables) {
         const review = new Review();
-        review.process = startQuinrep(site, ['review']);
+        review.process = startQuinrep(site, ['review'], tables);
         review.exit = once(review.process, 'exit');
         const lines = createInterface({ input: review.process.stdout });
         [review.address] = await Promise.race([
@@ -99,6 +106,21 @@ export class Browser {
         return this.page.screenshot({ path: `${name}.png`, fullPage: true });
     }
 
+    /// The page as NAME-WIDTH-SCHEME.png for a desktop and a phone, light and dark; never wider than its window.
+    async views(name) {
+        for (const [width, height] of [[1280, 900], [390, 844]]) {
+            await this.page.setViewportSize({ width, height });
+            for (const colorScheme of ['light', 'dark']) {
+                await this.page.emulateMedia({ colorScheme });
+                await this.screenshot(`${name}-${width}-${colorScheme}`);
+            }
+            const overflow = await this.page.evaluate(() => document.documentElement.scrollWidth - window.innerWidth);
+            assert.ok(overflow <= 0, `${name} is ${overflow} pixels too wide for ${width}`);
+        }
+        await this.page.emulateMedia({ colorScheme: 'light' });
+        await this.page.setViewportSize({ width: 1280, height: 900 });
+    }
+
     async stop() {
         await this.context.close();
         rmSync(this.profile, { recursive: true, force: true });
@@ -107,9 +129,9 @@ export class Browser {
 
 /// What a test file works with: a review of a site and a browser that live as long as its tests, and a practice
 /// without conflicts before each.
-export async function openBench(site) {
+export async function openBench(site, tables) {
     const practice = new Practice();
-    const review = await Review.start(site);
+    const review = await Review.start(site, tables);
     const browser = await Browser.start().catch(async (error) => {
         await review.stop();
         throw error;

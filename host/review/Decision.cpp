@@ -1,0 +1,118 @@
+#include "review/Decision.h"
+
+#include "replication/row_sql.h"
+#include "review/HttpRequest.h"
+#include "text.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <functional>
+
+using nlohmann::ordered_json;
+
+namespace {
+
+constexpr char kDismiss[] = "dismiss";
+
+/// A value as conflict reporting compares it: Null is the empty text.
+std::string comparedText(const ordered_json& value)
+{
+    return value.is_string() ? value.get<std::string>() : std::string();
+}
+
+bool holds(const CopyToday& copy, const ordered_json& recorded, const std::string& column)
+{
+    return copy.row.exists == !recorded.is_null() &&
+           comparedText(copy.columns.value(column, ordered_json())) == comparedText(recorded);
+}
+
+} // namespace
+
+Decision Decision::of(const std::string& word)
+{
+    if (word == kDismiss)
+        return {.dismisses = true};
+    for (const enumResolution use : {USE_SOURCE, USE_DESTINATION, WORK_LATER})
+        if (word == useName(use))
+            return {.use = use};
+    throw HttpError(400, "unknown decision");
+}
+
+std::string Decision::word() const
+{
+    return dismisses ? kDismiss : useName(use);
+}
+
+Choice Decision::choiceFor(enumReplicationUniqueId site, const ConflictedRow& row) const
+{
+    return dismisses ? Choice{use, true, Effect::Keeps, describeDismissal(row)} : describeChoice(site, use, row);
+}
+
+Loss lossBy(const Decision& decision, enumReplicationUniqueId site, const ConflictedRow& row)
+{
+    switch (decision.choiceFor(site, row).effect) {
+    case Effect::Overwrites:
+        return Loss::OverwrittenNow;
+    case Effect::Deletes:
+        return Loss::DeletedNow;
+    case Effect::Stays:
+        return Loss::None;
+    case Effect::Keeps:
+        break;
+    }
+    switch (row.next) {
+    case NextRun::OverwritesDestination:
+        return Loss::DestinationOverwrittenNext;
+    case NextRun::DeletesAtDestination:
+        return Loss::DestinationDeletedNext;
+    case NextRun::OverwritesSource:
+        return Loss::SourceOverwrittenNext;
+    default:
+        return Loss::None;
+    }
+}
+
+std::string whatHappened(const Decision& decision, Effect effect, const ConflictedRow& row)
+{
+    const std::string next = std::string(" ") + nextRunText(row.next);
+    if (decision.dismisses)
+        return "the conflict was dismissed." + next;
+    switch (effect) {
+    case Effect::Overwrites:
+        return "the source's row was copied over the destination's.";
+    case Effect::Deletes:
+        return "the row was deleted at the destination.";
+    case Effect::Keeps:
+        return "the destination's row was left as it is, and the conflict is closed." + next;
+    case Effect::Stays:
+        break;
+    }
+    return "the conflict stays in the list.";
+}
+
+std::string fingerprint(const ConflictedRow& row)
+{
+    const ordered_json all = ordered_json::array({row.ids(), row.source.columns, row.destination.columns,
+                                                  static_cast<int>(row.state), static_cast<int>(row.next)});
+    return fmt::format("{:x}",
+                       std::hash<std::string>()(all.dump(-1, ' ', false, ordered_json::error_handler_t::replace)));
+}
+
+bool isStillAsRecorded(const ConflictedRow& row, const ordered_json& columns)
+{
+    const auto recorded = [&](const std::string& name) {
+        return std::ranges::any_of(columns, [&](const ordered_json& column) { return column["column"] == name; });
+    };
+    for (const ordered_json& column : columns) {
+        const std::string name = column["column"];
+        if (!holds(row.source, column["source"], name) || !holds(row.destination, column["destination"], name))
+            return false;
+    }
+    if (!row.source.row.exists || !row.destination.row.exists)
+        return true;
+    // Other columns were equal.
+    return std::ranges::all_of(row.destination.columns.items(), [&](const auto& column) {
+        return recorded(column.key()) || Utils::isSkipField(toWide(row.table), toWide(column.key()), true) ||
+               holds(row.source, ordered_json(comparedText(column.value())), column.key());
+    });
+}

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "conflicts/choices.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+/// What a person wants done with rows.
+struct Decision
+{
+    /// Takes their conflicts off the list; `use` says nothing then.
+    bool dismisses = false;
+    enumResolution use = WORK_LATER;
+
+    /// The decision that a form's word stands for. Raises HttpError(400).
+    static Decision of(const std::string& word);
+    std::string word() const;
+
+    Choice choiceFor(enumReplicationUniqueId site, const ConflictedRow& row) const;
+};
+
+/// A row's content that somebody loses.
+enum class Loss
+{
+    None,
+    OverwrittenNow,
+    DeletedNow,
+    /// By the next run, which no conflict stops any more.
+    DestinationOverwrittenNext,
+    DestinationDeletedNext,
+    SourceOverwrittenNext,
+};
+
+Loss lossBy(const Decision& decision, enumReplicationUniqueId site, const ConflictedRow& row);
+
+/// What was done, in words that follow the row's name.
+std::string whatHappened(const Decision& decision, Effect effect, const ConflictedRow& row);
+
+/// Another text as soon as anything that a decision about the row rests on is another.
+std::string fingerprint(const ConflictedRow& row);
+
+/// Whether what was recorded of the row (recordedColumns) is what both sides hold today.
+bool isStillAsRecorded(const ConflictedRow& row, const nlohmann::ordered_json& columns);
+
+/// A decision that waits to be confirmed, with the rows as they were shown.
+struct Plan
+{
+    std::string id;
+    Decision decision;
+    /// A record of each row.
+    std::vector<std::string> ids;
+    std::vector<std::string> fingerprints;
+};
