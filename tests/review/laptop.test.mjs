@@ -1,8 +1,9 @@
 import assert from 'node:assert/strict';
+import { randomUUID } from 'node:crypto';
 import { mkdirSync, rmSync } from 'node:fs';
 import { test } from 'node:test';
 import { ConflictType } from './support/Practice.mjs';
-import { decisionLogOf, lastDecision, openBench } from './support/Review.mjs';
+import { decisionLogOf, lastDecision, openBench, report } from './support/Review.mjs';
 
 const kTables = '[[table]]\nname = "shortcut"\nmethod = "one_way"\n[[table]]\nname = "users"\nmethod = "one_way"\n';
 const { practice, review, browser, page } = await openBench('laptop', kTables);
@@ -174,6 +175,30 @@ test('a row that is not as it was found is shown as it is today before it is ove
     await press('Do it');
     await page.getByText('Alpha: the source\'s row was copied').waitFor();
     assert.equal(laptop.shortcutText(conflict.row), 'set at the office');
+});
+
+test('a conflict that a run recorded, in columns of every type, is decided at once', async () => {
+    const row = randomUUID();
+    const patient = office.sql('select min(unid) from patient');
+    const add = (side, values, hours) => side.sql(`insert into chart_item (unid, chart_hdr_id, patient_id, proc_id, tooth,
+        surface, treatment_date, fee, hours, completed_f, mod_date) values ('${row}', '${row}', ${patient}, ${values},
+        now() + interval '${hours} hours')`);
+    add(office, "7, 11, 'MO', '2026-02-03 10:30:15.250', 1234.5000, 0.1, true", 1);
+    add(laptop, "null, 12, 'D', '2026-02-04', 0.0001, 1e-7, false", 2);
+    try {
+        const { status } = await report('recorded', '[[table]]\nname = "chart_item"\nmethod = "one_way"\n', '--force');
+        assert.equal(status, 2);
+        await open();
+        assert.deepEqual(await page.locator('.sides tbody th').allTextContents(), ['proc_id', 'tooth', 'surface',
+            'treatment_date', 'fee', 'hours', 'completed_f']);
+        await press('Use source');
+        assert.match(await notice(), / date: .*: the source's row was copied over the destination's\./);
+        const value = 'select fee from chart_item where unid =';
+        assert.equal(laptop.sql(`${value} '${row}'`), '1234.5000');
+    }
+    finally {
+        for (const side of [office, laptop]) side.sql(`delete from chart_item where unid = '${row}'`);
+    }
 });
 
 test('a row that changed while it was looked at is not overwritten unseen', async () => {
