@@ -49,7 +49,8 @@ nav li { display: flex; align-items: center; }
 nav a { flex: 1; min-width: 0; padding: .4rem .6rem; border-radius: .35rem; color: var(--ink); text-decoration: none;
   overflow-wrap: anywhere; border-left: .25rem solid transparent; }
 nav a:hover { background: var(--paper); }
-nav a[aria-current] { scroll-initial-target: nearest; background: var(--paper); border-left-color: var(--accent); font-weight: 600; }
+nav a[aria-current] { scroll-initial-target: nearest; background: var(--paper); border-left-color: var(--accent);
+  font-weight: 600; }
 small { color: var(--soft); font-weight: 400; }
 nav small, small strong { display: block; }
 strong { color: var(--ink); font-weight: 600; }

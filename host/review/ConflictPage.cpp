@@ -13,9 +13,6 @@ using nlohmann::ordered_json;
 
 namespace {
 
-constexpr char kSourceChoice[] = "Use <u>s</u>ource";
-constexpr char kDestinationChoice[] = "Use <u>d</u>estination";
-
 std::string option(const std::string& value, const std::string& text, const std::string& chosen)
 {
     const bool isChosen = com::upperCase(toWide(value)) == com::upperCase(toWide(chosen));
@@ -61,15 +58,25 @@ std::string columnTable(const ConflictedRow& row, const ordered_json& columns)
            columnLines(columns, !row.sourceLackedIt(), !row.destinationLackedIt()) + "</tbody></table>\n";
 }
 
+const char* caption(enumResolution use)
+{
+    switch (use) {
+    case USE_SOURCE:
+        return "Use <u>s</u>ource";
+    case USE_DESTINATION:
+        return "Use <u>d</u>estination";
+    default:
+        return "<u>L</u>ater";
+    }
+}
+
 std::string choiceButton(const Choice& choice)
 {
     const std::string name = useName(choice.use);
-    const char* caption = choice.use == USE_SOURCE        ? kSourceChoice
-                          : choice.use == USE_DESTINATION ? kDestinationChoice
-                                                          : "<u>L</u>ater";
     return fmt::format("<div><button name=\"use\" value=\"{0}\" accesskey=\"{1}\" aria-describedby=\"why-{0}\"{2}>{3}"
                        "</button><p class=\"soft\" id=\"why-{0}\">{4}</p></div>\n",
-                       name, name.front(), choice.possible ? "" : " disabled", caption, escapeHtml(choice.explanation));
+                       name, name.front(), choice.possible ? "" : " disabled", caption(choice.use),
+                       escapeHtml(choice.explanation));
 }
 
 } // namespace

@@ -41,7 +41,8 @@ test('checked rows are decided after a page has counted them and named what is l
     assert.match(await page.textContent('[role=alert]'), /^New here: Not possible: /);
     assert.equal(laptop.shortcutText(alpha.row), 'set at the office');
     assert.equal(laptop.hasShortcut(deleted.row), false);
-    assert.deepEqual([alpha, deleted, fresh, other].map((conflict) => laptop.waits(conflict)), [false, false, true, true]);
+    assert.deepEqual([alpha, deleted, fresh, other].map((conflict) => laptop.waits(conflict)),
+        [false, false, true, true]);
     assert.equal(laptop.shortcutText(other.row), 'set at the laptop');
 });
 
@@ -80,7 +81,8 @@ test('nothing is done when a row changed, or was decided, before it was confirme
     await ask();
     laptop.sql(`update shortcut set item_text = 'typed in now' where unid = '${beta.row}'`);
     await press('Do it');
-    assert.match(await page.textContent('[role=alert]'), /The rows are no longer as they were shown\. Nothing was done\./);
+    assert.match(await page.textContent('[role=alert]'),
+        /^The rows are no longer as they were shown\. Nothing was done\./);
     assert.equal(laptop.shortcutText(alpha.row), 'set at the laptop');
     assert.equal(laptop.shortcutText(beta.row), 'typed in now');
     await ask();
@@ -126,7 +128,7 @@ test('500 rows of six records each are listed, filtered and decided together', a
     const [list, entry] = await Promise.all([page.locator('nav').boundingBox(),
         page.locator('[aria-current]').boundingBox()]);
     const below = entry.y - list.y;
-    assert.ok(below > -1 && below + entry.height < list.height + 1, `the shown row is ${below} pixels below the list's top`);
+    assert.ok(below > -1 && below + entry.height < list.height + 1, `the shown row is ${below} pixels down the list`);
     await timed('filter', () => open('?text=row+1&before=2026-12-31'));
     assert.equal(await page.locator('nav li').count(), 100);
     await timed('decide one', () => press('Use source'));

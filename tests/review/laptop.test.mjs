@@ -1,6 +1,6 @@
 import assert from 'node:assert/strict';
 import { randomUUID } from 'node:crypto';
-import { mkdirSync, rmSync } from 'node:fs';
+import { mkdirSync, rmSync, symlinkSync } from 'node:fs';
 import { test } from 'node:test';
 import { ConflictType } from './support/Practice.mjs';
 import { decisionLogOf, lastDecision, openBench, report } from './support/Review.mjs';
@@ -38,7 +38,8 @@ test('a row that several runs found is one entry, with the first and the last of
     await open();
     assert.equal(await page.locator('nav li').count(), 1);
     assert.match(await page.textContent('nav li'), /changed on both sides, found 3 times/);
-    assert.match(await page.textContent('dl'), /First found by the run of3\/1\/2026.*Last found by the run of3\/5\/2026/s);
+    assert.match(await page.textContent('dl'),
+        /First found by the run of3\/1\/2026.*Last found by the run of3\/5\/2026/s);
     assert.match(await page.textContent('header'), /1 waiting/);
 });
 
@@ -101,8 +102,13 @@ test('the list is filtered by table, kind, day, and text in any case, and the ad
 
 test('a filter that cannot be used is told, and lists nothing', async () => {
     changed('Alpha');
-    for (const [query, text] of [['table=no_such', 'there is no table "no_such"'], ['before=2026-02-30',
-        '"2026-02-30" is no day'], ['before=yesterday', '"yesterday" is no day'], ['kind=odd', 'no kind of conflict "odd"']]) {
+    const mistakes = {
+        'table=no_such': 'there is no table "no_such"',
+        'before=2026-02-30': '"2026-02-30" is no day',
+        'before=yesterday': '"yesterday" is no day',
+        'kind=odd': 'there is no kind of conflict "odd"',
+    };
+    for (const [query, text] of Object.entries(mistakes)) {
         const answer = await page.goto(`${review.address}?${query}`);
         assert.equal(answer.status(), 400);
         assert.ok((await trouble()).includes(text), query);
@@ -180,8 +186,8 @@ test('a row that is not as it was found is shown as it is today before it is ove
 test('a conflict that a run recorded, in columns of every type, is decided at once', async () => {
     const row = randomUUID();
     const patient = office.sql('select min(unid) from patient');
-    const add = (side, values, hours) => side.sql(`insert into chart_item (unid, chart_hdr_id, patient_id, proc_id, tooth,
-        surface, treatment_date, fee, hours, completed_f, mod_date) values ('${row}', '${row}', ${patient}, ${values},
+    const add = (side, values, hours) => side.sql(`insert into chart_item (unid, chart_hdr_id, patient_id, proc_id,
+        tooth, surface, treatment_date, fee, hours, completed_f, mod_date) values ('${row}', '${row}', ${patient}, ${values},
         now() + interval '${hours} hours')`);
     add(office, "7, 11, 'MO', '2026-02-03 10:30:15.250', 1234.5000, 0.1, true", 1);
     add(laptop, "null, 12, 'D', '2026-02-04', 0.0001, 1e-7, false", 2);
@@ -216,7 +222,8 @@ test('a row that changed while it was looked at is not overwritten unseen', asyn
 test('a dismissal says first what the next run does, wants a reason, and is in the decision log', async () => {
     const conflict = changed('Alpha', { found: ['2026-03-01 18:00', '2026-03-02 18:00'] });
     await open();
-    assert.match(await page.textContent('#why-dismiss'), /^Takes the conflict off the list and changes no row\. The next run/);
+    assert.match(await page.textContent('#why-dismiss'),
+        /^Takes the conflict off the list and changes no row\. The next run/);
     const reason = page.getByLabel('Reason');
     await reason.evaluate((field) => field.removeAttribute('required'));
     await reason.fill('   ');
@@ -230,36 +237,40 @@ test('a dismissal says first what the next run does, wants a reason, and is in t
     assert.equal(laptop.columnsOf(conflict), 0);
     assert.equal(laptop.shortcutText(conflict.row), 'set at the laptop');
     const decision = lastDecision('laptop');
-    assert.deepEqual([decision.choice, decision.reason, decision.outcome], ['dismissed', 'both <texts> are fine', 'dismissed']);
+    assert.deepEqual([decision.choice, decision.reason, decision.outcome],
+        ['dismissed', 'both <texts> are fine', 'dismissed']);
     assert.deepEqual(decision.ids.sort(), conflict.ids.map((id) => `{${id.toUpperCase()}}`).sort());
 });
 
-test('nothing is decided while the decision log cannot be written', async () => {
+test('nothing is decided while the decision log cannot be opened, or its disk is full', async () => {
     const conflict = changed('Alpha');
     const log = decisionLogOf('laptop');
-    rmSync(log, { force: true });
-    mkdirSync(log);
-    try {
-        await open();
-        await press('Use source');
-        assert.match(await trouble(), /^The decision log .* cannot be written, so nothing is decided/);
-        await page.getByLabel('Reason').fill('a reason');
-        await press(/^Dismiss$/);
-        assert.match(await trouble(), /^The decision log .* cannot be written, so nothing is decided/);
-        await browser.screenshot('laptop-no-log');
+    for (const spoil of [() => mkdirSync(log), () => symlinkSync('/dev/full', log)]) {
+        rmSync(log, { force: true });
+        spoil();
+        try {
+            await open();
+            await press('Use source');
+            assert.match(await trouble(), /^The decision log .* cannot be written/);
+            await page.getByLabel('Reason').fill('a reason');
+            await press(/^Dismiss$/);
+            assert.match(await trouble(), /^The decision log .* cannot be written/);
+            await browser.screenshot('laptop-no-log');
+        }
+        finally {
+            rmSync(log, { recursive: true });
+        }
+        assert.equal(laptop.shortcutText(conflict.row), 'set at the laptop');
+        assert.equal(laptop.waits(conflict), true);
     }
-    finally {
-        rmSync(log, { recursive: true });
-    }
-    assert.equal(laptop.shortcutText(conflict.row), 'set at the laptop');
-    assert.equal(laptop.waits(conflict), true);
 });
 
 test('a table with numeric keys cannot take the source\'s row, and it is said what to do instead', async () => {
     const conflict = practice.numericConflict(laptop);
     await open();
     assert.equal(await page.getByRole('button', { name: 'Use source', exact: true }).isDisabled(), true);
-    assert.match(await page.textContent('#why-source'), /Not possible: .*numeric keys. Save the record again at the source/);
+    assert.match(await page.textContent('#why-source'),
+        /Not possible: .*numeric keys\. Save the record again at the source/);
     await press('Use destination');
     assert.match(await notice(), /^Ida Holm: the destination's row was left as it is/);
     assert.equal(laptop.waits(conflict), false);

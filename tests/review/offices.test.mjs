@@ -39,8 +39,9 @@ test('a disabled button that is sent all the same is refused with its reason', a
     for (const [use, reason] of [['source', /^Recall: Not possible: .*copies nothing at the offices/],
         ['destination', /^Recall: Not possible: .*does not copy back/]]) {
         await page.goto(review.address);
-        await page.evaluate((value) => document.querySelector(`.choices [value=${value}]`).removeAttribute('disabled'), use);
-        await page.locator(`.choices [value=${use}]`).click();
+        const sent = page.locator(`.choices [value=${use}]`);
+        await sent.evaluate((button) => button.removeAttribute('disabled'));
+        await sent.click();
         await page.getByRole('alert').waitFor();
         assert.match(await page.textContent('[role=alert]'), reason);
         assert.equal(office.waits(conflict), true);
@@ -50,11 +51,12 @@ test('a disabled button that is sent all the same is refused with its reason', a
     await browser.screenshot('offices-refused');
 });
 
-test('a row typed in at the laptop: the page says that the next run deletes it, and dismissing wants a reason', async () => {
+test('a row typed in at the laptop: the next run deletes it, as the page says, and dismissing wants a reason', async () => {
     const conflict = typedInAtTheLaptop('Typed in');
     await page.goto(review.address);
     assert.match(await page.textContent('dl'), /the source has no such row/);
-    assert.match(await page.textContent('#why-later'), /deletes the row at the destination.*as long as the conflict waits/);
+    assert.match(await page.textContent('#why-later'),
+        /deletes the row at the destination.*as long as the conflict waits/);
     assert.match(await page.textContent('#why-dismiss'), /The next run deletes the row at the destination\.$/);
     await browser.views('offices-typed-in');
     await button('Dismiss').click();

@@ -68,8 +68,8 @@ export class Practice {
         }
     }
 
-    /// A shortcut with a text at the office and one at the laptop (null: no row there), and its conflict at `side`, with
-    /// a record for each run that found it.
+    /// A shortcut with a text at the office and one at the laptop (null: no row there), and its conflict at `side`,
+    /// with a record for each run that found it.
     conflict(side, { key, type = ConflictType.changedOnBoth, table = 'shortcut', column = 'item_text', office,
         laptop, found = ['2026-03-01 18:00'] }) {
         const conflict = { ids: found.map(() => randomUUID()), row: randomUUID(), key };
@@ -97,7 +97,8 @@ export class Practice {
             at.sql(`insert into users (unid, user_name) values (${kUser}, '${name}')`);
         side.sql(`insert into replication_conflict values ('${conflict.id}', 1, '2026-03-01 18:00', 'users', ${kUser},
                   null, 1, 'Ida Holm', '2026-03-02 09:15', '2026-03-02 11:40');
-                  insert into replication_conflict_data values ('${conflict.id}', 'user_name', 'Ida Holm', 'Ida Berg')`);
+                  insert into replication_conflict_data
+                  values ('${conflict.id}', 'user_name', 'Ida Holm', 'Ida Berg')`);
         return conflict;
     }
 
