@@ -62,7 +62,7 @@ table { width: 100%; border-collapse: collapse; }
 th, td { text-align: left; vertical-align: top; padding: .5rem .4rem; border-bottom: 1px solid var(--line); }
 thead th { font-size: .85rem; color: var(--soft); }
 .sides { table-layout: fixed; margin: 1rem 0; }
-.sides th:first-child { width: 28%; font-size: .85rem; overflow-wrap: anywhere; }
+.sides th:first-child { width: 28%; padding-left: 0; font-size: .85rem; overflow-wrap: anywhere; }
 .value { max-height: 18rem; overflow: auto; white-space: pre-wrap; overflow-wrap: anywhere;
   font-family: ui-monospace, Consolas, monospace; font-size: .9rem; }
 mark { background: var(--mark); color: var(--mark-ink); border-radius: .15rem; }
