@@ -11,7 +11,9 @@
 #include <array>
 #include <chrono>
 #include <fmt/format.h>
+#include <iomanip>
 #include <map>
+#include <sstream>
 #include <windows.h>
 
 using nlohmann::ordered_json;
@@ -73,13 +75,14 @@ std::string dayOf(const std::optional<DATE>& date)
 
 void requireDay(const std::string& day)
 {
-    int year = 0;
-    unsigned month = 0;
-    unsigned dayOfMonth = 0;
-    char rest = 0;
+    std::tm time{};
+    std::istringstream stream(day);
     using namespace std::chrono;
-    if (sscanf(day.c_str(), "%4d-%2u-%2u%c", &year, &month, &dayOfMonth, &rest) != 3 || day.size() != 10 ||
-        !year_month_day(std::chrono::year(year), std::chrono::month(month), std::chrono::day(dayOfMonth)).ok())
+    if (!(stream >> std::get_time(&time, "%Y-%m-%d")) || stream.peek() != std::istringstream::traits_type::eof() ||
+        day.size() != std::string_view("2026-11-21").size() ||
+        !year_month_day(year(time.tm_year + 1900), month(static_cast<unsigned>(time.tm_mon + 1)),
+                        std::chrono::day(static_cast<unsigned>(time.tm_mday)))
+             .ok())
         throw HostError(kUsage, "\"" + day + "\" is no day", "Give it as 2026-11-21.");
 }
 

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <map>
+#include <span>
 
 using nlohmann::ordered_json;
 
@@ -66,8 +67,7 @@ public:
     void lookAt(std::vector<ConflictedRow*> rows, const std::optional<DATE>& lastReplicate)
     {
         for (size_t begin = 0; begin < rows.size(); begin += kRowsOfAQuery) {
-            const std::vector<ConflictedRow*> some(rows.begin() + begin,
-                                                   rows.begin() + std::min(begin + kRowsOfAQuery, rows.size()));
+            const auto some = std::span(rows).subspan(begin, std::min(kRowsOfAQuery, rows.size() - begin));
             read(databases_.source(), some, &ConflictedRow::source);
             read(databases_.destination(), some, &ConflictedRow::destination);
         }
@@ -79,7 +79,7 @@ public:
     }
 
 private:
-    void read(clsConn& side, const std::vector<ConflictedRow*>& rows, CopyToday ConflictedRow::*copy) const
+    void read(clsConn& side, std::span<ConflictedRow* const> rows, CopyToday ConflictedRow::*copy) const
     {
         std::vector<std::string> keys;
         std::map<std::string, ConflictedRow*> byKey;

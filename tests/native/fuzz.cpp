@@ -92,11 +92,16 @@ void tryReport(std::string_view text)
 {
     const std::string value(text);
     const auto page = [](const std::string& shown) {
-        return reportPage({{"from", shown},
-                           {"to", shown},
-                           {"recorded", shown},
-                           {"error", {{"text", shown}, {"todo", shown}}},
-                           {"tables", {{{"table", shown}, {"method", shown}, {"done", false}, {"conflicts", 1}}}}});
+        return reportPage(
+            {{"from", shown},
+             {"to", shown},
+             {"recorded", shown},
+             {"error", {{"text", shown}, {"todo", shown}}},
+             {"tables", {{{"table", shown}, {"method", shown}, {"done", false}, {"conflicts", 1}, {"errors", 1}}}},
+             {"conflicts_waiting", 1},
+             {"conflicts_new", 1},
+             {"passed",
+              {{{"table", shown}, {"text", shown}, {"count", 2}, {"rows", {{{"key", shown}, {"key_info", shown}}}}}}}});
     };
     const std::string shown = page(value);
     std::string harmless;

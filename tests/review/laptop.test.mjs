@@ -185,14 +185,16 @@ test('a row that is not as it was found is shown as it is today before it is ove
 
 test('a conflict that a run recorded, in columns of every type, is decided at once', async () => {
     const row = randomUUID();
-    const patient = office.sql('select min(unid) from patient');
+    const patient = 990001;
+    for (const side of [office, laptop])
+        side.sql(`insert into patient (unid, full_name) values (${patient}, 'Mira Birkfelder')`);
     const add = (side, values, hours) => side.sql(`insert into chart_item (unid, chart_hdr_id, patient_id, proc_id,
         tooth, surface, treatment_date, fee, hours, completed_f, mod_date) values ('${row}', '${row}', ${patient}, ${values},
         now() + interval '${hours} hours')`);
     add(office, "7, 11, 'MO', '2026-02-03 10:30:15.250', 1234.5000, 0.1, true", 1);
     add(laptop, "null, 12, 'D', '2026-02-04', 0.0001, 1e-7, false", 2);
     try {
-        const { status } = await report('recorded', '[[table]]\nname = "chart_item"\nmethod = "one_way"\n', '--force');
+        const { status } = await report('recorded', '[[table]]\nname = "chart_item"\nmethod = "one_way"\n');
         assert.equal(status, 2);
         await open();
         assert.deepEqual(await page.locator('.sides tbody th').allTextContents(), ['proc_id', 'tooth', 'surface',
@@ -203,7 +205,8 @@ test('a conflict that a run recorded, in columns of every type, is decided at on
         assert.equal(laptop.sql(`${value} '${row}'`), '1234.5000');
     }
     finally {
-        for (const side of [office, laptop]) side.sql(`delete from chart_item where unid = '${row}'`);
+        for (const side of [office, laptop])
+            side.sql(`delete from chart_item where unid = '${row}'; delete from patient where unid = ${patient}`);
     }
 });
 
