@@ -11,8 +11,8 @@ using nlohmann::ordered_json;
 
 namespace {
 
-/// Rows of a stop that are listed; all of them are counted.
-constexpr size_t kListedRows = 100;
+/// Rows of a stop that are described; the others are listed by their keys.
+constexpr size_t kDescribedRows = 100;
 
 bool isNumber(const std::wstring& text)
 {
@@ -45,16 +45,15 @@ bool isPassed(StopReason reason, bool force, bool attended)
 
 ordered_json Stop::toJson() const
 {
-    return {{"reason", reasonName(reason)}, {"table", table}, {"rows", rows}, {"count", count}, {"text", text}};
+    return {{"reason", reasonName(reason)}, {"table", table}, {"rows", rows}, {"text", text}};
 }
 
 void Stops::addRow(StopReason reason, const std::string& text, const _variant_t& key)
 {
     Stop& stop = find(reason, text);
-    ++stop.count;
-    if (stop.rows.size() < kListedRows)
-        stop.rows.push_back(
-            {{"key", toUtf8(com::concatText(key))}, {"key_info", describeRow(databases_, table_, key)}});
+    const bool described = stop.rows.size() < kDescribedRows;
+    stop.rows.push_back({{"key", toUtf8(com::concatText(key))},
+                         {"key_info", described ? describeRow(databases_, table_, key) : std::string()}});
 }
 
 Stop& Stops::find(StopReason reason, const std::string& text)

@@ -28,8 +28,7 @@ struct Stop
     std::string table;
     /// What would happen, and what to do.
     std::string text;
-    /// All rows are counted; the first are listed, each with its key and, where it has one, its description.
-    long long count = 0;
+    /// Each with its key; the first also with their descriptions, where they have one.
     nlohmann::ordered_json rows = nlohmann::ordered_json::array();
 
     nlohmann::ordered_json toJson() const;

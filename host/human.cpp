@@ -91,11 +91,11 @@ std::string stopped(const ordered_json& stops)
     std::string lines;
     for (const ordered_json& stop : stops) {
         lines += fmt::format("{}: {}\n", resultText(stop["table"]), indented(resultText(stop["text"])));
-        for (const ordered_json& row : stop["rows"])
-            lines += "    " + rowText(row["key"], row["key_info"]) + "\n";
-        const long long unlisted = stop["count"].get<long long>() - static_cast<long long>(stop["rows"].size());
-        if (unlisted > 0)
-            lines += fmt::format("    and {} more\n", unlisted);
+        const ordered_json& rows = stop["rows"];
+        for (size_t index = 0; index < std::min(rows.size(), kShownRows); ++index)
+            lines += "    " + rowText(rows[index]["key"], rows[index]["key_info"]) + "\n";
+        if (const std::string unshown = unshownRows(rows); !unshown.empty())
+            lines += "    " + unshown + "\n";
     }
     return lines;
 }

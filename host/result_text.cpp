@@ -9,6 +9,13 @@ std::string resultText(const ordered_json& value)
     return value.is_string() ? value.get<std::string>() : value.is_null() ? "" : value.dump();
 }
 
+std::string unshownRows(const ordered_json& rows)
+{
+    return rows.size() <= kShownRows
+               ? ""
+               : fmt::format("and {} more; `quinrep preview --json` lists all", rows.size() - kShownRows);
+}
+
 std::string tablesNotDone(const ordered_json& tables)
 {
     std::string names;

@@ -3,6 +3,12 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+/// Rows of a stop that a person is shown; with --json there are all.
+inline constexpr size_t kShownRows = 100;
+
+/// How many rows of a stop are not shown, and where they are; empty when all are.
+std::string unshownRows(const nlohmann::ordered_json& rows);
+
 /// A value of a result for a person: a text as it stands, nothing for null.
 std::string resultText(const nlohmann::ordered_json& value);
 

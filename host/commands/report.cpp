@@ -4,6 +4,7 @@
 #include "random.h"
 #include "result_text.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fmt/format.h>
 #include <fstream>
@@ -84,11 +85,12 @@ std::string stops(const ordered_json& stops)
     for (const ordered_json& stop : stops) {
         html += fmt::format("<section class=\"card\"><h2>{}</h2><p>{}</p><ul>\n", escapeHtml(textOf(stop, "table")),
                             escapeHtml(textOf(stop, "text")));
-        for (const ordered_json& row : stop["rows"])
-            html += fmt::format("<li>{} <span class=\"soft\">{}</span></li>\n", escapeHtml(textOf(row, "key_info")),
-                                escapeHtml(textOf(row, "key")));
-        const long long unlisted = stop["count"].get<long long>() - static_cast<long long>(stop["rows"].size());
-        html += unlisted > 0 ? fmt::format("<li>and {} more</li></ul></section>\n", unlisted) : "</ul></section>\n";
+        const ordered_json& rows = stop["rows"];
+        for (size_t index = 0; index < std::min(rows.size(), kShownRows); ++index)
+            html += fmt::format("<li>{} <span class=\"soft\">{}</span></li>\n",
+                                escapeHtml(textOf(rows[index], "key_info")), escapeHtml(textOf(rows[index], "key")));
+        const std::string unshown = unshownRows(rows);
+        html += (unshown.empty() ? "" : "<li>" + escapeHtml(unshown) + "</li>\n") + "</ul></section>\n";
     }
     return html;
 }

@@ -5,6 +5,7 @@
 #include "SiteLock.h"
 #include "TableChanges.h"
 #include "TableRun.h"
+#include "WaitingRows.h"
 #include "cancellation.h"
 #include "commands.h"
 #include "commands/rows.h"
@@ -16,10 +17,7 @@
 #include "result_text.h"
 #include "text.h"
 
-#include <algorithm>
-#include <iterator>
 #include <map>
-#include <set>
 
 using Microsoft::WRL::ComPtr;
 using nlohmann::ordered_json;
@@ -66,15 +64,6 @@ bool flagProperty(_clsReplicate& run, HRESULT (STDMETHODCALLTYPE _clsReplicate::
     return value != VARIANT_FALSE;
 }
 
-/// The ids of all conflicts that wait.
-std::set<std::string> conflictIds(Databases& databases)
-{
-    std::set<std::string> ids;
-    for (const ordered_json& row : jsonRows(databases.local(), L"select unid from replication_conflict"))
-        ids.insert(row["unid"]);
-    return ids;
-}
-
 /// One run through the component.
 class Run
 {
@@ -97,7 +86,7 @@ public:
         const ordered_json cleared = clearError(databases);
         prepare();
         lastRun_.begin();
-        const std::set<std::string> waiting = conflictIds(databases);
+        const WaitingRows waiting(databases.local());
         Outcome outcome = runTables(databases);
         tellConflicts(outcome.result, waiting);
         if (!cleared.is_null())
@@ -258,24 +247,24 @@ private:
         return outcome;
     }
 
-    /// How many conflicts wait after the run, and how many are its own: through new connections, since the run's may be
+    /// How many rows wait after the run, and how many did not before: through new connections, since the run's may be
     /// lost. Null where the database does not answer.
-    void tellConflicts(ordered_json& result, const std::set<std::string>& before)
+    void tellConflicts(ordered_json& result, const WaitingRows& before)
     {
         result["conflicts_waiting"] = nullptr;
         result["conflicts_new"] = nullptr;
-        ordered_json added = ordered_json::array();
+        std::vector<std::string> recorded;
         try {
             Databases databases(configuration_);
-            const std::set<std::string> after = conflictIds(databases);
-            std::ranges::set_difference(after, before, std::back_inserter(added));
+            const WaitingRows after(databases.local());
+            recorded = after.idsNotIn(before);
             result["conflicts_waiting"] = after.size();
-            result["conflicts_new"] = added.size();
+            result["conflicts_new"] = after.countNotIn(before);
         }
         catch (const com::Error&) {
             result["conflicts_waiting"] = nullptr;
         }
-        lastRun_.end(result, added);
+        lastRun_.end(result, recorded);
     }
 
     const Configuration& configuration_;

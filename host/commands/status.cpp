@@ -40,8 +40,10 @@ Outcome statusCommand(const Configuration& configuration)
                                                site);
     if (control.empty())
         throw missingControlRecord();
-    ordered_json waiting = jsonRows(local, L"select table_name, count(*) waiting from replication_conflict group by "
-                                           L"table_name order by table_name");
+    // Rows, not records: every run records a row again that still differs.
+    ordered_json waiting = jsonRows(local, L"select table_name, count(distinct coalesce(cast(guid as varchar(40)), "
+                                           L"cast(patient_id as varchar(40)))) waiting from replication_conflict group "
+                                           L"by table_name order by table_name");
     ordered_json counts =
         jsonRows(local, L"select count_name, count_value from replication_counts" + site + L" order by count_name");
     return {{{"control", control.front()},

@@ -4,6 +4,7 @@ import json
 import pathlib
 import random
 import re
+import shlex
 import time
 import unittest
 
@@ -94,10 +95,10 @@ class Recovery(unittest.TestCase):
 
     def documented_round(self, recorded):
         """The rows of the conflicts that were settled, and the exit code of the run."""
-        steps = [line.split()[1:] for line in re.findall(r"^    (quinrep .*)$", DOCUMENTED, re.M)]
+        steps = [shlex.split(line)[1:] for line in re.findall(r"^    (quinrep .*)$", DOCUMENTED, re.M)]
         self.assertEqual(steps, [["status"], ["conflicts", "list"], ["run", "--ready"],
-                                 ["run", "--ready", "--reset-error"]])
-        status, listing, run, reset = steps
+                                 ["run", "--ready", "--reset-error"], self.dismissal()])
+        status, listing, run, reset, _ = steps
         code, said = self.bench.quinrep(*status)
         self.assertEqual(code, 0, said)
         self.assertIn(recorded, said)
@@ -107,17 +108,21 @@ class Recovery(unittest.TestCase):
         self.assertIn(recorded, said)
         return settled, self.bench.quinrep(*reset)[0]
 
+    @staticmethod
+    def dismissal():
+        return ["conflicts", "dismiss", "{ID}", "--reason", "settled on both sides"]
+
     def settle(self, listing):
         """Settles all conflicts as documented; the tables and keys of their rows."""
         code, said = self.bench.quinrep(*listing, "--json")
         self.assertEqual(code, 0, said)
         rows = set()
         for conflict in json.loads(said)["conflicts"]:
-            table, key = conflict["table_name"], conflict["guid"] or conflict["patient_id"]
+            table, key = conflict["table_name"], conflict["key"]
             keeps_office = conflict["conflict_type"] == NEW_ON_SOURCE
             self.copy(table, key, *(("office", "laptop") if keeps_office else ("laptop", "office")))
-            for statement in re.findall(r"^    (delete from replication_conflict.*)$", DOCUMENTED, re.M):
-                self.office.sql(statement.replace("{ID}", conflict["unid"]))
+            code, said = self.bench.quinrep(*[word.replace("{ID}", conflict["unid"]) for word in self.dismissal()])
+            self.assertEqual(code, 0, said)
             rows.add((table, str(key).strip("{}").lower()))
         self.assertEqual(self.office.sql("select count(*) from replication_conflict"), "0")
         return rows

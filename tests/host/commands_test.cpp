@@ -183,7 +183,8 @@ TEST_F(Quinrep, RunEndsWithHowManyConflictsWaitAndHowToSeeThem)
 {
     addUser(source(), 1, L"S", kNew);
     addUser(destination(), 1, L"D", kNewer);
-    EXPECT_THAT(quinrep(L"run").output, HasSubstr("Conflicts that wait: 1, new: 1. Look at them with `quinrep review`"));
+    EXPECT_THAT(quinrep(L"run").output,
+                HasSubstr("Conflicts that wait: 1, new: 1. Look at them with `quinrep review`"));
 }
 
 TEST_F(Quinrep, MistakesOnTheCommandLineAndInTheFileEndWithThree)

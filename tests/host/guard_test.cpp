@@ -4,6 +4,7 @@
 #include "support/Sabotage.h"
 #include "text.h"
 
+#include <filesystem>
 #include <gmock/gmock.h>
 
 using testing::ElementsAre;
@@ -89,13 +90,20 @@ TEST_F(Guard, StopsBeforeAnythingIsWrittenAndNamesTableAndRows)
     const nlohmann::json stop = onlyStop();
     EXPECT_EQ(stop["reason"], "deletes");
     EXPECT_EQ(stop["table"], "users");
-    EXPECT_EQ(stop["count"], 3);
+    EXPECT_EQ(stop["rows"].size(), 3U);
     EXPECT_EQ(stop["rows"][0]["key"], "1");
     EXPECT_EQ(stop["rows"][0]["key_info"], "user");
     EXPECT_THAT(stop["text"].get<std::string>(),
                 HasSubstr("3 of 10 rows of the destination would be deleted, 20 % may be"));
     EXPECT_EQ(destination().count(L"users"), 10);
     EXPECT_THAT(quinrep(L"run").output, HasSubstr("\n    1  user\n    2  user\n    3  user\n"));
+}
+
+TEST_F(Guard, ManyRowsAreAllListedInJsonAndTheFirstShownToAPerson)
+{
+    addUsers(102, 102);
+    EXPECT_EQ(onlyStop()["rows"].size(), 102U);
+    EXPECT_THAT(quinrep(L"preview").output, HasSubstr("    and 2 more; `quinrep preview --json` lists all\n"));
 }
 
 TEST_F(Guard, ForceGoesOnAndTellsInSpiteOfWhat)
@@ -128,7 +136,7 @@ TEST_F(Guard, MoreUpdatesThanAllowedStopTheRun)
         changeUser(source(), key, L"changed", kNew);
     const nlohmann::json stop = onlyStop();
     EXPECT_EQ(stop["reason"], "updates");
-    EXPECT_EQ(stop["count"], 3);
+    EXPECT_EQ(stop["rows"].size(), 3U);
     EXPECT_THAT(stop["text"].get<std::string>(),
                 HasSubstr("3 of 4 rows of the destination would be overwritten, 50 %"));
     tables += "max_update = 75\n";
@@ -231,8 +239,9 @@ TEST_F(Guard, DeletionAtTheOfficeDoesNotStopALaptopThatContinues)
     for (int night = 1; night <= 3; ++night) {
         const Ended ended = quinrepJson(L"run --ready", "run");
         EXPECT_EQ(ended.exitCode, kRecorded) << ended.messages;
-        EXPECT_EQ(ended.json()["conflicts_waiting"], night);
-        EXPECT_EQ(ended.json()["conflicts_new"], 1);
+        EXPECT_EQ(ended.json()["conflicts_waiting"], 1);
+        EXPECT_EQ(ended.json()["conflicts_new"], night == 1 ? 1 : 0);
+        EXPECT_EQ(local().count(L"replication_conflict"), night);
     }
     EXPECT_EQ(destination().count(L"shortcut"), 1);
 }
@@ -260,7 +269,7 @@ TEST_F(Guard, TwoWayNoticesStopAnUnattendedRun)
     tables += "max_update = 100\n";
     const nlohmann::json stop = onlyStop(L" --force");
     EXPECT_EQ(stop["reason"], "message_boxes");
-    EXPECT_EQ(stop["count"], 2);
+    EXPECT_EQ(stop["rows"].size(), 2U);
     EXPECT_THAT(stop["text"].get<std::string>(), HasSubstr("--attended"));
 }
 
@@ -383,7 +392,19 @@ TEST_F(Guard, CheckWarnsOfWhatCanBeKnownWithoutRows)
     EXPECT_THAT(quinrep(L"check").output, HasSubstr("WARN table procs\n     two-way replication"));
 }
 
-TEST_F(Guard, ReportAndLogsThatCannotBeWrittenAreFoundBeforeTheRun)
+TEST_F(Guard, DecisionLogThatCannotBeWrittenIsFoundBeforeTheRun)
+{
+    addUser(source(), 1, L"new", kNew);
+    const std::filesystem::path log = std::filesystem::path(host().logFile).replace_extension(L".decisions.jsonl");
+    std::filesystem::create_directory(log);
+    const Ended ended = quinrepJson(L"run", "failure");
+    std::filesystem::remove(log);
+    EXPECT_EQ(ended.exitCode, kUsage);
+    EXPECT_THAT(ended.messages, HasSubstr("the decision log "));
+    EXPECT_THAT(users(destination()), IsEmpty());
+}
+
+TEST_F(Guard, ReportThatCannotBeWrittenIsFoundBeforeTheRun)
 {
     addUser(source(), 1, L"new", kNew);
     const Ended ended = quinrepJson(L"run --report Z:/no/such/folder/x.html", "failure");

@@ -69,14 +69,12 @@ TEST(HumanText, StoppedRunNamesTableRowsAndTheWayOn)
                                   {{{"reason", "deletes"},
                                     {"table", "users"},
                                     {"rows", {{{"key", "7"}, {"key_info", "Mira"}}, {{"key", "8"}, {"key_info", ""}}}},
-                                    {"count", 3},
                                     {"text", "too many. Go on with --force."}}}},
                                  {"tables", ordered_json::array()}};
     EXPECT_EQ(humanText("run", result), "Nothing was written. The run stopped before it began:\n"
                                         "users: too many. Go on with --force.\n"
                                         "    7  Mira\n"
-                                        "    8\n"
-                                        "    and 1 more\n");
+                                        "    8\n");
 }
 
 TEST(HumanText, FailedRunSaysWhatWasNotDone)
