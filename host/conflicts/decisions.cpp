@@ -105,6 +105,15 @@ Decided failedDecision(const ConflictedRow& row, const std::string& choice, cons
     return result;
 }
 
+/// Details first: should it break off in between, the record is there to be closed again.
+void removeRecords(clsConn& local, const std::vector<std::string>& ids)
+{
+    const std::wstring list = idList(ids);
+    local.execute(L"delete from replication_conflict_data where conflict_id in " + list +
+                      L";delete from replication_conflict where unid in " + list,
+                  false);
+}
+
 /// One choice on its way through rows.
 class Resolution
 {
@@ -134,9 +143,10 @@ private:
         if (use_ != USE_DESTINATION)
             loadConflict(databases_.local(), row.latest().id, *latest.Get());
         std::string refused = resolveConflict(*latest.Get(), use_);
-        // The latest record has decided: accepting the row as it now is closes its repeats and writes no data.
-        for (size_t index = 1; index < row.records.size() && refused.empty(); ++index)
-            refused = resolveConflict(*createConflict(component_, row.records[index].id).Get(), USE_DESTINATION);
+        // The latest record has decided about the row. To close its repeats one by one takes the component as many
+        // statements as there were nights.
+        if (std::vector<std::string> repeats = row.ids(); refused.empty() && repeats.size() > 1)
+            removeRecords(databases_.local(), {repeats.begin() + 1, repeats.end()});
         return decided(row, useName(use_), refused.empty(), refused);
     }
     catch (const com::Error& error) {
@@ -194,10 +204,7 @@ std::vector<Decided> dismissRows(const Configuration& configuration, Databases& 
     for (const ConflictedRow& row : rows) {
         log.begin(logEntry(row, kDismissed, reason, lostRow(row, row.next)));
         try {
-            const std::wstring ids = idList(row.ids());
-            databases.local().execute(L"delete from replication_conflict_data where conflict_id in " + ids +
-                                          L";delete from replication_conflict where unid in " + ids,
-                                      false);
+            removeRecords(databases.local(), row.ids());
             results.push_back(decided(row, kDismissed, true, ""));
             log.end(kDismissed);
         }

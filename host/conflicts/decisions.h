@@ -14,9 +14,9 @@ struct Decided
     bool failed = false;
 };
 
-/// Carries one choice out for all rows that it is possible for, by the component: the latest record of a row is
-/// resolved, and with that its repeats are closed. Every decision is in the decision log first. Raises HostError when
-/// that cannot be written, and com::Error when the component cannot be had.
+/// Carries one choice out for all rows that it is possible for: the component resolves the latest record of a row, and
+/// then its repeats are removed. Every decision is in the decision log first. Raises HostError when that cannot be
+/// written, and com::Error when the component cannot be had.
 std::vector<Decided> resolveRows(const Configuration& configuration, Databases& databases,
                                  const std::vector<ConflictedRow>& rows, enumResolution use);
 

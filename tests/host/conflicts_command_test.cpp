@@ -302,8 +302,9 @@ TEST_F(ConflictsCommand, AtTheOfficesEveryChoiceSaysWhatTheNextRunDoes)
     EXPECT_EQ(choices[1]["possible"], false);
 }
 
-// Six records of each of 500 rows are what a week of nights leaves.
-TEST_F(ConflictsCommand, FiveHundredRowsOfSixRecordsAreListedFilteredAndClosedInASecondEach)
+// Six records of each of 500 rows are what a week of nights leaves. A step is to take less than a second on an idle
+// machine; the times are told, not asserted.
+TEST_F(ConflictsCommand, FiveHundredRowsOfSixRecordsAreListedFilteredAndClosed)
 {
     runAt(LAPTOP);
     tables = kShortcutTable;
@@ -311,7 +312,6 @@ TEST_F(ConflictsCommand, FiveHundredRowsOfSixRecordsAreListedFilteredAndClosedIn
     const auto seconds = [this](const std::wstring& command, const std::string& schema) {
         const ULONGLONG begin = GetTickCount64();
         const Ended ended = quinrepJson(command, schema);
-        RecordProperty("milliseconds", static_cast<int>(GetTickCount64() - begin));
         EXPECT_LE(ended.exitCode, kRecorded) << ended.messages;
         std::cout << toUtf8(command) << ": " << GetTickCount64() - begin << " ms\n";
         return ended.json();
