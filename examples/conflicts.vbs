@@ -99,6 +99,12 @@ Sub Resolve(conflictId, choice)
     Set conflict = factory.createConflict(conflictId)
     conflict.loadFromRs rs
     rs.Close
+    ' The component finds the row by its GUID: without one, as in a table with numeric keys, it would take another row.
+    If choice = "source" And conflict.vGuid = "" Then
+        WScript.Echo "Not possible: the table has numeric keys. Save the record again at the office; the next run " & _
+            "copies it."
+        WScript.Quit 1
+    End If
     conflict.iResolutionType = ResolutionNumber(choice)
     If Not conflict.resolve Then
         WScript.Echo "Refused: " & conflict.sErrorMessage

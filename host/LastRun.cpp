@@ -7,8 +7,13 @@
 
 using nlohmann::ordered_json;
 
+std::string LastRun::path(const Configuration& configuration)
+{
+    return besideLog(configuration, ".last-run.json");
+}
+
 LastRun::LastRun(const Configuration& configuration)
-    : path_(besideLog(configuration, ".last-run.json")),
+    : path_(path(configuration)),
       site_(std::to_string(static_cast<int>(configuration.site)) + " " + configuration.local().dsn)
 {
     std::ifstream file(toWide(path_).c_str());
@@ -19,7 +24,6 @@ LastRun::LastRun(const Configuration& configuration)
 
 void LastRun::begin()
 {
-    requireWritable("the last run's file", path_, kNameAnotherLog);
     write({{"site", site_}, {"began", utcNow()}});
 }
 

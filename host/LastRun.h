@@ -10,11 +10,12 @@
 class LastRun
 {
 public:
+    static std::string path(const Configuration& configuration);
+
     /// Reads the file; where there is none, or one of another site, nothing is known of the last run.
     explicit LastRun(const Configuration& configuration);
 
-    /// Notes that a run begins: should it never end, it did not end well. Raises HostError(kUsage) when the file cannot
-    /// be written.
+    /// Notes that a run begins: should it never end, it did not end well.
     void begin();
     /// Keeps the result of a run and the ids of the conflicts that it recorded.
     void end(const nlohmann::ordered_json& result, const nlohmann::ordered_json& newConflicts);

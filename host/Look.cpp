@@ -46,11 +46,6 @@ bool exceeds(long long part, long long whole, double percent)
     return whole > 0 && 100.0 * static_cast<double>(part) > percent * static_cast<double>(whole);
 }
 
-std::optional<DATE> dateOf(const _variant_t& value)
-{
-    return value.vt == VT_NULL ? std::nullopt : std::optional(com::toDate(value));
-}
-
 /// One table under the eyes of a look.
 class Look
 {
@@ -159,7 +154,7 @@ private:
         ado::Recordset rs = openForwardOnly(databases_.local(), sql);
         const ado::Field key = rs.field(table_.sKey);
         const auto copy = [&rs](const wchar_t* date) {
-            return date ? RowCopy{true, dateOf(rs.value(date))} : RowCopy();
+            return date ? RowCopy{true, optionalDate(rs.value(date))} : RowCopy();
         };
         for (; !rs.eof(); rs.moveNext())
             lookAtRow(copy(sourceDate), copy(destinationDate), key.value());
@@ -254,26 +249,24 @@ private:
 
     void judgeShares()
     {
-        judgeShare(StopReason::Deletes, deleted_, look_.destinationRows, configured_.maxDelete,
-                   "{} of {} rows of the destination would be deleted, {} % may be. If that is meant, run with --force "
-                   "or raise max_delete for the table.");
-        constexpr char kOverwritten[] =
-            "{} of {} rows of the destination would be overwritten, {} % may be. Look whether the direction and the "
-            "clocks are right; if that is meant, run with --force or raise max_update for the table.";
-        judgeShare(StopReason::Updates, overwritten_, look_.destinationRows, configured_.maxUpdate, kOverwritten);
-        judgeShare(StopReason::Updates, sourceOverwritten_, sourceRows_, configured_.maxUpdate,
-                   std::string(kOverwritten).replace(std::string(kOverwritten).find("destination"), 11, "source"));
-    }
-
-    void judgeShare(StopReason reason, const std::vector<_variant_t>& keys, long long rows, double percent,
-                    const std::string& text)
-    {
-        const auto part = static_cast<long long>(keys.size());
-        if (!exceeds(part, rows, percent))
-            return;
-        const std::string told = fmt::format(fmt::runtime(text), part, rows, percent);
-        for (const _variant_t& key : keys)
-            stops_.addRow(reason, told, key);
+        constexpr char kDeleted[] = "{} of {} rows of the {} would be deleted, {} % may be. If that is meant, run with "
+                                    "--force or raise max_delete for the table.";
+        constexpr char kOverwritten[] = "{} of {} rows of the {} would be overwritten, {} % may be. Look whether the "
+                                        "direction and the clocks are right; if that is meant, run with --force or "
+                                        "raise max_update for the table.";
+        const auto judge = [this](StopReason reason, const char* text, const std::vector<_variant_t>& keys,
+                                  const char* side, long long rows, double percent) {
+            const auto part = static_cast<long long>(keys.size());
+            if (!exceeds(part, rows, percent))
+                return;
+            const std::string told = fmt::format(fmt::runtime(text), part, rows, side, percent);
+            for (const _variant_t& key : keys)
+                stops_.addRow(reason, told, key);
+        };
+        judge(StopReason::Deletes, kDeleted, deleted_, "destination", look_.destinationRows, configured_.maxDelete);
+        judge(StopReason::Updates, kOverwritten, overwritten_, "destination", look_.destinationRows,
+              configured_.maxUpdate);
+        judge(StopReason::Updates, kOverwritten, sourceOverwritten_, "source", sourceRows_, configured_.maxUpdate);
     }
 
     Databases& databases_;

@@ -98,6 +98,7 @@ Outcome dismissConflictsCommand(const Configuration& configuration, const Dismis
 
 Outcome decisionLogCommand(const Configuration& configuration, const ConflictFilter& filter)
 {
+    filter.requireDay();
     ordered_json decisions = ordered_json::array();
     for (const ordered_json& decision : DecisionLog::read(configuration)) {
         const std::string kind = decision.value("kind", "");

@@ -25,6 +25,11 @@ ordered_json jsonValue(const _variant_t& value)
     }
 }
 
+std::optional<DATE> optionalDate(const _variant_t& value)
+{
+    return value.vt == VT_NULL ? std::nullopt : std::optional(com::toDate(value));
+}
+
 ordered_json jsonRows(clsConn& conn, const std::wstring& sql)
 {
     ordered_json rows = ordered_json::array();

@@ -8,11 +8,15 @@
 
 #include <QuinmarkRepDLL.h>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
 /// A value of a result as JSON: null, a boolean, a whole number, or its text.
 nlohmann::ordered_json jsonValue(const _variant_t& value);
+
+/// The date in a value; nothing for Null.
+std::optional<DATE> optionalDate(const _variant_t& value);
 
 /// The rows of a query, each an object by its column names.
 nlohmann::ordered_json jsonRows(clsConn& conn, const std::wstring& sql);

@@ -96,16 +96,17 @@ public:
 
 private:
     /// Clears the recorded error where a person says so, or the configuration does for one of conflicts alone. What is
-    /// cleared, or null.
+    /// cleared, or null. A site that is not ready is not run, so that nothing is cleared unseen.
     ordered_json clearError(Databases& databases)
     {
-        const ordered_json rows =
-            jsonRows(databases.local(), L"select error_f, error_message from replication_control where unique_key = " +
-                                            siteKey(configuration_.site));
+        const ordered_json rows = jsonRows(
+            databases.local(), L"select ready_f, error_f, error_message from replication_control where unique_key = " +
+                                   siteKey(configuration_.site));
         const bool inError = !rows.empty() && rows.front()["error_f"] == true;
         const std::string text = inError ? resultText(rows.front()["error_message"]) : "";
         const bool goesOn = configuration_.onConflicts == OnConflicts::Continue && lastRun_.recordedForConflicts(text);
-        if (!options_.resetError && !goesOn)
+        const bool ready = options_.markReady || (!rows.empty() && rows.front()["ready_f"] == true);
+        if (!ready || (!options_.resetError && !goesOn))
             return nullptr;
         component_.resetError();
         if (!inError)
@@ -124,12 +125,12 @@ private:
         _bstr_t version(com::newBstr(toWide(configuration_.programVersion)), false);
         com::checkCall(run_->initNextRun(&frequency, &version.GetBSTR()));
         from_ = dateProperty(*run_.Get(), &_clsReplicate::get_dLastReplicate);
+        if (!flagProperty(*run_.Get(), &_clsReplicate::get_bReady))
+            throw HostError(kNotReady, "the site is not marked ready for a run", "Mark it with --ready.");
         if (flagProperty(*run_.Get(), &_clsReplicate::get_bError))
             throw HostError(kNotReady, "the last run is in error: " + recorded(),
                             "Look at it with `quinrep status`, and at the conflicts with `quinrep review`. Clear it "
                             "with --reset-error once it is understood.");
-        if (!flagProperty(*run_.Get(), &_clsReplicate::get_bReady))
-            throw HostError(kNotReady, "the site is not marked ready for a run", "Mark it with --ready.");
     }
 
     std::string recorded()
@@ -286,6 +287,7 @@ Outcome runCommand(const Configuration& configuration, const RunOptions& options
     const std::atomic<bool>& cancelled = cancellation();
     requireWritableLog(configuration.logFile);
     requireWritable("the decision log", DecisionLog::path(configuration), kNameAnotherLog);
+    requireWritable("the file of the last run", LastRun::path(configuration), kNameAnotherLog);
     Run run(configuration, options);
     run.ensurePair();
     Databases databases(configuration);

@@ -53,12 +53,6 @@ bool sameName(const std::string& left, const std::string& right)
     return com::upperCase(toWide(left)) == com::upperCase(toWide(right));
 }
 
-std::optional<DATE> dateOf(const ado::Field& field)
-{
-    const _variant_t value = field.value();
-    return value.vt == VT_NULL ? std::nullopt : std::optional(com::toDate(value));
-}
-
 ordered_json dateJson(const std::optional<DATE>& date)
 {
     return date ? ordered_json(toUtf8(com::dateText(*date))) : ordered_json();
@@ -71,19 +65,6 @@ std::string dayOf(const std::optional<DATE>& date)
     if (!date || !VariantTimeToSystemTime(*date, &time))
         return {};
     return fmt::format("{:04}-{:02}-{:02}", time.wYear, time.wMonth, time.wDay);
-}
-
-void requireDay(const std::string& day)
-{
-    std::tm time{};
-    std::istringstream stream(day);
-    using namespace std::chrono;
-    if (!(stream >> std::get_time(&time, "%Y-%m-%d")) || stream.peek() != std::istringstream::traits_type::eof() ||
-        day.size() != std::string_view("2026-11-21").size() ||
-        !year_month_day(year(time.tm_year + 1900), month(static_cast<unsigned>(time.tm_mon + 1)),
-                        std::chrono::day(static_cast<unsigned>(time.tm_mday)))
-             .ok())
-        throw HostError(kUsage, "\"" + day + "\" is no day", "Give it as 2026-11-21.");
 }
 
 /// All conflicts by the rows that they are about, in the order of the query: latest first.
@@ -104,9 +85,9 @@ std::vector<ConflictedRow> groupedConflicts(clsConn& local)
         rows[place->second].records.push_back({.id = toUtf8(com::concatText(id.value())),
                                                .kind = type.vt == VT_NULL ? 0 : com::toInt32(type),
                                                .keyInfo = toUtf8(com::concatText(keyInfo.value())),
-                                               .found = dateOf(found),
-                                               .sourceDate = dateOf(source),
-                                               .destinationDate = dateOf(destination)});
+                                               .found = optionalDate(found.value()),
+                                               .sourceDate = optionalDate(source.value()),
+                                               .destinationDate = optionalDate(destination.value())});
     };
     ado::forEachRow(
         openForwardOnly(local, L"select unid, table_name, conflict_type, patient_id, guid, key_info, "
@@ -138,8 +119,7 @@ void requireKnown(const Configuration& configuration, const std::vector<Conflict
         std::ranges::none_of(configuration.tables, isTable, &TableConfiguration::name))
         throw HostError(kUsage, "there is no table \"" + filter.table + "\" in the configuration or the conflicts",
                         "`quinrep conflicts list` shows the tables.");
-    if (!filter.before.empty())
-        requireDay(filter.before);
+    filter.requireDay();
 }
 
 bool isMeant(const ConflictedRow& row, const ConflictFilter& filter)
@@ -195,6 +175,21 @@ bool ConflictFilter::fits(const std::string& tableName, long conflictKind, const
     const auto has = [&](const std::string& where) { return lower(where).find(text) != std::wstring::npos; };
     return (table.empty() || sameName(tableName, table)) && (kind.empty() || kind == kindWord(conflictKind)) &&
            (before.empty() || day < before) && (has(tableName) || has(kindName(conflictKind)) || has(keyInfo));
+}
+
+void ConflictFilter::requireDay() const
+{
+    if (before.empty())
+        return;
+    std::tm time{};
+    std::istringstream stream(before);
+    using namespace std::chrono;
+    if (!(stream >> std::get_time(&time, "%Y-%m-%d")) || stream.peek() != std::istringstream::traits_type::eof() ||
+        before.size() != std::string_view("2026-11-21").size() ||
+        !year_month_day(year(time.tm_year + 1900), month(static_cast<unsigned>(time.tm_mon + 1)),
+                        std::chrono::day(static_cast<unsigned>(time.tm_mday)))
+             .ok())
+        throw HostError(kUsage, "\"" + before + "\" is no day", "Give it as 2026-11-21.");
 }
 
 const char* kindWord(long kind)

@@ -99,6 +99,8 @@ struct ConflictFilter
     /// What of the filter can be said of one conflict in words; `day` as in `before`.
     bool fits(const std::string& tableName, long conflictKind, const std::string& keyInfo,
               const std::string& day) const;
+    /// Raises HostError(kUsage) when `before` is no day.
+    void requireDay() const;
 };
 
 /// The word for a kind of conflict in filters, and its name in results.

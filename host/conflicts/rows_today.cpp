@@ -40,8 +40,8 @@ CopyToday copyOf(const ado::Recordset& rs)
         const _variant_t value = field.value();
         const std::wstring name = field.name();
         copy.columns[toUtf8(name)] = value.vt == VT_NULL ? ordered_json() : ordered_json(toUtf8(com::toText(value)));
-        if (value.vt != VT_NULL && com::upperCase(name) == L"MOD_DATE")
-            copy.row.modified = com::toDate(value);
+        if (com::upperCase(name) == L"MOD_DATE")
+            copy.row.modified = optionalDate(value);
     }
     return copy;
 }

@@ -209,6 +209,24 @@ TEST_P(ExampleHost, RecordsConflictsThatTheScriptLists)
     EXPECT_THAT(end.output, HasSubstr("full_name: source '', destination 'Jorvesson, Odile'"));
 }
 
+TEST_P(ExampleHost, LeavesConflictsOfNumericKeysThatAreToBeTakenFromTheSource)
+{
+    if (GetParam().site == OFFICES)
+        GTEST_SKIP() << "conflicts are resolved at the laptop";
+    if (host().destinationDsn != L"QuinmarkLaptop")
+        GTEST_SKIP() << "the script knows the data sources of the test bed";
+    destination().execute(L"insert into patient (unid, full_name, mod_date) values (5, 'Birkfelder, Mira', '" +
+                          std::wstring(kNewer) + L"')");
+    EXPECT_EQ(run().status, 2U);
+    const std::wstring id = destination().row(L"select unid from replication_conflict");
+    const ProgramEnd end =
+        runProgram(L"cscript.exe //nologo conflicts.vbs resolve " + id + L" source", EXAMPLES_FOLDER);
+    EXPECT_EQ(end.status, 1U);
+    EXPECT_THAT(end.output, HasSubstr("Not possible: the table has numeric keys. Save the record again at the office"));
+    EXPECT_EQ(destination().count(L"replication_conflict"), 1);
+    EXPECT_EQ(destination().row(L"select full_name from patient"), L"Birkfelder, Mira");
+}
+
 TEST_P(ExampleHost, EndsWithTwoWhenARowChangedOnBothSides)
 {
     destination().execute(L"insert into patient (unid, full_name, mod_date) values (5, 'Birkfelder, Mira', '" +

@@ -91,6 +91,16 @@ TEST_F(Quinrep, SiteThatIsInErrorIsNotRunUntilTheErrorIsReset)
     EXPECT_EQ(quinrep(L"run --reset-error").exitCode, kDone);
 }
 
+TEST_F(Quinrep, ErrorOfASiteThatIsNotReadyIsNotClearedUnseen)
+{
+    source().execute(L"update replication_control set ready_f = 0, error_f = 1, error_message = 'trouble'");
+    const Ended refused = quinrepJson(L"run --reset-error", "failure");
+    EXPECT_EQ(refused.exitCode, kNotReady);
+    EXPECT_THAT(refused.messages, HasSubstr("not marked ready"));
+    EXPECT_EQ(recordedError(), L"error: trouble");
+    EXPECT_EQ(quinrepJson(L"run --reset-error --ready", "run").json()["cleared"]["text"], "trouble");
+}
+
 TEST_F(Quinrep, SiteThatIsNotReadyIsNotRunUntilItIsMarked)
 {
     source().execute(L"update replication_control set ready_f = 0");

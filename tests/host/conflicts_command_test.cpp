@@ -226,6 +226,7 @@ TEST_F(ConflictsCommand, FiltersChooseAndUnknownOnesAreUsage)
     EXPECT_EQ(listed(L"--before 2001-01-01"), 0U);
     for (const wchar_t* mistake : {L"--table users", L"--kind other", L"--before yesterday", L"--before 2026-02-30"})
         EXPECT_EQ(quinrep(L"conflicts list " + std::wstring(mistake)).exitCode, kUsage) << mistake;
+    EXPECT_EQ(quinrep(L"conflicts log --before yesterday").exitCode, kUsage);
 }
 
 TEST_F(ConflictsCommand, DryRunCountsAndDoesNothing)
