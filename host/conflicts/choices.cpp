@@ -83,9 +83,10 @@ Choice describeChoice(enumReplicationUniqueId site, enumResolution use, const Co
     case ResolutionStep::Keep:
         return keep(site, use, row);
     case ResolutionStep::RefuseToReplicateBack:
-        return impossible(use, "at the offices the component does not copy back to the source. Type the destination's "
-                               "values in at the source, then dismiss the conflict. " +
-                                   std::string(nextRunText(row.next)));
+        return impossible(use, "at the offices the component does not copy back to the source. " +
+                                   std::string(nextRunText(row.next)) +
+                                   " To keep the destination's values, type them in at the source, then dismiss the "
+                                   "conflict.");
     case ResolutionStep::RefuseUnknown:
         break;
     }
