@@ -108,12 +108,13 @@ private:
         const bool ready = options_.markReady || (!rows.empty() && rows.front()["ready_f"] == true);
         if (!ready || (!options_.resetError && !goesOn))
             return nullptr;
+        ordered_json cleared;
+        if (inError)
+            cleared = {{"text", text},
+                       {"recorded_at", lastRun_.timeOf(text)},
+                       {"conflicts", conflictsWithIds(configuration_, databases, lastRun_.conflictsOf(text))}};
         component_.resetError();
-        if (!inError)
-            return nullptr;
-        return {{"text", text},
-                {"recorded_at", lastRun_.timeOf(text)},
-                {"conflicts", conflictsWithIds(configuration_, databases, lastRun_.conflictsOf(text))}};
+        return cleared;
     }
 
     void prepare()
