@@ -7,7 +7,6 @@
 #include "WaitingRows.h"
 #include "com/convert.h"
 #include "commands/rows.h"
-#include "control/settings.h"
 #include "replication/row_queries.h"
 #include "result_text.h"
 #include "text.h"
@@ -57,13 +56,11 @@ public:
           waiting_(waiting),
           plan_(planOf(table.method, table.deletes)),
           table_{toWide(table.name), toWide(table.keyColumn())},
+          prefixes_{toWide(configuration.source.prefix), toWide(configuration.destination.prefix)},
           dLastReplicate_(dLastReplicate),
           site_(siteOf(configuration)),
           stops_(databases, table.name)
     {
-        // The component's statements name both sides by the prefixes of this thread's settings.
-        settings().sSourceDB = toWide(configuration.source.prefix);
-        settings().sDestinationDB = toWide(configuration.destination.prefix);
         look_.name = table.name;
         look_.method = table.method;
     }
@@ -137,10 +134,9 @@ private:
             sourceRows_ = countRows(databases_.source(), table_.sTable);
             destinationUnsupported_ = unsupportedColumns(databases_.destination(), table_.sTable);
         }
-        const std::wstring sourceDB = settings().sSourceDB;
-        const std::wstring destinationDB = settings().sDestinationDB;
+        const auto& [sourceDB, destinationDB] = prefixes_;
         if (plan_.copiesRows) {
-            forEachRow(selectChangedRows(table_, dLastReplicate_, kAliases), kAliases.sSourceDate,
+            forEachRow(selectChangedRows(table_, prefixes_, dLastReplicate_, kAliases), kAliases.sSourceDate,
                        kAliases.sDestinationDate);
             forEachRow(selectMissingRows(table_, sourceDB, destinationDB), L"mod_date", nullptr);
         }
@@ -274,6 +270,7 @@ private:
     const WaitingRows& waiting_;
     MethodPlan plan_;
     KeyedTable table_;
+    Prefixes prefixes_;
     DATE dLastReplicate_;
     Site site_;
     TableLook look_;

@@ -2,6 +2,7 @@
 
 #include "QuinmarkRepDLL.h"
 #include "db/clsConn.h"
+#include "db/prefixes.h"
 
 #include <memory>
 #include <string>
@@ -14,13 +15,14 @@ struct Settings
     std::wstring sLogFile;
     short iReplicationUniqueId = OFFICES;
     std::wstring sLocalConnection;
-    /// Prefixes that are pasted in front of a table name, nothing in between.
     std::wstring sSourceDB;
     std::wstring sDestinationDB;
     std::wstring sSourceDSN;
     std::wstring sSourcePswd;
     std::wstring sDestinationDSN;
     std::wstring sDestinationPswd;
+
+    Prefixes prefixes() const { return {sSourceDB, sDestinationDB}; }
 
     /// The holder on the machine's own database, or on the other one; an empty one is made when there is none. Shared,
     /// so that a statement under way keeps its holder when the host disconnects from within a message box.

@@ -3,7 +3,6 @@
 #include "com/convert.h"
 #include "conflicts/report_conflict.h"
 #include "control/database.h"
-#include "control/settings.h"
 #include "db/forward_only.h"
 #include "db/sql_literals.h"
 #include "replication/dump.h"
@@ -15,19 +14,13 @@ namespace {
 
 constexpr SideAliases kOneWayAliases{L"src", L"dest", L"src_mod_date", L"dest_mod_date"};
 
-Site currentSite()
-{
-    return settings().iReplicationUniqueId == OFFICES ? Site::Offices : Site::Laptop;
-}
-
 } // namespace
 
 OneWay::OneWay(OneWayPlan plan, DATE dLastReplicate, DATE dNextReplicate, Counters& counters)
     : plan_(std::move(plan)),
       dLastReplicate_(dLastReplicate),
       dNextReplicate_(dNextReplicate),
-      counters_(counters),
-      site_(currentSite())
+      counters_(counters)
 {
     counters_ = {.lCntConflict = counters.lCntConflict};
     // Asked for when the counters are reset, since either can fail.
@@ -53,20 +46,20 @@ void OneWay::replicateCommonRows()
         dDestModDate_ = com::toDate(destinationDate.value());
         handleCommonRow(key.value());
     };
-    ado::forEachRow(queryOnLocal(selectChangedRows(plan_.table, dLastReplicate_, kOneWayAliases)), handle,
-                    kOneWayAliases.sSourceDate, kOneWayAliases.sDestinationDate, plan_.table.sKey);
+    ado::forEachRow(queryOnLocal(selectChangedRows(plan_.table, plan_.prefixes, dLastReplicate_, kOneWayAliases)),
+                    handle, kOneWayAliases.sSourceDate, kOneWayAliases.sDestinationDate, plan_.table.sKey);
 }
 
 void OneWay::replicateSourceOnlyRows()
 {
-    const Settings& shared = settings();
-    forEachMissingRow(shared.sSourceDB, shared.sDestinationDB, dSrcModDate_, &OneWay::handleSourceOnlyRow);
+    const Prefixes& prefixes = plan_.prefixes;
+    forEachMissingRow(prefixes.sSourceDB, prefixes.sDestinationDB, dSrcModDate_, &OneWay::handleSourceOnlyRow);
 }
 
 void OneWay::replicateDestinationOnlyRows()
 {
-    const Settings& shared = settings();
-    forEachMissingRow(shared.sDestinationDB, shared.sSourceDB, dDestModDate_, &OneWay::handleDestinationOnlyRow);
+    const Prefixes& prefixes = plan_.prefixes;
+    forEachMissingRow(prefixes.sDestinationDB, prefixes.sSourceDB, dDestModDate_, &OneWay::handleDestinationOnlyRow);
 }
 
 void OneWay::forEachMissingRow(const std::wstring& sHasPrefix, const std::wstring& sLacksPrefix, DATE& dModDate,
@@ -82,7 +75,7 @@ void OneWay::forEachMissingRow(const std::wstring& sHasPrefix, const std::wstrin
 
 void OneWay::handleCommonRow(const _variant_t& vKey)
 {
-    switch (decideCommonRow(site_, compareDates(dSrcModDate_, dDestModDate_, dLastReplicate_))) {
+    switch (decideCommonRow(plan_.site, compareDates(dSrcModDate_, dDestModDate_, dLastReplicate_))) {
     case CommonRow::Leave:
         break;
     case CommonRow::Update:
@@ -99,7 +92,7 @@ void OneWay::handleCommonRow(const _variant_t& vKey)
 
 void OneWay::handleSourceOnlyRow(const _variant_t& vKey)
 {
-    switch (decideSourceOnlyRow(site_, modifiedSince(dSrcModDate_, dLastReplicate_))) {
+    switch (decideSourceOnlyRow(plan_.site, modifiedSince(dSrcModDate_, dLastReplicate_))) {
     case SourceOnlyRow::Leave:
         break;
     case SourceOnlyRow::Insert:
@@ -117,7 +110,7 @@ void OneWay::handleDestinationOnlyRow(const _variant_t& vKey)
 {
     const std::wstring sNew = L"New in destination(" + sDestDatabaseName_ + L")";
     const std::wstring sDeleted = L"Deleted from source(" + sSourceDatabaseName_ + L")";
-    switch (decideDestinationOnlyRow(site_, modifiedSince(dDestModDate_, dLastReplicate_), plan_.method.deletes)) {
+    switch (decideDestinationOnlyRow(plan_.site, modifiedSince(dDestModDate_, dLastReplicate_), plan_.method.deletes)) {
     case DestinationOnlyRow::Leave:
         break;
     case DestinationOnlyRow::Delete:
@@ -165,7 +158,7 @@ void OneWay::deleteFromDestination(const _variant_t& vKey)
 void OneWay::rewriteDependents(const _variant_t& vKey)
 {
     if (!plan_.sDependentTable.empty())
-        executeOnDestination(Utils::getDependentSql(plan_.sDependentTable, vKey));
+        executeOnDestination(Utils::getDependentSql(plan_.sDependentTable, vKey, plan_.prefixes.sSourceDB));
 }
 
 bool OneWay::report(const _variant_t& vKey, enumConflictType eConflictType)
@@ -182,7 +175,7 @@ void OneWay::reportChangedOnBoth(const _variant_t& vKey)
     if (!report(vKey, CHANGED_ON_BOTH))
         return;
     Utils::dumpDifferences(plan_.table.sTable, selectRow(plan_.table, vKey));
-    if (site_ != Site::Offices)
+    if (plan_.site != Site::Offices)
         return;
     ++counters_.lCntError;
     Utils::setError(true, changesNotAllowed());

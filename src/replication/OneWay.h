@@ -14,6 +14,8 @@
 struct OneWayPlan
 {
     KeyedTable table;
+    Prefixes prefixes;
+    Site site;
     /// Rewritten with its parent row; empty for none.
     std::wstring sDependentTable;
     /// Comments that refer to a company lose the reference before the company is deleted.
@@ -66,7 +68,6 @@ private:
     DATE dLastReplicate_;
     DATE dNextReplicate_;
     Counters& counters_;
-    Site site_;
     std::wstring sDestDatabaseName_;
     std::wstring sSourceDatabaseName_;
     /// The dates of the row in hand. A row that only one side has leaves the other date as the last row left it, and a

@@ -1,15 +1,16 @@
 #include "control/RaiseError.h"
 #include "control/log.h"
 #include "control/settings.h"
+#include "db/prefixes.h"
 #include "replication/clsReplicateTable.h"
 #include "replication/logged_sql.h"
 #include "replication/table_report.h"
 
 namespace {
 
-std::wstring copyStatement(const std::wstring& sTable)
+std::wstring copyStatement(const std::wstring& sTable, const Prefixes& prefixes)
 {
-    return L"insert into " + settings().sDestinationDB + sTable + L" select * from " + settings().sSourceDB + sTable;
+    return L"insert into " + prefixes.sDestinationDB + sTable + L" select * from " + prefixes.sSourceDB + sTable;
 }
 
 } // namespace
@@ -17,7 +18,7 @@ std::wstring copyStatement(const std::wstring& sTable)
 void clsReplicateTable::replicateOneWayDeleteAll()
 try {
     executeOnDestination(L"Delete from " + sTable_);
-    counters_.lCntDestAdd = executeOnLocal(copyStatement(sTable_));
+    counters_.lCntDestAdd = executeOnLocal(copyStatement(sTable_, settings().prefixes()));
     logFullCopy(sTable_);
 }
 catch (...) {
@@ -27,8 +28,10 @@ catch (...) {
 void clsReplicateTable::replicateComputerType()
 try {
     executeOnDestination(L"Delete from computer_type_setting; delete from computer_type");
-    counters_.lCntDestAdd = executeOnDestination(
-        copyStatement(L"computer_type") + L";" + copyStatement(L"computer_type_setting") + L";", true);
+    const Prefixes prefixes = settings().prefixes();
+    counters_.lCntDestAdd = executeOnDestination(copyStatement(L"computer_type", prefixes) + L";" +
+                                                     copyStatement(L"computer_type_setting", prefixes) + L";",
+                                                 true);
     logFullCopy(L"computer_type");
 }
 catch (...) {

@@ -3,6 +3,7 @@
 #include "control/RaiseError.h"
 #include "control/database.h"
 #include "control/log.h"
+#include "control/settings.h"
 #include "replication/OneWay.h"
 #include "replication/table_report.h"
 
@@ -17,11 +18,18 @@ namespace {
     Common::RaiseError(sSource, error.number, sSource + L": " + error.description);
 }
 
+Site currentSite()
+{
+    return settings().iReplicationUniqueId == OFFICES ? Site::Offices : Site::Laptop;
+}
+
 } // namespace
 
 void clsReplicateTable::replicateOneWay(bool bAllowDeletes)
 try {
     replicateByPlan({.table = {sTable_, L"unid"},
+                     .prefixes = settings().prefixes(),
+                     .site = currentSite(),
                      .sDependentTable = sDependentTable_,
                      .clearsCommentCompanies = false,
                      .method = planOf(bAllowDeletes ? ONE_WAY_ALLOW_DELETES : ONE_WAY)},
@@ -38,6 +46,8 @@ try {
     if (eReplicateDeletes_ == UNKNOWN)
         return Utils::setError(true, L"enumReplicatDeletes not set for replicateOneWayWithPKField()");
     replicateByPlan({.table = {sTable_, sPKField_},
+                     .prefixes = settings().prefixes(),
+                     .site = currentSite(),
                      .sDependentTable = L"",
                      .clearsCommentCompanies = com::upperCase(sTable_) == L"DENTIST_COMPANY",
                      .method = planOf(ONE_WAY_WITH_PK_FIELD, eReplicateDeletes_)},

@@ -1,6 +1,5 @@
 #include "replication/row_queries.h"
 
-#include "control/settings.h"
 #include "db/sql_literals.h"
 
 std::wstring keyCondition(const KeyedTable& table, const _variant_t& vKey)
@@ -23,15 +22,16 @@ std::wstring deleteRow(const KeyedTable& table, const _variant_t& vKey)
     return L"delete from " + table.sTable + L" where " + keyCondition(table, vKey);
 }
 
-std::wstring selectChangedRows(const KeyedTable& table, DATE dLastReplicate, const SideAliases& aliases)
+std::wstring selectChangedRows(const KeyedTable& table, const Prefixes& prefixes, DATE dLastReplicate,
+                               const SideAliases& aliases)
 {
     const std::wstring src = aliases.sSource;
     const std::wstring dest = aliases.sDestination;
     const std::wstring last = Common::SqlDate(dLastReplicate);
     return L"select " + dest + L"." + table.sKey + L", " + src + L".mod_date " + aliases.sSourceDate + L", " + dest +
-           L".mod_date " + aliases.sDestinationDate + L" from " + settings().sDestinationDB + table.sTable + L" " +
-           dest + L" join " + settings().sSourceDB + table.sTable + L" " + src + L" on " + src + L"." + table.sKey +
-           L" = " + dest + L"." + table.sKey + L" where " + src + L".mod_date <> " + dest + L".mod_date and ( " + src +
+           L".mod_date " + aliases.sDestinationDate + L" from " + prefixes.sDestinationDB + table.sTable + L" " + dest +
+           L" join " + prefixes.sSourceDB + table.sTable + L" " + src + L" on " + src + L"." + table.sKey + L" = " +
+           dest + L"." + table.sKey + L" where " + src + L".mod_date <> " + dest + L".mod_date and ( " + src +
            L".mod_date > " + last + L" or " + dest + L".mod_date > " + last + L")";
 }
 

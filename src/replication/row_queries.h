@@ -1,5 +1,7 @@
 #pragma once
 
+#include "db/prefixes.h"
+
 #include <comdef.h>
 #include <string>
 
@@ -34,7 +36,8 @@ struct SideAliases
 };
 
 /// Rows that both sides have, with different modification dates of which one is later than the last run.
-std::wstring selectChangedRows(const KeyedTable& table, DATE dLastReplicate, const SideAliases& aliases);
+std::wstring selectChangedRows(const KeyedTable& table, const Prefixes& prefixes, DATE dLastReplicate,
+                               const SideAliases& aliases);
 
 /// Key and date of the rows that one database has and the other has not; the prefixes name the databases.
 std::wstring selectMissingRows(const KeyedTable& table, const std::wstring& sHasPrefix,

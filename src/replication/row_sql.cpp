@@ -3,7 +3,6 @@
 #include "com/convert.h"
 #include "control/RaiseError.h"
 #include "control/log.h"
-#include "control/settings.h"
 #include "db/sql_literals.h"
 
 namespace Utils {
@@ -130,13 +129,13 @@ std::wstring getValue(const ado::Field& fld)
     return sValue;
 }
 
-std::wstring getDependentSql(const std::wstring& sDependentTable, const _variant_t& vKey)
+std::wstring getDependentSql(const std::wstring& sDependentTable, const _variant_t& vKey, const std::wstring& sSourceDB)
 try {
     if (com::upperCase(sDependentTable) != L"CHART_OPTION_SETTING")
         return {};
     const std::wstring sCondition = L" where chart_option_id = " + Common::SqlQuoteOnly(vKey);
     return L"delete from chart_option_setting" + sCondition + L"; insert into chart_option_setting select * from " +
-           settings().sSourceDB + sDependentTable + sCondition;
+           sSourceDB + sDependentTable + sCondition;
 }
 catch (...) {
     Common::reraise(L"Utils.getDependentSql(" + sDependentTable + L")");

@@ -52,9 +52,10 @@ std::wstring getInsertSql(const ado::Recordset& rs, const std::wstring& sTable);
 /// A column's value as an SQL literal. A type that is not supported shows a message box and gives an empty text.
 std::wstring getValue(const ado::Field& fld);
 
-/// The statements that rewrite a parent row's rows in the dependent table on the destination; empty for a table that
-/// has none.
-std::wstring getDependentSql(const std::wstring& sDependentTable, const _variant_t& vKey);
+/// The statements that rewrite a parent row's rows in the dependent table on the destination, where `sSourceDB` names
+/// the source's database; empty for a table that has none.
+std::wstring getDependentSql(const std::wstring& sDependentTable, const _variant_t& vKey,
+                             const std::wstring& sSourceDB);
 
 /// Whether a column is left out: PATIENT's LOCK_F always, MOD_DATE when asked. Names are compared without case.
 bool isSkipField(std::wstring_view sTable, std::wstring_view sField, bool bSkipModDate);

@@ -34,7 +34,7 @@ void updateRow(const KeyedTable& table, const _variant_t& vKey, const Direction&
     row.close();
 }
 
-void copyChangedRows(const KeyedTable& table, DATE dLastReplicate)
+void copyChangedRows(const KeyedTable& table, const Prefixes& prefixes, DATE dLastReplicate)
 {
     const auto copy = [&](const ado::Field& sourceDate, const ado::Field& destinationDate, const ado::Field& key) {
         const DATE dSource = com::toDate(sourceDate.value());
@@ -53,9 +53,9 @@ void copyChangedRows(const KeyedTable& table, DATE dLastReplicate)
             break;
         }
     };
-    ado::forEachRow(
-        openForwardOnly(*settings().localConnection(), selectChangedRows(table, dLastReplicate, kTwoWayAliases)), copy,
-        kTwoWayAliases.sSourceDate, kTwoWayAliases.sDestinationDate, table.sKey);
+    ado::forEachRow(openForwardOnly(*settings().localConnection(),
+                                    selectChangedRows(table, prefixes, dLastReplicate, kTwoWayAliases)),
+                    copy, kTwoWayAliases.sSourceDate, kTwoWayAliases.sDestinationDate, table.sKey);
 }
 
 /// A row that should have been replicated before was deleted on the other side, or is in conflict. It is announced,
@@ -97,9 +97,9 @@ void copyMissingRows(const KeyedTable& table, const MissingRows& rows, DATE dLas
 void clsReplicateTable::replicateTableTwoWay(bool bDeletes)
 try {
     const KeyedTable table{sTable_, L"unid"};
-    const std::wstring sSourceDB = settings().sSourceDB;
-    const std::wstring sDestinationDB = settings().sDestinationDB;
-    copyChangedRows(table, dLastReplicate_);
+    const Prefixes prefixes = settings().prefixes();
+    const auto& [sSourceDB, sDestinationDB] = prefixes;
+    copyChangedRows(table, prefixes, dLastReplicate_);
     copyMissingRows(table, {kToDestination, sSourceDB, sDestinationDB, {sSourceDB + sTable_, table.sKey}},
                     dLastReplicate_, bDeletes);
     copyMissingRows(table, {kToSource, sDestinationDB, sSourceDB, table}, dLastReplicate_, bDeletes);

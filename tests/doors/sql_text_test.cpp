@@ -1,7 +1,6 @@
 // What is pasted into SQL as it is, and what is not: a test for each kind of text. docs/security.md lists them.
 #include "com/convert.h"
 #include "conflicts/key_info.h"
-#include "control/settings.h"
 #include "db/sql_literals.h"
 #include "replication/row_sql.h"
 #include "replication/table_report.h"
@@ -142,7 +141,7 @@ TEST_F(SqlText, KeyInTheDescriptionOfAConflictIsPasted)
 {
     const _variant_t key = com::textVariant(L"1 or 1 = 1");
     EXPECT_THAT(keyInfoSql(L"users", key), EndsWith(L" where unid = 1 or 1 = 1"));
-    EXPECT_THAT(keyInfoSql(L"config", com::textVariant(L"x' or 'x' = 'x")),
+    EXPECT_THAT(keyInfoSql(L"config", com::textVariant(L"x' or 'x' = 'x"), L""),
                 EndsWith(L" where unid = 'x' or 'x' = 'x'"));
 }
 
@@ -199,11 +198,9 @@ TEST_F(SqlText, DataSourceNameGoesOnWithSettingsOfItsOwn)
 
 TEST_F(SqlText, DependentTableIsOneNameOrNothing)
 {
-    ASSERT_TRUE(attachSettings());
-    EXPECT_EQ(Utils::getDependentSql(std::wstring(L"chart_option_setting") + kEmptyUsers, _variant_t(1L)), L"");
-    EXPECT_THAT(Utils::getDependentSql(L"chart_option_setting", com::textVariant(L"x' or 'x' = 'x")),
+    EXPECT_EQ(Utils::getDependentSql(std::wstring(L"chart_option_setting") + kEmptyUsers, _variant_t(1L), L""), L"");
+    EXPECT_THAT(Utils::getDependentSql(L"chart_option_setting", com::textVariant(L"x' or 'x' = 'x"), L""),
                 StartsWith(L"delete from chart_option_setting where chart_option_id = 'x' or 'x' = 'x';"));
-    detachSettings();
 }
 
 TEST_F(SqlText, TextOfAColumnArrivesAsItIs)

@@ -1,19 +1,17 @@
 #include "replication/row_queries.h"
 
-#include "control/settings.h"
 #include "support/recording_error.h"
 #include "support/recording_fixture.h"
 
 namespace {
 
 constexpr DATE kLast = 46341.5; // 15 November 2026 at noon
+const Prefixes kPrefixes{L"office.", L"laptop."};
 constexpr SideAliases kAliases{L"src", L"dest", L"src_mod_date", L"dest_mod_date"};
 
-class RowQueries : public RecordingTest
+class RowQueries : public testing::Test
 {
 protected:
-    RowQueries() { connectedSettings(); }
-
     const KeyedTable table_{L"shortcut", L"unid"};
 };
 
@@ -46,7 +44,7 @@ TEST_F(RowQueries, OtherKeyColumnIsPastedIn)
 
 TEST_F(RowQueries, ChangedRowsJoinBothDatabases)
 {
-    EXPECT_EQ(selectChangedRows(table_, kLast, kAliases),
+    EXPECT_EQ(selectChangedRows(table_, kPrefixes, kLast, kAliases),
               L"select dest.unid, src.mod_date src_mod_date, dest.mod_date dest_mod_date from laptop.shortcut dest "
               L"join office.shortcut src on src.unid = dest.unid where src.mod_date <> dest.mod_date and ( "
               L"src.mod_date > '11/15/2026 12:00:00 PM' or dest.mod_date > '11/15/2026 12:00:00 PM')");
@@ -54,7 +52,7 @@ TEST_F(RowQueries, ChangedRowsJoinBothDatabases)
 
 TEST_F(RowQueries, LastRunThatNeverWasIsComparedToNull)
 {
-    EXPECT_EQ(selectChangedRows(table_, 0, kAliases),
+    EXPECT_EQ(selectChangedRows(table_, kPrefixes, 0, kAliases),
               L"select dest.unid, src.mod_date src_mod_date, dest.mod_date dest_mod_date from laptop.shortcut dest "
               L"join office.shortcut src on src.unid = dest.unid where src.mod_date <> dest.mod_date and ( "
               L"src.mod_date > Null or dest.mod_date > Null)");
@@ -62,9 +60,7 @@ TEST_F(RowQueries, LastRunThatNeverWasIsComparedToNull)
 
 TEST_F(RowQueries, EmptyPrefixesNameTheTablesAlone)
 {
-    settings().sSourceDB.clear();
-    settings().sDestinationDB.clear();
-    EXPECT_EQ(selectMissingRows(table_, settings().sSourceDB, settings().sDestinationDB),
+    EXPECT_EQ(selectMissingRows(table_, L"", L""),
               L"select unid, mod_date from shortcut where unid not in (select unid from shortcut)");
 }
 

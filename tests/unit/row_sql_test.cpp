@@ -1,7 +1,6 @@
 #include "replication/row_sql.h"
 
 #include "ado/constants.h"
-#include "control/settings.h"
 #include "support/MessageBoxes.h"
 #include "support/recording_error.h"
 #include "support/recording_fixture.h"
@@ -183,12 +182,11 @@ TEST_F(RowSqlTest, RowBehindTheLastOneRaisesAdosError)
 
 TEST_F(RowSqlTest, ChartOptionSettingsAreRewrittenWithTheirParent)
 {
-    settings().sSourceDB = L"office.";
-    EXPECT_EQ(Utils::getDependentSql(L"chart_option_setting", 12L),
+    EXPECT_EQ(Utils::getDependentSql(L"chart_option_setting", 12L, L"office."),
               L"delete from chart_option_setting where chart_option_id = '12'; "
               L"insert into chart_option_setting select * from office.chart_option_setting "
               L"where chart_option_id = '12'");
-    EXPECT_EQ(Utils::getDependentSql(L"Chart_Option_Setting", L"{K}"),
+    EXPECT_EQ(Utils::getDependentSql(L"Chart_Option_Setting", L"{K}", L"office."),
               L"delete from chart_option_setting where chart_option_id = '{K}'; "
               L"insert into chart_option_setting select * from office.Chart_Option_Setting "
               L"where chart_option_id = '{K}'");
@@ -196,13 +194,13 @@ TEST_F(RowSqlTest, ChartOptionSettingsAreRewrittenWithTheirParent)
 
 TEST_F(RowSqlTest, OtherDependentTablesHaveNoStatements)
 {
-    EXPECT_EQ(Utils::getDependentSql(L"", 12L), L"");
-    EXPECT_EQ(Utils::getDependentSql(L"chart_option", adoNull()), L"");
+    EXPECT_EQ(Utils::getDependentSql(L"", 12L, L""), L"");
+    EXPECT_EQ(Utils::getDependentSql(L"chart_option", adoNull(), L""), L"");
 }
 
 TEST_F(RowSqlTest, DependentRowsOfANullKeyAreAFailure)
 {
-    EXPECT_EQ(raised([] { Utils::getDependentSql(L"chart_option_setting", adoNull()); }),
+    EXPECT_EQ(raised([] { Utils::getDependentSql(L"chart_option_setting", adoNull(), L""); }),
               (Error{94, L"Utils.getDependentSql(chart_option_setting)", L"Invalid use of Null"}));
 }
 

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string>
+
+/// What is pasted in front of a table's name, nothing in between, to name it in one of the two databases.
+struct Prefixes
+{
+    std::wstring sSourceDB;
+    std::wstring sDestinationDB;
+};
