@@ -35,9 +35,9 @@ class Bench:
         return {name: snapshot(side) for name, side in self.sides.items()}
 
     def start(self, *arguments):
-        """Starts quinrep: a run that asks for nothing, unless told."""
+        """Starts quinrep: a run that nothing stops, unless told. Its message boxes have no display to wait on."""
         command = ["wine", os.environ["QUINREP"], "-q", "-c", str(self._configuration),
-                   *(arguments or ("run", "--ready", "--reset-error", "--force"))]
+                   *(arguments or ("run", "--ready", "--reset-error", "--force", "--attended"))]
         # In a file: Wine's desktop holds on to a pipe for a second longer than the program lives.
         with self._output.open("w") as output:
             return subprocess.Popen(command, env=self._environment, stdin=subprocess.DEVNULL, stdout=output,
