@@ -141,7 +141,7 @@ TEST_F(SqlText, KeyInTheDescriptionOfAConflictIsPasted)
 {
     const _variant_t key = com::textVariant(L"1 or 1 = 1");
     EXPECT_THAT(keyInfoSql(L"users", key), EndsWith(L" where unid = 1 or 1 = 1"));
-    EXPECT_THAT(keyInfoSql(L"config", com::textVariant(L"x' or 'x' = 'x"), L""),
+    EXPECT_THAT(keyInfoSql(L"config", com::textVariant(L"x' or 'x' = 'x")),
                 EndsWith(L" where unid = 'x' or 'x' = 'x'"));
 }
 
