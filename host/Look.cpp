@@ -28,8 +28,6 @@ constexpr char kNoDate[] = "These rows have no mod_date, and one side alone has 
 constexpr char kNoKey[] = "A row without a key ends the table in an error (94, Invalid use of Null): give it a key.";
 constexpr char kUnsupported[] = "These rows have a value in a column of a type that cannot be copied: a message box "
                                 "opens, and then the statement fails.";
-constexpr char kNotice[] = "Two-way replication shows a message box for each of these rows, and waits until somebody "
-                           "closes it.";
 constexpr char kAttend[] = " Run with --attended while somebody sits at the screen.";
 
 long long countRows(clsConn& conn, const std::wstring& table)
@@ -38,6 +36,29 @@ long long countRows(clsConn& conn, const std::wstring& table)
     const long long rows = com::toInt32(rs.field(0).value());
     rs.close();
     return rows;
+}
+
+/// What two-way replication does with a row that it announces.
+std::string notice(RowAction action)
+{
+    const auto then = [action] {
+        switch (action) {
+        case RowAction::UpdateDestination:
+            return "overwrites the destination's row with the source's, which is newer";
+        case RowAction::UpdateSource:
+            return "overwrites the source's row with the destination's, which is newer";
+        case RowAction::InsertIntoDestination:
+            return "copies the row to the destination, also if it was deleted there";
+        case RowAction::InsertIntoSource:
+            return "copies the row to the source, also if it was deleted there";
+        default:
+            return "leaves the row as it is";
+        }
+    };
+    return std::string(
+               "Two-way replication shows a message box for each of these rows, waits until somebody closes it, "
+               "and then ") +
+           then() + ". To have it otherwise, change the row on the other side first." + kAttend;
 }
 
 bool exceeds(long long part, long long whole, double percent)
@@ -77,6 +98,7 @@ public:
                 throw;
             stops_.add(StopReason::WillFail, "The table cannot be compared: " + errorText(errorJson(error)));
         }
+        look_.deletedRows = listRows(databases_, configured_.name, deleted_);
         look_.stops = stops_.take();
         return std::move(look_);
     }
@@ -161,7 +183,7 @@ private:
     {
         const RowDecision decision = decideRow(plan_, site_, source, destination, dLastReplicate_);
         if (decision.announced)
-            stops_.addRow(StopReason::MessageBoxes, std::string(kNotice) + kAttend, key);
+            stops_.addRow(StopReason::MessageBoxes, notice(decision.action), key);
         if (decision.action == RowAction::Leave)
             return;
         if (key.vt == VT_NULL)
@@ -288,6 +310,7 @@ private:
 
 LookAhead::LookAhead(const Configuration& configuration, Databases& databases)
 {
+    requireOwnPrefixes(configuration, databases);
     const DATE last = lastReplicateDate(configuration, databases);
     const WaitingRows waiting(databases.local());
     for (const TableConfiguration& table : configuration.tables)
@@ -325,10 +348,22 @@ ordered_json LookAhead::tables() const
                           {"updates", look.destinationUpdates},
                           {"adds", look.destinationAdds},
                           {"deletes", look.destinationDeletes},
+                          {"deleted_rows", look.deletedRows},
                           {"source_updates", look.sourceUpdates},
                           {"source_adds", look.sourceAdds},
                           {"conflicts", look.conflicts}});
     return tables;
+}
+
+ordered_json LookAhead::deletedRows() const
+{
+    ordered_json rows = ordered_json::array();
+    for (const TableLook& look : tables_)
+        for (ordered_json row : look.deletedRows) {
+            row["table"] = look.name;
+            rows.push_back(std::move(row));
+        }
+    return rows;
 }
 
 DATE lastReplicateDate(const Configuration& configuration, Databases& databases)

@@ -19,6 +19,7 @@ struct TableLook
     long long destinationAdds = 0;
     /// Rows that the destination would lose.
     long long destinationDeletes = 0;
+    nlohmann::ordered_json deletedRows = nlohmann::ordered_json::array();
     /// Two-way replication only.
     long long sourceUpdates = 0;
     long long sourceAdds = 0;
@@ -32,14 +33,17 @@ struct TableLook
 class LookAhead
 {
 public:
-    /// Looks at every table. Raises HostError(kNotReady) when the control record begins no interval, and com::Error,
-    /// which names the table and what was done, when a database does not answer.
+    /// Looks at every table. Raises HostError(kUsage) when the prefixes are of other databases than the connections,
+    /// HostError(kNotReady) when the control record begins no interval, and com::Error, which names the table and what
+    /// was done, when a database does not answer.
     LookAhead(const Configuration& configuration, Databases& databases);
 
     /// The stops that these options of a run do not pass, and those that they do, as a result tells them.
     nlohmann::ordered_json stops(bool force, bool attended) const;
     nlohmann::ordered_json passed(bool force, bool attended) const;
 
+    /// The rows that the destination would lose, each with its table.
+    nlohmann::ordered_json deletedRows() const;
     /// Each table with its counters.
     nlohmann::ordered_json tables() const;
 

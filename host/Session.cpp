@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <sstream>
 #include <string_view>
 
 using Microsoft::WRL::ComPtr;
@@ -23,6 +24,18 @@ _bstr_t argument(const std::string& text)
 _bstr_t argument(const std::wstring& text)
 {
     return _bstr_t(com::newBstr(text), false);
+}
+
+/// Whether a part of the prefix, between its dots and without its brackets, is the name of a database.
+bool namesDatabase(const std::string& prefix, const std::wstring& upperName)
+{
+    std::wistringstream parts(com::upperCase(toWide(prefix)));
+    for (std::wstring part; std::getline(parts, part, L'.');) {
+        std::erase_if(part, [](wchar_t c) { return c == L'[' || c == L']' || c == L'"'; });
+        if (part == upperName)
+            return true;
+    }
+    return false;
 }
 
 } // namespace
@@ -142,6 +155,23 @@ void Component::setError(const std::wstring& text)
 void Component::resetError()
 {
     com::checkCall(factory_->resetError());
+}
+
+void requireOwnPrefixes(const Configuration& configuration, Databases& databases)
+{
+    const std::wstring source = com::upperCase(databases.source().getConn().defaultDatabase());
+    const std::wstring destination = com::upperCase(databases.destination().getConn().defaultDatabase());
+    const auto refuse = [](const char* side, const SideConfiguration& configured, const std::wstring& own,
+                           const std::wstring& other) {
+        if (namesDatabase(configured.prefix, other) && !namesDatabase(configured.prefix, own))
+            throw HostError(kUsage,
+                            std::string("the prefix ") + configured.prefix + " of the " + side +
+                                " names the other side's database: the data source " + configured.dsn + " is of " +
+                                toUtf8(own),
+                            "Exchange the prefixes, or the data sources.");
+    };
+    refuse("source", configuration.source, source, destination);
+    refuse("destination", configuration.destination, destination, source);
 }
 
 void whileDoing(const std::string& what, const std::function<void()>& body)

@@ -65,6 +65,10 @@ private:
     Microsoft::WRL::ComPtr<_Factory> factory_;
 };
 
+/// Raises HostError(kUsage) when a prefix names the other side's database: comparisons and copies would then read and
+/// write other tables than the two connections do, and a full copy would empty a table and fill it from itself.
+void requireOwnPrefixes(const Configuration& configuration, Databases& databases);
+
 /// Runs `body`; a com::Error that it raises says first what was being done.
 void whileDoing(const std::string& what, const std::function<void()>& body);
 

@@ -19,6 +19,13 @@ bool isNumber(const std::wstring& text)
     return !text.empty() && std::ranges::all_of(text, [](wchar_t c) { return c >= L'0' && c <= L'9'; });
 }
 
+void addTo(ordered_json& rows, Databases& databases, const std::string& table, const _variant_t& key)
+{
+    const bool described = rows.size() < kDescribedRows;
+    rows.push_back({{"key", toUtf8(com::concatText(key))},
+                    {"key_info", described ? describeRow(databases, table, key) : std::string()}});
+}
+
 } // namespace
 
 const char* reasonName(StopReason reason)
@@ -51,9 +58,7 @@ ordered_json Stop::toJson() const
 void Stops::addRow(StopReason reason, const std::string& text, const _variant_t& key)
 {
     Stop& stop = find(reason, text);
-    const bool described = stop.rows.size() < kDescribedRows;
-    stop.rows.push_back({{"key", toUtf8(com::concatText(key))},
-                         {"key_info", described ? describeRow(databases_, table_, key) : std::string()}});
+    addTo(stop.rows, databases_, table_, key);
 }
 
 Stop& Stops::find(StopReason reason, const std::string& text)
@@ -71,7 +76,7 @@ std::string describeRow(Databases& databases, const std::string& table, const _v
     const std::wstring sql = keyInfoSql(name, key);
     if (sql.empty())
         return {};
-    for (clsConn* side : {&databases.source(), &databases.destination()}) {
+    for (clsConn* side : {&databases.destination(), &databases.source()}) {
         try {
             ado::Recordset rs = openForwardOnly(*side, sql);
             const std::wstring text = rs.eof() ? L"" : com::concatText(rs.field(0).value());
@@ -85,6 +90,14 @@ std::string describeRow(Databases& databases, const std::string& table, const _v
         }
     }
     return {};
+}
+
+ordered_json listRows(Databases& databases, const std::string& table, const std::vector<_variant_t>& keys)
+{
+    ordered_json rows = ordered_json::array();
+    for (const _variant_t& key : keys)
+        addTo(rows, databases, table, key);
+    return rows;
 }
 
 bool isSafeKey(const _variant_t& key)

@@ -63,8 +63,11 @@ private:
     std::vector<Stop> stops_;
 };
 
-/// A row in words, from the side that has it; empty where its table has no description.
+/// A row in words, as the destination has it, else the source; empty where its table has no description.
 std::string describeRow(Databases& databases, const std::string& table, const _variant_t& key);
+
+/// Rows by their keys, the first also with their descriptions.
+nlohmann::ordered_json listRows(Databases& databases, const std::string& table, const std::vector<_variant_t>& keys);
 
 /// Whether a key can be written into a statement: an apostrophe would end it, and what follows would be run.
 bool isSafeKey(const _variant_t& key);

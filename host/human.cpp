@@ -106,9 +106,32 @@ std::string changes(const ordered_json& result)
                                    "source_updates", "source_adds", "conflicts"});
 }
 
+/// The rows that the destination loses.
+std::string deletedRows(const char* heading, const ordered_json& rows)
+{
+    std::string lines = rows.empty() ? "" : fmt::format("{}:\n", heading);
+    for (size_t index = 0; index < std::min(rows.size(), kShownRows); ++index)
+        lines += fmt::format("    {} {}\n", resultText(rows[index]["table"]),
+                             rowText(rows[index]["key"], rows[index]["key_info"]));
+    const std::string unshown = unshownRows(rows);
+    return unshown.empty() ? lines : lines + "    " + unshown + "\n";
+}
+
+std::string foreseenDeletes(const ordered_json& tables)
+{
+    ordered_json rows = ordered_json::array();
+    for (const ordered_json& table : tables)
+        for (ordered_json row : table["deleted_rows"]) {
+            row["table"] = table["table"];
+            rows.push_back(std::move(row));
+        }
+    return deletedRows("The destination would lose", rows);
+}
+
 std::string preview(const ordered_json& result)
 {
-    return changes(result) + (result["stops"].empty() ? "" : "A run would stop:\n" + stopped(result["stops"]));
+    return changes(result) + foreseenDeletes(result["tables"]) +
+           (result["stops"].empty() ? "" : "A run would stop:\n" + stopped(result["stops"]));
 }
 
 std::string verification(const ordered_json& result)
@@ -168,6 +191,7 @@ std::string run(const ordered_json& result)
     lines += fmt::format("Interval: {} to {}\n", resultText(result["from"]), resultText(result["to"])) +
              grid(result["tables"], {"table", "method", "adds", "updates", "deletes", "source_adds", "source_updates",
                                      "conflicts", "errors"});
+    lines += deletedRows("To be deleted at the destination, by the look before the run", result["deleted_rows"]);
     if (result.contains("error"))
         lines += failure(result);
     else if (!resultText(result["recorded"]).empty())
@@ -214,9 +238,14 @@ std::string sideValue(const ordered_json& value)
     return value.is_null() ? "no row" : quoted(value);
 }
 
+std::string todaysValue(const ordered_json& value, const ordered_json& hasRow)
+{
+    return hasRow == false ? "no row" : value.is_null() ? "Null" : quoted(value);
+}
+
 std::string changedAt(const char* side, const ordered_json& date, bool lacksRow)
 {
-    return fmt::format("    changed at the {}: {}\n", side,
+    return fmt::format("    changed at the {} when it was found: {}\n", side,
                        lacksRow         ? "it has no such row"
                        : date.is_null() ? "not known"
                                         : resultText(date));
@@ -239,6 +268,13 @@ std::string conflict(const ordered_json& result)
     for (const ordered_json& column : conflict["columns"])
         lines += fmt::format("    {}: source {}, destination {}\n", resultText(column["column"]),
                              sideValue(column["source"]), sideValue(column["destination"]));
+    if (conflict["changed_since"] == true)
+        lines += "    The row is no longer as it was found. Today:\n";
+    for (const ordered_json& column : conflict["today"])
+        if (conflict["changed_since"] == true)
+            lines += fmt::format("    {}: source {}, destination {}\n", resultText(column["column"]),
+                                 todaysValue(column["source"], conflict["source_has_it"]),
+                                 todaysValue(column["destination"], conflict["destination_has_it"]));
     for (const ordered_json& choice : conflict["choices"])
         lines += fmt::format("  --use {}: {}\n", resultText(choice["use"]), resultText(choice["explanation"]));
     return lines + "  dismiss: takes the conflict off the list and changes no row. " +
@@ -261,7 +297,7 @@ std::string planned(const ordered_json& result)
     for (const ordered_json& row : result["planned"])
         lines += fmt::format("{} {} {}: {}\n", resultText(row["unid"]), resultText(row["table_name"]),
                              rowText(row["key"], row["key_info"]), resultText(row["would"]));
-    return lines.empty() ? "no conflicts\n"
+    return lines.empty() ? "no conflicts, or none that fits the filters\n"
                          : fmt::format("{}Nothing was done. It would be: {}\n", lines, counts(result["counts"]));
 }
 
@@ -282,7 +318,7 @@ std::string resolved(const ordered_json& result)
     for (const ordered_json& entry : result["resolved"])
         lines += fmt::format("{} {} {}: {}\n", resultText(entry["unid"]), resultText(entry["table_name"]),
                              rowText(entry["key"], entry["key_info"]), outcomeText(entry));
-    return lines.empty() ? "no conflicts\n" : lines;
+    return lines.empty() ? "no conflicts, or none that fits the filters\n" : lines;
 }
 
 std::string reviewed(const ordered_json& result)
@@ -294,7 +330,7 @@ std::string waiting(const ordered_json& result)
 {
     const ordered_json& conflicts = result["conflicts"];
     return conflicts.empty()
-               ? "no conflicts\n"
+               ? "no conflicts, or none that fits the filters\n"
                : grid(conflicts, {"unid", "table_name", "conflict", "key_info", "found", "last_found", "state"});
 }
 

@@ -36,6 +36,7 @@ struct Options
     std::string conflictId;
     bool all = false;
     bool dryRun = false;
+    bool changedToo = false;
 };
 
 const std::map<std::string, enumResolution> kUses = {
@@ -117,7 +118,8 @@ ConflictFilter chosenConflicts(const Options& options)
 
 Outcome resolveChosenConflicts(const Configuration& configuration, const Options& options)
 {
-    return resolveConflictsCommand(configuration, {chosenConflicts(options), kUses.at(options.use), options.dryRun});
+    return resolveConflictsCommand(
+        configuration, {chosenConflicts(options), kUses.at(options.use), options.changedToo, options.dryRun});
 }
 
 Outcome dismissChosenConflicts(const Configuration& configuration, const Options& options)
@@ -242,9 +244,11 @@ private:
             })
             .add_option("id", options_.conflictId, "The conflict's id")
             ->required();
-        addDecision(conflicts, "resolve", "Resolve the conflicts of rows, through the component",
-                    resolveChosenConflicts)
-            .add_option("--use", options_.use, "Which copy wins, or later")
+        CLI::App& resolve = addDecision(conflicts, "resolve", "Resolve the conflicts of rows, through the component",
+                                        resolveChosenConflicts);
+        resolve.add_flag("--changed-too", options_.changedToo,
+                         "Also rows that are no longer as they were found; `show` tells how they are");
+        resolve.add_option("--use", options_.use, "Which copy wins, or later")
             ->required()
             ->check(CLI::IsMember({"source", "destination", "later"}));
         addDecision(conflicts, "dismiss", "Take conflicts off the list; the rows stay as they are",

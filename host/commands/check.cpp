@@ -189,6 +189,7 @@ void checkDatabases(Findings& findings, const Configuration& configuration, bool
                       "compare the control tables of both databases (docs/administration.md, Control tables)",
                       [&] { Component(configuration).ensureReplication(); });
     Databases databases(configuration);
+    findings.look("prefixes", "", [&] { requireOwnPrefixes(configuration, databases); });
     findings.look("program version", "", [&] { checkProgramVersion(databases, configuration); });
     findings.look("control record", "grant the login the right to read the control tables",
                   [&] { checkControlRecord(databases, configuration); });

@@ -2,19 +2,32 @@
 #include "commands.h"
 #include "conflicts/DecisionLog.h"
 #include "conflicts/decisions.h"
+#include "conflicts/rows_today.h"
 
+#include <algorithm>
 #include <iostream>
+#include <iterator>
 
 using nlohmann::ordered_json;
 
 namespace {
 
-ordered_json counted(const Configuration& configuration, const std::vector<ConflictedRow>& rows, enumResolution use)
+bool isChangedSince(Databases& databases, const ConflictedRow& row)
 {
-    std::vector<Effect> effects;
-    for (const ConflictedRow& row : rows)
-        effects.push_back(describeChoice(configuration.site, use, row).effect);
-    return countEffects(effects, 0);
+    return !isStillAsRecorded(row, recordedColumns(databases.local(), row));
+}
+
+/// What is done with a row: one that is no longer as it was found is not overwritten or deleted unseen.
+Choice choiceFor(const Configuration& configuration, Databases& databases, const ResolveOptions& options,
+                 const ConflictedRow& row)
+{
+    Choice choice = describeChoice(configuration.site, options.use, row);
+    const bool losesRow = choice.effect == Effect::Overwrites || choice.effect == Effect::Deletes;
+    if (losesRow && !options.changedToo && isChangedSince(databases, row))
+        choice = {options.use, false, Effect::Stays,
+                  "The row is no longer as it was found. Look at it with `quinrep conflicts show " + row.latest().id +
+                      "`; with --changed-too it is decided as it is today."};
+    return choice;
 }
 
 /// What a decision would do with each row, without doing it.
@@ -60,6 +73,10 @@ Outcome showConflictCommand(const Configuration& configuration, const std::strin
     const ConflictedRow row = conflictedRows(configuration, databases, {.ids = {id}}).front();
     ordered_json conflict = row.toJson();
     conflict["columns"] = recordedColumns(databases.local(), row);
+    conflict["changed_since"] = row.state != RowState::Unknown && !isStillAsRecorded(row, conflict["columns"]);
+    conflict["source_has_it"] = row.source.row.exists;
+    conflict["destination_has_it"] = row.destination.row.exists;
+    conflict["today"] = differences(row);
     conflict["choices"] = ordered_json::array();
     for (const enumResolution use : {USE_SOURCE, USE_DESTINATION, WORK_LATER}) {
         const Choice choice = describeChoice(configuration.site, use, row);
@@ -73,14 +90,20 @@ Outcome resolveConflictsCommand(const Configuration& configuration, const Resolv
 {
     Databases databases(configuration);
     const std::vector<ConflictedRow> rows = conflictedRows(configuration, databases, options.filter);
-    ordered_json counts = counted(configuration, rows, options.use);
-    if (options.dryRun)
-        return {{{"planned", planned(rows,
-                                     [&](const ConflictedRow& row) {
-                                         return describeChoice(configuration.site, options.use, row).explanation;
-                                     })},
-                 {"counts", std::move(counts)}}};
-    return told(resolveRows(configuration, databases, rows, options.use), std::move(counts));
+    std::vector<Choice> choices;
+    for (const ConflictedRow& row : rows)
+        choices.push_back(choiceFor(configuration, databases, options, row));
+    std::vector<Effect> effects;
+    std::ranges::transform(choices, std::back_inserter(effects), &Choice::effect);
+    ordered_json counts = countEffects(effects, 0);
+    if (options.dryRun) {
+        size_t next = 0;
+        const ExitCode exitCode = std::ranges::all_of(choices, &Choice::possible) ? kDone : kRecorded;
+        return {{{"planned", planned(rows, [&](const ConflictedRow&) { return choices[next++].explanation; })},
+                 {"counts", std::move(counts)}},
+                exitCode};
+    }
+    return told(resolveRows(configuration, databases, rows, choices), std::move(counts));
 }
 
 Outcome dismissConflictsCommand(const Configuration& configuration, const DismissOptions& options)

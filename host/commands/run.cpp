@@ -299,5 +299,6 @@ Outcome runCommand(const Configuration& configuration, const RunOptions& options
         throw HostError(kFailed, "cancelled before the first table; nothing was written");
     Outcome outcome = run.go(databases);
     outcome.result["passed"] = look.passed(options.force, options.attended);
+    outcome.result["deleted_rows"] = look.deletedRows();
     return outcome;
 }

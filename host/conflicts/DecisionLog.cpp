@@ -4,6 +4,7 @@
 #include "files.h"
 #include "text.h"
 
+#include <filesystem>
 #include <fstream>
 #include <lmcons.h>
 
@@ -73,7 +74,10 @@ void DecisionLog::end(const std::string& outcome)
 ordered_json DecisionLog::read(const Configuration& configuration)
 {
     ordered_json decisions = ordered_json::array();
-    std::ifstream file(toWide(path(configuration)).c_str(), std::ios::binary);
+    const std::wstring name = toWide(path(configuration));
+    std::ifstream file(name.c_str(), std::ios::binary);
+    if (!file && std::filesystem::exists(name))
+        throw HostError(kFailed, "the decision log " + path(configuration) + " cannot be read");
     for (std::string line; std::getline(file, line);)
         if (ordered_json decision = decisionOf(line); decision.is_object())
             decisions.push_back(std::move(decision));

@@ -26,21 +26,21 @@ constexpr char kOtherKey[] =
     "the component finds rows by unid, and this table has another key. Make both sides equal in "
     "the practice's program, then dismiss the conflict.";
 
+constexpr char kSaveAgain[] = "Save the record again at the source, then dismiss the conflict; the next run copies it.";
+
 Choice copyFromSource(enumResolution use, const ConflictedRow& row)
 {
     if (row.otherKey)
         return impossible(use, kOtherKey);
     if (row.numericKey)
-        return impossible(use, "the component cannot take the source's row into a table with numeric keys. Save the "
-                               "record again at the source; the next run copies it.");
+        return impossible(use, "the component cannot take the source's row into a table with numeric keys. " +
+                                   std::string(kSaveAgain));
     if (row.state == RowState::Unknown)
         return impossible(use, "the row cannot be read.");
     if (!row.source.row.exists)
-        return impossible(use, "the source has no such row any more.");
+        return impossible(use, "the source has no such row any more. " + std::string(nextRunText(row.next)));
     if (!row.destination.row.exists)
-        return impossible(use,
-                          "the destination has no such row any more. Save the record again at the source; the next "
-                          "run copies it.");
+        return impossible(use, "the destination has no such row any more. " + std::string(kSaveAgain));
     return {use, true, Effect::Overwrites, "Copies the source's row over the destination's."};
 }
 
@@ -58,13 +58,26 @@ Choice deleteAtDestination(enumResolution use, const ConflictedRow& row)
     return {use, true, Effect::Deletes, "Deletes the row at the destination too."};
 }
 
+/// What the next run does, and what a person does to have it otherwise.
+std::string atTheOffices(enumResolution use, const ConflictedRow& row)
+{
+    const std::string next = nextRunText(row.next);
+    if (use == USE_SOURCE)
+        return next + (row.source.row.exists && row.next != NextRun::OverwritesDestination
+                           ? " To have the source's row at the destination: save the record again at the source, then "
+                             "dismiss the conflict."
+                           : " Dismiss the conflict to let it.");
+    return next + (row.destination.row.exists
+                       ? " To keep the destination's row: type its values in at the source, then dismiss the conflict."
+                       : " To have the row nowhere: delete it at the source, then dismiss the conflict.");
+}
+
 Choice keep(enumReplicationUniqueId site, enumResolution use, const ConflictedRow& row)
 {
     if (use == WORK_LATER)
         return {use, true, Effect::Stays, "Leaves the conflict in the list. " + whileItWaits(row.next)};
     if (site == OFFICES)
-        return impossible(use, "the component copies nothing at the offices. Dismiss the conflict instead. " +
-                                   std::string(nextRunText(row.next)));
+        return impossible(use, "the component copies nothing at the offices. " + atTheOffices(use, row));
     return impossible(use, "for this kind of conflict there is no row of the source to take over.");
 }
 
@@ -83,10 +96,8 @@ Choice describeChoice(enumReplicationUniqueId site, enumResolution use, const Co
     case ResolutionStep::Keep:
         return keep(site, use, row);
     case ResolutionStep::RefuseToReplicateBack:
-        return impossible(use, "at the offices the component does not copy back to the source. " +
-                                   std::string(nextRunText(row.next)) +
-                                   " To keep the destination's values, type them in at the source, then dismiss the "
-                                   "conflict.");
+        return impossible(use,
+                          "at the offices the component does not copy back to the source. " + atTheOffices(use, row));
     case ResolutionStep::RefuseUnknown:
         break;
     }

@@ -178,18 +178,19 @@ ordered_json differences(const ConflictedRow& row)
 }
 
 std::vector<Decided> resolveRows(const Configuration& configuration, Databases& databases,
-                                 const std::vector<ConflictedRow>& rows, enumResolution use)
+                                 const std::vector<ConflictedRow>& rows, const std::vector<Choice>& choices)
 {
     std::optional<Resolution> resolution;
     std::vector<Decided> results;
-    for (const ConflictedRow& row : rows) {
-        const Choice choice = describeChoice(configuration.site, use, row);
+    for (size_t index = 0; index < rows.size(); ++index) {
+        const ConflictedRow& row = rows[index];
+        const Choice& choice = choices[index];
         if (choice.effect == Effect::Stays) {
-            results.push_back(decided(row, useName(use), false, choice.possible ? "" : choice.explanation));
+            results.push_back(decided(row, useName(choice.use), false, choice.possible ? "" : choice.explanation));
             continue;
         }
         if (!resolution)
-            resolution.emplace(configuration, databases, use);
+            resolution.emplace(configuration, databases, choice.use);
         results.push_back(resolution->carryOut(row, choice));
     }
     return results;

@@ -14,11 +14,11 @@ struct Decided
     bool failed = false;
 };
 
-/// Carries one choice out for all rows that it is possible for: the component resolves the latest record of a row, and
+/// Carries out the choice of each row, where that is possible: the component resolves the latest record of a row, and
 /// then its repeats are removed. Every decision is in the decision log first. Raises HostError when that cannot be
 /// written, and com::Error when the component cannot be had.
 std::vector<Decided> resolveRows(const Configuration& configuration, Databases& databases,
-                                 const std::vector<ConflictedRow>& rows, enumResolution use);
+                                 const std::vector<ConflictedRow>& rows, const std::vector<Choice>& choices);
 
 /// Takes the conflicts of the rows off the list by the host's own statements, details first, whatever the component
 /// would say of them. The rows stay as they are. In the decision log as above, with the reason.

@@ -46,6 +46,18 @@ CopyToday copyOf(const ado::Recordset& rs)
     return copy;
 }
 
+/// A value as conflict reporting compares it: Null is the empty text.
+std::string comparedText(const ordered_json& value)
+{
+    return value.is_string() ? value.get<std::string>() : std::string();
+}
+
+bool holds(const CopyToday& copy, const ordered_json& recorded, const std::string& column)
+{
+    return copy.row.exists == !recorded.is_null() &&
+           comparedText(copy.columns.value(column, ordered_json())) == comparedText(recorded);
+}
+
 /// The rows of one table that are looked at together.
 class TableToday
 {
@@ -111,11 +123,9 @@ private:
         const auto& destination = row.destination.columns.get_ref<const ordered_json::object_t&>();
         return std::ranges::equal(source, destination, [this](const auto& left, const auto& right) {
             return Utils::isSkipField(table_.sTable, toWide(left.first), true) ||
-                   textOf(left.second) == textOf(right.second);
+                   comparedText(left.second) == comparedText(right.second);
         });
     }
-
-    static std::string textOf(const ordered_json& value) { return value.is_null() ? "" : value.get<std::string>(); }
 
     NextRun nextOf(const ConflictedRow& row, const std::optional<DATE>& lastReplicate) const
     {
@@ -193,4 +203,23 @@ void lookAtRowsToday(const Configuration& configuration, Databases& databases, s
                 throw;
         }
     }
+}
+
+bool isStillAsRecorded(const ConflictedRow& row, const ordered_json& columns)
+{
+    const auto recorded = [&](const std::string& name) {
+        return std::ranges::any_of(columns, [&](const ordered_json& column) { return column["column"] == name; });
+    };
+    for (const ordered_json& column : columns) {
+        const std::string name = column["column"];
+        if (!holds(row.source, column["source"], name) || !holds(row.destination, column["destination"], name))
+            return false;
+    }
+    if (!row.source.row.exists || !row.destination.row.exists)
+        return true;
+    // Other columns were equal.
+    return std::ranges::all_of(row.destination.columns.items(), [&](const auto& column) {
+        return recorded(column.key()) || Utils::isSkipField(toWide(row.table), toWide(column.key()), true) ||
+               holds(row.source, ordered_json(comparedText(column.value())), column.key());
+    });
 }

@@ -1,4 +1,5 @@
 #include "review/ConflictPage.h"
+#include "conflicts/rows_today.h"
 
 #include "Page.h"
 #include "com/convert.h"

@@ -1,6 +1,5 @@
 #include "review/Decision.h"
 
-#include "replication/row_sql.h"
 #include "review/HttpRequest.h"
 #include "text.h"
 
@@ -13,18 +12,6 @@ using nlohmann::ordered_json;
 namespace {
 
 constexpr char kDismiss[] = "dismiss";
-
-/// A value as conflict reporting compares it: Null is the empty text.
-std::string comparedText(const ordered_json& value)
-{
-    return value.is_string() ? value.get<std::string>() : std::string();
-}
-
-bool holds(const CopyToday& copy, const ordered_json& recorded, const std::string& column)
-{
-    return copy.row.exists == !recorded.is_null() &&
-           comparedText(copy.columns.value(column, ordered_json())) == comparedText(recorded);
-}
 
 } // namespace
 
@@ -96,23 +83,4 @@ std::string fingerprint(const ConflictedRow& row)
                                                   static_cast<int>(row.state), static_cast<int>(row.next)});
     return fmt::format("{:x}",
                        std::hash<std::string>()(all.dump(-1, ' ', false, ordered_json::error_handler_t::replace)));
-}
-
-bool isStillAsRecorded(const ConflictedRow& row, const ordered_json& columns)
-{
-    const auto recorded = [&](const std::string& name) {
-        return std::ranges::any_of(columns, [&](const ordered_json& column) { return column["column"] == name; });
-    };
-    for (const ordered_json& column : columns) {
-        const std::string name = column["column"];
-        if (!holds(row.source, column["source"], name) || !holds(row.destination, column["destination"], name))
-            return false;
-    }
-    if (!row.source.row.exists || !row.destination.row.exists)
-        return true;
-    // Other columns were equal.
-    return std::ranges::all_of(row.destination.columns.items(), [&](const auto& column) {
-        return recorded(column.key()) || Utils::isSkipField(toWide(row.table), toWide(column.key()), true) ||
-               holds(row.source, ordered_json(comparedText(column.value())), column.key());
-    });
 }

@@ -40,9 +40,6 @@ std::string whatHappened(const Decision& decision, Effect effect, const Conflict
 /// Another text as soon as anything that a decision about the row rests on is another.
 std::string fingerprint(const ConflictedRow& row);
 
-/// Whether what was recorded of the row (recordedColumns) is what both sides hold today.
-bool isStillAsRecorded(const ConflictedRow& row, const nlohmann::ordered_json& columns);
-
 /// A decision that waits to be confirmed, with the rows as they were shown.
 struct Plan
 {

@@ -3,6 +3,7 @@
 #include "Failure.h"
 #include "Page.h"
 #include "conflicts/decisions.h"
+#include "conflicts/rows_today.h"
 #include "random.h"
 #include "review/ConfirmationPage.h"
 #include "review/html.h"
@@ -216,13 +217,15 @@ bool ReviewSite::mayBeDoneAtOnce(Databases& databases, const std::vector<Conflic
 void ReviewSite::carryOut(Databases& databases, const std::vector<ConflictedRow>& rows, const Decision& decision,
                           const std::string& reason)
 {
-    const std::vector<Decided> results = decision.dismisses
-                                             ? dismissRows(configuration_, databases, rows, reason)
-                                             : resolveRows(configuration_, databases, rows, decision.use);
+    std::vector<Choice> choices;
+    for (const ConflictedRow& row : rows)
+        choices.push_back(decision.choiceFor(configuration_.site, row));
+    const std::vector<Decided> results = decision.dismisses ? dismissRows(configuration_, databases, rows, reason)
+                                                            : resolveRows(configuration_, databases, rows, choices);
     for (size_t index = 0; index < rows.size(); ++index) {
         const ConflictedRow& row = rows[index];
         const std::string refused = results[index].result["refused"];
-        const Effect effect = decision.choiceFor(configuration_.site, row).effect;
+        const Effect effect = choices[index].effect;
         resolved_.push_back(results[index].result);
         if (refused.empty())
             notices_.push_back(rowName(row) + ": " + whatHappened(decision, effect, row));

@@ -42,7 +42,10 @@ protected:
                             L"patient_id, guid, conflict_type, key_info) select '{00000000-0000-0000-0000-00000000000" +
                             std::to_wstring(day) + L"}', 1, dateadd(s, " + std::to_wstring(day * 86400) +
                             L", max(last_replicate_date)), 'shortcut', 0, '" + kShortcut +
-                            L"', 1, 'S' from replication_conflict");
+                            L"', 1, 'S' from replication_conflict; insert into replication_conflict_data select "
+                            L"'{00000000-0000-0000-0000-"
+                            L"00000000000" +
+                            std::to_wstring(day) + L"}', 'item_name', 'S', 'D'");
     }
 
     /// Shortcuts that differ, each with that many conflicts of one differing column.
@@ -65,7 +68,7 @@ protected:
                 add(conflicts, L"('" + guid(record, row) + L"', 1, '2025-03-0" + std::to_wstring(record) +
                                    L"', 'shortcut', 0, '" + guid(0, row) + L"', 1, 'row " + std::to_wstring(row) +
                                    L"', '2025-03-01', '2025-03-02')");
-                add(data, L"('" + guid(record, row) + L"', 'item_text', 'S', 'D')");
+                add(data, L"('" + guid(record, row) + L"', 'item_text', 'text', 'D')");
             }
         }
         for (const PracticeSide* side : {&source(), &destination()}) {
@@ -200,6 +203,25 @@ TEST_F(ConflictsCommand, RowThatTheSourceHasAgainIsNotDeleted)
     EXPECT_EQ(destination().count(L"shortcut"), 0);
 }
 
+TEST_F(ConflictsCommand, RowThatChangedSinceItWasFoundIsShownAndNotOverwrittenUnseen)
+{
+    runIntoConflict();
+    destination().execute(L"update shortcut set item_text = 'an hour of typing'");
+    const std::wstring id = onlyConflict();
+    const Ended refused = quinrepJson(L"conflicts resolve " + id + L" --use source", "resolve");
+    EXPECT_EQ(refused.exitCode, kRecorded);
+    EXPECT_THAT(refused.json()["resolved"][0]["refused"].get<std::string>(), HasSubstr("no longer as it was found"));
+    EXPECT_EQ(quinrepJson(L"conflicts resolve --all --use source --dry-run", "planned").exitCode, kRecorded);
+    EXPECT_EQ(destination().row(L"select item_text from shortcut"), L"an hour of typing");
+    EXPECT_EQ(quinrepJson(L"conflicts show " + id, "show").json()["conflict"]["changed_since"], true);
+    EXPECT_THAT(quinrep(L"conflicts show " + id).output,
+                HasSubstr("item_text: source Null, destination 'an hour of typing'"));
+    EXPECT_EQ(quinrep(L"conflicts resolve " + id + L" --use source --changed-too").exitCode, kDone);
+    EXPECT_EQ(destination().row(L"select item_name, item_text from shortcut"), L"S|<Null>");
+    EXPECT_EQ(quinrepJson(L"conflicts log", "log").json()["decisions"][0]["lost_row"]["item_text"],
+              "an hour of typing");
+}
+
 TEST_F(ConflictsCommand, SideThatLackedTheRowHasNoDateAndNoValues)
 {
     runAt(LAPTOP);
@@ -211,7 +233,8 @@ TEST_F(ConflictsCommand, SideThatLackedTheRowHasNoDateAndNoValues)
     EXPECT_EQ(shown.json()["conflict"]["source_mod_date"], nullptr);
     EXPECT_EQ(shown.json()["conflict"]["columns"][0]["source"], nullptr);
     EXPECT_THAT(quinrep(L"conflicts show " + onlyConflict()).output,
-                AllOf(HasSubstr("changed at the source: it has no such row"), HasSubstr("source no row, destination")));
+                AllOf(HasSubstr("changed at the source when it was found: it has no such row"),
+                      HasSubstr("source no row, destination")));
 }
 
 TEST_F(ConflictsCommand, FiltersChooseAndUnknownOnesAreUsage)
@@ -274,6 +297,14 @@ TEST_F(ConflictsCommand, LogThatCannotBeWrittenStopsTheDecision)
     std::filesystem::remove(log);
     EXPECT_EQ(local().count(L"replication_conflict"), 1);
     EXPECT_EQ(destination().row(L"select item_name from shortcut"), L"D");
+}
+
+TEST_F(ConflictsCommand, DecisionLogThatCannotBeReadIsNoEmptyLog)
+{
+    const std::filesystem::path log = std::filesystem::path(host().logFile).replace_extension(L".decisions.jsonl");
+    std::filesystem::create_directory(log);
+    EXPECT_EQ(quinrepJson(L"conflicts log", "failure").exitCode, kFailed);
+    std::filesystem::remove(log);
 }
 
 TEST_F(ConflictsCommand, DecisionThatWasBrokenOffIsShownAsSuch)

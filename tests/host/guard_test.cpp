@@ -42,11 +42,11 @@ protected:
     }
 
     /// The only stop of a preview, which a run repeats, writing nothing.
-    nlohmann::json onlyStop(const std::wstring& options = L"")
+    nlohmann::json onlyStop()
     {
         const std::wstring before = controlRecord();
         const nlohmann::json said = quinrepJson(L"preview", "preview").json();
-        const Ended ended = quinrepJson(L"run" + options, "preview");
+        const Ended ended = quinrepJson(L"run", "preview");
         EXPECT_EQ(ended.exitCode, kGuarded) << ended.messages;
         EXPECT_EQ(controlRecord(), before);
         EXPECT_EQ(ended.json(), said);
@@ -104,6 +104,35 @@ TEST_F(Guard, ManyRowsAreAllListedInJsonAndTheFirstShownToAPerson)
     addUsers(102, 102);
     EXPECT_EQ(onlyStop()["rows"].size(), 102U);
     EXPECT_THAT(quinrep(L"preview").output, HasSubstr("    and 2 more; `quinrep preview --json` lists all\n"));
+}
+
+TEST_F(Guard, RowsThatAreToBeDeletedAreNamedBelowTheShareToo)
+{
+    addUsers(10, 1);
+    const nlohmann::json said = quinrepJson(L"preview", "preview").json();
+    EXPECT_EQ(said["stops"].size(), 0U);
+    EXPECT_EQ(said["tables"][0]["deleted_rows"][0]["key"], "1");
+    EXPECT_THAT(quinrep(L"preview").output, HasSubstr("The destination would lose:\n    users 1  user\n"));
+    const nlohmann::json done = quinrepJson(L"run", "run").json();
+    EXPECT_EQ(done["tables"][0]["deletes"], 1);
+    EXPECT_EQ(done["deleted_rows"][0]["key_info"], "user");
+}
+
+// A full copy empties the destination's table and fills it from what the source's prefix names: itself.
+TEST_F(Guard, PrefixesOfTheOtherSidesDatabaseAreRefused)
+{
+    useTable("users", "full_copy");
+    for (const PracticeSide* side : {&source(), &destination()})
+        addUser(*side, 1, L"user", kOld);
+    std::swap(host().sourcePrefix, host().destinationPrefix);
+    for (const wchar_t* command : {L"preview", L"run", L"run --force"}) {
+        const Ended ended = quinrepJson(command, "failure");
+        EXPECT_EQ(ended.exitCode, kUsage);
+        EXPECT_THAT(ended.messages, HasSubstr("names the other side's database"));
+    }
+    EXPECT_EQ(quinrep(L"check").exitCode, kNotReady);
+    EXPECT_EQ(source().count(L"users"), 1);
+    EXPECT_EQ(destination().count(L"users"), 1);
 }
 
 TEST_F(Guard, ForceGoesOnAndTellsInSpiteOfWhat)
@@ -267,10 +296,20 @@ TEST_F(Guard, TwoWayNoticesStopAnUnattendedRun)
     destination().execute(L"insert into procs (unid, proc_name, mod_date) values (1, 'D', '2025-03-12T10:45:00')");
     destination().execute(L"insert into procs (unid, proc_name, mod_date) values (2, 'old', '2025-03-01T08:30:00')");
     tables += "max_update = 100\n";
-    const nlohmann::json stop = onlyStop(L" --force");
-    EXPECT_EQ(stop["reason"], "message_boxes");
-    EXPECT_EQ(stop["rows"].size(), 2U);
-    EXPECT_THAT(stop["text"].get<std::string>(), HasSubstr("--attended"));
+    const std::wstring before = controlRecord();
+    const Ended ended = quinrepJson(L"run --force", "preview");
+    EXPECT_EQ(ended.exitCode, kGuarded);
+    EXPECT_EQ(controlRecord(), before);
+    const nlohmann::json stops = ended.json()["stops"];
+    ASSERT_EQ(stops.size(), 2U);
+    EXPECT_EQ(stops[0]["rows"][0]["key"], "1");
+    EXPECT_THAT(stops[0]["text"].get<std::string>(), HasSubstr("overwrites the source's row with the destination's"));
+    EXPECT_EQ(stops[1]["rows"][0]["key"], "2");
+    EXPECT_THAT(
+        stops[1]["text"].get<std::string>(),
+        testing::AllOf(HasSubstr("copies the row to the source, also if it was deleted"), HasSubstr("--attended")));
+    for (const auto& stop : stops)
+        EXPECT_EQ(stop["reason"], "message_boxes");
 }
 
 TEST_F(Guard, ColumnThatCannotBeCopiedStopsTheRun)

@@ -92,6 +92,7 @@ TEST(HumanText, FailedRunSaysWhatWasNotDone)
         {"error", {{"number", 13}, {"hex", "0x800A000D"}, {"source", "s"}, {"text", "t"}, {"todo", "do it"}}},
         {"recorded", ""},
         {"passed", ordered_json::array()},
+        {"deleted_rows", ordered_json::array()},
         {"conflicts_waiting", nullptr},
         {"conflicts_new", nullptr}};
     const std::string text = humanText("run", result);
