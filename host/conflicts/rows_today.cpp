@@ -84,7 +84,7 @@ public:
             read(databases_.destination(), some, &ConflictedRow::destination);
         }
         for (ConflictedRow* row : rows) {
-            row->otherKey = table_.sKey != L"unid";
+            row->otherKey = com::upperCase(table_.sKey) != L"UNID";
             row->state = stateOf(*row);
             row->next = nextOf(*row, lastReplicate);
         }

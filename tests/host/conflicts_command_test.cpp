@@ -222,6 +222,15 @@ TEST_F(ConflictsCommand, RowThatChangedSinceItWasFoundIsShownAndNotOverwrittenUn
               "an hour of typing");
 }
 
+TEST_F(ConflictsCommand, KeyFieldThatIsUnidInCapitalsIsNoOtherKey)
+{
+    runIntoConflict();
+    tables = "[[table]]\nname = 'shortcut'\nmethod = 'by_key'\nkey = 'UNID'\ndeletes = 'with_updates'\n";
+    EXPECT_EQ(quinrep(L"conflicts resolve --all --use source").exitCode, kDone);
+    EXPECT_EQ(destination().row(L"select item_name from shortcut"), L"S");
+    EXPECT_EQ(local().count(L"replication_conflict"), 0);
+}
+
 TEST_F(ConflictsCommand, SideThatLackedTheRowHasNoDateAndNoValues)
 {
     runAt(LAPTOP);
