@@ -348,7 +348,6 @@ ordered_json LookAhead::tables() const
                           {"updates", look.destinationUpdates},
                           {"adds", look.destinationAdds},
                           {"deletes", look.destinationDeletes},
-                          {"deleted_rows", look.deletedRows},
                           {"source_updates", look.sourceUpdates},
                           {"source_adds", look.sourceAdds},
                           {"conflicts", look.conflicts}});

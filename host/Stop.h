@@ -52,7 +52,6 @@ public:
     /// A stop of the table as a whole.
     void add(StopReason reason, const std::string& text) { find(reason, text); }
 
-    const std::vector<Stop>& all() const { return stops_; }
     std::vector<Stop> take() { return std::move(stops_); }
 
 private:

@@ -117,20 +117,9 @@ std::string deletedRows(const char* heading, const ordered_json& rows)
     return unshown.empty() ? lines : lines + "    " + unshown + "\n";
 }
 
-std::string foreseenDeletes(const ordered_json& tables)
-{
-    ordered_json rows = ordered_json::array();
-    for (const ordered_json& table : tables)
-        for (ordered_json row : table["deleted_rows"]) {
-            row["table"] = table["table"];
-            rows.push_back(std::move(row));
-        }
-    return deletedRows("The destination would lose", rows);
-}
-
 std::string preview(const ordered_json& result)
 {
-    return changes(result) + foreseenDeletes(result["tables"]) +
+    return changes(result) + deletedRows("The destination would lose", result["deleted_rows"]) +
            (result["stops"].empty() ? "" : "A run would stop:\n" + stopped(result["stops"]));
 }
 

@@ -7,5 +7,5 @@ Outcome previewCommand(const Configuration& configuration)
     const LookAhead look(configuration, databases);
     nlohmann::ordered_json stops = look.stops(false, false);
     const ExitCode exitCode = stops.empty() ? kDone : kGuarded;
-    return {{{"stops", std::move(stops)}, {"tables", look.tables()}}, exitCode};
+    return {{{"stops", std::move(stops)}, {"deleted_rows", look.deletedRows()}, {"tables", look.tables()}}, exitCode};
 }

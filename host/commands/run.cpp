@@ -294,7 +294,8 @@ Outcome runCommand(const Configuration& configuration, const RunOptions& options
     Databases databases(configuration);
     const LookAhead look(configuration, databases);
     if (ordered_json stops = look.stops(options.force, options.attended); !stops.empty())
-        return {{{"stops", std::move(stops)}, {"tables", look.tables()}}, kGuarded};
+        return {{{"stops", std::move(stops)}, {"deleted_rows", look.deletedRows()}, {"tables", look.tables()}},
+                kGuarded};
     if (cancelled)
         throw HostError(kFailed, "cancelled before the first table; nothing was written");
     Outcome outcome = run.go(databases);

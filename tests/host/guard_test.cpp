@@ -111,7 +111,7 @@ TEST_F(Guard, RowsThatAreToBeDeletedAreNamedBelowTheShareToo)
     addUsers(10, 1);
     const nlohmann::json said = quinrepJson(L"preview", "preview").json();
     EXPECT_EQ(said["stops"].size(), 0U);
-    EXPECT_EQ(said["tables"][0]["deleted_rows"][0]["key"], "1");
+    EXPECT_EQ(said["deleted_rows"][0]["key"], "1");
     EXPECT_THAT(quinrep(L"preview").output, HasSubstr("The destination would lose:\n    users 1  user\n"));
     const nlohmann::json done = quinrepJson(L"run", "run").json();
     EXPECT_EQ(done["tables"][0]["deletes"], 1);
