@@ -11,7 +11,7 @@
 #include "commands/rows.h"
 #include "conflicts/ConflictedRow.h"
 #include "conflicts/DecisionLog.h"
-#include "control/database.h"
+#include "control/error_state.h"
 #include "control/settings.h"
 #include "files.h"
 #include "result_text.h"

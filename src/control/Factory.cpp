@@ -3,7 +3,8 @@
 #include "ado/constants.h"
 #include "com/convert.h"
 #include "control/RaiseError.h"
-#include "control/database.h"
+#include "control/checks.h"
+#include "control/error_state.h"
 #include "control/settings.h"
 #include "version.h"
 

@@ -1,6 +1,8 @@
+#include "control/checks.h"
 #include "com/convert.h"
 #include "control/RaiseError.h"
-#include "control/database.h"
+#include "control/error_state.h"
+#include "control/pairing.h"
 #include "control/settings.h"
 #include "db/forward_only.h"
 

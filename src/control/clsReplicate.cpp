@@ -6,7 +6,7 @@
 #include "com/dispatch.h"
 #include "com/error.h"
 #include "control/RaiseError.h"
-#include "control/database.h"
+#include "control/checks.h"
 #include "control/log.h"
 #include "control/settings.h"
 #include "db/forward_only.h"

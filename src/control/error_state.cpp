@@ -1,7 +1,7 @@
+#include "control/error_state.h"
 #include "ado/constants.h"
 #include "com/convert.h"
 #include "control/RaiseError.h"
-#include "control/database.h"
 #include "control/settings.h"
 
 namespace Utils {

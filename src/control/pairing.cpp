@@ -1,6 +1,6 @@
+#include "control/pairing.h"
 #include "ado/constants.h"
 #include "control/RaiseError.h"
-#include "control/database.h"
 #include "control/settings.h"
 
 namespace Utils {

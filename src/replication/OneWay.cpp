@@ -2,7 +2,8 @@
 
 #include "com/convert.h"
 #include "conflicts/report_conflict.h"
-#include "control/database.h"
+#include "control/error_state.h"
+#include "control/pairing.h"
 #include "db/forward_only.h"
 #include "db/sql_literals.h"
 #include "replication/dump.h"

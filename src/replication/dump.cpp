@@ -2,8 +2,8 @@
 
 #include "com/convert.h"
 #include "control/RaiseError.h"
-#include "control/database.h"
 #include "control/log.h"
+#include "control/pairing.h"
 #include "db/forward_only.h"
 #include "replication/row_sql.h"
 

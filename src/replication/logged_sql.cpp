@@ -1,7 +1,7 @@
 #include "replication/logged_sql.h"
 
-#include "control/database.h"
 #include "control/log.h"
+#include "control/pairing.h"
 #include "control/settings.h"
 #include "db/forward_only.h"
 

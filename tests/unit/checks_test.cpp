@@ -1,5 +1,6 @@
 #include "control/Factory.h"
-#include "control/database.h"
+#include "control/checks.h"
+#include "control/error_state.h"
 #include "control/settings.h"
 #include "support/recording_error.h"
 #include "support/recording_fixture.h"

@@ -1,5 +1,5 @@
 #include "control/Factory.h"
-#include "control/database.h"
+#include "control/error_state.h"
 #include "control/settings.h"
 #include "support/recording_error.h"
 #include "support/recording_fixture.h"

@@ -1,6 +1,6 @@
 #include "conflicts/key_info.h"
 
-#include "control/database.h"
+#include "control/pairing.h"
 #include "support/recording_error.h"
 #include "support/recording_fixture.h"
 

@@ -1,4 +1,4 @@
-#include "control/database.h"
+#include "control/pairing.h"
 
 #include "control/settings.h"
 #include "support/recording_error.h"

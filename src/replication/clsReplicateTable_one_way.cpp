@@ -1,7 +1,7 @@
 #include "com/convert.h"
 #include "com/error.h"
 #include "control/RaiseError.h"
-#include "control/database.h"
+#include "control/error_state.h"
 #include "control/log.h"
 #include "control/settings.h"
 #include "replication/OneWay.h"

@@ -1,7 +1,7 @@
 #include "conflicts/clsConflict.h"
 #include "conflicts/resolution_policy.h"
 #include "control/RaiseError.h"
-#include "control/database.h"
+#include "control/pairing.h"
 #include "control/settings.h"
 #include "db/forward_only.h"
 #include "db/sql_literals.h"

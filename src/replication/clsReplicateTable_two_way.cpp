@@ -1,7 +1,7 @@
 #include "com/convert.h"
 #include "control/RaiseError.h"
-#include "control/database.h"
 #include "control/log.h"
+#include "control/pairing.h"
 #include "control/settings.h"
 #include "db/forward_only.h"
 #include "db/sql_literals.h"
