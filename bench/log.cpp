@@ -9,6 +9,8 @@
 
 #include <algorithm>
 
+using namespace quinmark;
+
 namespace {
 
 /// Line breaks, date, time and level, at their longest.
@@ -18,7 +20,7 @@ constexpr size_t kHeading = 36;
 
 int wmain(int count, wchar_t* words[])
 {
-    if (count != 4 || !attachSettings())
+    if (count != 4 || !attachComponent(nullptr))
         return 2;
     const long entries = std::stol(words[2]);
     const std::wstring message(std::max(size_t{std::stoul(words[3])}, kHeading) - kHeading, L'x');

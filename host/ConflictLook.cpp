@@ -9,6 +9,8 @@
 #include <fmt/format.h>
 #include <objbase.h>
 
+using namespace quinmark;
+
 namespace {
 
 bool isLonger(const std::wstring& text, long size)

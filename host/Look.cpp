@@ -13,6 +13,7 @@
 
 #include <fmt/format.h>
 
+using namespace quinmark;
 using nlohmann::ordered_json;
 
 namespace {

@@ -57,4 +57,4 @@ private:
 DATE lastReplicateDate(const Configuration& configuration, Databases& databases);
 
 /// Whom the rules of the decision tables take the site for.
-Site siteOf(const Configuration& configuration);
+quinmark::Site siteOf(const Configuration& configuration);

@@ -2,6 +2,8 @@
 
 #include "replication/row_dates.h"
 
+using namespace quinmark;
+
 namespace {
 
 RowDecision report(enumConflictType kind)

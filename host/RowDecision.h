@@ -39,8 +39,8 @@ struct RowDecision
 
 /// What the method makes of a row that its comparison queries list, by the component's own decision tables. Full copies
 /// compare no rows: for them nothing is decided.
-RowDecision decideRow(const MethodPlan& plan, Site site, const RowCopy& source, const RowCopy& destination,
-                      DATE dLastReplicate);
+RowDecision decideRow(const quinmark::MethodPlan& plan, quinmark::Site site, const RowCopy& source,
+                      const RowCopy& destination, DATE dLastReplicate);
 
 /// Whether the comparison queries list the row: one that both sides have is passed over unless its dates differ and one
 /// of them is later than the last run.

@@ -28,7 +28,7 @@ public:
     clsConn& source() { return source_; }
     clsConn& destination() { return destination_; }
     clsConn& local() { return localIsSource_ ? source_ : destination_; }
-    Sides sides() { return {source_, destination_}; }
+    quinmark::Sides sides() { return {source_, destination_}; }
 
     /// Whether both still answer.
     bool answer();

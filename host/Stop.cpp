@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <initializer_list>
 
+using namespace quinmark;
 using nlohmann::ordered_json;
 
 namespace {

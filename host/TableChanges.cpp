@@ -4,6 +4,7 @@
 #include "replication/method_plan.h"
 #include "text.h"
 
+using namespace quinmark;
 using nlohmann::ordered_json;
 
 bool TableChanges::areUncounted(const TableConfiguration& table)

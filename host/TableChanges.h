@@ -34,7 +34,7 @@ private:
     /// The contents of all tables that the method writes on one side.
     using Contents = std::vector<TableContent>;
 
-    std::vector<KeyedTable> tables() const;
+    std::vector<quinmark::KeyedTable> tables() const;
     bool writesSource() const;
     Contents read(clsConn& conn) const;
     static Counters compare(const Contents& before, const Contents& after);

@@ -3,6 +3,8 @@
 #include "com/convert.h"
 #include "db/forward_only.h"
 
+using namespace quinmark;
+
 namespace {
 
 /// The kept form of a row: enough to see whether two rows are the same, at 8 bytes each.

@@ -20,7 +20,7 @@ struct ContentRow
 /// column, as a full copy may have it, all values of a row are its key.
 using TableContent = std::map<std::wstring, ContentRow>;
 
-TableContent readContent(clsConn& conn, const KeyedTable& table, bool hasKey);
+TableContent readContent(clsConn& conn, const quinmark::KeyedTable& table, bool hasKey);
 
 /// Where a row is, or that its values differ.
 enum class Difference

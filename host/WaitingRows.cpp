@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <iterator>
 
+using namespace quinmark;
+
 namespace {
 
 std::pair<std::wstring, std::wstring> row(const std::wstring& table, const _variant_t& key)

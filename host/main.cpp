@@ -16,6 +16,8 @@
 #include <iostream>
 #include <shellapi.h>
 
+using namespace quinmark;
+
 namespace {
 
 using nlohmann::ordered_json;
@@ -308,7 +310,7 @@ private:
 int main()
 {
     const Utf8Console console;
-    if (!attachSettings() || FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {
+    if (!attachComponent(nullptr) || FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {
         std::cerr << "quinrep: the platform's component services do not start" << std::endl;
         return kFailed;
     }

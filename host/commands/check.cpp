@@ -8,6 +8,7 @@
 
 #include <functional>
 
+using namespace quinmark;
 using nlohmann::ordered_json;
 
 namespace {

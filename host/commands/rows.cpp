@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+using namespace quinmark;
 using nlohmann::ordered_json;
 
 ordered_json jsonValue(const _variant_t& value)

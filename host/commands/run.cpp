@@ -12,13 +12,13 @@
 #include "conflicts/ConflictedRow.h"
 #include "conflicts/DecisionLog.h"
 #include "control/error_state.h"
-#include "control/settings.h"
 #include "files.h"
 #include "result_text.h"
 #include "text.h"
 
 #include <map>
 
+using namespace quinmark;
 using Microsoft::WRL::ComPtr;
 using nlohmann::ordered_json;
 
@@ -208,11 +208,9 @@ private:
     bool tellControlRecord(const com::Error& error)
     {
         try {
-            settings().iReplicationUniqueId = static_cast<short>(configuration_.site);
-            settings().localConnection()->openConnection(toWide(configuration_.local().dsn),
-                                                         configuration_.local().secret);
-            Utils::setError(true, error.description);
-            settings().releaseLocalConnection();
+            clsConn local;
+            local.openConnection(toWide(configuration_.local().dsn), configuration_.local().secret);
+            quinmark::recordError(local, static_cast<short>(configuration_.site), true, error.description);
             return true;
         }
         catch (const com::Error&) {

@@ -3,6 +3,7 @@
 #include "commands.h"
 #include "commands/rows.h"
 
+using namespace quinmark;
 using nlohmann::ordered_json;
 
 namespace {

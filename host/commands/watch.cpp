@@ -10,6 +10,7 @@
 #include <set>
 #include <thread>
 
+using namespace quinmark;
 using nlohmann::ordered_json;
 using Seconds = std::chrono::seconds;
 

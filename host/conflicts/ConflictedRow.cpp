@@ -16,6 +16,7 @@
 #include <sstream>
 #include <windows.h>
 
+using namespace quinmark;
 using nlohmann::ordered_json;
 
 namespace {

@@ -2,6 +2,8 @@
 
 #include "conflicts/resolution_policy.h"
 
+using namespace quinmark;
+
 namespace {
 
 Choice impossible(enumResolution use, const std::string& why)

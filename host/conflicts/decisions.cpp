@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <map>
 
+using namespace quinmark;
 using Microsoft::WRL::ComPtr;
 using nlohmann::ordered_json;
 

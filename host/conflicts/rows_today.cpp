@@ -13,6 +13,7 @@
 #include <map>
 #include <span>
 
+using namespace quinmark;
 using nlohmann::ordered_json;
 
 namespace {

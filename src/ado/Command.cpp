@@ -56,7 +56,7 @@ void Command::setCommandText(const std::wstring& text)
 
 Parameter Command::createParameter(const ParameterSpec& spec) const
 {
-    return Parameter(object_.given(
+    return Parameter(object_.resultOf(
         kCreateParameter, object_.call(kCreateParameter, {com::textVariant(spec.name), static_cast<long>(spec.type),
                                                           static_cast<long>(spec.direction), spec.size, spec.value})));
 }
@@ -73,7 +73,7 @@ long Command::parameterCount() const
 
 Parameter Command::parameter(long index) const
 {
-    return Parameter(parameters().given(kParameter, parameters().property(kParameter, {index})));
+    return Parameter(parameters().resultOf(kParameter, parameters().property(kParameter, {index})));
 }
 
 Recordset Command::execute()
@@ -81,7 +81,7 @@ Recordset Command::execute()
     const _variant_t result =
         object_.call(kExecute, {com::missing(), com::missing(), static_cast<long>(adOptionUnspecified)});
     const bool hasRows = result.vt == VT_DISPATCH && result.pdispVal;
-    return hasRows ? Recordset(object_.given(kExecute, result)) : Recordset();
+    return hasRows ? Recordset(object_.resultOf(kExecute, result)) : Recordset();
 }
 
 long Command::executeCounted()
@@ -97,7 +97,7 @@ long Command::executeCounted()
 const com::Dispatch& Command::parameters() const
 {
     if (!parameters_)
-        parameters_ = object_.given(kParameters, object_.property(kParameters));
+        parameters_ = object_.resultOf(kParameters, object_.property(kParameters));
     return parameters_;
 }
 

@@ -66,18 +66,18 @@ long Recordset::fieldCount() const
 
 Field Recordset::field(long index) const
 {
-    return Field(fields().given(kItem, fields().property(kItem, {index})));
+    return Field(fields().resultOf(kItem, fields().property(kItem, {index})));
 }
 
 Field Recordset::field(const std::wstring& name) const
 {
-    return Field(fields().given(kItem, fields().property(kItem, {com::textVariant(name)})));
+    return Field(fields().resultOf(kItem, fields().property(kItem, {com::textVariant(name)})));
 }
 
 const com::Dispatch& Recordset::fields() const
 {
     if (!fields_)
-        fields_ = object_.given(kFields, object_.property(kFields));
+        fields_ = object_.resultOf(kFields, object_.property(kFields));
     return fields_;
 }
 

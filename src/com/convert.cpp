@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 
 namespace com {
 namespace {
@@ -31,15 +30,6 @@ bool isNothing(const VARIANT& value)
 std::wstring_view viewOf(BSTR text)
 {
     return {text, SysStringLen(text)};
-}
-
-/// The decimal sign of the user's region; empty when it cannot be had.
-std::wstring decimalSign()
-{
-    constexpr int kMostCharacters = 4; // with the zero at its end
-    wchar_t sign[kMostCharacters] = L"";
-    GetLocaleInfoW(LOCALE_USER_DEFAULT, LOCALE_SDECIMAL, sign, kMostCharacters);
-    return sign;
 }
 
 } // namespace
@@ -73,7 +63,7 @@ TextView::TextView(const VARIANT& value)
     else if (value.vt == VT_I4) {
         write(value.lVal);
     }
-    else if (value.vt != VT_R8 || !write(value.dblVal)) {
+    else {
         convert(value);
         text_ = viewOf(converted_.bstrVal);
     }
@@ -93,35 +83,12 @@ void TextView::convert(const VARIANT& value)
     converted_.bstrVal = text;
 }
 
+// A row has many of them, and the runtime takes nine times as long.
 void TextView::write(long number)
 {
     char digits[12];
     char* const end = std::to_chars(std::begin(digits), std::end(digits), number).ptr;
     text_ = std::wstring_view(digits_.data(), std::copy(std::begin(digits), end, digits_.data()));
-}
-
-// The runtime takes many times as long. It writes 15 digits, which are the shortest text that reads as the number where
-// that has no more, and from 1E+15 on and for small fractions an exponent.
-bool TextView::write(double number)
-{
-    constexpr ptrdiff_t kMostDigits = 15;
-    if (!(std::abs(number) >= 1 && std::abs(number) < 1e15))
-        return false;
-    char digits[24];
-    char* const end = std::to_chars(std::begin(digits), std::end(digits), number, std::chars_format::fixed).ptr;
-    char* const point = std::find(std::begin(digits), end, '.');
-    if (std::count_if(std::begin(digits), end, [](char digit) { return digit >= '0' && digit <= '9'; }) > kMostDigits)
-        return false;
-    wchar_t* written = std::copy(std::begin(digits), point, digits_.data());
-    if (point != end) {
-        const std::wstring sign = decimalSign();
-        if (sign.empty())
-            return false;
-        written = std::ranges::copy(sign, written).out;
-        written = std::copy(point + 1, end, written);
-    }
-    text_ = std::wstring_view(digits_.data(), written);
-    return true;
 }
 
 std::wstring toText(const VARIANT& value)

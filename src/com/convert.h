@@ -22,10 +22,8 @@ public:
 private:
     void convert(const VARIANT& value);
     void write(long number);
-    /// Whether it wrote; else the number is for the runtime.
-    bool write(double number);
 
-    std::array<wchar_t, 24> digits_{};
+    std::array<wchar_t, 12> digits_{};
     _variant_t converted_;
     std::wstring_view text_;
 };

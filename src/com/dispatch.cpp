@@ -37,10 +37,10 @@ Dispatch Class::create() const
         check(CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&factory_)));
     ComPtr<IDispatch> object;
     check(factory_->CreateInstance(nullptr, IID_PPV_ARGS(&object)));
-    return Dispatch(object.Get(), kind_);
+    return Dispatch(object.Get(), memberIds_);
 }
 
-DISPID Kind::id(IDispatch& object, const wchar_t* member)
+DISPID MemberIds::id(IDispatch& object, const wchar_t* member)
 {
     for (const auto& [name, id] : ids_)
         if (name == member)
@@ -52,12 +52,12 @@ DISPID Kind::id(IDispatch& object, const wchar_t* member)
     return id;
 }
 
-const std::shared_ptr<Kind>& Kind::given(const wchar_t* member)
+const std::shared_ptr<MemberIds>& MemberIds::ofResult(const wchar_t* member)
 {
-    for (const auto& [name, kind] : given_)
+    for (const auto& [name, ids] : results_)
         if (name == member)
-            return kind;
-    return given_.emplace_back(member, std::make_shared<Kind>()).second;
+            return ids;
+    return results_.emplace_back(member, std::make_shared<MemberIds>()).second;
 }
 
 Dispatch Dispatch::create(const wchar_t* progId)
@@ -75,12 +75,12 @@ Dispatch Dispatch::from(const VARIANT& value)
     return Dispatch(changeType(direct, VT_DISPATCH).pdispVal);
 }
 
-Dispatch Dispatch::given(const wchar_t* member, const VARIANT& value) const
+Dispatch Dispatch::resultOf(const wchar_t* member, const VARIANT& value) const
 {
     Dispatch object = value.vt == VT_DISPATCH && value.pdispVal ? Dispatch(value.pdispVal) : from(value);
-    object.kindIsShared_ = kindIsShared_;
-    if (kindIsShared_)
-        object.kind_ = kind_->given(member);
+    object.idsAreShared_ = idsAreShared_;
+    if (idsAreShared_)
+        object.memberIds_ = memberIds_->ofResult(member);
     return object;
 }
 
@@ -114,9 +114,9 @@ DISPID Dispatch::find(const wchar_t* member) const
 {
     if (!object_)
         raiseRuntimeError(kObjectNotSet);
-    if (!kind_)
-        kind_ = std::make_shared<Kind>();
-    return kind_->id(*object_.Get(), member);
+    if (!memberIds_)
+        memberIds_ = std::make_shared<MemberIds>();
+    return memberIds_->id(*object_.Get(), member);
 }
 
 _variant_t Dispatch::invoke(DISPID id, WORD flags, std::span<const _variant_t> arguments) const

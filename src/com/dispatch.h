@@ -13,20 +13,20 @@
 
 namespace com {
 
-/// What late-bound objects of one kind have in common: the ids of their members, and the kinds of the objects that
-/// these give. Names are literals: their addresses are the keys.
-class Kind
+/// The ids of the members that late-bound objects of one kind have in common, and those of the objects that these
+/// members give. Names are literals: their addresses are the keys.
+class MemberIds
 {
 public:
     /// The id of a member of `object`, which is of this kind; raises what GetIDsOfNames answers.
     DISPID id(IDispatch& object, const wchar_t* member);
 
-    /// The kind of what a member gives.
-    const std::shared_ptr<Kind>& given(const wchar_t* member);
+    /// The ids of what a member gives.
+    const std::shared_ptr<MemberIds>& ofResult(const wchar_t* member);
 
 private:
     std::vector<std::pair<const wchar_t*, DISPID>> ids_;
-    std::vector<std::pair<const wchar_t*, std::shared_ptr<Kind>>> given_;
+    std::vector<std::pair<const wchar_t*, std::shared_ptr<MemberIds>>> results_;
 };
 
 /// A late-bound object: members are looked up by name and called through IDispatch. That is done once for all objects
@@ -48,7 +48,7 @@ public:
     static Dispatch from(const VARIANT& value);
 
     /// The object in a value that `member` of this object gave; raises as `from`.
-    Dispatch given(const wchar_t* member, const VARIANT& value) const;
+    Dispatch resultOf(const wchar_t* member, const VARIANT& value) const;
 
     IDispatch* get() const { return object_.Get(); }
     explicit operator bool() const { return object_ != nullptr; }
@@ -56,7 +56,7 @@ public:
     /// Lets the object go without releasing it.
     void abandon() { object_.Detach(); }
 
-    /// Reads a property, with arguments if it takes any. `member` is a literal, as for `Kind`.
+    /// Reads a property, with arguments if it takes any. `member` is a literal, as for `MemberIds`.
     _variant_t property(const wchar_t* member, std::initializer_list<_variant_t> arguments = {}) const;
 
     void put(const wchar_t* member, const _variant_t& value) const;
@@ -70,10 +70,10 @@ public:
 
 private:
     friend class Class;
-    Dispatch(IDispatch* object, std::shared_ptr<Kind> kind)
+    Dispatch(IDispatch* object, std::shared_ptr<MemberIds> memberIds)
         : object_(object),
-          kind_(std::move(kind)),
-          kindIsShared_(true)
+          memberIds_(std::move(memberIds)),
+          idsAreShared_(true)
     {
     }
 
@@ -81,8 +81,8 @@ private:
     _variant_t invoke(DISPID id, WORD flags, std::span<const _variant_t> arguments) const;
 
     Microsoft::WRL::ComPtr<IDispatch> object_;
-    mutable std::shared_ptr<Kind> kind_;
-    bool kindIsShared_ = false;
+    mutable std::shared_ptr<MemberIds> memberIds_;
+    bool idsAreShared_ = false;
 };
 
 /// A registered class that many objects are made of: where it is registered is looked up once. To be used in one
@@ -101,7 +101,7 @@ public:
 private:
     const wchar_t* progId_;
     mutable Microsoft::WRL::ComPtr<IClassFactory> factory_;
-    std::shared_ptr<Kind> kind_ = std::make_shared<Kind>();
+    std::shared_ptr<MemberIds> memberIds_ = std::make_shared<MemberIds>();
 };
 
 /// The interface of an object in a value; raises 13 for what is no such object, Nothing included.

@@ -1,7 +1,10 @@
-#include "com/collection.h"
+#include "com/enumerate.h"
+
+#include "com/boundary.h"
 #include "com/convert.h"
 #include "com/dispatch.h"
 #include "com/error.h"
+#include "com/object.h"
 
 using Microsoft::WRL::ComPtr;
 
@@ -49,6 +52,49 @@ void forEachEnumerated(const Dispatch& collection, const Visitor& visit)
     }
 }
 
+class ItemEnumerator final : public UnknownObject<IEnumVARIANT>
+{
+public:
+    ItemEnumerator(std::vector<_variant_t> items, size_t next) : items_(std::move(items)), next_(next) {}
+
+    HRESULT STDMETHODCALLTYPE Next(ULONG count, VARIANT* values, ULONG* fetched) noexcept override
+    {
+        if (!values || (!fetched && count != 1))
+            return E_POINTER;
+        ULONG done = 0;
+        for (; done < count && next_ < items_.size(); ++done, ++next_) {
+            VariantInit(&values[done]);
+            if (const HRESULT copied = VariantCopy(&values[done], &items_[next_]); FAILED(copied))
+                return copied;
+        }
+        if (fetched)
+            *fetched = done;
+        return done == count ? S_OK : S_FALSE;
+    }
+
+    HRESULT STDMETHODCALLTYPE Skip(ULONG count) noexcept override
+    {
+        const size_t left = items_.size() - next_;
+        next_ += count < left ? count : left;
+        return count <= left ? S_OK : S_FALSE;
+    }
+
+    HRESULT STDMETHODCALLTYPE Reset() noexcept override
+    {
+        next_ = 0;
+        return S_OK;
+    }
+
+    HRESULT STDMETHODCALLTYPE Clone(IEnumVARIANT** clone) noexcept override
+    {
+        return comBoundary(clone, [&] { return makeObject<ItemEnumerator>(items_, next_).Detach(); });
+    }
+
+private:
+    std::vector<_variant_t> items_;
+    size_t next_;
+};
+
 } // namespace
 
 void forEach(const VARIANT& collection, const Visitor& visit)
@@ -60,6 +106,11 @@ void forEach(const VARIANT& collection, const Visitor& visit)
     if (elementType != VT_VARIANT && elementType != VT_DISPATCH && elementType != VT_UNKNOWN)
         raiseRuntimeError(kTypeMismatch);
     forEachInArray(direct.parray, elementType, visit);
+}
+
+ComPtr<IEnumVARIANT> enumeratorOf(std::vector<_variant_t> items)
+{
+    return makeObject<ItemEnumerator>(std::move(items), size_t{0});
 }
 
 } // namespace com

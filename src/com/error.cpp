@@ -1,6 +1,7 @@
 #include "com/error.h"
 
 #include "com/convert.h"
+#include "com/module.h"
 
 #include <comdef.h>
 #include <exception>
@@ -53,7 +54,6 @@ constexpr RuntimeText kRuntimeTexts[] = {
     {kActionNotSupported, L"Object doesn't support this action"},
     {kArgumentNotOptional, L"Argument not optional"},
     {kWrongArgumentCount, L"Wrong number of arguments or invalid property assignment"},
-    {kDuplicateKey, L"This key is already associated with an element of this collection"},
 };
 
 std::wstring systemText(HRESULT code)
@@ -78,7 +78,7 @@ std::wstring runtimeText(long number)
 
 void raiseRuntimeError(long number)
 {
-    throw Error{number, kComponentName, runtimeText(number)};
+    throw Error{number, moduleName(), runtimeText(number)};
 }
 
 long errorNumber(HRESULT code)
@@ -102,7 +102,7 @@ Error platformError(HRESULT code)
 {
     const long number = errorNumber(code);
     std::wstring text = runtimeText(number);
-    return {number, kComponentName, text.empty() ? systemText(code) : std::move(text)};
+    return {number, moduleName(), text.empty() ? systemText(code) : std::move(text)};
 }
 
 void check(HRESULT code)

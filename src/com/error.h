@@ -35,19 +35,15 @@ enum RuntimeError : long
     kActionNotSupported = 445,
     kArgumentNotOptional = 449,
     kWrongArgumentCount = 450,
-    kDuplicateKey = 457,
 };
 
 /// Base of the numbers that a class gives to errors of its own.
 inline constexpr long kObjectErrorBase = static_cast<long>(0x80040000);
 
-/// The name under which the component raises what no routine of its own has named.
-inline constexpr wchar_t kComponentName[] = L"QuinmarkRepDLL";
-
 /// The runtime's text for one of its own numbers; an empty text for any other.
 std::wstring runtimeText(long number);
 
-/// Throws the runtime's own error `number` with the runtime's text.
+/// Throws the runtime's own error `number` with the runtime's text and the module's name as source.
 [[noreturn]] void raiseRuntimeError(long number);
 
 /// The error number of a failed platform call: the low word for facility CONTROL, the runtime's number where there is
@@ -57,7 +53,8 @@ long errorNumber(HRESULT code);
 /// The failure code that carries `number` to a host: 0x800A0000 + number for 1 to 65535, a negative one unchanged.
 HRESULT errorResult(long number);
 
-/// The error for a failed platform call that left no error object: its number with the runtime's or system's text.
+/// The error for a failed platform call that left no error object: its number with the runtime's or system's text and
+/// the module's name as source.
 Error platformError(HRESULT code);
 
 /// Throws `platformError(code)` when `code` is a failure.

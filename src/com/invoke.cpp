@@ -123,7 +123,7 @@ HRESULT TypeLibraryDispatch::getTypeInfo(UINT index, ITypeInfo** info) noexcept
     return comBoundary([&] {
         requireOut(info);
         if (index != 0)
-            throw Error{DISP_E_BADINDEX, kComponentName, runtimeText(kSubscriptOutOfRange)};
+            throw Error{DISP_E_BADINDEX, moduleName(), runtimeText(kSubscriptOutOfRange)};
         check(dispatchInfo().QueryInterface(IID_PPV_ARGS(info)));
     });
 }

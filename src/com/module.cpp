@@ -11,6 +11,7 @@ namespace com {
 namespace {
 
 HINSTANCE g_module = nullptr;
+const wchar_t* g_name = L"";
 // Zero-initialised and without destructors: nothing is left to do, or to go wrong, when the module is unloaded.
 SRWLOCK g_lock = SRWLOCK_INIT;
 ITypeLib* g_typeLibrary = nullptr;
@@ -41,9 +42,15 @@ void releaseUnusedTypeLibrary()
 
 } // namespace
 
-void setModuleHandle(HINSTANCE module)
+void setModule(HINSTANCE module, const wchar_t* name)
 {
     g_module = module;
+    g_name = name;
+}
+
+const wchar_t* moduleName()
+{
+    return g_name;
 }
 
 std::wstring modulePath()

@@ -7,8 +7,11 @@
 /// The loaded module: what keeps it loaded, where it lies, and its type library.
 namespace com {
 
-/// Set once by DllMain (or a program's start) before anything else here is used.
-void setModuleHandle(HINSTANCE module);
+/// Set once by DllMain, or by a program when it starts, before anything else of com is used. `name` is a literal: the
+/// source of errors that no routine has named.
+void setModule(HINSTANCE module, const wchar_t* name);
+
+const wchar_t* moduleName();
 
 /// Full path of the module's file.
 std::wstring modulePath();

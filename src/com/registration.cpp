@@ -1,10 +1,8 @@
+#include "com/registration.h"
+
 #include "com/boundary.h"
 #include "com/convert.h"
 #include "com/module.h"
-#include "com/server.h"
-
-#include <utility>
-#include <vector>
 
 using Microsoft::WRL::ComPtr;
 
@@ -14,46 +12,6 @@ namespace {
 void checkRegistry(LSTATUS status)
 {
     check(HRESULT_FROM_WIN32(static_cast<DWORD>(status)));
-}
-
-std::wstring guidText(const GUID& guid)
-{
-    wchar_t text[39];
-    StringFromGUID2(guid, text, static_cast<int>(std::size(text)));
-    return text;
-}
-
-/// One key below HKEY_CLASSES_ROOT with its values; an empty value name is the key's default value.
-struct RegistryKey
-{
-    std::wstring path;
-    std::vector<std::pair<std::wstring, std::wstring>> values;
-};
-
-/// Everything that makes a class known, parents before children.
-std::vector<RegistryKey> classKeys(const Server& server, const ClassEntry& entry)
-{
-    const std::wstring clsid = guidText(*entry.clsid);
-    const std::wstring root = L"CLSID\\" + clsid;
-    std::vector<RegistryKey> keys = {
-        {root, {{L"", entry.progId}}},
-        {root + L"\\InprocServer32", {{L"", modulePath()}, {L"ThreadingModel", L"Apartment"}}},
-        {root + L"\\ProgID", {{L"", entry.progId}}},
-        {entry.progId, {{L"", entry.progId}}},
-        {std::wstring(entry.progId) + L"\\CLSID", {{L"", clsid}}},
-    };
-    if (server.typeLibraryId)
-        keys.push_back({root + L"\\TypeLib", {{L"", guidText(*server.typeLibraryId)}}});
-    return keys;
-}
-
-void writeKey(const RegistryKey& key)
-{
-    for (const auto& [name, text] : key.values) {
-        const size_t bytes = (text.size() + 1) * sizeof(wchar_t);
-        checkRegistry(RegSetKeyValueW(HKEY_CLASSES_ROOT, key.path.c_str(), name.c_str(), REG_SZ, text.c_str(),
-                                      static_cast<DWORD>(bytes)));
-    }
 }
 
 void removeKey(const std::wstring& path)
@@ -121,14 +79,47 @@ void removeAll(const Server& server)
 
 void writeAll(const Server& server)
 {
-    for (const ClassEntry& entry : server.classes)
-        for (const RegistryKey& key : classKeys(server, entry))
-            writeKey(key);
+    for (const ClassEntry& entry : server.classes) {
+        for (const RegistryKey& key : classKeys(entry, modulePath()))
+            writeKey(HKEY_CLASSES_ROOT, key);
+        if (server.typeLibraryId)
+            writeKey(HKEY_CLASSES_ROOT,
+                     {L"CLSID\\" + guidText(*entry.clsid) + L"\\TypeLib", {{L"", guidText(*server.typeLibraryId)}}});
+    }
     if (server.typeLibraryId)
         registerTypeLibrary();
 }
 
 } // namespace
+
+std::wstring guidText(const GUID& guid)
+{
+    wchar_t text[39];
+    StringFromGUID2(guid, text, static_cast<int>(std::size(text)));
+    return text;
+}
+
+std::vector<RegistryKey> classKeys(const ClassEntry& entry, const std::wstring& modulePath)
+{
+    const std::wstring clsid = guidText(*entry.clsid);
+    const std::wstring root = L"CLSID\\" + clsid;
+    return {
+        {root, {{L"", entry.progId}}},
+        {root + L"\\InprocServer32", {{L"", modulePath}, {L"ThreadingModel", L"Apartment"}}},
+        {root + L"\\ProgID", {{L"", entry.progId}}},
+        {entry.progId, {{L"", entry.progId}}},
+        {std::wstring(entry.progId) + L"\\CLSID", {{L"", clsid}}},
+    };
+}
+
+void writeKey(HKEY root, const RegistryKey& key)
+{
+    for (const auto& [name, text] : key.values) {
+        const size_t bytes = (text.size() + 1) * sizeof(wchar_t);
+        checkRegistry(
+            RegSetKeyValueW(root, key.path.c_str(), name.c_str(), REG_SZ, text.c_str(), static_cast<DWORD>(bytes)));
+    }
+}
 
 HRESULT registerServer(const Server& server) noexcept
 {

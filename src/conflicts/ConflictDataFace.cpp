@@ -2,6 +2,8 @@
 
 #include "com/boundary.h"
 
+namespace quinmark {
+
 using com::comBoundary;
 using com::requireText;
 
@@ -34,3 +36,5 @@ HRESULT ConflictDataFace::put_sDestinationData(BSTR* value) noexcept
 {
     return comBoundary([&] { data_.sDestinationData = requireText(value); });
 }
+
+} // namespace quinmark

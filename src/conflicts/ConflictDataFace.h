@@ -4,6 +4,8 @@
 #include "com/object.h"
 #include "conflicts/clsConflictData.h"
 
+namespace quinmark {
+
 /// The COM face of clsConflictData.
 class ConflictDataFace final : public com::AutomationObject<_clsConflictData>
 {
@@ -20,3 +22,5 @@ public:
 private:
     clsConflictData data_;
 };
+
+} // namespace quinmark

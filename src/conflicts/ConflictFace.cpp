@@ -2,6 +2,8 @@
 
 #include "com/boundary.h"
 
+namespace quinmark {
+
 using com::comBoundary;
 using com::requireIn;
 using com::requireText;
@@ -140,3 +142,5 @@ HRESULT ConflictFace::get_sErrorMessage(BSTR* value) noexcept
 {
     return comBoundary(value, [&] { return com::newBstr(conflict_.sErrorMessage()); });
 }
+
+} // namespace quinmark

@@ -4,6 +4,8 @@
 #include "com/object.h"
 #include "conflicts/clsConflict.h"
 
+namespace quinmark {
+
 /// The COM face of clsConflict.
 class ConflictFace final : public com::AutomationObject<_clsConflict>
 {
@@ -41,3 +43,5 @@ public:
 private:
     clsConflict conflict_;
 };
+
+} // namespace quinmark

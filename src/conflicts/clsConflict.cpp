@@ -1,13 +1,15 @@
 #include "conflicts/clsConflict.h"
 
 #include "ado/constants.h"
-#include "com/collection.h"
 #include "com/convert.h"
 #include "com/dispatch.h"
+#include "com/enumerate.h"
 #include "com/error.h"
 #include "control/RaiseError.h"
+#include "control/pairing.h"
 #include "control/settings.h"
 
+using namespace quinmark;
 using Microsoft::WRL::ComPtr;
 
 namespace {
@@ -82,7 +84,7 @@ catch (...) {
 void clsConflict::insertHeader()
 {
     using namespace ado;
-    const std::shared_ptr<clsConn> conn = settings().localConnection();
+    const std::shared_ptr<clsConn> conn = Utils::getConnLocal();
     conn->Parameters(0, adGUID, adParamOutput, L"", 0L);
     conn->Parameters(1, adSmallInt, adParamInput, settings().iReplicationUniqueId, 0L);
     conn->Parameters(2, adDBTimeStamp, adParamInput, _variant_t(dNextReplicate, VT_DATE), 0L);
@@ -100,7 +102,7 @@ void clsConflict::insertData(const _variant_t& item) const
 {
     using namespace ado;
     const ComPtr<_clsConflictData> data = com::objectOf<_clsConflictData>(item);
-    const std::shared_ptr<clsConn> conn = settings().localConnection();
+    const std::shared_ptr<clsConn> conn = Utils::getConnLocal();
     conn->Parameters(0, adGUID, adParamInput, vConflictId_, 0L);
     conn->Parameters(1, adVarChar, adParamInput, readText(*data.Get(), &_clsConflictData::get_sField), kFieldSize);
     conn->Parameters(2, adVarChar, adParamInput, readText(*data.Get(), &_clsConflictData::get_sSourceData), kDataSize);

@@ -8,6 +8,8 @@
 #include "replication/row_queries.h"
 #include "replication/row_sql.h"
 
+using namespace quinmark;
+
 bool clsConflict::resolve()
 try {
     switch (decideResolution(settings().iReplicationUniqueId, iResolutionType, iConflictType)) {
@@ -54,7 +56,7 @@ void clsConflict::deleteAtDestination() const
 void clsConflict::removeRows() const
 {
     const std::wstring sId = Common::SqlQuoteOnly(vConflictId_);
-    settings().localConnection()->execute(L"Delete from replication_conflict where unid = " + sId +
-                                              L";Delete from replication_conflict_data where conflict_id = " + sId,
-                                          false);
+    Utils::getConnLocal()->execute(L"Delete from replication_conflict where unid = " + sId +
+                                       L";Delete from replication_conflict_data where conflict_id = " + sId,
+                                   false);
 }

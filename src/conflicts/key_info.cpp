@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <iterator>
 
+namespace quinmark {
 namespace {
 
 /// In a statement {Q} stands for the key between apostrophes, {N} for the key as it is.
@@ -108,3 +109,5 @@ try {
 catch (...) {
     Common::reraise(L"clsReplicateTable.getKeyInfo");
 }
+
+} // namespace quinmark

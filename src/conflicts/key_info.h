@@ -6,6 +6,8 @@
 #include <comdef.h>
 #include <string>
 
+namespace quinmark {
+
 /// Whether rows of a table are identified by a number; all other tables have GUIDs. Names are compared without case.
 bool hasNumericKey(const std::wstring& sTable);
 
@@ -22,3 +24,5 @@ struct Sides
 /// A one-line description of a row, read from the side that has it by the kind of conflict. Failures, also those of a
 /// table, kind or row that cannot be described, are raised as "clsReplicateTable.getKeyInfo".
 std::wstring getKeyInfo(const std::wstring& sTable, const _variant_t& vUnid, long eConflictType, const Sides& sides);
+
+} // namespace quinmark

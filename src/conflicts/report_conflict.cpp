@@ -10,6 +10,8 @@
 #include "replication/row_queries.h"
 #include "replication/row_sql.h"
 
+namespace quinmark {
+
 using Microsoft::WRL::ComPtr;
 
 namespace {
@@ -31,9 +33,9 @@ void saveConflict(clsConflict& conflict)
                            L"Error saving conflict: " + conflict.sErrorMessage());
 }
 
-ComPtr<com::Collection> asCollection(const std::vector<clsConflictData>& columns)
+ComPtr<Collection> asCollection(const std::vector<clsConflictData>& columns)
 {
-    ComPtr<com::Collection> collection = com::makeObject<com::Collection>();
+    ComPtr<Collection> collection = com::makeObject<Collection>();
     for (const clsConflictData& data : columns) {
         const ComPtr<_clsConflictData> item(com::makeObject<ConflictDataFace>(data));
         collection->add(_variant_t(item.Get()));
@@ -107,8 +109,8 @@ std::vector<clsConflictData> differingColumns(const std::wstring& sTable, const 
     return differences;
 }
 
-ComPtr<com::Collection> getConflictData(const std::wstring& sTable, const ado::Recordset& rsSource,
-                                        const ado::Recordset& rsDestination)
+ComPtr<Collection> getConflictData(const std::wstring& sTable, const ado::Recordset& rsSource,
+                                   const ado::Recordset& rsDestination)
 {
     return asCollection(differingColumns(sTable, rsSource, rsDestination));
 }
@@ -118,3 +120,5 @@ std::wstring columnLabel(const std::wstring& sTable, const std::wstring& sColumn
     // The place of a mapping to display names that was never filled in.
     return sTable == L"asdf" || sColumn == L"asdf" ? L"" : sColumn;
 }
+
+} // namespace quinmark

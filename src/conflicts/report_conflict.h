@@ -2,7 +2,7 @@
 
 #include "QuinmarkRepDLL.h"
 #include "ado/Recordset.h"
-#include "com/collection.h"
+#include "conflicts/Collection.h"
 #include "conflicts/clsConflict.h"
 #include "conflicts/clsConflictData.h"
 #include "conflicts/key_info.h"
@@ -10,6 +10,8 @@
 #include <comdef.h>
 #include <string>
 #include <vector>
+
+namespace quinmark {
 
 /// The table, and the run, in which a conflict was found.
 struct ConflictOrigin
@@ -44,8 +46,10 @@ std::vector<clsConflictData> differingColumns(const std::wstring& sTable, const 
                                               const ado::Recordset& rsDestination);
 
 /// The same as a collection.
-Microsoft::WRL::ComPtr<com::Collection> getConflictData(const std::wstring& sTable, const ado::Recordset& rsSource,
-                                                        const ado::Recordset& rsDestination);
+Microsoft::WRL::ComPtr<Collection> getConflictData(const std::wstring& sTable, const ado::Recordset& rsSource,
+                                                   const ado::Recordset& rsDestination);
 
 /// The display label of a column: its name.
 std::wstring columnLabel(const std::wstring& sTable, const std::wstring& sColumn);
+
+} // namespace quinmark

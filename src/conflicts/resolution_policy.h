@@ -2,6 +2,8 @@
 
 #include "QuinmarkRepDLL.h"
 
+namespace quinmark {
+
 /// What resolving a conflict does, decided from the site, the resolution and the kind of conflict. No I/O.
 
 enum class ResolutionStep
@@ -40,3 +42,5 @@ constexpr ResolutionStep decideResolution(short iReplicationUniqueId, long iReso
         return ResolutionStep::RefuseUnknown;
     }
 }
+
+} // namespace quinmark

@@ -8,6 +8,8 @@
 #include "control/settings.h"
 #include "version.h"
 
+using namespace quinmark;
+
 namespace {
 
 constexpr DWORD kPauseAfterRemoteCloseMs = 5000;

@@ -5,6 +5,8 @@
 #include "control/ReplicateFace.h"
 #include "replication/ReplicateTableFace.h"
 
+namespace quinmark {
+
 using com::comBoundary;
 using com::requireBool;
 using com::requireIn;
@@ -94,3 +96,5 @@ HRESULT FactoryFace::get_sErrorMessage(VARIANT* value) noexcept
 {
     return comBoundary(value, [&] { return com::textVariant(factory_.sErrorMessage()).Detach(); });
 }
+
+} // namespace quinmark

@@ -4,6 +4,8 @@
 #include "com/object.h"
 #include "control/Factory.h"
 
+namespace quinmark {
+
 /// The COM face of Factory.
 class FactoryFace final : public com::AutomationObject<_Factory>
 {
@@ -31,3 +33,5 @@ public:
 private:
     Factory factory_;
 };
+
+} // namespace quinmark

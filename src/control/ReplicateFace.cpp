@@ -2,6 +2,8 @@
 
 #include "com/boundary.h"
 
+namespace quinmark {
+
 using com::comBoundary;
 using com::requireIn;
 using com::requireText;
@@ -45,3 +47,5 @@ HRESULT ReplicateFace::get_sErrorMessage(BSTR* value) noexcept
 {
     return comBoundary(value, [&] { return com::newBstr(replicate_.sErrorMessage()); });
 }
+
+} // namespace quinmark

@@ -4,6 +4,8 @@
 #include "com/object.h"
 #include "control/clsReplicate.h"
 
+namespace quinmark {
+
 /// The COM face of clsReplicate.
 class ReplicateFace final : public com::AutomationObject<_clsReplicate>
 {
@@ -20,3 +22,5 @@ public:
 private:
     clsReplicate replicate_;
 };
+
+} // namespace quinmark

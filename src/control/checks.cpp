@@ -3,10 +3,11 @@
 #include "control/RaiseError.h"
 #include "control/error_state.h"
 #include "control/pairing.h"
-#include "control/settings.h"
 #include "db/forward_only.h"
 
 #include <array>
+
+using namespace quinmark;
 
 namespace Utils {
 namespace {
@@ -56,8 +57,7 @@ std::wstring sourceAndDestination(const std::wstring& source, const std::wstring
 
 void checkProgramVersion(const std::wstring& sPgmVersion)
 try {
-    ado::Recordset rs =
-        openForwardOnly(*settings().localConnection(), L"Select * from Control Where Type = 'ReplicationVersion'");
+    ado::Recordset rs = openForwardOnly(*getConnLocal(), L"Select * from Control Where Type = 'ReplicationVersion'");
     if (rs.eof())
         Common::RaiseError(L"Utils.checkProgramVersion", Common::kOwnError,
                            L"No version information found on the database for ReplicationVersion");

@@ -1,16 +1,19 @@
 #include "control/clsReplicate.h"
 
 #include "QuinmarkRepDLL.h"
-#include "com/collection.h"
 #include "com/convert.h"
 #include "com/dispatch.h"
+#include "com/enumerate.h"
 #include "com/error.h"
 #include "control/RaiseError.h"
 #include "control/checks.h"
 #include "control/log.h"
+#include "control/pairing.h"
 #include "control/settings.h"
 #include "db/forward_only.h"
 #include "db/sql_literals.h"
+
+using namespace quinmark;
 
 namespace {
 
@@ -26,12 +29,12 @@ std::wstring whereSite()
 
 ado::Recordset query(const std::wstring& sSql)
 {
-    return openForwardOnly(*settings().localConnection(), sSql);
+    return openForwardOnly(*Utils::getConnLocal(), sSql);
 }
 
 void execute(const std::wstring& sSql)
 {
-    settings().localConnection()->execute(sSql, false);
+    Utils::getConnLocal()->execute(sSql, false);
 }
 
 void logAndExecute(const std::wstring& sSql)
@@ -43,7 +46,7 @@ void logAndExecute(const std::wstring& sSql)
 /// Runs an update of the site's control record on behalf of `sSource`; raises when there is not exactly one.
 void updateControlRecord(const wchar_t* sSource, const std::wstring& sSql)
 {
-    const long lRows = settings().localConnection()->execute(sSql + whereSite(), true);
+    const long lRows = Utils::getConnLocal()->execute(sSql + whereSite(), true);
     if (lRows != 1)
         Common::RaiseError(sSource, Common::kOwnError,
                            L"Replication control error - updated " + std::to_wstring(lRows) + L" row(s)");

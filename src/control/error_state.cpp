@@ -2,27 +2,39 @@
 #include "ado/constants.h"
 #include "com/convert.h"
 #include "control/RaiseError.h"
+#include "control/pairing.h"
 #include "control/settings.h"
 
-namespace Utils {
+namespace quinmark {
 namespace {
 
-void setParameters(clsConn& conn, bool bError, const std::wstring& sErrorMsg, size_t size)
+void setParameters(clsConn& conn, short iReplicationUniqueId, bool bError, const std::wstring& sErrorMsg, size_t size)
 {
-    conn.Parameters(0, ado::adSmallInt, ado::adParamInput, settings().iReplicationUniqueId);
+    conn.Parameters(0, ado::adSmallInt, ado::adParamInput, iReplicationUniqueId);
     conn.Parameters(1, ado::adTinyInt, ado::adParamInput, static_cast<short>(bError ? 1 : 0));
     conn.Parameters(2, ado::adVarChar, ado::adParamInput, com::textVariant(sErrorMsg), static_cast<long>(size));
 }
 
 } // namespace
 
+void recordError(clsConn& conn, short iReplicationUniqueId, bool bError, const std::wstring& sErrorMsg)
+{
+    setParameters(conn, iReplicationUniqueId, bError, sErrorMsg, sErrorMsg.size());
+    conn.executeSP(L"SetReplicationError");
+}
+
+} // namespace quinmark
+
+using namespace quinmark;
+
+namespace Utils {
+
 void setError(bool bError, const std::wstring& sErrorMsg)
 try {
-    const std::shared_ptr<clsConn> conn = settings().localConnection();
+    const std::shared_ptr<clsConn> conn = getConnLocal();
     if (conn->getConn().state() != ado::adStateOpen)
         return;
-    setParameters(*conn, bError, sErrorMsg, sErrorMsg.size());
-    conn->executeSP(L"SetReplicationError");
+    recordError(*conn, settings().iReplicationUniqueId, bError, sErrorMsg);
 }
 catch (...) {
     Common::reraise(L"Utils.setError");
@@ -30,8 +42,8 @@ catch (...) {
 
 void resetError()
 try {
-    const std::shared_ptr<clsConn> conn = settings().localConnection();
-    setParameters(*conn, false, L"", 1);
+    const std::shared_ptr<clsConn> conn = getConnLocal();
+    setParameters(*conn, settings().iReplicationUniqueId, false, L"", 1);
     conn->executeSP(L"setReplicationError");
 }
 catch (...) {

@@ -5,6 +5,9 @@
 #include "control/RaiseError.h"
 #include "control/error_state.h"
 #include "control/settings.h"
+#include "version.h"
+
+using namespace quinmark;
 
 namespace Utils {
 namespace {
@@ -126,7 +129,7 @@ catch (...) {
 
 void showMessage(const std::wstring& text)
 {
-    MessageBoxW(nullptr, text.c_str(), com::kComponentName, MB_OK | MB_TASKMODAL);
+    MessageBoxW(nullptr, text.c_str(), kComponentName, MB_OK | MB_TASKMODAL);
 }
 
 } // namespace Utils

@@ -2,6 +2,8 @@
 
 #include <string>
 
+namespace quinmark {
+
 /// Severity of a log entry; entries below the host's threshold are not written.
 enum LogLevel : short
 {
@@ -11,6 +13,8 @@ enum LogLevel : short
     LOG_WARN = 4,
     LOG_ERROR = 5,
 };
+
+} // namespace quinmark
 
 namespace Utils {
 

@@ -3,6 +3,8 @@
 #include "control/RaiseError.h"
 #include "control/settings.h"
 
+using namespace quinmark;
+
 namespace Utils {
 namespace {
 
@@ -16,11 +18,15 @@ std::shared_ptr<clsConn> requireOpen(std::shared_ptr<clsConn> conn, const wchar_
 
 } // namespace
 
+std::shared_ptr<clsConn> getConnLocal()
+{
+    return settings().localConnection();
+}
+
 std::shared_ptr<clsConn> getConnSource()
 try {
     if (settings().localIsSource())
-        return requireOpen(settings().localConnection(), L"Utils.getConnSource",
-                           L"Local database not available as Source");
+        return requireOpen(getConnLocal(), L"Utils.getConnSource", L"Local database not available as Source");
     return requireOpen(settings().remoteConnection(), L"Utils.getConnSource",
                        L"Remote database not available as Source");
 }
@@ -33,8 +39,7 @@ try {
     if (settings().localIsSource())
         return requireOpen(settings().remoteConnection(), L"Utils.getConnDest",
                            L"Remote database not available as Destination");
-    return requireOpen(settings().localConnection(), L"Utils.getConnDest",
-                       L"Local database not available as Destination");
+    return requireOpen(getConnLocal(), L"Utils.getConnDest", L"Local database not available as Destination");
 }
 catch (...) {
     Common::reraise(L"Utils.getConnDest");

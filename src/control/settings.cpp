@@ -1,7 +1,10 @@
 #include "control/settings.h"
 
 #include "com/convert.h"
+#include "com/module.h"
+#include "version.h"
 
+namespace quinmark {
 namespace {
 
 DWORD g_slot = TLS_OUT_OF_INDEXES;
@@ -49,8 +52,9 @@ Settings& settings()
     return *current;
 }
 
-bool attachSettings()
+bool attachComponent(HINSTANCE module)
 {
+    com::setModule(module, kComponentName);
     g_slot = TlsAlloc();
     return g_slot != TLS_OUT_OF_INDEXES;
 }
@@ -68,3 +72,5 @@ void detachSettings()
     detachThreadSettings();
     TlsFree(g_slot);
 }
+
+} // namespace quinmark

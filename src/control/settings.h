@@ -7,6 +7,8 @@
 #include <memory>
 #include <string>
 
+namespace quinmark {
+
 /// What `Factory.init` was given, and the two connections. One set per host thread, shared by every object of the
 /// component on that thread, for as long as the thread lives or the component stays loaded.
 struct Settings
@@ -45,8 +47,11 @@ private:
 /// The settings of the calling thread.
 Settings& settings();
 
-/// To be called from DllMain: reserves and frees the slot, and frees a thread's settings. Live connections are let go
-/// unreleased there, because no COM call may be made under the loader's lock.
-bool attachSettings();
+/// To be called from DllMain, the first also from a program that has the component linked in: they name the module and
+/// reserve the slot, and free a thread's settings and the slot. Live connections are let go unreleased there, because
+/// no COM call may be made under the loader's lock.
+bool attachComponent(HINSTANCE module);
 void detachThreadSettings();
 void detachSettings();
+
+} // namespace quinmark

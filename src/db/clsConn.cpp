@@ -3,18 +3,12 @@
 #include "ado/constants.h"
 #include "control/RaiseError.h"
 
-namespace {
-
-constexpr long kConnectTimeoutSeconds = 20;
-
-} // namespace
-
 void clsConn::openConnection(const std::wstring& sDSN, const std::wstring& sPassword)
 try {
     conn = ado::Connection::create();
     moduleLock.reset();
     conn.setCursorLocation(ado::adUseServer);
-    conn.setConnectionTimeout(kConnectTimeoutSeconds);
+    conn.setConnectionTimeout(kConnectTimeout);
     conn.open(L"DSN=" + sDSN + L";UID=quinmarkapp_user;PWD=" + sPassword);
     moduleLock.emplace();
 }

@@ -73,6 +73,10 @@ public:
     std::wstring retrieveCommandParms() const { return sLastParms; }
 
 private:
+    /// In seconds.
+    static constexpr long kConnectTimeout = 20;
+    static constexpr long kCommandTimeout = 300;
+
     /// One pending parameter; `iType` 0 marks the end of the list.
     struct Parm
     {

@@ -6,7 +6,6 @@
 
 namespace {
 
-constexpr long kCommandTimeoutSeconds = 300;
 constexpr long kScaledPrecision = 18;
 constexpr size_t kMostOutputs = 10;
 
@@ -79,7 +78,7 @@ std::vector<std::wstring> clsConn::executeSPReturnMultiple(const std::wstring& s
 void clsConn::makeCommand(ado::Command& command, long commandType, const std::wstring& text, bool prepared) const
 {
     command = ado::Command(commandClass.create());
-    command.setCommandTimeout(kCommandTimeoutSeconds);
+    command.setCommandTimeout(kCommandTimeout);
     if (prepared)
         command.setPrepared(true);
     command.setActiveConnection(conn);

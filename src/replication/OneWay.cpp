@@ -11,6 +11,7 @@
 #include "replication/row_dates.h"
 #include "replication/row_sql.h"
 
+namespace quinmark {
 namespace {
 
 constexpr SideAliases kOneWayAliases{L"src", L"dest", L"src_mod_date", L"dest_mod_date"};
@@ -211,3 +212,5 @@ std::wstring OneWay::changesNotAllowed() const
 {
     return L"Changed on both databases - Destination(" + sDestDatabaseName_ + L") changes are not allowed";
 }
+
+} // namespace quinmark

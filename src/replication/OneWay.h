@@ -10,6 +10,8 @@
 #include <memory>
 #include <string>
 
+namespace quinmark {
+
 /// What differs between one-way replication by `unid` and by a key field of the table's own.
 struct OneWayPlan
 {
@@ -75,3 +77,5 @@ private:
     DATE dSrcModDate_ = 0;
     DATE dDestModDate_ = 0;
 };
+
+} // namespace quinmark

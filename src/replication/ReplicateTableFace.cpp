@@ -2,6 +2,8 @@
 
 #include "com/boundary.h"
 
+namespace quinmark {
+
 using com::comBoundary;
 using com::requireBool;
 using com::requireIn;
@@ -99,3 +101,5 @@ HRESULT ReplicateTableFace::readCounter(long Counters::*counter, long* value) no
 {
     return comBoundary(value, [&] { return table_->counters().*counter; });
 }
+
+} // namespace quinmark

@@ -6,6 +6,8 @@
 
 #include <memory>
 
+namespace quinmark {
+
 /// The COM face of clsReplicateTable.
 class ReplicateTableFace final : public com::AutomationObject<_clsReplicateTable>
 {
@@ -35,3 +37,5 @@ private:
 
     std::unique_ptr<clsReplicateTable> table_;
 };
+
+} // namespace quinmark

@@ -5,6 +5,8 @@
 #include "control/RaiseError.h"
 #include "replication/method_plan.h"
 
+using namespace quinmark;
+
 namespace {
 
 HRESULT runMethod(short iReplicationMethod, _clsReplicateTable& routines)

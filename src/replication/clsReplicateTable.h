@@ -5,6 +5,8 @@
 #include <comdef.h>
 #include <string>
 
+namespace quinmark {
+
 /// The counters of one table, as they stand after `go`.
 struct Counters
 {
@@ -19,6 +21,8 @@ struct Counters
 };
 
 struct OneWayPlan;
+
+} // namespace quinmark
 
 /// Replicates one table of the practice database by its configured method and counts what it did.
 ///
@@ -56,11 +60,11 @@ public:
     void replicateTableTwoWay(bool bDeletes);
 
     const std::wstring& sTable() const { return sTable_; }
-    const Counters& counters() const { return counters_; }
+    const quinmark::Counters& counters() const { return counters_; }
 
 private:
     void logFullCopy(const std::wstring& sTable) const;
-    void replicateByPlan(const OneWayPlan& plan, const std::wstring& sTitle);
+    void replicateByPlan(const quinmark::OneWayPlan& plan, const std::wstring& sTitle);
 
     short iReplicationMethod_ = 0;
     std::wstring sTable_;
@@ -69,5 +73,5 @@ private:
     long eReplicateDeletes_ = 0;
     DATE dLastReplicate_ = 0;
     DATE dNextReplicate_ = 0;
-    Counters counters_;
+    quinmark::Counters counters_;
 };

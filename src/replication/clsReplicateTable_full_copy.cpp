@@ -6,6 +6,8 @@
 #include "replication/logged_sql.h"
 #include "replication/table_report.h"
 
+using namespace quinmark;
+
 namespace {
 
 std::wstring copyStatement(const std::wstring& sTable, const Prefixes& prefixes)

@@ -7,6 +7,8 @@
 #include "replication/OneWay.h"
 #include "replication/table_report.h"
 
+using namespace quinmark;
+
 namespace {
 
 /// The end of a failed one-way routine: the run is marked failed, and the table is named in source and description.
@@ -61,11 +63,12 @@ catch (...) {
 void clsReplicateTable::replicateByPlan(const OneWayPlan& plan, const std::wstring& sTitle)
 {
     OneWay(plan, dLastReplicate_, dNextReplicate_, counters_).run();
-    writeCounts(sTable_, {{L" updates", counters_.lCntDestUpdate},
-                          {L" adds", counters_.lCntDestAdd},
-                          {L" deletes", counters_.lCntDestDelete},
-                          {L" conflicts", counters_.lCntConflict},
-                          {L" errors", counters_.lCntError}});
+    writeCounts(settings().iReplicationUniqueId, sTable_,
+                {{L" updates", counters_.lCntDestUpdate},
+                 {L" adds", counters_.lCntDestAdd},
+                 {L" deletes", counters_.lCntDestDelete},
+                 {L" conflicts", counters_.lCntConflict},
+                 {L" errors", counters_.lCntError}});
     Utils::WriteLog(LOG_STAT, summaryText(sTitle, {{L"Adds to destination: ", counters_.lCntDestAdd},
                                                    {L"Updates to destination: ", counters_.lCntDestUpdate},
                                                    {L"Deletes to destination: ", counters_.lCntDestDelete},

@@ -12,6 +12,8 @@
 #include "replication/row_sql.h"
 #include "replication/table_report.h"
 
+using namespace quinmark;
+
 namespace {
 
 constexpr SideAliases kTwoWayAliases{L"nrv", L"zt", L"nrv_mod_date", L"zt_mod_date"};
@@ -53,9 +55,9 @@ void copyChangedRows(const KeyedTable& table, const Prefixes& prefixes, DATE dLa
             break;
         }
     };
-    ado::forEachRow(openForwardOnly(*settings().localConnection(),
-                                    selectChangedRows(table, prefixes, dLastReplicate, kTwoWayAliases)),
-                    copy, kTwoWayAliases.sSourceDate, kTwoWayAliases.sDestinationDate, table.sKey);
+    ado::forEachRow(
+        openForwardOnly(*Utils::getConnLocal(), selectChangedRows(table, prefixes, dLastReplicate, kTwoWayAliases)),
+        copy, kTwoWayAliases.sSourceDate, kTwoWayAliases.sDestinationDate, table.sKey);
 }
 
 /// A row that should have been replicated before was deleted on the other side, or is in conflict. It is announced,
@@ -88,8 +90,8 @@ void copyMissingRows(const KeyedTable& table, const MissingRows& rows, DATE dLas
         row.close();
     };
     ado::forEachRow(
-        openForwardOnly(*settings().localConnection(), selectMissingRows(table, rows.sHasPrefix, rows.sLacksPrefix)),
-        copy, L"mod_date", table.sKey);
+        openForwardOnly(*Utils::getConnLocal(), selectMissingRows(table, rows.sHasPrefix, rows.sLacksPrefix)), copy,
+        L"mod_date", table.sKey);
 }
 
 } // namespace
@@ -104,13 +106,14 @@ try {
                     dLastReplicate_, bDeletes);
     copyMissingRows(table, {kToSource, sDestinationDB, sSourceDB, table}, dLastReplicate_, bDeletes);
 
-    writeCounts(sTable_, {{L" updates", counters_.lCntSourceUpdate},
-                          {L" adds", counters_.lCntSourceAdd},
-                          {L" deletes", counters_.lCntSourceDelete},
-                          {L" updates", counters_.lCntDestUpdate},
-                          {L" adds", counters_.lCntDestAdd},
-                          {L" deletes", counters_.lCntDestDelete},
-                          {L" errors", counters_.lCntError}});
+    writeCounts(settings().iReplicationUniqueId, sTable_,
+                {{L" updates", counters_.lCntSourceUpdate},
+                 {L" adds", counters_.lCntSourceAdd},
+                 {L" deletes", counters_.lCntSourceDelete},
+                 {L" updates", counters_.lCntDestUpdate},
+                 {L" adds", counters_.lCntDestAdd},
+                 {L" deletes", counters_.lCntDestDelete},
+                 {L" errors", counters_.lCntError}});
     Utils::WriteLog(LOG_STAT, summaryText(sTable_, {{L"Adds to source: ", counters_.lCntSourceAdd},
                                                     {L"Updates to source: ", counters_.lCntSourceUpdate},
                                                     {L"Deletes to source: ", counters_.lCntSourceDelete},

@@ -7,6 +7,8 @@
 #include "db/forward_only.h"
 #include "replication/row_sql.h"
 
+using namespace quinmark;
+
 namespace Utils {
 namespace {
 

@@ -2,9 +2,9 @@
 
 #include "control/log.h"
 #include "control/pairing.h"
-#include "control/settings.h"
 #include "db/forward_only.h"
 
+namespace quinmark {
 namespace {
 
 void logStatement(const wchar_t* sConnection, const std::wstring& sSql)
@@ -34,13 +34,13 @@ long executeOnSource(const std::wstring& sSql, bool bReturnCount)
 long executeOnLocal(const std::wstring& sSql)
 {
     logStatement(kLocal, sSql);
-    return settings().localConnection()->execute(sSql, true);
+    return Utils::getConnLocal()->execute(sSql, true);
 }
 
 ado::Recordset queryOnLocal(const std::wstring& sSql)
 {
     logStatement(kLocal, sSql);
-    return openForwardOnly(*settings().localConnection(), sSql);
+    return openForwardOnly(*Utils::getConnLocal(), sSql);
 }
 
 ado::Recordset queryOnSource(const std::wstring& sSql)
@@ -48,3 +48,5 @@ ado::Recordset queryOnSource(const std::wstring& sSql)
     logStatement(kSource, sSql);
     return openForwardOnly(*Utils::getConnSource(), sSql);
 }
+
+} // namespace quinmark

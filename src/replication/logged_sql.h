@@ -4,6 +4,8 @@
 
 #include <string>
 
+namespace quinmark {
+
 /// The statements of table replication: each is logged at DEBUG with the connection that it runs on, and then run. The
 /// connections are those of the pairing, raised as `Utils.getConnDest` raises when not open.
 
@@ -17,3 +19,5 @@ long executeOnLocal(const std::wstring& sSql);
 /// Opens a query, to be read forward once.
 ado::Recordset queryOnLocal(const std::wstring& sSql);
 ado::Recordset queryOnSource(const std::wstring& sSql);
+
+} // namespace quinmark

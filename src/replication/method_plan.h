@@ -2,6 +2,8 @@
 
 #include "QuinmarkRepDLL.h"
 
+namespace quinmark {
+
 /// What each replication method does with a table: the one table that the component's routines, and whoever looks ahead
 /// of a run, take their passes from. No I/O, no texts.
 
@@ -61,3 +63,5 @@ constexpr MethodPlan planOf(long iReplicationMethod, long eReplicateDeletes = UN
         return {};
     }
 }
+
+} // namespace quinmark

@@ -4,6 +4,8 @@
 
 #include <oaidl.h>
 
+namespace quinmark {
+
 /// How far two dates are apart, in whole seconds. Each is taken to a whole second by the platform's own conversion
 /// (VariantTimeToSystemTime), which rounds to the nearest. Raises 5 for what is no date to it.
 long long secondsApart(DATE first, DATE second);
@@ -13,3 +15,5 @@ CommonDates compareDates(DATE dSource, DATE dDestination, DATE dLastReplicate);
 
 /// When a row that one side has was modified.
 Modified modifiedSince(DATE dModified, DATE dLastReplicate);
+
+} // namespace quinmark

@@ -1,5 +1,7 @@
 #pragma once
 
+namespace quinmark {
+
 /// What replication does with a row, decided from the site, the delete setting and how the modification dates compare.
 /// Decision tables only: no I/O, no clock, no texts.
 
@@ -98,3 +100,5 @@ constexpr TwoWayRow decideTwoWayRow(bool sameSecond, bool sourceNewer)
         return TwoWayRow::Leave;
     return sourceNewer ? TwoWayRow::UpdateDestination : TwoWayRow::UpdateSource;
 }
+
+} // namespace quinmark

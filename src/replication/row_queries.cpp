@@ -2,6 +2,8 @@
 
 #include "db/sql_literals.h"
 
+namespace quinmark {
+
 std::wstring keyCondition(const KeyedTable& table, const _variant_t& vKey)
 {
     return table.sKey + L" = " + Common::SqlQuoteOnly(vKey);
@@ -41,3 +43,5 @@ std::wstring selectMissingRows(const KeyedTable& table, const std::wstring& sHas
     return L"select " + table.sKey + L", mod_date from " + sHasPrefix + table.sTable + L" where " + table.sKey +
            L" not in (select " + table.sKey + L" from " + sLacksPrefix + table.sTable + L")";
 }
+
+} // namespace quinmark

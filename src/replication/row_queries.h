@@ -5,6 +5,8 @@
 #include <comdef.h>
 #include <string>
 
+namespace quinmark {
+
 /// The statements by which replication finds and addresses rows. Table names carry a database prefix where a statement
 /// joins both databases; the names of tables and keys are pasted in as they are.
 
@@ -42,3 +44,5 @@ std::wstring selectChangedRows(const KeyedTable& table, const Prefixes& prefixes
 /// Key and date of the rows that one database has and the other has not; the prefixes name the databases.
 std::wstring selectMissingRows(const KeyedTable& table, const std::wstring& sHasPrefix,
                                const std::wstring& sLacksPrefix);
+
+} // namespace quinmark

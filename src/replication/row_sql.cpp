@@ -5,6 +5,8 @@
 #include "control/log.h"
 #include "db/sql_literals.h"
 
+using namespace quinmark;
+
 namespace Utils {
 namespace {
 

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+namespace quinmark {
+
 /// How a column's value is written, by its ADO type.
 enum class LiteralForm
 {
@@ -38,6 +40,8 @@ constexpr LiteralForm literalForm(long type)
         return LiteralForm::Unsupported;
     }
 }
+
+} // namespace quinmark
 
 /// One row of a recordset as SQL text. The builders run nothing and use the columns in their order, by their names as
 /// they are. Failures are raised with the routine and its table as source ("Utils.getUpdateSql(patient)").

@@ -1,7 +1,9 @@
 #include "replication/table_report.h"
 
-#include "control/settings.h"
+#include "control/pairing.h"
 #include "db/sql_literals.h"
+
+namespace quinmark {
 
 std::wstring countsBatch(short iReplicationUniqueId, const std::wstring& sTable, std::initializer_list<Count> counts)
 {
@@ -17,9 +19,9 @@ std::wstring countsBatch(short iReplicationUniqueId, const std::wstring& sTable,
     return batch;
 }
 
-void writeCounts(const std::wstring& sTable, std::initializer_list<Count> counts)
+void writeCounts(short iReplicationUniqueId, const std::wstring& sTable, std::initializer_list<Count> counts)
 {
-    settings().localConnection()->execute(countsBatch(settings().iReplicationUniqueId, sTable, counts), false);
+    Utils::getConnLocal()->execute(countsBatch(iReplicationUniqueId, sTable, counts), false);
 }
 
 std::wstring summaryText(const std::wstring& sTable, std::initializer_list<SummaryLine> lines)
@@ -29,3 +31,5 @@ std::wstring summaryText(const std::wstring& sTable, std::initializer_list<Summa
         text += L"\r\n\t" + std::wstring(line.sLabel) + std::to_wstring(line.lValue);
     return text;
 }
+
+} // namespace quinmark

@@ -6,6 +6,8 @@
 #include "control/settings.h"
 #include "version.h"
 
+using namespace quinmark;
+
 namespace {
 
 Microsoft::WRL::ComPtr<IUnknown> createFactory()
@@ -42,8 +44,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void*)
 {
     switch (reason) {
     case DLL_PROCESS_ATTACH:
-        com::setModuleHandle(module);
-        return attachSettings();
+        return attachComponent(module);
     case DLL_THREAD_DETACH:
         detachThreadSettings();
         break;

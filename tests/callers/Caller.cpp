@@ -2,12 +2,13 @@
 
 #include "ForeignObject.h"
 #include "RandomCall.h"
-#include "com/collection.h"
+#include "conflicts/Collection.h"
 #include "conflicts/ConflictDataFace.h"
 #include "control/Factory.h"
 #include "control/FactoryFace.h"
 #include "control/settings.h"
 
+using namespace quinmark;
 using Microsoft::WRL::ComPtr;
 
 namespace {
@@ -29,7 +30,7 @@ Caller::Caller(std::uint64_t seed, std::string title, CallWatch& watch)
 {
     ado_.answerOthers([this](const std::wstring&, const std::wstring& statement) { return answers_(statement); });
     objects_.push_back(asDispatch(static_cast<_Factory*>(com::makeObject<FactoryFace>().Get())));
-    objects_.push_back(asDispatch(static_cast<_Collection*>(com::makeObject<com::Collection>().Get())));
+    objects_.push_back(asDispatch(static_cast<_Collection*>(com::makeObject<quinmark::Collection>().Get())));
     objects_.push_back(
         asDispatch(static_cast<_clsConflictData*>(com::makeObject<ConflictDataFace>(clsConflictData()).Get())));
     addForeignObjects();
@@ -113,15 +114,11 @@ void Caller::keep(ComPtr<IDispatch> object)
     }
 }
 
-/// What a caller ties into a circle, such as a collection in itself, is the caller's to take apart.
+/// What a caller ties into a circle, such as a conflict in itself, is the caller's to take apart.
 void Caller::openCircles()
 {
     for (const Objects* objects : {&objects_, &replaced_})
         for (const ComPtr<IDispatch>& object : *objects) {
-            ComPtr<_Collection> collection;
-            if (SUCCEEDED(object.CopyTo(collection.GetAddressOf())))
-                for (_variant_t first(1L); SUCCEEDED(collection->Remove(&first)); first = 1L) {
-                }
             ComPtr<_clsConflict> conflict;
             if (FAILED(object.CopyTo(conflict.GetAddressOf())))
                 continue;

@@ -14,6 +14,8 @@
 #include <stdexcept>
 #include <thread>
 
+using namespace quinmark;
+
 namespace {
 
 constexpr size_t kThreads = 2;
@@ -247,7 +249,7 @@ int main(int count, char** arguments)
         const Options options = parse(count, arguments);
         SetUnhandledExceptionFilter(tellCrash);
         std::set_terminate(tellTermination);
-        attachSettings();
+        attachComponent(nullptr);
         const ImportHook sleep("Sleep", reinterpret_cast<void*>(shortSleep));
         // Texts that the platform keeps for later would look like a leak.
         withoutTextCache();

@@ -203,7 +203,7 @@ TEST(TypeLibrary, TypesKeepTheirIds)
                          L"{0783C8F9-50F2-4287-8B2C-237F55920DCA} clsConflict",
                          L"{0CCCC1CB-870D-424E-AE26-DA2F1294AC8C} _Factory",
                          L"{1DA97EF5-8814-48F0-AD25-BA46F5EF9A29} clsReplicate",
-                         L"{27D5EDC3-701E-4716-8827-430F0E36F39F} _Collection",
+                         L"{5A3809E2-B90D-4F44-91AD-9B31E6C69B20} _Collection",
                          L"{3377F82F-69D5-4D7B-B9D9-8D8F1BC70C3F} enumReplicateDeletes",
                          L"{4D650EE4-4645-4F84-AC7B-7E65553FC228} _clsConflictData",
                          L"{79586827-05E1-4F56-8EB0-EA73BFA5E163} Factory",

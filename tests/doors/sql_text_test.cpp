@@ -9,6 +9,7 @@
 
 #include <gmock/gmock.h>
 
+using namespace quinmark;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;

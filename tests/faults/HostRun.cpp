@@ -8,6 +8,7 @@
 #include "control/FactoryFace.h"
 #include "support/MessageBoxes.h"
 
+using namespace quinmark;
 using Microsoft::WRL::ComPtr;
 
 namespace {

@@ -16,6 +16,8 @@
 #include <cstdlib>
 #include <random>
 
+using namespace quinmark;
+
 namespace {
 
 constexpr int kSkipped = 77;
@@ -249,7 +251,7 @@ int main(int count, char** arguments)
         const Options options = parse(count, arguments);
         SetUnhandledExceptionFilter(tellCrash);
         const Apartment apartment;
-        attachSettings();
+        attachComponent(nullptr);
         allocations::watch();
         FaultBench bench;
         return Campaign(bench, options).run();

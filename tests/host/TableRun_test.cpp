@@ -1,7 +1,7 @@
 #include "TableRun.h"
 
-#include "com/collection.h"
 #include "com/convert.h"
+#include "com/enumerate.h"
 #include "com/error.h"
 
 #include <gmock/gmock.h>

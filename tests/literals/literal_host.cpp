@@ -19,6 +19,8 @@
 #include <iostream>
 #include <vector>
 
+using namespace quinmark;
+
 namespace {
 
 const KeyedTable kSource{L"literal_source", L"unid"};
@@ -77,7 +79,7 @@ void log(const std::string& path)
 int main(int count, char** arguments)
 try {
     const Apartment apartment;
-    if (count != 4 || !attachSettings())
+    if (count != 4 || !attachComponent(nullptr))
         return 2;
     clsConn database;
     const std::string dsn = arguments[1];

@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <string>
 
+using namespace quinmark;
 using nlohmann::ordered_json;
 
 /// As constant as a page has to be that is compared.

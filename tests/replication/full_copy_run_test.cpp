@@ -1,5 +1,5 @@
-#include "com/collection.h"
 #include "com/convert.h"
+#include "conflicts/Collection.h"
 #include "support/PracticePair.h"
 #include "support/Raised.h"
 #include "support/ScriptedObject.h"
@@ -252,7 +252,7 @@ TEST_F(FullCopyRun, TakesItsTablesFromAnythingEnumerable)
     addConfig(source(), L"colour", L"'green'");
     connect();
     const TableObject table = createTable(kConfig);
-    const ComPtr<com::Collection> items = com::makeObject<com::Collection>();
+    const ComPtr<quinmark::Collection> items = com::makeObject<quinmark::Collection>();
     items->add(_variant_t(static_cast<IDispatch*>(table.Get())));
     const ComPtr<ScriptedObject> collection = com::makeObject<ScriptedObject>();
     collection->answers[DISPID_NEWENUM] = [&](WORD, DISPPARAMS&, VARIANT* result, EXCEPINFO*) {

@@ -29,6 +29,8 @@ std::wstring recordedDate(const std::wstring& date)
 
 } // namespace
 
+namespace quinmark {
+
 bool operator==(const Counters& left, const Counters& right)
 {
     return left.lCntSourceUpdate == right.lCntSourceUpdate && left.lCntSourceAdd == right.lCntSourceAdd &&
@@ -44,6 +46,8 @@ void PrintTo(const Counters& counters, std::ostream* out)
          << counters.lCntDestAdd << " deletes " << counters.lCntDestDelete << ", conflicts " << counters.lCntConflict
          << ", errors " << counters.lCntError;
 }
+
+} // namespace quinmark
 
 std::wstring clockText(int seconds)
 {

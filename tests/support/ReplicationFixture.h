@@ -7,8 +7,14 @@
 using Lines = std::vector<std::wstring>;
 using Statements = std::vector<AdoStatement>;
 
+using namespace quinmark;
+
+namespace quinmark {
+
 bool operator==(const Counters& left, const Counters& right);
 void PrintTo(const Counters& counters, std::ostream* out);
+
+} // namespace quinmark
 
 /// "11/15/2026 12:00:03 PM": a time as text, in seconds from the last run (noon), less than twelve hours away.
 std::wstring clockText(int seconds);
@@ -87,7 +93,8 @@ private:
 
     std::unique_ptr<clsReplicateTable> made_ = std::make_unique<clsReplicateTable>();
     clsReplicateTable* table_ = made_.get();
-    Microsoft::WRL::ComPtr<ReplicateTableFace> face_ = com::makeObject<ReplicateTableFace>(std::move(made_));
+    Microsoft::WRL::ComPtr<quinmark::ReplicateTableFace> face_ =
+        com::makeObject<quinmark::ReplicateTableFace>(std::move(made_));
     std::wstring site_;
     std::wstring sTable_ = L"shortcut";
     std::wstring sKey_ = L"unid";

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "com/collection.h"
+#include "conflicts/Collection.h"
 #include "control/clsReplicate.h"
 #include "recording_error.h"
 #include "recording_fixture.h"
@@ -113,7 +113,7 @@ protected:
 
     static _variant_t tables(std::initializer_list<RecordingTable*> items)
     {
-        const auto collection = com::makeObject<com::Collection>();
+        const auto collection = com::makeObject<quinmark::Collection>();
         for (RecordingTable* item : items)
             collection->add(_variant_t(static_cast<IDispatch*>(item)));
         return _variant_t(static_cast<IDispatch*>(collection.Get()));

@@ -8,13 +8,11 @@
 #include <iterator>
 #include <regex>
 
+using namespace quinmark;
+
 namespace {
 
-bool attachSettingsOnce()
-{
-    static const bool attached = attachSettings();
-    return attached;
-}
+const bool kAttached = attachComponent(nullptr);
 
 std::wstring newDirectory()
 {
@@ -49,7 +47,7 @@ std::wstring wideText(const std::string& text)
 
 RecordingTest::RecordingTest() : directory_(newDirectory()), logFile_(directory_ + L"\\replication.log")
 {
-    if (!attachSettingsOnce())
+    if (!kAttached)
         ADD_FAILURE() << "no thread slot for the settings";
     // Whatever an earlier test left on this thread.
     detachThreadSettings();

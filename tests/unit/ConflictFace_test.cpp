@@ -1,11 +1,13 @@
 #include "conflicts/ConflictFace.h"
 
-#include "com/collection.h"
 #include "com/convert.h"
+#include "conflicts/Collection.h"
 #include "conflicts/ConflictDataFace.h"
 #include "control/Factory.h"
 #include "support/LateCall.h"
 #include "support/ReplicationFixture.h"
+
+using namespace quinmark;
 
 namespace {
 
@@ -115,7 +117,7 @@ TEST_F(ConflictFaceTest, DataIsNothingUntilItIsSetByReference)
 {
     EXPECT_EQ(get(L"colData").vt, VT_DISPATCH);
     EXPECT_EQ(get(L"colData").pdispVal, nullptr);
-    const ComPtr<com::Collection> data = com::makeObject<com::Collection>();
+    const ComPtr<quinmark::Collection> data = com::makeObject<quinmark::Collection>();
     const _variant_t object(static_cast<IDispatch*>(data.Get()));
     EXPECT_EQ(latePut(face_.Get(), L"colData", object, DISPATCH_PROPERTYPUTREF).code, S_OK);
     EXPECT_EQ(get(L"colData").pdispVal, object.pdispVal);

@@ -1,6 +1,8 @@
 #include "control/settings.h"
 #include "support/FactoryFixture.h"
 
+using namespace quinmark;
+
 namespace {
 
 using com::Error;

@@ -1,6 +1,8 @@
 #include "control/settings.h"
 #include "support/FactoryFixture.h"
 
+using namespace quinmark;
+
 namespace {
 
 // In this program the entry object is compiled with QUINMARK_TEST_FAILED_CONNECTION.

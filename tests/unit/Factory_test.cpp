@@ -1,6 +1,9 @@
 #include "control/FactoryFace.h"
 #include "control/settings.h"
 #include "support/FactoryFixture.h"
+#include "version.h"
+
+using namespace quinmark;
 
 namespace {
 
@@ -61,10 +64,9 @@ TEST_F(FactoryTest, LogLevelIsConvertedTo16Bits)
 TEST_F(FactoryTest, LogLevelThatCannotBeConvertedRaisesAsItIs)
 {
     settings().iLogLevel = 3;
-    EXPECT_EQ(raised([&] { factory_.setLogLevel(32768L); }), (Error{6, com::kComponentName, L"Overflow"}));
-    EXPECT_EQ(raised([&] { factory_.setLogLevel(L"high"); }), (Error{13, com::kComponentName, L"Type mismatch"}));
-    EXPECT_EQ(raised([&] { factory_.setLogLevel(adoNull()); }),
-              (Error{94, com::kComponentName, L"Invalid use of Null"}));
+    EXPECT_EQ(raised([&] { factory_.setLogLevel(32768L); }), (Error{6, kComponentName, L"Overflow"}));
+    EXPECT_EQ(raised([&] { factory_.setLogLevel(L"high"); }), (Error{13, kComponentName, L"Type mismatch"}));
+    EXPECT_EQ(raised([&] { factory_.setLogLevel(adoNull()); }), (Error{94, kComponentName, L"Invalid use of Null"}));
     EXPECT_EQ(settings().iLogLevel, 3);
 }
 

@@ -10,6 +10,7 @@
 #include <new>
 #include <stdexcept>
 
+using namespace quinmark;
 using Microsoft::WRL::ComPtr;
 
 namespace com {

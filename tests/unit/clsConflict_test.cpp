@@ -1,12 +1,14 @@
 #include "conflicts/clsConflict.h"
 
-#include "com/collection.h"
 #include "com/convert.h"
+#include "conflicts/Collection.h"
 #include "conflicts/ConflictDataFace.h"
 #include "control/settings.h"
 #include "support/ScriptedObject.h"
 #include "support/recording_error.h"
 #include "support/recording_fixture.h"
+
+using namespace quinmark;
 
 namespace {
 
@@ -48,7 +50,7 @@ protected:
 
     void setData(const std::vector<_variant_t>& items)
     {
-        const ComPtr<com::Collection> collection = com::makeObject<com::Collection>();
+        const ComPtr<quinmark::Collection> collection = com::makeObject<quinmark::Collection>();
         for (const _variant_t& one : items)
             collection->add(one);
         conflict_.colData = ComPtr<_Collection>(collection);
@@ -267,7 +269,7 @@ TEST_F(ConflictTest, StrangersAmongTheDifferencesRaise13)
 
 TEST_F(ConflictTest, AnythingThatEnumeratesServesAsData)
 {
-    const ComPtr<com::Collection> inner = com::makeObject<com::Collection>();
+    const ComPtr<quinmark::Collection> inner = com::makeObject<quinmark::Collection>();
     inner->add(item({L"a", L"1", L"2"}));
     const ComPtr<ScriptedObject> foreign = com::makeObject<ScriptedObject>();
     foreign->answers[DISPID_NEWENUM] = [&](WORD, DISPPARAMS&, VARIANT* result, EXCEPINFO*) {

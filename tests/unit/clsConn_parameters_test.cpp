@@ -4,6 +4,7 @@
 #include "com/convert.h"
 #include "support/RecordingAdo.h"
 #include "support/recording_error.h"
+#include "version.h"
 
 #include <algorithm>
 
@@ -126,7 +127,7 @@ TEST_F(ParametersTest, FullTableBindsOnlyItsFirstEntry)
 
 TEST_F(ParametersTest, IndexOutsideTheTableRaises9)
 {
-    const Error subscript{9, com::kComponentName, L"Subscript out of range"};
+    const Error subscript{9, kComponentName, L"Subscript out of range"};
     EXPECT_EQ(raised([&] { number(51, 0); }), subscript);
     EXPECT_EQ(raised([&] { number(-1, 0); }), subscript);
 }
@@ -187,7 +188,7 @@ TEST_F(ParametersTest, FirstOfJanuary1900OfAnotherTypeIsSentAsGiven)
 
 TEST_F(ParametersTest, NullTimeStampRaises94)
 {
-    EXPECT_EQ(raised([&] { sentTimeStamp(adoNull()); }), (Error{94, com::kComponentName, L"Invalid use of Null"}));
+    EXPECT_EQ(raised([&] { sentTimeStamp(adoNull()); }), (Error{94, kComponentName, L"Invalid use of Null"}));
 }
 
 TEST_F(ParametersTest, EntryRefusedForItsValueCountsAsUsed)
@@ -206,7 +207,7 @@ TEST_F(ParametersTest, EntryRefusedForItsSizeCountsAsUsed)
 
 TEST_F(ParametersTest, TimeStampThatIsNoDateRaises13)
 {
-    EXPECT_EQ(raised([&] { sentTimeStamp(L"yesterday"); }), (Error{13, com::kComponentName, L"Type mismatch"}));
+    EXPECT_EQ(raised([&] { sentTimeStamp(L"yesterday"); }), (Error{13, kComponentName, L"Type mismatch"}));
 }
 
 TEST_F(ParametersTest, SizeIsConvertedTo16Bits)

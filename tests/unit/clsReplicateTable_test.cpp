@@ -5,6 +5,8 @@
 #include "support/recording_fixture.h"
 #include "support/recording_table.h"
 
+using namespace quinmark;
+
 namespace {
 
 using com::Error;

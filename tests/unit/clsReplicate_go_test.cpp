@@ -1,5 +1,7 @@
 #include "support/RunFixture.h"
 
+using namespace quinmark;
+
 namespace {
 
 TEST_F(ReplicateTest, OfficesRunAdvancesTheInterval)
@@ -104,7 +106,7 @@ TEST_F(ReplicateTest, FailingRunLeavesTheErrorOfTheRecord)
 TEST_F(ReplicateTest, ElementThatIsNoTableIsATypeMismatch)
 {
     ready();
-    const auto collection = com::makeObject<com::Collection>();
+    const auto collection = com::makeObject<quinmark::Collection>();
     collection->add(12L);
     EXPECT_EQ(raised([&] { replicate_.go(_variant_t(static_cast<IDispatch*>(collection.Get()))); }),
               (Error{13, L"clsReplicate.go", L"Type mismatch"}));

@@ -1,14 +1,15 @@
 #include "com/dispatch.h"
 
 #include "com/boundary.h"
-#include "com/collection.h"
 #include "com/convert.h"
+#include "conflicts/Collection.h"
 #include "support/Apartment.h"
 #include "support/ScriptedObject.h"
 #include "support/recording_error.h"
 
 #include <gtest/gtest.h>
 
+using namespace quinmark;
 using Microsoft::WRL::ComPtr;
 
 namespace com {
@@ -246,7 +247,7 @@ TEST(EmptyDispatch, EveryUseIsError91)
 
 TEST(DispatchFrom, TakesObjectsOnly)
 {
-    const auto object = makeObject<Collection>();
+    const auto object = makeObject<quinmark::Collection>();
     _variant_t value(static_cast<IDispatch*>(object.Get()));
     VARIANT reference{};
     reference.vt = VT_BYREF | VT_VARIANT;
@@ -300,7 +301,7 @@ protected:
     }
     ~ClassTest() override { CoRevokeClassObject(cookie_); }
 
-    static Dispatch child(const Dispatch& parent) { return parent.given(kChild, parent.property(kChild)); }
+    static Dispatch child(const Dispatch& parent) { return parent.resultOf(kChild, parent.property(kChild)); }
 
     const Apartment apartment_;
     const Microsoft::WRL::ComPtr<ScriptedClass> scripted_ = makeObject<ScriptedClass>();
@@ -337,8 +338,8 @@ TEST_F(ClassTest, IsLookedUpOnce)
 TEST_F(ClassTest, ObjectThatAMemberGaveIsCheckedLikeAnyOther)
 {
     const Dispatch parent = Class(L"Scripting.Dictionary").create();
-    EXPECT_EQ(raised([&] { parent.given(kChild, _variant_t(1L)); }).number, 13);
-    EXPECT_EQ(raised([&] { parent.given(kChild, _variant_t(static_cast<IDispatch*>(nullptr))); }).number, 91);
+    EXPECT_EQ(raised([&] { parent.resultOf(kChild, _variant_t(1L)); }).number, 13);
+    EXPECT_EQ(raised([&] { parent.resultOf(kChild, _variant_t(static_cast<IDispatch*>(nullptr))); }).number, 91);
 }
 
 TEST(DispatchCreate, UnknownClassIsError429)

@@ -1,6 +1,7 @@
 #include "com/boundary.h"
-#include "com/collection.h"
 #include "com/dispatch.h"
+#include "com/enumerate.h"
+#include "conflicts/Collection.h"
 #include "support/Apartment.h"
 #include "support/Raised.h"
 #include "support/ScriptedObject.h"
@@ -64,7 +65,7 @@ TEST(ForEach, FollowsReferencesToAnArray)
 
 TEST(ForEach, WalksAnArrayOfObjectsWithoutLosingReferences)
 {
-    const auto object = makeObject<Collection>();
+    const auto object = makeObject<quinmark::Collection>();
     object->AddRef();
     const ULONG before = object->Release();
     {
@@ -211,7 +212,7 @@ TEST(ForEach, FailureWithoutAnErrorObjectGetsTheRuntimesText)
 
 TEST(ForEach, ErrorOfTheVisitorEndsTheWalk)
 {
-    const auto list = makeObject<Collection>();
+    const auto list = makeObject<quinmark::Collection>();
     list->add(_variant_t(1L));
     list->add(_variant_t(2L));
     int seen = 0;

@@ -1,6 +1,8 @@
 #include "control/settings.h"
 #include "support/ReplicationFixture.h"
 
+using namespace quinmark;
+
 namespace {
 
 using com::Error;

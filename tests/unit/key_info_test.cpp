@@ -6,6 +6,8 @@
 
 #include <gmock/gmock.h>
 
+using namespace quinmark;
+
 namespace {
 
 using com::Error;

@@ -6,6 +6,9 @@
 #include "support/MessageBoxes.h"
 #include "support/recording_error.h"
 #include "support/recording_fixture.h"
+#include "version.h"
+
+using namespace quinmark;
 
 namespace {
 
@@ -151,8 +154,7 @@ TEST_F(WriteLogTest, MissingDirectoryShowsOneBoxAndRaises)
 {
     MessageBoxes boxes;
     EXPECT_EQ(failedWrite(logFile() + L"\\missing\\file.log"), exitingMethod_);
-    EXPECT_EQ(boxes.shown(),
-              (std::vector<ShownBox>{{com::kComponentName, L"Utils.WriteLog: Path not found", {L"OK"}}}));
+    EXPECT_EQ(boxes.shown(), (std::vector<ShownBox>{{kComponentName, L"Utils.WriteLog: Path not found", {L"OK"}}}));
 }
 
 TEST_F(WriteLogTest, DirectoryInPlaceOfTheFileShowsItsOwnReason)

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+using namespace quinmark;
+
 namespace {
 
 using Lines = std::vector<std::wstring>;

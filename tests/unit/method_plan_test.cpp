@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <string>
 
+using namespace quinmark;
+
 namespace {
 
 struct PlanCase

@@ -1,12 +1,13 @@
 #include "com/module.h"
 
-#include "com/collection.h"
 #include "com/server.h"
+#include "conflicts/Collection.h"
 #include "control/FactoryFace.h"
 #include "support/LateCall.h"
 
 #include <gtest/gtest.h>
 
+using namespace quinmark;
 using Microsoft::WRL::ComPtr;
 
 namespace com {
@@ -16,7 +17,7 @@ TEST(Module, IsUnusedBeforeAndAfterEveryObject)
 {
     EXPECT_EQ(canUnloadNow(), S_OK);
     {
-        const auto first = makeObject<Collection>();
+        const auto first = makeObject<quinmark::Collection>();
         auto second = makeObject<FactoryFace>();
         EXPECT_EQ(canUnloadNow(), S_FALSE);
         second.Reset();

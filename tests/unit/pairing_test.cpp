@@ -4,6 +4,8 @@
 #include "support/recording_error.h"
 #include "support/recording_fixture.h"
 
+using namespace quinmark;
+
 namespace {
 
 using com::Error;

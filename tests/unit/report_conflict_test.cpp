@@ -1,7 +1,10 @@
+#include "com/enumerate.h"
 #include "conflicts/report_conflict.h"
 
 #include "com/convert.h"
 #include "support/ReplicationFixture.h"
+
+using namespace quinmark;
 
 namespace {
 
@@ -22,8 +25,8 @@ protected:
     /// The differences, each as "column: source | destination".
     Lines differences(const AdoRows& source, const AdoRows& destination, const std::wstring& sTable = L"shortcut")
     {
-        const ComPtr<com::Collection> items = getConflictData(sTable, ado::Recordset(ado().recordset(source)),
-                                                              ado::Recordset(ado().recordset(destination)));
+        const ComPtr<quinmark::Collection> items = getConflictData(sTable, ado::Recordset(ado().recordset(source)),
+                                                                   ado::Recordset(ado().recordset(destination)));
         Lines lines;
         com::forEach(_variant_t(static_cast<IDispatch*>(items.Get())), [&](const _variant_t& item) {
             const com::Dispatch data(item.pdispVal);

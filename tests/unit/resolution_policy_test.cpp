@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <string>
 
+using namespace quinmark;
+
 namespace {
 
 using Step = ResolutionStep;

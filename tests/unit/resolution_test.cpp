@@ -3,6 +3,8 @@
 #include "support/MessageBoxes.h"
 #include "support/ReplicationFixture.h"
 
+using namespace quinmark;
+
 namespace {
 
 using com::Error;

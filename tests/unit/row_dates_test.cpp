@@ -2,6 +2,8 @@
 
 #include "support/recording_error.h"
 
+using namespace quinmark;
+
 namespace {
 
 constexpr DATE kDay = 46341.5; // 15 November 2026 at noon

@@ -3,6 +3,8 @@
 #include "support/recording_error.h"
 #include "support/recording_fixture.h"
 
+using namespace quinmark;
+
 namespace {
 
 constexpr DATE kLast = 46341.5; // 15 November 2026 at noon

@@ -4,6 +4,7 @@
 #include "support/MessageBoxes.h"
 #include "support/recording_error.h"
 #include "support/recording_fixture.h"
+#include "version.h"
 
 namespace {
 
@@ -144,7 +145,7 @@ TEST_F(RowSqlTest, UnsupportedTypeShowsABoxAndLeavesTheValueOut)
     MessageBoxes boxes;
     EXPECT_EQ(Utils::getInsertSql(row({{{L"a", kVarWChar}, L"x"}, {{L"b", ado::adInteger}, 1L}}), L"T"),
               L"Insert into T (a, b) values (, 1)");
-    EXPECT_EQ(boxes.shown(), (std::vector<ShownBox>{{com::kComponentName, L"ado type not coded, see debug", {L"OK"}}}));
+    EXPECT_EQ(boxes.shown(), (std::vector<ShownBox>{{kComponentName, L"ado type not coded, see debug", {L"OK"}}}));
 }
 
 TEST_F(RowSqlTest, EveryOtherTypeIsUnsupported)

@@ -1,6 +1,6 @@
 #include "com/server.h"
 
-#include "com/collection.h"
+#include "QuinmarkRepDLL.h"
 #include "support/RegistryText.h"
 #include "support/ScriptedObject.h"
 

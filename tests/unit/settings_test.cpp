@@ -4,6 +4,8 @@
 
 #include <thread>
 
+using namespace quinmark;
+
 namespace {
 
 class SettingsTest : public RecordingTest

@@ -2,6 +2,7 @@
 
 #include "com/convert.h"
 #include "support/recording_error.h"
+#include "version.h"
 
 namespace Common {
 namespace {
@@ -87,7 +88,7 @@ TEST(SqlQuoteOnly, NullFails)
     _variant_t null;
     null.vt = VT_NULL;
     EXPECT_EQ(raised([&] { SqlQuoteOnly(null); }),
-              (com::Error{com::kInvalidUseOfNull, com::kComponentName, L"Invalid use of Null"}));
+              (com::Error{com::kInvalidUseOfNull, kComponentName, L"Invalid use of Null"}));
 }
 
 TEST(SqlBit, TrueIsOneAndFalseIsZero)

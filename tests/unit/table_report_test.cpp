@@ -3,6 +3,8 @@
 #include "support/recording_error.h"
 #include "support/recording_fixture.h"
 
+using namespace quinmark;
+
 namespace {
 
 class TableReportTest : public RecordingTest
@@ -35,7 +37,7 @@ TEST_F(TableReportTest, CountsAreWrittenOnceToTheLocalDatabaseForTheSite)
     options.site = 1;
     options.role = L"DESTINATION";
     connectedSettings(options);
-    writeCounts(L"users", {{L" adds", 1}, {L" errors", 2}});
+    writeCounts(1, L"users", {{L" adds", 1}, {L" errors", 2}});
     EXPECT_EQ(ado().statements(),
               (std::vector<AdoStatement>{
                   {L"destination",
@@ -50,7 +52,7 @@ TEST_F(TableReportTest, RefusedCountsRaiseAsTheConnectionDoes)
     connectedSettings();
     ado().cut(L"source", connectionLost());
     EXPECT_EQ(raised([] {
-                  writeCounts(L"users", {{L" adds", 1}});
+                  writeCounts(0, L"users", {{L" adds", 1}});
               }),
               (com::Error{E_FAIL, L"clsConn.execute", L"Connection lost"}));
 }

@@ -2,6 +2,7 @@
 
 #include "com/boundary.h"
 #include "com/convert.h"
+#include "com/enumerate.h"
 #include "sql_tokens.h"
 
 #include <algorithm>
@@ -51,45 +52,6 @@ HRESULT reportException(EXCEPINFO* exception) noexcept
     }
 }
 
-/// Walks a snapshot of a collection's items.
-class Enumerator final : public com::UnknownObject<IEnumVARIANT>
-{
-public:
-    Enumerator(std::vector<_variant_t> items, size_t at) : items_(std::move(items)), at_(at) {}
-
-    HRESULT STDMETHODCALLTYPE Next(ULONG count, VARIANT* values, ULONG* fetched) noexcept override
-    {
-        ULONG done = 0;
-        for (; done < count && at_ < items_.size(); ++done, ++at_) {
-            VariantInit(&values[done]);
-            if (const HRESULT copied = VariantCopy(&values[done], &items_[at_]); FAILED(copied))
-                return copied;
-        }
-        if (fetched)
-            *fetched = done;
-        return done == count ? S_OK : S_FALSE;
-    }
-    HRESULT STDMETHODCALLTYPE Skip(ULONG count) noexcept override
-    {
-        const size_t step = std::min<size_t>(count, items_.size() - at_);
-        at_ += step;
-        return step == count ? S_OK : S_FALSE;
-    }
-    HRESULT STDMETHODCALLTYPE Reset() noexcept override
-    {
-        at_ = 0;
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE Clone(IEnumVARIANT** copy) noexcept override
-    {
-        return com::comBoundary([&] { com::requireOut(copy) = com::makeObject<Enumerator>(items_, at_).Detach(); });
-    }
-
-private:
-    std::vector<_variant_t> items_;
-    size_t at_;
-};
-
 } // namespace
 
 Call::Call(const DISPPARAMS& params, WORD flags, VARIANT* result) : flags_(flags), result_(result)
@@ -135,8 +97,8 @@ long Call::number(unsigned index, long fallback) const
 {
     if (!has(index))
         return fallback;
-    const VARIANT& given = *arguments_[index];
-    return V_VT(&given) == VT_I4 ? V_I4(&given) : com::toInt32(com::copyValue(given));
+    const VARIANT& value = *arguments_[index];
+    return V_VT(&value) == VT_I4 ? V_I4(&value) : com::toInt32(com::copyValue(value));
 }
 
 void Call::writeBack(unsigned index, const _variant_t& value) const
@@ -258,9 +220,9 @@ HRESULT DispatchObject::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* 
     }
 }
 
-IDispatch* objectOf(const VARIANT& given) noexcept
+IDispatch* objectOf(const VARIANT& reference) noexcept
 {
-    const VARIANT& value = dereferenced(given);
+    const VARIANT& value = dereferenced(reference);
     if (V_VT(&value) == VT_DISPATCH)
         return V_DISPATCH(&value);
     return V_VT(&value) == (VT_DISPATCH | VT_BYREF) ? *V_DISPATCHREF(&value) : nullptr;
@@ -268,8 +230,7 @@ IDispatch* objectOf(const VARIANT& given) noexcept
 
 void returnEnumerator(Call& call, std::vector<_variant_t> items)
 {
-    const auto enumerator = com::makeObject<Enumerator>(std::move(items), size_t{0});
-    call.returns(_variant_t(enumerator.Get()));
+    call.returns(_variant_t(com::enumeratorOf(std::move(items)).Get()));
 }
 
 } // namespace adodb

@@ -13,7 +13,7 @@
 namespace adodb {
 
 /// The arguments of one late-bound call, in declared order: positional and named ones joined, references resolved
-/// but for `given`.
+/// but for `raw`.
 class Call
 {
 public:
@@ -26,8 +26,8 @@ public:
     /// Number of arguments up to the last one given.
     unsigned count() const noexcept { return count_; }
     bool has(unsigned index) const noexcept;
-    /// The argument as it was given, which may be a reference; one that is required.
-    const VARIANT& given(unsigned index) const noexcept { return *arguments_[index]; }
+    /// The argument as the caller passed it, which may be a reference; one that is required.
+    const VARIANT& raw(unsigned index) const noexcept { return *arguments_[index]; }
     /// The argument; Empty when it was left out.
     _variant_t argument(unsigned index) const;
     std::wstring text(unsigned index) const;

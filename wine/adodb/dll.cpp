@@ -52,7 +52,7 @@ BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void*)
 {
     if (reason == DLL_PROCESS_ATTACH) {
         DisableThreadLibraryCalls(module);
-        com::setModuleHandle(module);
+        com::setModule(module, L"adodb");
     }
     return TRUE;
 }

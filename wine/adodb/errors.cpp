@@ -59,7 +59,7 @@ ComPtr<IDispatch> Errors::itemAt(size_t position) const
 void Errors::returnItem(Call& call)
 {
     const auto nameless = [](size_t) { return std::wstring(); };
-    call.returns(itemAt(positionOfItem(call.given(0), count(), nameless, L"ADODB.Errors")).Get());
+    call.returns(itemAt(positionOfItem(call.raw(0), count(), nameless, L"ADODB.Errors")).Get());
 }
 
 void Errors::invokeCount(Call& call)

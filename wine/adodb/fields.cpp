@@ -93,7 +93,7 @@ void returnField(Call& call, Recordset& recordset)
 {
     const auto columns = recordset.columns();
     const auto nameAt = [&](size_t at) { return std::wstring(columns[at].name); };
-    const size_t column = positionOfItem(call.given(0), columns.size(), nameAt, L"ADODB.Fields");
+    const size_t column = positionOfItem(call.raw(0), columns.size(), nameAt, L"ADODB.Fields");
     call.returns(com::makeObject<Field>(&recordset, column).Get());
 }
 

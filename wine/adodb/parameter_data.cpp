@@ -2,6 +2,7 @@
 
 #include "ado_error.h"
 #include "com/convert.h"
+#include "com/registration.h"
 #include "value_conversion.h"
 
 namespace adodb {
@@ -51,8 +52,7 @@ _variant_t coerceGuid(const VARIANT& value)
     const _variant_t text = changed(value, VT_BSTR);
     if (!tryParseGuid(std::wstring(V_BSTR(&text), SysStringLen(V_BSTR(&text))), guid))
         raiseAdoError(kDataConversion, kParameterSource);
-    const std::wstring braced = guidText(guid);
-    return textVariant(braced.data(), braced.size());
+    return com::textVariant(com::guidText(guid));
 }
 
 _variant_t coerceBytes(const ParameterData& parameter, const VARIANT& value)

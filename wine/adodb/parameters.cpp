@@ -35,7 +35,7 @@ size_t Parameters::position(const VARIANT& index) const
 
 void Parameters::invokeItem(Call& call)
 {
-    const auto& parameter = command_->parameters()[position(call.given(0))];
+    const auto& parameter = command_->parameters()[position(call.raw(0))];
     if (call.isPut())
         parameter->setValue(call.newValue());
     else
@@ -56,7 +56,7 @@ void Parameters::invokeAppend(Call& call)
 void Parameters::invokeDelete(Call& call)
 {
     ParameterList& list = command_->parameters();
-    list.erase(list.begin() + static_cast<ptrdiff_t>(position(call.given(0))));
+    list.erase(list.begin() + static_cast<ptrdiff_t>(position(call.raw(0))));
 }
 
 void Parameters::invokeRefresh(Call&)

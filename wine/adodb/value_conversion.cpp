@@ -1,6 +1,8 @@
 #include "value_conversion.h"
 
+#include "com/convert.h"
 #include "com/error.h"
+#include "com/registration.h"
 #include "decimal_text.h"
 
 #include <array>
@@ -93,23 +95,6 @@ _variant_t numberOfBuffer(const TypeInfo& type, const void* buffer)
     }
 }
 
-constexpr size_t kGuidCharacters = 38;
-
-std::array<wchar_t, kGuidCharacters + 1> guidCharacters(const GUID& guid) noexcept
-{
-    auto text = std::to_array(L"{00000000-0000-0000-0000-000000000000}");
-    const auto put = [&text](size_t at, unsigned long value, size_t digits) {
-        for (; digits-- > 0; value >>= 4)
-            text[at + digits] = L"0123456789ABCDEF"[value & 0xF];
-    };
-    put(1, guid.Data1, 8);
-    put(10, guid.Data2, 4);
-    put(15, guid.Data3, 4);
-    for (size_t index = 0; index < 8; ++index)
-        put((index < 2 ? 20 : 21) + 2 * index, guid.Data4[index], 2);
-    return text;
-}
-
 } // namespace
 
 DATE dateOfTimestamp(const SQL_TIMESTAMP_STRUCT& t)
@@ -157,11 +142,6 @@ std::wstring timeText(DATE date)
     const int length = swprintf(text, std::size(text), L"%02u:%02u:%02u.%06lu", t.hour, t.minute, t.second,
                                 static_cast<unsigned long>(t.fraction / 1000));
     return {text, static_cast<size_t>(t.fraction == 0 ? 8 : length)};
-}
-
-std::wstring guidText(const GUID& guid)
-{
-    return {guidCharacters(guid).data(), kGuidCharacters};
 }
 
 bool tryParseGuid(std::wstring text, GUID& guid)
@@ -224,7 +204,7 @@ _variant_t valueOfBuffer(const TypeInfo& type, const void* buffer, size_t length
     case SQL_C_BINARY:
         return bytesVariant(buffer, length);
     case SQL_C_GUID:
-        return textVariant(guidCharacters(load<GUID>(buffer)).data(), kGuidCharacters);
+        return com::textVariant(com::guidText(load<GUID>(buffer)));
     case SQL_C_TYPE_TIMESTAMP:
         return dateVariant(dateOfTimestamp(load<SQL_TIMESTAMP_STRUCT>(buffer)));
     case SQL_C_TYPE_DATE: {

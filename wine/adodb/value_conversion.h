@@ -24,9 +24,6 @@ DATE dateOfTimeText(std::wstring_view text);
 /// The time of day of an OLE date as `hh:mm:ss[.ffffff]`.
 std::wstring timeText(DATE date);
 
-/// In braces, upper case.
-std::wstring guidText(const GUID& guid);
-
 /// Reads a GUID in text with or without braces; false when it is none.
 bool tryParseGuid(std::wstring text, GUID& guid);
 
