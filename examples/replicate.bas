@@ -4,11 +4,10 @@ Attribute VB_Name = "Replicate"
 '
 '   ? ReplicateOffice("C:\Replication\office.log")
 '
-' The password of both logins comes from the environment variable QUINMARK_PASSWORD. ready:=True marks the site ready,
-' as whoever decides that a run is due does. resetError:=True shows and clears the error that is recorded: only for a
-' person who has looked at the conflicts, because the next run may delete or overwrite a row that one of them tells.
-' Returns 0 when the run went through, 1 when it failed, 2 when it recorded an error or conflicts, and 4 when nothing
-' was run because the site is in error or not ready; every error is shown with its number, source and text.
+' The password of both logins comes from the environment variable QUINMARK_PASSWORD. ready:=True marks the site ready
+' for this run. resetError:=True shows and clears the recorded error: give it only after a look at the conflicts,
+' because the next run may delete or overwrite their rows. Returns one of quinrep's exit codes, 0 to 4
+' (docs/quinrep.md).
 Option Explicit
 
 Private Const LOG_LEVEL_DEBUG As Integer = 1

@@ -4,12 +4,10 @@
 //   cscript //nologo replicate.js LOGFILE [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX]
 //       [--ready] [--reset-error]
 //
-// The password of both logins comes from the environment variable QUINMARK_PASSWORD. --ready marks the site ready, as
-// whoever decides that a run is due does. --reset-error shows and clears the error that is recorded: only for a person
-// who has looked at the conflicts, because the next run may delete or overwrite a row that one of them tells. Ends with
-// status 0 when the run went through, 1 when it failed, 2 when it recorded an error or conflicts, 3 when the command
-// line is wrong, and 4 when nothing was run because the site is in error or not ready. JScript's errors have no source;
-// everything else of an error is shown.
+// The password of both logins comes from the environment variable QUINMARK_PASSWORD. --ready marks the site ready for
+// this run. --reset-error shows and clears the recorded error: give it only after a look at the conflicts, because the
+// next run may delete or overwrite their rows. The exit status is one of quinrep's, 0 to 4 (docs/quinrep.md). JScript's
+// errors have no source; everything else of an error is shown.
 var SITE_OFFICES = 0;
 var ONE_WAY_DELETE_ALL = 1, ONE_WAY = 2, ONE_WAY_ALLOW_DELETES = 3, ONE_WAY_WITH_PK_FIELD = 7;
 var UNKNOWN = 1, DELETE_WITH_UPDATES = 2;

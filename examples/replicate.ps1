@@ -4,11 +4,9 @@
 #   %SystemRoot%\SysWOW64\WindowsPowerShell\v1.0\powershell.exe -Sta -File replicate.ps1 LOGFILE
 #       [-Ready] [-ResetError]
 #
-# The password of both logins comes from the environment variable QUINMARK_PASSWORD. -Ready marks the site ready, as
-# whoever decides that a run is due does. -ResetError shows and clears the error that is recorded: only for a person who
-# has looked at the conflicts, because the next run may delete or overwrite a row that one of them tells. Ends with
-# status 0 when the run went through, 1 when it failed, 2 when it recorded an error or conflicts, and 4 when nothing was
-# run because the site is in error or not ready; every error is shown with its number, source and text.
+# The password of both logins comes from the environment variable QUINMARK_PASSWORD. -Ready marks the site ready for
+# this run. -ResetError shows and clears the recorded error: give it only after a look at the conflicts, because the
+# next run may delete or overwrite their rows. The exit status is one of quinrep's, 0 to 4 (docs/quinrep.md).
 param(
     [Parameter(Mandatory = $true)] [string] $LogFile,
     [string] $OfficeDsn = 'QuinmarkOffice', [string] $OfficePrefix = 'office.',
