@@ -8,7 +8,7 @@
 
 namespace ado {
 
-/// What a command's parameter is created from.
+/// The properties from which a command's parameter is created.
 struct ParameterSpec
 {
     std::wstring name;

@@ -69,7 +69,7 @@ TextView::TextView(const VARIANT& value)
     }
 }
 
-// What changeType comes to in the end, by a shorter way for what a row has most of.
+// Dates and amounts are in most rows; the functions in which changeType ends are called for them at once.
 void TextView::convert(const VARIANT& value)
 {
     BSTR text = nullptr;

@@ -13,7 +13,7 @@ namespace com {
 /// enumerator reports.
 void forEach(const VARIANT& collection, const std::function<void(const _variant_t&)>& visit);
 
-/// What a collection answers to DISPID_NEWENUM: a walk over its items as they are now.
+/// A walk over the items as they are now, a collection's answer to DISPID_NEWENUM.
 Microsoft::WRL::ComPtr<IEnumVARIANT> enumeratorOf(std::vector<_variant_t> items);
 
 } // namespace com

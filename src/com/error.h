@@ -64,8 +64,8 @@ void check(HRESULT code);
 /// call that may leave none wants an older one cleared before it.
 void checkCall(HRESULT code);
 
-/// What is in flight, seen from a handler: an Error as it stands, `_com_error` and `std::bad_alloc` (7) translated.
-/// With nothing in flight, number 0 and empty texts.
+/// The exception that is being handled: an Error as it stands, `_com_error` and `std::bad_alloc` (7) translated.
+/// Without one, number 0 and empty texts.
 Error currentError();
 
 } // namespace com

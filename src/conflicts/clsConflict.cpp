@@ -14,7 +14,7 @@ using Microsoft::WRL::ComPtr;
 
 namespace {
 
-/// What counts as no date: 1 January 1900. The zero date of a new conflict does not.
+/// 1 January 1900 counts as no date; the zero date of a new conflict does not.
 constexpr DATE kNoDate = 2;
 
 _variant_t readText(_clsConflictData& data, HRESULT (STDMETHODCALLTYPE _clsConflictData::*property)(BSTR*))

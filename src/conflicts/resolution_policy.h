@@ -4,7 +4,7 @@
 
 namespace quinmark {
 
-/// What resolving a conflict does, decided from the site, the resolution and the kind of conflict. No I/O.
+/// Decides how a conflict is resolved, by the site, the resolution and the kind of conflict. No I/O.
 
 enum class ResolutionStep
 {

@@ -9,7 +9,7 @@
 
 namespace quinmark {
 
-/// What `Factory.init` was given, and the two connections. One set per host thread, shared by every object of the
+/// The arguments of `Factory.init`, and the two connections. One set per host thread, shared by every object of the
 /// component on that thread, for as long as the thread lives or the component stays loaded.
 struct Settings
 {

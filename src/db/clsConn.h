@@ -68,7 +68,7 @@ public:
     /// A GUID's text in braces; an empty variant for an empty text.
     _variant_t addGuidBrackets(const _variant_t& vValue) const;
 
-    /// The parameters of the last statement or procedure that failed, as an SQL literal behind a comma; empty when it
+    /// The parameters of the last statement or procedure that failed, as an SQL literal after a comma; empty when it
     /// failed before there was a command. Later successes keep it, and so do failures to connect or to open a query.
     std::wstring retrieveCommandParms() const { return sLastParms; }
 
@@ -93,7 +93,7 @@ private:
     [[noreturn]] void handleCommandError(const std::wstring& sSource, const com::Error& error,
                                          const ado::Command& command);
 
-    /// What `run` gives for a new command with the pending parameters; failures have the source `sSource`.
+    /// Returns the result of `run` for a new command with the pending parameters; failures have the source `sSource`.
     template <class Run>
     auto withParameters(const wchar_t* sSource, long commandType, const std::wstring& text, bool prepared, Run run);
     /// Makes a new command in `command`, which a failure to set it up leaves there for the listing.

@@ -4,7 +4,7 @@
 
 namespace quinmark {
 
-/// What is pasted in front of a table's name, nothing in between, to name it in one of the two databases.
+/// Texts that stand directly in front of a table's name to name it in one of the two databases.
 struct Prefixes
 {
     std::wstring sSourceDB;

@@ -12,7 +12,7 @@ std::wstring SqlQuote(const std::wstring& s, bool bLeadingWildcard, bool bTraili
 /// Appends to `sql` what SqlQuote without a wildcard flag gives.
 void appendSqlQuote(std::wstring& sql, std::wstring_view s);
 
-/// A LIKE pattern: 's' with its apostrophes doubled and "%" put before or behind; '%' for an empty text whatever the
+/// A LIKE pattern: 's' with its apostrophes doubled and "%" put before or after it; '%' for an empty text whatever the
 /// flags. Wildcard characters inside `s` stay wildcards.
 std::wstring SqlLikePattern(const std::wstring& s, bool bLeadingWildcard, bool bTrailingWildcard);
 

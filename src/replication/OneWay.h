@@ -12,7 +12,7 @@
 
 namespace quinmark {
 
-/// What differs between one-way replication by `unid` and by a key field of the table's own.
+/// The differences between one-way replication by `unid` and by a key field of the table's own.
 struct OneWayPlan
 {
     KeyedTable table;
@@ -72,8 +72,8 @@ private:
     Counters& counters_;
     std::wstring sDestDatabaseName_;
     std::wstring sSourceDatabaseName_;
-    /// The dates of the row in hand. A row that only one side has leaves the other date as the last row left it, and a
-    /// conflict is recorded with both as they stand.
+    /// The dates of the current row. The date of a side that lacks the row stays that of the row before it, and a
+    /// conflict is recorded with both.
     DATE dSrcModDate_ = 0;
     DATE dDestModDate_ = 0;
 };

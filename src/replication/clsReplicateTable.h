@@ -47,16 +47,16 @@ public:
     void replicateComputerType();
 
     /// Brings the destination in line with the source, row by row, matched by `unid` and compared by `mod_date`.
-    /// Changes on the destination side are recorded as conflicts, and at OFFICES as errors of the run. A failure also
-    /// marks the run failed.
+    /// Changes on the destination side are recorded as conflicts. At OFFICES each is also an error of the run, at a
+    /// LAPTOP only a row that the source deleted. A failure also marks the run failed.
     void replicateOneWay(bool bAllowDeletes);
 
     /// The same for rows matched by the configured key field, with the configured delete handling. Without either
     /// nothing is done but mark the run failed.
     void replicateOneWayWithPKField();
 
-    /// Copies each row that differs in the direction of its newer `mod_date`, and rows that one side lacks to it.
-    /// Conflicts and deletions are only announced, in message boxes; what was done is not counted.
+    /// Copies each row that differs from the side with the newer `mod_date`, and each row that one side lacks to that
+    /// side. Conflicts and deletions are only announced, in message boxes; what was done is not counted.
     void replicateTableTwoWay(bool bDeletes);
 
     const std::wstring& sTable() const { return sTable_; }

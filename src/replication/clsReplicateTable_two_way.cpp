@@ -70,8 +70,8 @@ void announceOldRow(const KeyedTable& table, const Direction& direction, bool bD
                                       L" table before last Replicate date");
 }
 
-/// What a pass over the rows that only one side has works with. `read` is the table as rows are selected from it: with
-/// its database prefix from the source, without one from the destination.
+/// One pass over the rows that only one side has. `read` is the table as rows are selected from it: with its database
+/// prefix from the source, without one from the destination.
 struct MissingRows
 {
     Direction direction;

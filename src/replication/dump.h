@@ -4,8 +4,8 @@
 
 #include <string>
 
-/// Field-by-field reports in the log, at WARN, of rows that are lost or that differ where they should not. They change
-/// no data. Failures are raised with the routine as source ("Utils.dumpDelete").
+/// Field-by-field reports in the log, at WARN, of rows that one side lacks or that differ where they should not. They
+/// change no data. Failures are raised with the routine as source ("Utils.dumpDelete").
 namespace Utils {
 
 /// Reports every field of the row that `rs` stands on.

@@ -4,8 +4,8 @@
 
 namespace quinmark {
 
-/// What each replication method does with a table: the one table that the component's routines, and whoever looks ahead
-/// of a run, take their passes from. No I/O, no texts.
+/// The passes of each replication method. The component's routines take them from this table, and so does a look ahead
+/// of a run. No I/O, no texts.
 
 enum class Engine
 {
@@ -27,8 +27,8 @@ struct MethodPlan
     bool copiesRows = false;
     /// The same for rows that only the destination has.
     bool looksForDeletedRows = false;
-    /// What becomes of old rows that one side lacks: one-way, OFFICES deletes the destination's; two-way, they are
-    /// announced as deletions, not as conflicts.
+    /// Whether an old row that one side lacks counts as deleted. One-way: OFFICES deletes the destination's. Two-way:
+    /// it is announced as a deletion, not as a conflict.
     bool deletes = false;
 };
 

@@ -2,7 +2,7 @@
 
 namespace quinmark {
 
-/// What replication does with a row, decided from the site, the delete setting and how the modification dates compare.
+/// Decides what replication does with a row, by the site, the delete setting and how the modification dates compare.
 /// Decision tables only: no I/O, no clock, no texts.
 
 /// Who runs the component. Every site but OFFICES (0) replicates by the laptop's rules.

@@ -23,7 +23,7 @@ std::wstring keyCondition(const KeyedTable& table, const _variant_t& vKey);
 /// "Select * from sTable where ..." on the connection that has the row.
 std::wstring selectRow(const KeyedTable& table, const _variant_t& vKey);
 
-/// The same for a row that is only opened to be dumped, which its small "select" tells in a trace.
+/// The same for a row that is dumped; the small "select" marks it in a trace.
 std::wstring selectDumpedRow(const KeyedTable& table, const _variant_t& vKey);
 
 std::wstring deleteRow(const KeyedTable& table, const _variant_t& vKey);

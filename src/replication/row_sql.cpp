@@ -28,7 +28,7 @@ void append(std::wstring& sSql, const Parts&... parts)
     (sSql.append(parts), ...);
 }
 
-/// Takes off the last two characters, the separator behind a list's last item.
+/// Takes off the last two characters, the separator after a list's last item.
 void dropSeparator(std::wstring& list)
 {
     list.resize(list.size() < kSeparatorLength ? 0 : list.size() - kSeparatorLength);

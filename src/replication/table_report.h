@@ -5,7 +5,7 @@
 
 namespace quinmark {
 
-/// What a table's run leaves behind: its rows in replication_counts, and its summary in the log.
+/// The rows of a table in replication_counts, and its summary in the log.
 
 /// One row of replication_counts: the table's name followed by `sSuffix` is the count's name.
 struct Count

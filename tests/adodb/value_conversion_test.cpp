@@ -1,6 +1,7 @@
 #include "value_conversion.h"
 
 #include "com/error.h"
+#include "com/registration.h"
 #include "decimal_text.h"
 
 #include <gtest/gtest.h>
@@ -99,10 +100,10 @@ TEST(Guid, WithAndWithoutBraces)
     const std::wstring braced = L"{A0EEBC99-9C0B-4EF8-BB6D-6BB9BD380A11}";
     GUID guid = {};
     ASSERT_TRUE(tryParseGuid(L"a0eebc99-9c0b-4ef8-bb6d-6bb9bd380a11", guid));
-    EXPECT_EQ(guidText(guid), braced);
+    EXPECT_EQ(com::guidText(guid), braced);
     guid = {};
     ASSERT_TRUE(tryParseGuid(braced, guid));
-    EXPECT_EQ(guidText(guid), braced);
+    EXPECT_EQ(com::guidText(guid), braced);
     EXPECT_FALSE(tryParseGuid(L"", guid));
     EXPECT_FALSE(tryParseGuid(L"{a0eebc99-9c0b-4ef8-bb6d-6bb9bd380a1}", guid));
 }

@@ -85,7 +85,7 @@ struct TypeInfo
 /// The row of the type table, or null for a type that cannot be used.
 const TypeInfo* findType(long adoType) noexcept;
 
-/// What the driver says of a column's type.
+/// A column's type as the driver describes it.
 struct SqlColumnType
 {
     SQLSMALLINT sqlType;

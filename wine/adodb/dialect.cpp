@@ -25,7 +25,7 @@ public:
     }
 
 private:
-    /// The position after `at` and the gap behind it.
+    /// The position after `at` and the gap after it.
     size_t past(size_t at) const
     {
         for (++at; at < tokens_.size() && tokens_[at].isGap();)
@@ -40,7 +40,7 @@ private:
     bool isSymbol(size_t at, wchar_t symbol) const { return at < tokens_.size() && tokens_[at].isSymbol(symbol); }
     bool isKind(size_t at, TokenKind kind) const { return at < tokens_.size() && tokens_[at].kind == kind; }
 
-    /// Follows words and one-character symbols from `at`; the position behind them, or none.
+    /// Follows words and one-character symbols from `at`; the position after them, or none.
     std::optional<size_t> follow(size_t at, std::initializer_list<std::wstring_view> pattern) const
     {
         for (const std::wstring_view part : pattern) {
@@ -231,7 +231,7 @@ private:
     std::vector<Token> tokens_;
     size_t at_ = 0;
     std::wstring out_;
-    size_t contentEnd_ = 0;               ///< in out_, behind the last token that is neither space nor comment
+    size_t contentEnd_ = 0;               ///< in out_, after the last token that is neither space nor comment
     std::vector<std::wstring> limits_{1}; ///< the pending limit of the select at each parenthesis level
 };
 

@@ -5,7 +5,7 @@
 
 namespace adodb {
 
-/// What differs between databases.
+/// The differences between databases.
 enum class Dialect
 {
     Untouched,  ///< statements go out as they are

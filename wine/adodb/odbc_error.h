@@ -20,7 +20,7 @@ struct Diagnostic
     std::wstring message;
 };
 
-/// What a failed ODBC call throws: the first record decides number and description.
+/// The exception for a failed ODBC call: its first record decides number and description.
 struct OdbcError : com::Error
 {
     std::vector<Diagnostic> diagnostics;

@@ -18,7 +18,7 @@ public:
 
     void bind(const StatementHandle& statement, SQLUSMALLINT number);
 
-    /// What the database put into an output parameter; raises an error for a value longer than the size.
+    /// The value that the database put into an output parameter; raises an error for a value longer than the size.
     _variant_t output() const;
 
 private:

@@ -12,7 +12,7 @@
 
 namespace adodb {
 
-/// What ADO tells of a result column.
+/// A result column as ADO describes it.
 struct ColumnInfo
 {
     std::pmr::wstring name;

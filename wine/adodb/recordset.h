@@ -16,7 +16,7 @@ public:
     bool isOpen() const noexcept { return result_ && result_->isOpen(); }
     /// Raises 3704 when closed.
     Result& requireResult() const;
-    /// Raises 3021 before the first and behind the last row.
+    /// Raises 3021 before the first and after the last row.
     Result& requireRow() const;
     /// Columns of the open result; none when closed.
     std::span<const ColumnInfo> columns() const noexcept;

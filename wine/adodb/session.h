@@ -25,7 +25,7 @@ struct Outcome
     std::shared_ptr<Result> result; ///< null when the first statement returns no rows
 };
 
-/// What stands behind an open ADO connection: one ODBC connection, and further ones for statements that run while a
+/// The ODBC side of an open ADO connection: one ODBC connection, and further ones for statements that run while a
 /// result is still being read. They are kept and used again. A transaction lives on one of them, and everything that
 /// runs during the transaction runs there.
 class Session
