@@ -7,15 +7,6 @@ namespace {
 
 constexpr short kVarChar = 200;
 
-constexpr CLSID adoClassId(unsigned long first)
-{
-    return {first, 0x0000, 0x0010, {0x80, 0x00, 0x00, 0xaa, 0x00, 0x6d, 0x2e, 0xa4}};
-}
-
-constexpr CLSID kConnectionId = adoClassId(0x00000514);
-constexpr CLSID kCommandId = adoClassId(0x00000507);
-constexpr CLSID kRecordsetId = adoClassId(0x00000535);
-
 /// Makes objects of one class, each as a call that is recorded and may fail.
 template <class Object>
 class RecordingFactory final : public com::UnknownObject<IClassFactory>
@@ -47,12 +38,9 @@ private:
 };
 
 template <class Object>
-DWORD registerClass(const CLSID& id, const std::shared_ptr<RecordingJournal>& journal, const wchar_t* className)
+ReplacedClass replacement(const CLSID& id, const std::shared_ptr<RecordingJournal>& journal, const wchar_t* className)
 {
-    const auto factory = com::makeObject<RecordingFactory<Object>>(journal, className);
-    DWORD cookie = 0;
-    com::check(CoRegisterClassObject(id, factory.Get(), CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie));
-    return cookie;
+    return ReplacedClass(id, com::makeObject<RecordingFactory<Object>>(journal, className).Get());
 }
 
 } // namespace
@@ -60,15 +48,14 @@ DWORD registerClass(const CLSID& id, const std::shared_ptr<RecordingJournal>& jo
 RecordingAdo::RecordingAdo() : journal_(std::make_shared<RecordingJournal>())
 {
     com::check(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
-    registrations_ = {registerClass<RecordingConnection>(kConnectionId, journal_, L"Connection"),
-                      registerClass<RecordingCommand>(kCommandId, journal_, L"Command"),
-                      registerClass<RecordingRecordset>(kRecordsetId, journal_, L"Recordset")};
+    replaced_.push_back(replacement<RecordingConnection>(kAdoConnectionId, journal_, L"Connection"));
+    replaced_.push_back(replacement<RecordingCommand>(kAdoCommandId, journal_, L"Command"));
+    replaced_.push_back(replacement<RecordingRecordset>(kAdoRecordsetId, journal_, L"Recordset"));
 }
 
 RecordingAdo::~RecordingAdo()
 {
-    for (const DWORD registration : registrations_)
-        CoRevokeClassObject(registration);
+    replaced_.clear();
     CoUninitialize();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "AdoClasses.h"
 #include "com/dispatch.h"
 
 #include <comdef.h>
@@ -116,7 +117,7 @@ public:
 
 private:
     std::shared_ptr<RecordingJournal> journal_;
-    std::vector<DWORD> registrations_;
+    std::vector<ReplacedClass> replaced_;
 };
 
 /// A database Null.
