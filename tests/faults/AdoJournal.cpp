@@ -10,19 +10,12 @@ void AdoJournal::begin(std::optional<AdoFault> fault)
     recording = true;
 }
 
-std::optional<AdoFaultKind> AdoJournal::add(AdoCall call)
+std::optional<AdoFaultKind> AdoJournal::add(size_t command, std::wstring dataSource)
 {
-    call.step = step;
-    calls_.push_back(std::move(call));
+    calls_.push_back({.step = step, .command = command, .dataSource = std::move(dataSource)});
     if (!fault_ || calls_.size() < fault_->call || (calls_.size() > fault_->call && !fault_->lasting))
         return std::nullopt;
     return fault_->kind;
-}
-
-size_t AdoJournal::newCommand()
-{
-    texts_.emplace_back();
-    return texts_.size();
 }
 
 void AdoJournal::setText(size_t command, const std::wstring& text)
@@ -41,7 +34,7 @@ std::wstring AdoJournal::statement(size_t call) const
 
 size_t AdoJournal::firstFailure() const
 {
-    const auto found = std::find_if(calls_.begin(), calls_.end(), [](const AdoCall& call) { return call.failure; });
+    const auto found = std::ranges::find_if(calls_, [](const RecordedCall& call) { return call.failure.has_value(); });
     return found == calls_.end() ? 0 : static_cast<size_t>(found - calls_.begin()) + 1;
 }
 

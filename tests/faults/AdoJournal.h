@@ -40,20 +40,17 @@ struct AdoFault
     size_t call;
 };
 
-/// One call into ADO: an Invoke, or the creation of an object.
-struct AdoCall
+struct RecordedCall
 {
-    std::wstring name; ///< "Command.Execute", "create Command"
     Step step = Step::Idle;
-    size_t command = 0;      ///< to which the call belongs, counted from 1; 0 for calls of the connection itself
-    std::wstring connection; ///< its data source; empty while none is known
-    bool carriedOut = false;
+    size_t command = 0;       ///< to which the call belongs, counted from 1; 0 for calls of the connection itself
+    std::wstring dataSource;  ///< of its connection; empty while none is known
     bool writes = false;      ///< carried out, and a statement that is no query
     bool readsClosed = false; ///< answered that the connection is closed
-    std::optional<com::Error> failure;
+    std::optional<com::Error> failure = {};
 };
 
-/// Every call into ADO since `begin`, and what is to be done to one of them.
+/// Every call into ADO since `begin`, creations included, and what is to be done to one of them.
 class AdoJournal
 {
 public:
@@ -66,25 +63,25 @@ public:
     bool recording = true;
 
     /// Records a call that begins; what to do to it.
-    std::optional<AdoFaultKind> add(AdoCall call);
-    AdoCall& last() { return calls_.back(); }
+    std::optional<AdoFaultKind> add(size_t command, std::wstring dataSource);
+    RecordedCall& last() { return calls_.back(); }
 
-    const std::vector<AdoCall>& calls() const { return calls_; }
-    size_t newCommand();
+    const std::vector<RecordedCall>& calls() const { return calls_; }
+    void newCommand() { texts_.emplace_back(); }
     size_t lastCommand() const { return texts_.size(); }
     void setText(size_t command, const std::wstring& text);
 
-    /// The text of the call's statement; for a call of the connection itself that of the next statement. Empty behind
+    /// The text of the call's statement; for a call of the connection itself that of the next statement. Empty after
     /// the last one.
     std::wstring statement(size_t call) const;
 
     /// Index (from 1) of the first call that failed, 0 when none did.
     size_t firstFailure() const;
     /// Statements that wrote, by the calls from `first` on and before `end`.
-    std::vector<std::wstring> writes(size_t first, size_t end) const;
+    std::vector<std::wstring> writes(size_t first, size_t end = SIZE_MAX) const;
 
 private:
     std::optional<AdoFault> fault_;
-    std::vector<AdoCall> calls_;
+    std::vector<RecordedCall> calls_;
     std::vector<std::wstring> texts_;
 };

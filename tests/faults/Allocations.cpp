@@ -1,7 +1,7 @@
 #include "Allocations.h"
 
-#include "AutomationHooks.h"
 #include "com/error.h"
+#include "support/HeapUse.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -14,27 +14,27 @@ namespace allocations {
 namespace {
 
 bool g_watched = false;
+int g_pauses = 0;
 DWORD g_thread = 0;
 std::optional<Fault> g_fault;
 size_t g_count = 0;
-bool g_failed = false;
 long g_live = 0;
-std::function<void()> g_action;
+std::function<void()> g_whenFailing;
 
 } // namespace
 
 bool isWatched()
 {
-    return g_watched && GetCurrentThreadId() == g_thread;
+    return g_watched && g_pauses == 0 && GetCurrentThreadId() == g_thread;
 }
 
 bool mayAllocate()
 {
     ++g_count;
     const bool fails = g_fault && (g_fault->lasting ? g_count >= g_fault->at : g_count == g_fault->at);
-    if (fails && !std::exchange(g_failed, true) && g_action) {
+    if (fails && g_whenFailing) {
         const Unwatched own;
-        g_action();
+        std::exchange(g_whenFailing, {})();
     }
     return !fails;
 }
@@ -112,14 +112,6 @@ private:
     bool watchedCall_ = false;
 };
 
-/// Not in the import library of mingw-w64.
-void turnTextCacheOff()
-{
-    const auto off = GetProcAddress(GetModuleHandleW(L"oleaut32.dll"), "SetOaNoCache");
-    com::check(off ? S_OK : E_NOTIMPL);
-    reinterpret_cast<void(WINAPI*)()>(reinterpret_cast<void*>(off))();
-}
-
 /// Stands in front of every block of `operator new`; its size keeps the block's alignment.
 struct Header
 {
@@ -132,17 +124,17 @@ struct Header
 void watch()
 {
     g_thread = GetCurrentThreadId();
-    turnTextCacheOff();
+    withoutTextCache();
     static TaskWatch taskWatch;
     com::check(CoRegisterMallocSpy(&taskWatch));
     hookAutomation();
 }
 
-void begin(std::optional<Fault> fault)
+void begin(std::optional<Fault> fault, std::function<void()> whenFailing)
 {
     g_fault = fault;
+    g_whenFailing = std::move(whenFailing);
     g_count = 0;
-    g_failed = false;
 }
 
 void heal()
@@ -155,38 +147,29 @@ size_t count()
     return g_count;
 }
 
-bool hasFailed()
-{
-    return g_failed;
-}
-
-void whenFailing(std::function<void()> action)
-{
-    g_action = std::move(action);
-}
-
 long live()
 {
     return g_live;
 }
 
-Watched::Watched() : before_(std::exchange(g_watched, true)) {}
+Watched::Watched()
+{
+    g_watched = true;
+}
 
 Watched::~Watched()
 {
-    g_watched = before_;
+    g_watched = false;
 }
 
-Unwatched::Unwatched() : before_(isWatched())
+void pause()
 {
-    if (before_)
-        g_watched = false;
+    g_pauses += GetCurrentThreadId() == g_thread ? 1 : 0;
 }
 
-Unwatched::~Unwatched()
+void resume()
 {
-    if (before_)
-        g_watched = true;
+    g_pauses -= GetCurrentThreadId() == g_thread ? 1 : 0;
 }
 
 namespace {

@@ -20,45 +20,43 @@ struct Fault
 /// Installs the watch. Once for a program.
 void watch();
 
-/// Begins to count from 0, and to fail as told.
-void begin(std::optional<Fault> fault = {});
+/// Begins to count from 0, and to fail as told; `whenFailing` runs just before the first allocation fails.
+void begin(std::optional<Fault> fault = {}, std::function<void()> whenFailing = {});
 /// Ends failing.
 void heal();
 
 /// Allocations since `begin`.
 size_t count();
-/// Whether one was made to fail since `begin`.
-bool hasFailed();
-/// `action` runs just before the first allocation fails.
-void whenFailing(std::function<void()> action);
-
 /// Blocks that were allocated while watched and are not freed yet.
 long live();
 
-/// The component is at work.
-class Watched
+/// The test's own code is at work, called by the component. May be nested.
+void pause();
+void resume();
+
+/// The component is at work. Not to be nested.
+struct Watched
 {
-public:
     Watched();
     ~Watched();
     Watched(const Watched&) = delete;
     Watched& operator=(const Watched&) = delete;
-
-private:
-    bool before_;
 };
 
-/// The test's own code is at work, called by the component.
-class Unwatched
+struct Unwatched
 {
-public:
-    Unwatched();
-    ~Unwatched();
+    Unwatched() { pause(); }
+    ~Unwatched() { resume(); }
     Unwatched(const Unwatched&) = delete;
     Unwatched& operator=(const Unwatched&) = delete;
-
-private:
-    bool before_;
 };
+
+/// Whether the component is at work.
+bool isWatched();
+/// Counts one allocation of the watched kind; false when it is to fail.
+bool mayAllocate();
+/// Has this program's own calls of the automation runtime that need memory fail when `mayAllocate` says so. Allocations
+/// inside of the runtime are not failed: Wine's does not survive all of them.
+void hookAutomation();
 
 } // namespace allocations

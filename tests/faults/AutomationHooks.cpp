@@ -1,4 +1,4 @@
-#include "AutomationHooks.h"
+#include "Allocations.h"
 
 #include "support/ImportHook.h"
 

@@ -16,37 +16,25 @@ long raisedNumber(long number)
     return moved ? kObjectError + number : number;
 }
 
-const wchar_t* sourceOf(Step step)
-{
-    switch (step) {
-    case Step::Init:
-        return L"Factory.init";
-    case Step::SetError:
-        return L"Factory.setError";
-    case Step::ResetError:
-        return L"Factory.resetError";
-    case Step::SetReady:
-        return L"clsReplicate.SetReady";
-    case Step::InitNextRun:
-        return L"clsReplicate.initNextRun";
-    case Step::Go:
-    case Step::Table:
-        return L"clsReplicate.go";
-    case Step::Load:
-        return L"clsConflict.loadFromRs";
-    case Step::Resolve:
-        return L"clsConflict.resolve";
-    case Step::Disconnect:
-        return L"Factory.disconnect";
-    default:
-        return L"";
-    }
-}
+/// What names itself in an error, by Step.
+constexpr const wchar_t* kSources[] = {L"",
+                                       L"Factory.init",
+                                       L"Factory.setError",
+                                       L"Factory.resetError",
+                                       L"clsReplicate.SetReady",
+                                       L"",
+                                       L"clsReplicate.initNextRun",
+                                       L"",
+                                       L"clsReplicate.go",
+                                       L"clsReplicate.go",
+                                       L"clsConflict.loadFromRs",
+                                       L"clsConflict.resolve",
+                                       L"Factory.disconnect"};
 
 /// A connection that the pairing finds closed raises an error of its own.
-com::Error unavailable(const Scenario& scenario, const std::wstring& connection)
+com::Error unavailable(const Scenario& scenario, const std::wstring& dataSource)
 {
-    const bool isSource = connection == Pair::setting(L"QUINMARK_OFFICE_DSN");
+    const bool isSource = dataSource == Pair::setting(L"QUINMARK_OFFICE_DSN");
     const bool isLocal = isSource == scenario.localIsSource();
     return {1000, L"",
             std::wstring(isLocal ? L"Local" : L"Remote") + L" database not available as " +
@@ -57,7 +45,7 @@ com::Error unavailable(const Scenario& scenario, const std::wstring& connection)
 size_t firstUnavailable(const Reference& reference, const AdoJournal& journal)
 {
     for (size_t index = 1; index <= journal.calls().size(); ++index) {
-        const AdoCall& call = journal.calls()[index - 1];
+        const RecordedCall& call = journal.calls()[index - 1];
         // Closed is what `init` and `disconnect` want to hear, and where it does not matter to recording an error.
         const bool asks = call.step == Step::Init || call.step == Step::Disconnect || call.step == Step::SetError;
         if (call.readsClosed && !asks && reference.journal.statement(index) != kSetError)
@@ -70,9 +58,8 @@ std::optional<com::Error> lastingError(const AdoFault& fault)
 {
     if (!fault.lasting || fault.kind == AdoFaultKind::Closed)
         return std::nullopt;
-    if (fault.kind == AdoFaultKind::NoMemory)
-        return com::Error{7, L"", L"Out of memory"};
-    return com::Error{E_FAIL, L"", L"Injected fault"};
+    return fault.kind == AdoFaultKind::NoMemory ? com::Error{7, L"", L"Out of memory"}
+                                                : com::Error{E_FAIL, L"", L"Injected fault"};
 }
 
 /// The rows of a parent's dependents, where a run failed between the parent and them: no later run sees the parent
@@ -112,10 +99,11 @@ bool isCheck(const Reference& reference, size_t call)
 Expectation expectationOf(const Scenario& scenario, const Reference& reference, const Failure& failure, bool localOpen)
 {
     const com::Error& error = failure.lasting ? *failure.lasting : failure.error;
-    Expectation expected{raisedNumber(failure.error.number), sourceOf(failure.step), failure.error.description, {}};
+    Expectation expected{
+        raisedNumber(failure.error.number), kSources[static_cast<size_t>(failure.step)], failure.error.description, {}};
     const bool check =
         failure.step == Step::Ensure || (failure.step == Step::InitNextRun && isCheck(reference, failure.call));
-    const bool records = check || (failure.step == Step::Table && !scenario.routine().empty());
+    const bool records = check || (failure.step == Step::Table && !scenario.routine.empty());
     if (!records) {
         if (expected.description == L"Exiting method")
             expected.description = kRaisedAgain;
@@ -131,8 +119,8 @@ Expectation expectationOf(const Scenario& scenario, const Reference& reference, 
         expected.mark = error.description;
     }
     else {
-        expected.description = scenario.routine() + L"(" + scenario.table + L"): " + error.description;
-        expected.mark = scenario.routine() + L": " + error.description;
+        expected.description = scenario.routine + L"(" + scenario.table + L"): " + error.description;
+        expected.mark = scenario.routine + L": " + error.description;
     }
     if (!localOpen)
         expected.mark.reset();
@@ -147,8 +135,8 @@ std::optional<Failure> adoFailure(const Scenario& scenario, const Reference& ref
     if (failed == 0 && closed == 0)
         return std::nullopt;
     const size_t index = failed == 0 ? closed : closed == 0 ? failed : std::min(failed, closed);
-    const AdoCall& call = journal.calls()[index - 1];
-    return Failure{index, call.step, index == closed ? unavailable(scenario, call.connection) : *call.failure,
+    const RecordedCall& call = journal.calls()[index - 1];
+    return Failure{index, call.step, index == closed ? unavailable(scenario, call.dataSource) : *call.failure,
                    lastingError(fault)};
 }
 
@@ -157,7 +145,7 @@ PairState repairedState(const Scenario& scenario, const Reference& reference, si
     const auto moved = std::ranges::find_if(reference.writes, [](const std::wstring& text) {
         return text.find(L"set last_timestamp") != std::wstring::npos;
     });
-    // Behind that statement the interval has moved, and the next run is a new one.
+    // After that statement the interval has moved, and the next run is a new one.
     if (static_cast<size_t>(moved - reference.writes.begin()) < writes)
         return reference.twice;
     PairState expected = reference.once;

@@ -17,7 +17,7 @@ struct Reference
     /// The entries of the log, in their order.
     std::vector<std::string> log;
     size_t allocations = 0;
-    /// Blocks of memory that the component keeps on the thread behind a run.
+    /// Blocks of memory that the component keeps on the thread after a run.
     long memory = 0;
 };
 
@@ -27,7 +27,7 @@ struct Failure
     /// The number of ADO calls that had begun.
     size_t call = 0;
     Step step = Step::Idle;
-    com::Error error;
+    com::Error error = {};
     /// The fault lasts, so that recording the run's error fails, too, with this one.
     std::optional<com::Error> lasting = {};
     /// It happened in the component's own work, not in a call.
@@ -62,5 +62,5 @@ std::optional<Failure> adoFailure(const Scenario& scenario, const Reference& ref
 /// Whether the call belongs to a check, whose failures are recorded and raised in a way of their own.
 bool isCheck(const Reference& reference, size_t call);
 
-/// The state that a good run must lead to after one that failed behind `writes` statements that wrote and left `left`.
+/// The state that a good run must lead to after one that failed after `writes` statements that wrote and left `left`.
 PairState repairedState(const Scenario& scenario, const Reference& reference, size_t writes, const PairState& left);

@@ -1,15 +1,15 @@
 #include "HostRun.h"
 
-#include "Allocations.h"
 #include "PairState.h"
 #include "TableSequence.h"
 #include "com/convert.h"
 #include "com/dispatch.h"
 #include "control/FactoryFace.h"
-#include "support/MessageBoxes.h"
+#include "support/ImportHook.h"
 
-using namespace quinmark;
+using allocations::Unwatched;
 using Microsoft::WRL::ComPtr;
+using namespace quinmark;
 
 namespace {
 
@@ -17,6 +17,15 @@ namespace {
 struct GivenUp
 {
 };
+
+std::vector<std::wstring> g_boxes;
+
+int WINAPI answerBox(HWND, const wchar_t* text, const wchar_t*, UINT)
+{
+    const Unwatched own;
+    g_boxes.emplace_back(text);
+    return IDOK;
+}
 
 /// A text that is passed by reference, as every argument of the component is.
 class TextArgument
@@ -43,7 +52,7 @@ com::Error errorOf(HRESULT code)
 class Host
 {
 public:
-    Host(TappedAdo& ado, const Scenario& scenario, const std::wstring& logFile, const FaultSwitch& faults)
+    Host(FailingAdo& ado, const Scenario& scenario, const std::wstring& logFile, const FaultSwitch& faults)
         : ado_(ado),
           scenario_(scenario),
           logFile_(logFile),
@@ -54,40 +63,50 @@ public:
 
     HostOutcome run()
     {
-        const MessageBoxes boxes;
-        ado_.journal().recording = false;
+        const ImportHook boxes("MessageBoxW", reinterpret_cast<void*>(answerBox));
+        g_boxes.clear();
+        ado_.journal.recording = false;
         if (scenario_.wholeLife)
             beginFaults();
-        try {
-            steps();
-        }
-        catch (const GivenUp&) {
-        }
+        const bool good = succeeds([&] { steps(); });
         readCounters();
         run_.Reset();
         table_.Reset();
-        outcome_.liveBeforeDisconnect = ado_.liveObjects();
-        if (scenario_.wholeLife && outcome_.failedIn == Step::Idle)
-            disconnectCounted();
+        outcome_.liveBeforeDisconnect = ado_.liveObjects;
+        if (scenario_.wholeLife && good)
+            succeeds([&] { require(Step::Disconnect, [&] { return factory_->disconnect(); }); });
         endFaults();
-        disconnect();
+        if (const HRESULT code = doStep(Step::Disconnect, [&] { return factory_->disconnect(); }); FAILED(code))
+            outcome_.disconnectError = errorOf(code).description;
         factory_.Reset();
-        outcome_.liveAtEnd = ado_.liveObjects();
-        outcome_.boxes = boxes.texts();
+        outcome_.liveAtEnd = ado_.liveObjects;
+        outcome_.boxes = g_boxes;
         return outcome_;
     }
 
 private:
     void beginFaults()
     {
-        ado_.journal().recording = true;
+        ado_.journal.recording = true;
         faults_.begin();
     }
 
     void endFaults()
     {
         faults_.heal();
-        ado_.journal().recording = false;
+        ado_.journal.recording = false;
+    }
+
+    template <class Action>
+    static bool succeeds(Action&& action)
+    {
+        try {
+            action();
+            return true;
+        }
+        catch (const GivenUp&) {
+            return false;
+        }
     }
 
     void readCounters()
@@ -104,41 +123,33 @@ private:
     HRESULT doStep(Step step, Call&& call)
     {
         SetErrorInfo(0, nullptr);
-        const Tapped tapped(ado_, step);
-        const allocations::Watched watched;
+        const AtWork atWork(ado_, step);
         return call();
     }
 
     template <class Call>
     void require(Step step, Call&& call)
     {
-        const HRESULT code = doStep(step, std::forward<Call>(call));
+        const HRESULT code = doStep(step, call);
         if (SUCCEEDED(code))
             return;
         outcome_.failedIn = step;
         outcome_.error = errorOf(code);
+        endFaults();
+        if (step == Step::SetReady || step == Step::InitNextRun || step == Step::Go)
+            readRun();
         throw GivenUp();
     }
 
-    /// The same for a step of the run object.
-    template <class Call>
-    void requireOfRun(Step step, Call&& call)
+    void readRun()
     {
-        try {
-            require(step, std::forward<Call>(call));
-        }
-        catch (const GivenUp&) {
-            ado_.journal().recording = false;
-            faults_.heal();
-            BSTR message = nullptr;
-            VARIANT_BOOL failed = VARIANT_FALSE;
-            com::checkCall(run_->get_sErrorMessage(&message));
-            com::checkCall(run_->get_bError(&failed));
-            const _bstr_t owner(message, false);
-            outcome_.runMessage = com::fromBstr(message);
-            outcome_.runError = failed != VARIANT_FALSE;
-            throw;
-        }
+        BSTR message = nullptr;
+        VARIANT_BOOL failed = VARIANT_FALSE;
+        com::checkCall(run_->get_sErrorMessage(&message));
+        com::checkCall(run_->get_bError(&failed));
+        const _bstr_t owner(message, false);
+        outcome_.runMessage = com::fromBstr(message);
+        outcome_.runError = failed != VARIANT_FALSE;
     }
 
     void steps()
@@ -149,17 +160,15 @@ private:
         require(Step::ResetError, [&] { return factory_->resetError(); });
         ensure();
         require(Step::Create, [&] { return factory_->createReplication(run_.GetAddressOf()); });
-        requireOfRun(Step::SetReady, [&] { return run_->SetReady(); });
+        require(Step::SetReady, [&] { return run_->SetReady(); });
         initNextRun();
         createTable();
-        const ComPtr<IDispatch> tables = tableSequence(ado_.journal(), table_);
+        const ComPtr<IDispatch> tables = tableSequence(ado_.journal, table_);
         _variant_t collection(tables.Get());
         if (!scenario_.wholeLife)
             beginFaults();
-        requireOfRun(Step::Go, [&] { return run_->go(&collection); });
-        if (!scenario_.wholeLife)
-            return;
-        if (scenario_.site == LAPTOP)
+        require(Step::Go, [&] { return run_->go(&collection); });
+        if (scenario_.wholeLife && scenario_.site == LAPTOP)
             resolveConflicts();
     }
 
@@ -204,7 +213,7 @@ private:
     {
         short frequency = 600;
         TextArgument version(L"3.46");
-        requireOfRun(Step::InitNextRun, [&] { return run_->initNextRun(&frequency, &version); });
+        require(Step::InitNextRun, [&] { return run_->initNextRun(&frequency, &version); });
     }
 
     void createTable()
@@ -220,35 +229,32 @@ private:
         });
     }
 
-    /// The host's own query; the component's calls into its recordset are tapped like all others.
-    com::Dispatch listConflicts()
+    /// The host's own calls are neither recorded nor failed.
+    template <class Call>
+    auto asHost(Call&& call)
     {
-        const bool recording = std::exchange(ado_.journal().recording, false);
-        const Tapped tapped(ado_, Step::Idle);
-        const com::Dispatch connection = com::Dispatch::create(L"ADODB.Connection");
-        connection.call(L"Open",
-                        {com::textVariant(L"DSN=" + Pair::setting(L"QUINMARK_LAPTOP_DSN") +
-                                          L";UID=quinmarkapp_user;PWD=" + Pair::setting(L"QUINMARK_PASSWORD"))});
-        const com::Dispatch rows = com::Dispatch::from(connection.call(
-            L"Execute", {L"select * from replication_conflict order by conflict_type, table_name, guid"}));
-        ado_.journal().recording = recording;
-        return rows;
+        const bool recording = std::exchange(ado_.journal.recording, false);
+        const AtWork atWork(ado_, Step::Idle);
+        const Unwatched own;
+        auto result = call();
+        ado_.journal.recording = recording;
+        return result;
     }
 
+    /// The component's calls into the host's recordset fail like all others.
     void resolveConflicts()
     {
-        const com::Dispatch conflicts = listConflicts();
-        AdoJournal& journal = ado_.journal();
-        for (;;) {
-            const bool recording = std::exchange(journal.recording, false);
-            const bool end = com::toBool(conflicts.property(L"EOF"));
-            journal.recording = recording;
-            if (end)
-                return;
+        const com::Dispatch connection = asHost([] { return com::Dispatch::create(L"ADODB.Connection"); });
+        const com::Dispatch conflicts = asHost([&] {
+            connection.call(L"Open",
+                            {com::textVariant(L"DSN=" + Pair::setting(L"QUINMARK_LAPTOP_DSN") +
+                                              L";UID=quinmarkapp_user;PWD=" + Pair::setting(L"QUINMARK_PASSWORD"))});
+            return com::Dispatch::from(connection.call(
+                L"Execute", {L"select * from replication_conflict order by conflict_type, table_name, guid"}));
+        });
+        while (asHost([&] { return !com::toBool(conflicts.property(L"EOF")); })) {
             resolve(conflicts);
-            journal.recording = false;
-            conflicts.call(L"MoveNext");
-            journal.recording = recording;
+            asHost([&] { return conflicts.call(L"MoveNext"); });
         }
     }
 
@@ -265,23 +271,7 @@ private:
         require(Step::Resolve, [&] { return conflict->resolve(&resolved); });
     }
 
-    void disconnectCounted()
-    {
-        try {
-            require(Step::Disconnect, [&] { return factory_->disconnect(); });
-        }
-        catch (const GivenUp&) {
-        }
-    }
-
-    void disconnect()
-    {
-        const HRESULT code = doStep(Step::Disconnect, [&] { return factory_->disconnect(); });
-        if (FAILED(code))
-            outcome_.disconnectError = errorOf(code).description;
-    }
-
-    TappedAdo& ado_;
+    FailingAdo& ado_;
     const Scenario& scenario_;
     const std::wstring& logFile_;
     const FaultSwitch& faults_;
@@ -293,7 +283,7 @@ private:
 
 } // namespace
 
-HostOutcome runHost(TappedAdo& ado, const Scenario& scenario, const std::wstring& logFile, const FaultSwitch& faults)
+HostOutcome runHost(FailingAdo& ado, const Scenario& scenario, const std::wstring& logFile, const FaultSwitch& faults)
 {
     return Host(ado, scenario, logFile, faults).run();
 }

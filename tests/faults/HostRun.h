@@ -1,9 +1,7 @@
 #pragma once
 
+#include "FailingAdo.h"
 #include "Scenario.h"
-#include "TappedAdo.h"
-
-#include <functional>
 
 /// What the host saw of a run.
 struct HostOutcome
@@ -11,7 +9,7 @@ struct HostOutcome
     /// The step that failed; Idle when none did. A check that answers "no" counts as failed, with its reason.
     Step failedIn = Step::Idle;
     com::Error error;
-    /// sErrorMessage and bError of the run object behind a failed step of its own.
+    /// sErrorMessage and bError of the run object after a failed step of its own.
     std::wstring runMessage;
     bool runError = false;
     /// Counters of the table object for the destination; all zero when there was none.
@@ -34,5 +32,6 @@ struct FaultSwitch
     std::function<void()> heal;
 };
 
-/// One run of a scenario through the component's public interface, from `init` to `disconnect`.
-HostOutcome runHost(TappedAdo& ado, const Scenario& scenario, const std::wstring& logFile, const FaultSwitch& faults);
+/// One run of a scenario through the component's public interface, from `init` to `disconnect`. Its message boxes are
+/// answered unshown.
+HostOutcome runHost(FailingAdo& ado, const Scenario& scenario, const std::wstring& logFile, const FaultSwitch& faults);

@@ -68,7 +68,7 @@ private:
         judgeWrites(failure, failure.textsMayLack ? recordedMark() : expected.mark);
     }
 
-    /// Memory may have run out behind the last call of a check or before the next routine's first call.
+    /// Memory may have run out after the last call of a check or before the next routine's first call.
     Expectation expectation(const Failure& failure) const
     {
         Expectation expected = expectationOf(scenario_, reference_, failure, localOpen());
@@ -137,14 +137,13 @@ private:
     void judgeWrites(const Failure& failure, const std::optional<std::wstring>& mark)
     {
         const std::vector<std::wstring> before = seen_.journal.writes(1, failure.call + 1);
-        const std::vector<std::wstring> after =
-            seen_.journal.writes(failure.call + 1, seen_.journal.calls().size() + 1);
+        const std::vector<std::wstring> after = seen_.journal.writes(failure.call + 1);
         writes_ = before.size();
         expect(writes_ <= reference_.writes.size(), L"more statements than a run has");
         for (size_t index = 0; index < std::min(writes_, reference_.writes.size()); ++index)
             if (isRepeatable(before[index]))
                 compare(L"statement", reference_.writes[index], before[index]);
-        compare(L"written behind the failure",
+        compare(L"written after the failure",
                 mark ? std::vector<std::wstring>{L"SetReplicationError"} : std::vector<std::wstring>{}, after);
         if (writes_ < reference_.states.size())
             compareState(reference_.states[writes_], mark);
@@ -173,8 +172,7 @@ private:
     /// Without memory the run's error may or may not have been recorded; when it was, any text will do.
     std::optional<std::wstring> recordedMark() const
     {
-        const size_t calls = seen_.journal.calls().size();
-        if (seen_.journal.writes(seen_.failure->call + 1, calls + 1).empty())
+        if (seen_.journal.writes(seen_.failure->call + 1).empty())
             return std::nullopt;
         const std::wstring record = L"mark " + std::to_wstring(static_cast<int>(scenario_.site)) + L" true ";
         for (const std::wstring& line : seen_.left.marks)
@@ -186,9 +184,9 @@ private:
     /// Whether there was a connection to record the run's error on.
     bool localOpen() const
     {
-        const std::vector<AdoCall>& calls = seen_.journal.calls();
+        const std::vector<RecordedCall>& calls = seen_.journal.calls();
         return std::none_of(calls.begin() + static_cast<std::ptrdiff_t>(seen_.failure->call), calls.end(),
-                            [](const AdoCall& call) { return call.readsClosed && call.step != Step::Disconnect; });
+                            [](const RecordedCall& call) { return call.readsClosed && call.step != Step::Disconnect; });
     }
 
     /// One-way routines count what they wrote, but for a row in the middle of which they failed; two-way ones nothing.
@@ -204,12 +202,12 @@ private:
 
     void judgeCounter(const wchar_t* what, long counted, const std::wstring& statement)
     {
-        const std::vector<AdoCall>& calls = seen_.journal.calls();
+        const std::vector<RecordedCall>& calls = seen_.journal.calls();
         long rows = 0;
         for (size_t index = 1; index <= calls.size(); ++index)
             if (calls[index - 1].writes && calls[index - 1].step == Step::Table)
                 rows += seen_.journal.statement(index).starts_with(statement) ? 1 : 0;
-        if (scenario_.routine().empty())
+        if (scenario_.routine.empty())
             rows = 0;
         const bool inTable = seen_.failure && seen_.failure->step == Step::Table;
         expect(counted == rows || (inTable && counted == rows - 1), std::wstring(what) + L": " +
@@ -234,8 +232,8 @@ private:
     {
         constexpr long kConnections = 2;
         expect(seen_.outcome.liveBeforeDisconnect <= kConnections,
-               std::to_wstring(seen_.outcome.liveBeforeDisconnect) + L" ADO objects alive behind the failure");
-        expect(seen_.outcome.liveAtEnd <= kConnections, L"ADO objects alive behind disconnecting");
+               std::to_wstring(seen_.outcome.liveBeforeDisconnect) + L" ADO objects alive after the failure");
+        expect(seen_.outcome.liveAtEnd <= kConnections, L"ADO objects alive after disconnecting");
         expect(seen_.next.liveAtEnd == 0, std::to_wstring(seen_.next.liveAtEnd) + L" ADO objects alive at the end");
         expect(seen_.outcome.disconnectError.empty(), L"disconnecting failed: " + seen_.outcome.disconnectError);
         expect(seen_.memoryLeft == 0, std::to_wstring(seen_.memoryLeft) + L" blocks of memory left over");

@@ -14,9 +14,8 @@ struct Seen
     /// What both databases held after it.
     PairState left;
     HostOutcome next;
-    /// What they held after the good run behind it.
+    /// What they held after the good run after it.
     PairState repaired;
-    AdoJournal nextJournal;
     long memoryLeft = 0;
     long handlesLeft = 0;
 };

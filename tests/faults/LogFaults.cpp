@@ -11,16 +11,12 @@ namespace {
 
 LogFaults* g_faults = nullptr;
 
-std::wstring newDirectory()
-{
-    wchar_t temporary[MAX_PATH + 1];
-    GetTempPathW(MAX_PATH, temporary);
-    return std::wstring(temporary) + L"quinmark-faults-" + std::to_wstring(GetCurrentProcessId());
-}
-
 } // namespace
 
-LogFaults::LogFaults() : directory_(newDirectory()), hook_("CreateFileW", reinterpret_cast<void*>(openFile))
+LogFaults::LogFaults()
+    : directory_(std::filesystem::temp_directory_path() /
+                 (L"quinmark-faults-" + std::to_wstring(GetCurrentProcessId()))),
+      hook_("CreateFileW", reinterpret_cast<void*>(openFile))
 {
     g_faults = this;
     CreateDirectoryW(directory_.c_str(), nullptr);
@@ -34,10 +30,10 @@ LogFaults::~LogFaults()
     RemoveDirectoryW(directory_.c_str());
 }
 
-void LogFaults::begin(std::optional<LogFault> fault, std::function<void()> action)
+void LogFaults::begin(std::optional<LogFault> fault, std::function<void()> whenFailing)
 {
     fault_ = fault;
-    action_ = std::move(action);
+    whenFailing_ = std::move(whenFailing);
     starts_.clear();
 }
 
@@ -62,19 +58,6 @@ std::vector<std::string> LogFaults::texts() const
     return texts;
 }
 
-const wchar_t* LogFaults::text(LogFaultKind kind)
-{
-    switch (kind) {
-    case LogFaultKind::DiskFull:
-        return L"Disk full";
-    case LogFaultKind::Locked:
-        return L"Permission denied";
-    case LogFaultKind::DirectoryRemoved:
-        return L"Path not found";
-    }
-    return L"";
-}
-
 HANDLE WINAPI LogFaults::openFile(const wchar_t* path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
                                   DWORD disposition, DWORD flags, HANDLE model)
 {
@@ -93,24 +76,19 @@ std::wstring LogFaults::beforeEntry()
     if (!fault_ || entries() < fault_->entry)
         return file();
     if (entries() == fault_->entry) {
-        action_();
-        sabotage();
+        whenFailing_();
+        fail(fault_->kind);
     }
     return fault_->kind == LogFaultKind::DiskFull ? L"Z:\\dev\\full" : file();
 }
 
-void LogFaults::sabotage()
+void LogFaults::fail(LogFaultKind kind)
 {
     const auto open = hook_.original<decltype(&CreateFileW)>();
-    switch (fault_->kind) {
-    case LogFaultKind::DiskFull:
-        break;
-    case LogFaultKind::Locked:
+    if (kind == LogFaultKind::Locked)
         lock_ = open(file().c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
-        break;
-    case LogFaultKind::DirectoryRemoved:
+    if (kind == LogFaultKind::DirectoryRemoved) {
         DeleteFileW(file().c_str());
         RemoveDirectoryW(directory_.c_str());
-        break;
     }
 }

@@ -34,27 +34,24 @@ public:
 
     std::wstring file() const { return directory_ + L"\\replication.log"; }
 
-    /// Begins to count, and to fail as told; `action` runs just before the first entry that fails.
-    void begin(std::optional<LogFault> fault, std::function<void()> action);
+    /// Begins to count, and to fail as told; `whenFailing` runs just before the first entry that fails.
+    void begin(std::optional<LogFault> fault = {}, std::function<void()> whenFailing = {});
     /// A log that can be written again, and is empty.
     void heal();
     size_t entries() const { return starts_.size(); }
     /// What each entry since `begin` added to the file. To be asked before `heal`.
     std::vector<std::string> texts() const;
 
-    /// The runtime's text for that failure.
-    static const wchar_t* text(LogFaultKind kind);
-
 private:
     static HANDLE WINAPI openFile(const wchar_t* path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
                                   DWORD disposition, DWORD flags, HANDLE model);
     /// The path to open instead of the log's.
     std::wstring beforeEntry();
-    void sabotage();
+    void fail(LogFaultKind kind);
 
     std::wstring directory_;
     std::optional<LogFault> fault_;
-    std::function<void()> action_;
+    std::function<void()> whenFailing_;
     /// Where in the file each entry began.
     std::vector<size_t> starts_;
     HANDLE lock_ = INVALID_HANDLE_VALUE;

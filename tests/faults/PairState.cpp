@@ -1,5 +1,7 @@
 #include "PairState.h"
 
+#include "com/convert.h"
+
 #include <algorithm>
 #include <iterator>
 
@@ -8,53 +10,57 @@ namespace {
 constexpr const wchar_t* kSettings[] = {L"QUINMARK_OFFICE_DSN", L"QUINMARK_LAPTOP_DSN", L"QUINMARK_PASSWORD",
                                         L"QUINMARK_OFFICE_PREFIX", L"QUINMARK_LAPTOP_PREFIX"};
 
-std::wstring joined(const std::vector<std::wstring>& tables)
-{
-    std::wstring list;
-    for (const std::wstring& table : tables)
-        list += (list.empty() ? L"" : L", ") + table;
-    return list;
-}
+/// The last run ended between the old and the new dates of the scenarios.
+constexpr wchar_t kControl[] = LR"(
+    delete from replication_counts; delete from replication_conflict; delete from replication_conflict_data;
+    delete from replication_control;
+    insert into replication_control (unique_key, ready_f, error_f, last_timestamp, next_timestamp) values
+        (0, true, false, '2025-03-10T12:00:00', '2025-03-10T12:00:00'),
+        (1, true, false, '2025-03-10T12:00:00', '2025-03-10T12:00:00');
+    delete from control;
+    insert into control (type, id) values
+        ('ReplicationVersion', '3.46'), ('PatInfoVer', '12'), ('Version', '3.46'), ('DBOffice', 'Norvale');
+    do 'begin
+        if not exists (select from pg_constraint where conname = ''fk_patient_dentist''
+                       and connamespace = current_schema()::text::regnamespace) then
+            alter table patient add constraint FK_patient_dentist foreign key (dc_id, dentist_id)
+                references dentist (dc_id, dentist_id);
+        end if;
+    end';
+)";
 
-constexpr wchar_t kRestoreKey[] =
-    L"do 'begin if not exists (select from pg_constraint where conname = ''fk_patient_dentist'' and connamespace ="
-    L" current_schema()::text::regnamespace) then alter table patient add constraint FK_patient_dentist foreign key"
-    L" (dc_id, dentist_id) references dentist (dc_id, dentist_id); end if; end';";
+/// Beside the rows of the scenario's tables. Of a conflict that one side lacks, its date is that of an earlier row.
+constexpr wchar_t kLines[] = LR"(
+    with conflicts as (
+        select unid, unique_key || ' ' || table_name || ' ' || patient_id || ' ' || coalesce(guid::text, 'none')
+            || ' ' || conflict_type || ' ' || key_info
+            || ' ' || case when conflict_type in (3, 5) then '' else coalesce(source_mod_date::text, 'none') end
+            || ' ' || case when conflict_type = 2 then '' else coalesce(destination_mod_date::text, 'none') end header
+        from replication_conflict)
+    select coalesce(string_agg(line, chr(1) order by line collate "C"), '') from (
+        select 'row control ' || unique_key || ' ready ' || ready_f
+            || ' kept ' || (last_timestamp = '2025-03-10T12:00:00')
+            || ' next kept ' || (next_timestamp = '2025-03-10T12:00:00') line from replication_control
+        union all select 'row key' from pg_constraint
+            where conname = 'fk_patient_dentist' and connamespace = current_schema()::text::regnamespace
+        union all select 'mark ' || unique_key || ' ' || error_f || ' ' || coalesce(error_message, 'none')
+            from replication_control
+        union all select 'count ' || t::text from replication_counts t
+        union all select 'conflict ' || header from conflicts
+        union all select 'conflict data ' || coalesce(header, 'none') || ' ' || field_name
+            || ' ' || coalesce(source_data, 'none') || ' ' || coalesce(destination_data, 'none')
+            from replication_conflict_data left join conflicts on unid = conflict_id
+)";
 
-std::wstring controlRows()
+std::vector<std::wstring> split(const std::wstring& text)
 {
-    const std::wstring last = Pair::kLastRun;
-    return L"delete from replication_control; insert into replication_control (unique_key, ready_f, error_f,"
-           L" last_timestamp, next_timestamp) values (0, true, false, '" +
-           last + L"', '" + last + L"'), (1, true, false, '" + last + L"', '" + last +
-           L"'); delete from control; insert into control (type, id) values ('ReplicationVersion', '3.46'),"
-           L" ('PatInfoVer', '12'), ('Version', '3.46'), ('DBOffice', 'Norvale');";
-}
-
-std::wstring linesQuery(const std::vector<std::wstring>& tables)
-{
-    const std::wstring last = L"'" + std::wstring(Pair::kLastRun) + L"'";
-    std::wstring query = L"select line from (";
-    for (const std::wstring& table : tables)
-        query += L"select 'row " + table + L" ' || t::text as line from " + table + L" t union all ";
-    query += L"select 'row control ' || unique_key || ' ready ' || ready_f || ' kept ' || (last_timestamp = " + last +
-             L") || ' next kept ' || (next_timestamp = " + last +
-             L") from replication_control union all select 'row key' from pg_constraint where conname ="
-             L" 'fk_patient_dentist' and connamespace = current_schema()::text::regnamespace"
-             L" union all select 'mark ' || unique_key || ' ' || error_f || ' ' || coalesce(error_message, 'none')"
-             L" from replication_control union all select 'count ' || t::text from replication_counts t";
-    // The date of the side that lacks the row is that of an earlier row.
-    const std::wstring header =
-        L"unique_key || ' ' || table_name || ' ' || patient_id || ' ' || coalesce(guid::text, 'none') || ' ' ||"
-        L" conflict_type || ' ' || key_info || ' ' || case when conflict_type in (3, 5) then '' else"
-        L" coalesce(source_mod_date::text, 'none') end || ' ' || case when conflict_type = 2 then '' else"
-        L" coalesce(destination_mod_date::text, 'none') end";
-    query += L" union all select 'conflict ' || " + header +
-             L" from replication_conflict union all select 'conflict data ' || coalesce(" + header +
-             L", 'none') || ' ' || field_name || ' ' || coalesce(source_data, 'none') || ' ' ||"
-             L" coalesce(destination_data, 'none') from replication_conflict_data left join replication_conflict on"
-             L" unid = conflict_id";
-    return query + L") lines order by line collate \"C\"";
+    std::vector<std::wstring> lines;
+    for (size_t begin = 0; begin < text.size();) {
+        const size_t end = std::min(text.find(L'\1', begin), text.size());
+        lines.push_back(text.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    return lines;
 }
 
 void sort(PairState& state, const std::wstring& side, const std::vector<std::wstring>& lines, bool isLocal)
@@ -72,8 +78,12 @@ void sort(PairState& state, const std::wstring& side, const std::vector<std::wst
     }
 }
 
-void list(std::wstring& text, const wchar_t* title, const std::vector<std::wstring>& lines)
+/// The lines of `left` that `right` has not; both in order.
+void listMissing(std::wstring& text, const wchar_t* title, const std::vector<std::wstring>& left,
+                 const std::vector<std::wstring>& right)
 {
+    std::vector<std::wstring> lines;
+    std::ranges::set_difference(left, right, std::back_inserter(lines));
     for (const std::wstring& line : lines)
         text += std::wstring(L"\n      ") + title + line;
 }
@@ -83,11 +93,6 @@ void list(std::wstring& text, const wchar_t* title, const std::vector<std::wstri
 bool Pair::isConfigured()
 {
     return std::ranges::none_of(kSettings, [](const wchar_t* name) { return setting(name).empty(); });
-}
-
-bool Pair::isPostgreSql()
-{
-    return setting(L"QUINMARK_SERVER") != L"sqlserver";
 }
 
 std::wstring Pair::setting(const wchar_t* name)
@@ -106,39 +111,35 @@ Pair::Pair()
         side->execute(L"set lock_timeout = '10s'; set client_min_messages = error");
 }
 
-void Pair::reset(const std::vector<std::wstring>& tables, const std::wstring& sourceRows,
-                 const std::wstring& destinationRows) const
+void Pair::reset(const Scenario& scenario) const
 {
     // Truncated, so that rows are found in one order in every run.
-    const std::wstring empty = L"truncate " + joined(tables) +
-                               L" cascade; delete from replication_counts; delete from replication_conflict;"
-                               L" delete from replication_conflict_data;" +
-                               controlRows() + kRestoreKey;
-    source_.execute(empty + sourceRows);
-    destination_.execute(empty + destinationRows);
+    std::wstring empty;
+    for (const std::wstring& table : scenario.tables)
+        empty += (empty.empty() ? L"truncate " : L", ") + table;
+    empty += std::wstring(L" cascade;") + kControl;
+    source_.execute(empty + scenario.sourceRows);
+    destination_.execute(empty + scenario.destinationRows);
 }
 
-PairState Pair::read(const std::vector<std::wstring>& tables, bool localIsSource) const
+PairState Pair::read(const Scenario& scenario) const
 {
-    const std::wstring query = linesQuery(tables);
+    std::wstring query = kLines;
+    for (const std::wstring& table : scenario.tables)
+        query += L" union all select 'row " + table + L" ' || t::text from " + table + L" t";
+    query += L") lines";
     PairState state;
-    sort(state, L"S: ", source_.rows(query), localIsSource);
-    sort(state, L"D: ", destination_.rows(query), !localIsSource);
+    sort(state, L"S: ", split(com::toText(source_.value(query))), scenario.localIsSource());
+    sort(state, L"D: ", split(com::toText(destination_.value(query))), !scenario.localIsSource());
     return state;
 }
 
-std::wstring difference(const std::vector<std::wstring>& expected, const std::vector<std::wstring>& actual)
+std::wstring difference(std::vector<std::wstring> expected, std::vector<std::wstring> actual)
 {
-    std::vector<std::wstring> missing;
-    std::vector<std::wstring> surplus;
-    std::vector<std::wstring> left = expected;
-    std::vector<std::wstring> right = actual;
-    std::ranges::sort(left);
-    std::ranges::sort(right);
-    std::ranges::set_difference(left, right, std::back_inserter(missing));
-    std::ranges::set_difference(right, left, std::back_inserter(surplus));
+    std::ranges::sort(expected);
+    std::ranges::sort(actual);
     std::wstring text;
-    list(text, L"missing: ", missing);
-    list(text, L"surplus: ", surplus);
+    listMissing(text, L"missing: ", expected, actual);
+    listMissing(text, L"surplus: ", actual, expected);
     return text;
 }

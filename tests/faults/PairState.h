@@ -1,9 +1,7 @@
 #pragma once
 
+#include "Scenario.h"
 #include "support/PracticeSide.h"
-
-#include <string>
-#include <vector>
 
 /// What both databases hold, as lines of text in a fixed order: rows of the tables, counts, control records, the
 /// foreign key, and the conflicts of the local database without what the server made up (keys and times).
@@ -24,21 +22,13 @@ class Pair
 public:
     /// Whether the environment has all settings of the databases.
     static bool isConfigured();
-    static bool isPostgreSql();
     static std::wstring setting(const wchar_t* name);
 
     Pair();
 
-    /// The end of the last run, and times before and after it.
-    static constexpr wchar_t kLastRun[] = L"2025-03-10T12:00:00";
-
-    const PracticeSide& source() const { return source_; }
-    const PracticeSide& destination() const { return destination_; }
-
-    /// Empties `tables` on both sides and puts the rows of the two batches there; control records as before a run.
-    void reset(const std::vector<std::wstring>& tables, const std::wstring& sourceRows,
-               const std::wstring& destinationRows) const;
-    PairState read(const std::vector<std::wstring>& tables, bool localIsSource) const;
+    /// Both sides as a scenario begins: its rows alone, and the control records as before a run.
+    void reset(const Scenario& scenario) const;
+    PairState read(const Scenario& scenario) const;
 
 private:
     PracticeSide source_;
@@ -46,4 +36,4 @@ private:
 };
 
 /// The lines of one state that the other has not, both ways, for a report.
-std::wstring difference(const std::vector<std::wstring>& expected, const std::vector<std::wstring>& actual);
+std::wstring difference(std::vector<std::wstring> expected, std::vector<std::wstring> actual);

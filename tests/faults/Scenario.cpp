@@ -1,5 +1,7 @@
 #include "Scenario.h"
 
+#include <initializer_list>
+
 namespace {
 
 constexpr wchar_t kOlder[] = L"2025-02-01T08:30:00";
@@ -7,179 +9,166 @@ constexpr wchar_t kOld[] = L"2025-03-01T08:30:00";
 constexpr wchar_t kNew[] = L"2025-03-11T09:15:00";
 constexpr wchar_t kNewer[] = L"2025-03-12T10:45:00";
 
-/// A row of the case `kind` in a table whose key is a GUID or a number, with a name.
-struct RowForm
+struct Row
 {
-    const wchar_t* insert;
-    bool isGuid;
+    std::wstring key;
+    std::wstring text;
+    const wchar_t* modified = kNew;
 };
 
-constexpr RowForm kShortcut{L"insert into shortcut (unid, item_name, mod_date) values ", true};
-constexpr RowForm kOption{L"insert into chart_option (unid, option_name, mod_date) values ", true};
-constexpr RowForm kUser{L"insert into users (unid, user_name, mod_date) values ", false};
-
-std::wstring key(const RowForm& form, int number)
+std::wstring guid(const wchar_t* digit)
 {
-    const std::wstring digit = std::to_wstring(number);
-    return form.isGuid ? L"'{0000000" + digit + L"-0000-4000-8000-000000000000}'" : digit;
+    return std::wstring(L"'{0000000") + digit + L"-0000-4000-8000-000000000000}'";
 }
 
-std::wstring row(const RowForm& form, int number, const std::wstring& name, const std::wstring& modified)
+/// `columns` are those of the keys and the text.
+std::wstring insert(const std::wstring& table, const std::wstring& columns, std::initializer_list<Row> rows)
 {
-    return form.insert + (L"(" + key(form, number)) + L", '" + name + L"', '" + modified + L"');";
+    std::wstring values;
+    for (const Row& row : rows)
+        values += (values.empty() ? L"(" : L", (") + row.key + L", '" + row.text + L"', '" + row.modified + L"')";
+    return L"insert into " + table + L" (" + columns + L", mod_date) values " + values + L";";
 }
 
 /// 1 changed in the source, 2 on both sides, 3 in the destination; 4 new and 5 old in the source alone; 6 new and 7 old
 /// in the destination alone.
-std::wstring sourceRows(const RowForm& form)
+template <class Key>
+Scenario rowsOf(const std::wstring& table, const std::wstring& textColumn, Key key)
 {
-    return row(form, 1, L"changed", kNew) + row(form, 2, L"of source", kNewer) + row(form, 3, L"before", kOld) +
-           row(form, 4, L"new", kNew) + row(form, 5, L"old", kOld);
-}
-
-std::wstring destinationRows(const RowForm& form)
-{
-    return row(form, 1, L"before", kOld) + row(form, 2, L"of destination", kNew) + row(form, 3, L"changed", kNew) +
-           row(form, 6, L"new", kNew) + row(form, 7, L"old", kOlder);
-}
-
-std::wstring settingsOf(int number, const std::wstring& name)
-{
-    return L"insert into chart_option_setting (unid, chart_option_id, setting_name, mod_date) values ('{0000000" +
-           std::to_wstring(number) + L"-0000-4000-8000-00000000000" + std::to_wstring(name.size() % 10) + L"}', " +
-           key(kOption, number) + L", '" + name + L"', '" + kNew + L"');";
-}
-
-std::wstring company(int number, const std::wstring& name, const std::wstring& modified)
-{
-    return L"insert into dentist_company (unid, dc_id, company_name, mod_date) values ('{0000000" +
-           std::to_wstring(number) + L"-0000-4000-8000-00000000000c}', " + std::to_wstring(number) + L", '" + name +
-           L"', '" + modified + L"');";
-}
-
-constexpr wchar_t kComment[] = L"insert into chart_comment_info (unid, dc_id, comment_text, mod_date) values"
-                               L" ('{00000007-0000-4000-8000-00000000000d}', 7, 'of 7', '2025-03-01T08:30:00');";
-
-std::wstring configRow(const std::wstring& digit, const std::wstring& name)
-{
-    return L"insert into config (unid, category, config_name, mod_date) values ('{0000000" + digit +
-           L"-0000-4000-8000-00000000000e}', 'run', '" + name + L"', '" + kNew + L"');";
-}
-
-std::wstring computerType(const std::wstring& digit, const std::wstring& name)
-{
-    const std::wstring id = L"'{0000000" + digit + L"-0000-4000-8000-00000000000f}', ";
-    return L"insert into computer_type (unid, type_name, mod_date) values (" + id + L"'" + name + L"', '" + kNew +
-           L"'); insert into computer_type_setting (unid, computer_type_id, setting_name, mod_date) values (" + id +
-           id + L"'colours', '" + kNew + L"');";
-}
-
-Scenario rowsOf(const wchar_t* name, enumReplicationUniqueId site, enumReplicationMethod method, const wchar_t* table,
-                const RowForm& form)
-{
-    Scenario scenario;
-    scenario.name = name;
-    scenario.site = site;
-    scenario.method = method;
+    Scenario scenario{};
     scenario.table = table;
     scenario.tables = {table};
-    scenario.sourceRows = sourceRows(form);
-    scenario.destinationRows = destinationRows(form);
+    scenario.sourceRows = insert(table, L"unid, " + textColumn,
+                                 {{key(L"1"), L"changed", kNew},
+                                  {key(L"2"), L"of source", kNewer},
+                                  {key(L"3"), L"before", kOld},
+                                  {key(L"4"), L"new", kNew},
+                                  {key(L"5"), L"old", kOld}});
+    scenario.destinationRows = insert(table, L"unid, " + textColumn,
+                                      {{key(L"1"), L"before", kOld},
+                                       {key(L"2"), L"of destination", kNew},
+                                       {key(L"3"), L"changed", kNew},
+                                       {key(L"6"), L"new", kNew},
+                                       {key(L"7"), L"old", kOlder}});
     return scenario;
 }
 
-Scenario withDependents(enumReplicationUniqueId site)
+Scenario shortcuts(const wchar_t* name, enumReplicationMethod method)
 {
-    Scenario scenario = rowsOf(L"one way with deletes", site, ONE_WAY_ALLOW_DELETES, L"chart_option", kOption);
-    scenario.dependentTable = L"chart_option_setting";
-    scenario.tables.push_back(scenario.dependentTable);
-    scenario.sourceRows += settingsOf(1, L"red") + settingsOf(1, L"blue") + settingsOf(4, L"green");
-    scenario.destinationRows += settingsOf(1, L"black") + settingsOf(7, L"white");
+    Scenario scenario = rowsOf(L"shortcut", L"item_name", guid);
+    scenario.name = name;
+    scenario.method = method;
+    if (method == ONE_WAY)
+        scenario.routine = L"clsReplicateTable.replicateOneWay";
     return scenario;
 }
 
-Scenario byKey(enumReplicationUniqueId site)
+Scenario wholeLife()
 {
-    Scenario scenario = rowsOf(L"by key field", site, ONE_WAY_WITH_PK_FIELD, L"users", kUser);
-    scenario.keyField = L"unid";
-    scenario.deletes = DELETE_WITH_UPDATES;
-    return scenario;
-}
-
-Scenario companiesByKey()
-{
-    Scenario scenario = rowsOf(L"companies by key field", OFFICES, ONE_WAY_WITH_PK_FIELD, L"dentist_company", kUser);
-    scenario.keyField = L"dc_id";
-    scenario.deletes = DELETE_WITH_UPDATES;
-    scenario.tables.push_back(L"chart_comment_info");
-    scenario.sourceRows = company(1, L"changed", kNew) + company(4, L"new", kNew);
-    scenario.destinationRows = company(1, L"before", kOld) + company(7, L"gone", kOld) + kComment;
-    return scenario;
-}
-
-Scenario withoutKey(enumReplicationUniqueId site)
-{
-    Scenario scenario = byKey(site);
-    scenario.name = L"without key field";
-    scenario.keyField.clear();
-    return scenario;
-}
-
-Scenario fullCopy(enumReplicationUniqueId site)
-{
-    Scenario scenario = rowsOf(L"full copy", site, ONE_WAY_DELETE_ALL, L"config", kUser);
-    scenario.sourceRows = configRow(L"1", L"one") + configRow(L"2", L"two");
-    scenario.destinationRows = configRow(L"2", L"stale") + configRow(L"3", L"gone");
-    return scenario;
-}
-
-Scenario computerTypes(enumReplicationUniqueId site)
-{
-    Scenario scenario = rowsOf(L"computer types", site, COMPUTER_TYPE, L"computer_type", kUser);
-    scenario.tables.push_back(L"computer_type_setting");
-    scenario.sourceRows = computerType(L"1", L"desk") + computerType(L"2", L"chair");
-    scenario.destinationRows = computerType(L"2", L"stale") + computerType(L"3", L"gone");
-    return scenario;
-}
-
-Scenario wholeLife(enumReplicationUniqueId site)
-{
-    Scenario scenario = rowsOf(L"whole life", site, ONE_WAY, L"shortcut", kShortcut);
+    Scenario scenario = shortcuts(L"whole life", ONE_WAY);
     scenario.wholeLife = true;
     return scenario;
 }
 
-} // namespace
-
-std::wstring Scenario::routine() const
+Scenario withDependents()
 {
-    switch (method) {
-    case ONE_WAY:
-    case ONE_WAY_ALLOW_DELETES:
-        return L"clsReplicateTable.replicateOneWay";
-    case ONE_WAY_WITH_PK_FIELD:
-        return L"clsReplicateTable.replicateOneWayWithPKField";
-    default:
-        return {};
-    }
+    const std::wstring settings = L"chart_option_setting";
+    const std::wstring columns = L"unid, chart_option_id, setting_name";
+    const auto key = [](const wchar_t* own, const wchar_t* parent) { return guid(own) + L", " + guid(parent); };
+    Scenario scenario = rowsOf(L"chart_option", L"option_name", guid);
+    scenario.name = L"one way with deletes";
+    scenario.method = ONE_WAY_ALLOW_DELETES;
+    scenario.routine = L"clsReplicateTable.replicateOneWay";
+    scenario.dependentTable = settings;
+    scenario.tables.push_back(settings);
+    scenario.sourceRows +=
+        insert(settings, columns, {{key(L"a", L"1"), L"red"}, {key(L"b", L"1"), L"blue"}, {key(L"c", L"4"), L"green"}});
+    scenario.destinationRows += insert(settings, columns, {{key(L"d", L"1"), L"black"}, {key(L"e", L"7"), L"white"}});
+    return scenario;
 }
+
+Scenario byKey(Scenario scenario, const wchar_t* name, const wchar_t* keyField)
+{
+    scenario.name = name;
+    scenario.method = ONE_WAY_WITH_PK_FIELD;
+    scenario.routine = L"clsReplicateTable.replicateOneWayWithPKField";
+    scenario.keyField = keyField;
+    scenario.deletes = DELETE_WITH_UPDATES;
+    return scenario;
+}
+
+Scenario users()
+{
+    return rowsOf(L"users", L"user_name", [](const wchar_t* digit) { return std::wstring(digit); });
+}
+
+Scenario companies()
+{
+    const auto key = [](const wchar_t* digit) { return guid(digit) + L", " + digit; };
+    const auto rows = [](const wchar_t* table, const wchar_t* text, std::initializer_list<Row> values) {
+        return insert(table, std::wstring(L"unid, dc_id, ") + text, values);
+    };
+    Scenario scenario{};
+    scenario.table = L"dentist_company";
+    scenario.tables = {L"dentist_company", L"chart_comment_info"};
+    scenario.sourceRows =
+        rows(L"dentist_company", L"company_name", {{key(L"1"), L"changed", kNew}, {key(L"4"), L"new", kNew}});
+    scenario.destinationRows =
+        rows(L"dentist_company", L"company_name", {{key(L"1"), L"before", kOld}, {key(L"7"), L"gone", kOld}}) +
+        rows(L"chart_comment_info", L"comment_text", {{key(L"7"), L"of 7", kOld}});
+    return byKey(scenario, L"companies by key field", L"dc_id");
+}
+
+Scenario fullCopy()
+{
+    const std::wstring columns = L"category, unid, config_name";
+    const auto key = [](const wchar_t* digit) { return L"'run', " + guid(digit); };
+    Scenario scenario{L"full copy", {}, ONE_WAY_DELETE_ALL, L"config", {L"config"}, {}, {}};
+    scenario.sourceRows = insert(L"config", columns, {{key(L"1"), L"one"}, {key(L"2"), L"two"}});
+    scenario.destinationRows = insert(L"config", columns, {{key(L"2"), L"stale"}, {key(L"3"), L"gone"}});
+    return scenario;
+}
+
+Scenario computerTypes()
+{
+    const auto rows = [](std::initializer_list<Row> types) {
+        std::wstring text = insert(L"computer_type", L"unid, type_name", types);
+        for (const Row& type : types)
+            text += insert(L"computer_type_setting", L"unid, computer_type_id, setting_name",
+                           {{type.key + L", " + type.key, L"colours"}});
+        return text;
+    };
+    return {L"computer types",
+            {},
+            COMPUTER_TYPE,
+            L"computer_type",
+            {L"computer_type", L"computer_type_setting"},
+            rows({{guid(L"1"), L"desk"}, {guid(L"2"), L"chair"}}),
+            rows({{guid(L"2"), L"stale"}, {guid(L"3"), L"gone"}})};
+}
+
+} // namespace
 
 std::vector<Scenario> scenarios()
 {
+    const Scenario atBothSites[] = {fullCopy(),
+                                    shortcuts(L"one way", ONE_WAY),
+                                    withDependents(),
+                                    shortcuts(L"two way", TWO_WAY),
+                                    shortcuts(L"two way without deletes", TWO_WAY_NO_DELETES),
+                                    computerTypes(),
+                                    byKey(users(), L"by key field", L"unid"),
+                                    byKey(users(), L"without key field", L""),
+                                    wholeLife()};
     std::vector<Scenario> all;
-    for (const enumReplicationUniqueId site : {OFFICES, LAPTOP}) {
-        all.push_back(fullCopy(site));
-        all.push_back(rowsOf(L"one way", site, ONE_WAY, L"shortcut", kShortcut));
-        all.push_back(withDependents(site));
-        all.push_back(rowsOf(L"two way", site, TWO_WAY, L"shortcut", kShortcut));
-        all.push_back(rowsOf(L"two way without deletes", site, TWO_WAY_NO_DELETES, L"shortcut", kShortcut));
-        all.push_back(computerTypes(site));
-        all.push_back(byKey(site));
-        all.push_back(withoutKey(site));
-        all.push_back(wholeLife(site));
-    }
-    all.push_back(companiesByKey());
-    for (Scenario& scenario : all)
-        scenario.name += scenario.site == OFFICES ? L" at the offices" : L" at the laptop";
+    const auto add = [&all](Scenario scenario, enumReplicationUniqueId site) {
+        scenario.site = site;
+        scenario.name += site == OFFICES ? L" at the offices" : L" at the laptop";
+        all.push_back(std::move(scenario));
+    };
+    for (const Scenario& scenario : atBothSites)
+        for (const enumReplicationUniqueId site : {OFFICES, LAPTOP})
+            add(scenario, site);
+    add(companies(), OFFICES);
     return all;
 }

@@ -1,7 +1,7 @@
 #include "TableSequence.h"
 
 #include "Allocations.h"
-#include "support/LateObject.h"
+#include "support/ScriptedObject.h"
 
 using allocations::Unwatched;
 using Microsoft::WRL::ComPtr;
@@ -23,10 +23,8 @@ public:
         journal_.step = table_ ? Step::Table : Step::Go;
         if (!table_)
             return S_FALSE;
-        value->pdispVal = table_.Get();
-        value->pdispVal->AddRef();
+        value->pdispVal = table_.Detach();
         value->vt = VT_DISPATCH;
-        table_.Reset();
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE Skip(ULONG) noexcept override { return E_NOTIMPL; }
@@ -38,36 +36,16 @@ private:
     ComPtr<_clsReplicateTable> table_;
 };
 
-class TableCollection final : public LateObject
-{
-public:
-    TableCollection(AdoJournal& journal, ComPtr<_clsReplicateTable> table) : journal_(journal), table_(std::move(table))
-    {
-    }
-
-    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) noexcept override
-    {
-        return DISP_E_UNKNOWNNAME;
-    }
-    HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS*, VARIANT* result, EXCEPINFO*,
-                                     UINT*) noexcept override
-    {
-        const Unwatched own;
-        if (id != DISPID_NEWENUM)
-            return DISP_E_MEMBERNOTFOUND;
-        result->punkVal = com::makeObject<TableEnumerator>(journal_, table_).Detach();
-        result->vt = VT_UNKNOWN;
-        return S_OK;
-    }
-
-private:
-    AdoJournal& journal_;
-    ComPtr<_clsReplicateTable> table_;
-};
-
 } // namespace
 
 ComPtr<IDispatch> tableSequence(AdoJournal& journal, ComPtr<_clsReplicateTable> table)
 {
-    return com::makeObject<TableCollection>(journal, std::move(table));
+    const auto collection = com::makeObject<ScriptedObject>();
+    collection->answers[DISPID_NEWENUM] = [&journal, table](WORD, DISPPARAMS&, VARIANT* result, EXCEPINFO*) {
+        const Unwatched own;
+        result->punkVal = com::makeObject<TableEnumerator>(journal, table).Detach();
+        result->vt = VT_UNKNOWN;
+        return S_OK;
+    };
+    return collection;
 }

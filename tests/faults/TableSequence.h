@@ -3,7 +3,6 @@
 #include "AdoJournal.h"
 #include "QuinmarkRepDLL.h"
 
-#include <oaidl.h>
 #include <wrl/client.h>
 
 /// A host's collection with one table object. While it is the one at work, the journal's step is Table.

@@ -1,16 +1,18 @@
 // Fails every call into ADO, every allocation and every log entry of small runs, one by one, and says what was not as
 // it must be.
 //
-//   fault_runs [--seed N] [--minutes M] [--case NAME] [--list]
+//   fault_runs [--seed N] [--minutes M] [--first PLACE [of TOTAL]] [--case NAME] [--list]
 //
-// A case is a scenario and a fault, as --list prints them ("one way at the offices: ado lost once 17"), or words of
-// such a name ("one way at the offices:", "ado lost once").
+// Tries one fault of each kind in each scenario, or as many as fit into the minutes. At the end stands how to go on
+// with those that are left: "next: --seed 4 --first 9874 of 78656". With the same seed the next night begins there. A
+// case is a scenario and a fault, as --list prints them ("one way at the offices: ado lost once 17"), or words of such
+// a name ("one way at the offices:", "ado lost once").
 
-#include "FaultBench.h"
+#include "FaultOrder.h"
+#include "FaultTrials.h"
 #include "control/settings.h"
 #include "support/Apartment.h"
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -21,12 +23,13 @@ using namespace quinmark;
 namespace {
 
 constexpr int kSkipped = 77;
-constexpr double kShortMinutes = 0.9;
 
 struct Options
 {
     unsigned seed = std::random_device()();
-    double minutes = kShortMinutes;
+    double minutes = 0;
+    size_t first = 1;
+    size_t total = 0; ///< 0 when it was not told
     std::string only;
     bool list = false;
 };
@@ -70,90 +73,66 @@ std::string nameOf(const Scenario& scenario, const Fault& fault)
     return narrow(scenario.name + L": " + nameOf(fault));
 }
 
-void addAdoBuckets(std::vector<Bucket>& buckets, const Scenario& scenario, size_t calls)
+void addBuckets(std::vector<Bucket>& buckets, const Scenario& scenario, const Reference& reference)
 {
-    for (const AdoFaultKind kind :
-         {AdoFaultKind::Refused, AdoFaultKind::Lost, AdoFaultKind::Closed, AdoFaultKind::NoMemory})
-        for (const bool lasting : {false, true}) {
-            if (lasting && kind == AdoFaultKind::Closed)
-                continue; // closed is closed
-            Bucket& bucket = buckets.emplace_back(Bucket{&scenario, {}});
-            for (size_t call = 1; call <= calls; ++call)
-                bucket.faults.push_back(AdoFault{kind, lasting, call});
-        }
-}
-
-void addMemoryBuckets(std::vector<Bucket>& buckets, const Scenario& scenario, size_t allocations)
-{
-    for (const bool lasting : {false, true}) {
+    const auto add = [&](size_t count, const auto& faultAt) {
         Bucket& bucket = buckets.emplace_back(Bucket{&scenario, {}});
-        for (size_t at = 1; at <= allocations; ++at)
-            bucket.faults.push_back(allocations::Fault{at, lasting});
+        for (size_t number = 1; number <= count; ++number)
+            bucket.faults.push_back(faultAt(number));
+    };
+    for (const bool lasting : {false, true}) {
+        for (const AdoFaultKind kind :
+             {AdoFaultKind::Refused, AdoFaultKind::Lost, AdoFaultKind::Closed, AdoFaultKind::NoMemory})
+            if (!lasting || kind != AdoFaultKind::Closed) // closed is closed
+                add(reference.journal.calls().size(), [&](size_t call) { return AdoFault{kind, lasting, call}; });
+        add(reference.allocations, [&](size_t at) { return allocations::Fault{at, lasting}; });
     }
-}
-
-void addLogBucket(std::vector<Bucket>& buckets, const Scenario& scenario, size_t entries)
-{
-    Bucket& bucket = buckets.emplace_back(Bucket{&scenario, {}});
     for (const LogFaultKind kind : {LogFaultKind::DiskFull, LogFaultKind::Locked, LogFaultKind::DirectoryRemoved})
-        for (size_t entry = 1; entry <= entries; ++entry)
-            bucket.faults.push_back(LogFault{kind, entry});
-}
-
-std::vector<Bucket> allFaults(FaultBench& bench)
-{
-    std::vector<Bucket> buckets;
-    for (const Scenario& scenario : bench.scenarios()) {
-        const Reference& reference = bench.reference(scenario);
-        addAdoBuckets(buckets, scenario, reference.journal.calls().size());
-        addMemoryBuckets(buckets, scenario, reference.allocations);
-        addLogBucket(buckets, scenario, reference.log.size());
-    }
-    return buckets;
+        add(reference.log.size(), [&](size_t entry) { return LogFault{kind, entry}; });
 }
 
 class Campaign
 {
 public:
-    Campaign(FaultBench& bench, const Options& options) : bench_(bench), options_(options) {}
+    Campaign(FaultTrials& trials, const Options& options) : trials_(trials), options_(options)
+    {
+        for (const Scenario& scenario : trials.scenarios())
+            addBuckets(buckets_, scenario, trials.reference(scenario));
+    }
 
     int run()
     {
-        std::vector<Bucket> buckets = allFaults(bench_);
-        std::mt19937 random(options_.seed);
-        size_t total = 0;
-        for (Bucket& bucket : buckets) {
-            std::ranges::shuffle(bucket.faults, random);
-            total += bucket.faults.size();
-        }
-        std::ranges::shuffle(buckets, random);
-        std::printf("seed %u: %zu faults in %zu scenarios\n", options_.seed, total, bench_.scenarios().size());
-        takeTurns(buckets);
-        return report();
+        std::vector<size_t> sizes;
+        for (const Bucket& bucket : buckets_)
+            sizes.push_back(bucket.faults.size());
+        const FaultOrder order(sizes, options_.seed);
+        if (options_.total != 0 && options_.total != order.total())
+            throw std::invalid_argument("there are " + std::to_string(order.total()) +
+                                        " faults: the order that was begun is of others");
+        std::printf("seed %u: %zu faults in %zu scenarios\n", options_.seed, order.total(), trials_.scenarios().size());
+        const size_t next = order.attempt(
+            options_.first, [this] { return mayGoOn(); },
+            [this](const FaultOrder::Fault& fault) {
+                const Bucket& bucket = buckets_[fault.first];
+                consider(*bucket.scenario, bucket.faults[fault.second]);
+            });
+        return report(next, order.total());
     }
 
 private:
-    /// One fault of every kind and scenario after the other, until all are tried or the time is over.
-    void takeTurns(const std::vector<Bucket>& buckets)
+    using Clock = std::chrono::steady_clock;
+
+    /// A case or a list is looked for among all.
+    bool mayGoOn()
     {
-        using Clock = std::chrono::steady_clock;
-        const auto end = Clock::now() + std::chrono::duration<double>(options_.minutes * 60);
-        bool more = true;
-        for (size_t turn = 0; more; ++turn) {
-            more = false;
-            for (const Bucket& bucket : buckets) {
-                if (turn >= bucket.faults.size())
-                    continue;
-                if (Clock::now() >= end)
-                    return;
-                more = true;
-                consider(*bucket.scenario, bucket.faults[turn]);
-            }
-        }
+        if (options_.minutes > 0)
+            return Clock::now() - begun_ < std::chrono::duration<double>(options_.minutes * 60);
+        return options_.list || !options_.only.empty() || considered_ < buckets_.size();
     }
 
     void consider(const Scenario& scenario, const Fault& fault)
     {
+        ++considered_;
         const std::string name = nameOf(scenario, fault);
         if (!isWanted(name))
             return;
@@ -183,16 +162,20 @@ private:
     std::vector<std::wstring> complaintsOf(const Scenario& scenario, const Fault& fault)
     {
         try {
-            return bench_.run(scenario, fault);
+            return trials_.attempt(scenario, fault);
         }
         catch (const com::Error& error) {
             return {error.source + L": " + error.description};
         }
     }
 
-    int report() const
+    int report(size_t next, size_t total) const
     {
         bool found = false;
+        if (next > total)
+            std::printf("next: none, these were the last of %zu\n", total);
+        else
+            std::printf("next: --seed %u --first %zu of %zu\n", options_.seed, next, total);
         for (const Tally& tally : tallies_) {
             std::printf("tried %s: %zu, found: %zu\n", tally.what, tally.tried, tally.found);
             found = found || tally.found > 0;
@@ -200,8 +183,11 @@ private:
         return found ? EXIT_FAILURE : EXIT_SUCCESS;
     }
 
-    FaultBench& bench_;
+    FaultTrials& trials_;
     const Options& options_;
+    const Clock::time_point begun_ = Clock::now();
+    std::vector<Bucket> buckets_;
+    size_t considered_ = 0;
     Tally tallies_[3] = {{"failing calls into ADO"}, {"failing allocations"}, {"failing log entries"}};
 };
 
@@ -218,6 +204,10 @@ Options parse(int count, char** arguments)
         ++index;
         if (name == "--seed")
             options.seed = static_cast<unsigned>(std::strtoul(value, nullptr, 10));
+        else if (name == "--first")
+            options.first = std::max<size_t>(std::strtoul(value, nullptr, 10), 1);
+        else if (name == "of")
+            options.total = std::strtoul(value, nullptr, 10);
         else if (name == "--minutes")
             options.minutes = std::strtod(value, nullptr);
         else if (name == "--case")
@@ -228,33 +218,26 @@ Options parse(int count, char** arguments)
     return options;
 }
 
-/// Without databases and a display there is nothing to try.
-int missing(const wchar_t* what, const wchar_t* required)
-{
-    std::printf("%s\n", narrow(what).c_str());
-    return Pair::setting(required) == L"1" ? EXIT_FAILURE : kSkipped;
-}
-
 } // namespace
 
 int main(int count, char** arguments)
 {
-    if (!Pair::isPostgreSql()) {
+    if (Pair::setting(L"QUINMARK_SERVER") == L"sqlserver") {
         std::printf("needs PostgreSQL: QUINMARK_SERVER names another server\n");
         return kSkipped;
     }
-    if (!Pair::isConfigured())
-        return missing(L"the settings of the databases are missing", L"QUINMARK_REQUIRE_DATABASE");
-    if (Pair::setting(L"DISPLAY").empty())
-        return missing(L"message boxes need a display: set DISPLAY", L"QUINMARK_REQUIRE_DISPLAY");
+    if (!Pair::isConfigured()) {
+        std::printf("the settings of the databases are missing\n");
+        return Pair::setting(L"QUINMARK_REQUIRE_DATABASE") == L"1" ? EXIT_FAILURE : kSkipped;
+    }
     try {
         const Options options = parse(count, arguments);
         SetUnhandledExceptionFilter(tellCrash);
         const Apartment apartment;
         attachComponent(nullptr);
         allocations::watch();
-        FaultBench bench;
-        return Campaign(bench, options).run();
+        FaultTrials trials;
+        return Campaign(trials, options).run();
     }
     catch (const com::Error& error) {
         std::printf("%s: %s\n", narrow(error.source).c_str(), narrow(error.description).c_str());

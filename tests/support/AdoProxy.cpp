@@ -46,9 +46,11 @@ struct Creation final : AdoCall
     {
         ComPtr<IDispatch> real;
         const HRESULT code = factory_->CreateInstance(nullptr, IID_PPV_ARGS(&real));
-        if (SUCCEEDED(code))
-            made = com::makeObject<ProxiedObject>(hooks_, className, real.Get(), nullptr);
-        return code;
+        if (FAILED(code))
+            return code;
+        made = com::makeObject<ProxiedObject>(hooks_, className, real.Get(), nullptr);
+        object = made.Get();
+        return S_OK;
     }
 
     ComPtr<ProxiedObject> made;

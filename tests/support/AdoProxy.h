@@ -24,7 +24,7 @@ struct AdoCall
     /// Fails the call as ADO does, with an exception record.
     HRESULT raise(HRESULT code, const wchar_t* source, const wchar_t* description) const;
 
-    ProxiedObject* object; ///< null for a creation
+    ProxiedObject* object; ///< null for a creation until it is carried out
     std::wstring className;
     std::wstring member; ///< "create" for a creation
     WORD flags = 0;

@@ -28,3 +28,11 @@ size_t heapBytesInUse()
         bytes += bytesInUse(heap);
     return bytes;
 }
+
+void withoutTextCache()
+{
+    // Not in the import library of mingw-w64.
+    using SetOaNoCache = void(WINAPI*)();
+    const HMODULE automation = GetModuleHandleW(L"oleaut32.dll");
+    reinterpret_cast<SetOaNoCache>(reinterpret_cast<void*>(GetProcAddress(automation, "SetOaNoCache")))();
+}

@@ -31,7 +31,9 @@ struct SystemHandles
     SystemHandle first[1];
 };
 
-/// GetProcessHandleCount answers 0 under Wine; the list of all handles is right on both.
+} // namespace
+
+// GetProcessHandleCount answers 0 under Wine; the list of all handles is right on both.
 size_t handleCount()
 {
     using Query = NTSTATUS(NTAPI*)(ULONG, void*, ULONG, ULONG*);
@@ -52,8 +54,6 @@ size_t handleCount()
             ++own;
     return own;
 }
-
-} // namespace
 
 Holdings holdings()
 {

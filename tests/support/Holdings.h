@@ -15,4 +15,7 @@ struct Holdings
 
 Holdings holdings();
 
+/// The handles alone.
+size_t handleCount();
+
 std::ostream& operator<<(std::ostream& stream, const Holdings& holdings);

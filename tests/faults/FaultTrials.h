@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Allocations.h"
 #include "Judgement.h"
 #include "LogFaults.h"
 
@@ -10,39 +9,37 @@
 /// One thing to fail in one scenario.
 using Fault = std::variant<AdoFault, allocations::Fault, LogFault>;
 
-/// "ado refused 17", "ado lost lasting 17", "memory 250", "log locked 3".
+/// "ado refused once 17", "ado lost lasting 17", "memory once 250", "log locked 3".
 std::wstring nameOf(const Fault& fault);
 
-/// Runs scenarios with a fault and says what was not as it must be.
-class FaultBench
+/// Tries faults in scenarios and says what was not as it must be.
+class FaultTrials
 {
 public:
-    FaultBench();
+    FaultTrials();
+    ~FaultTrials();
+    FaultTrials(const FaultTrials&) = delete;
+    FaultTrials& operator=(const FaultTrials&) = delete;
 
     const std::vector<Scenario>& scenarios() const { return scenarios_; }
     /// The run without a fault, made at the first request. Throws com::Error when even that fails.
     const Reference& reference(const Scenario& scenario);
     /// Runs the scenario with the fault, and then once more without. The complaints; none when all is well.
-    std::vector<std::wstring> run(const Scenario& scenario, const Fault& fault);
+    std::vector<std::wstring> attempt(const Scenario& scenario, const Fault& fault);
 
 private:
-    void reset(const Scenario& scenario) const;
-    PairState read(const Scenario& scenario) const;
     /// `log` gets the entries that were written, if it is given.
     HostOutcome goodRun(const Scenario& scenario, std::vector<std::string>* log = nullptr);
     Reference makeReference(const Scenario& scenario);
-    /// Runs the scenario with the fault and notes where it struck.
-    Seen runWith(const Scenario& scenario, const Fault& fault);
     FaultSwitch switchFor(const Fault& fault, Seen& seen);
+    /// Adds what can only be said when the run is over.
     void conclude(const Scenario& scenario, const Fault& fault, Seen& seen);
 
-    void concludeLog(const Scenario& scenario, const wchar_t* reason, Seen& seen);
-
-    TappedAdo ado_;
+    const std::shared_ptr<FailingAdo> ado_ = std::make_shared<FailingAdo>();
+    const AdoProxy proxy_{ado_};
     LogFaults log_;
-    ImportHook boxes_;
-    Pair pair_;
-    std::vector<Scenario> scenarios_;
+    const Pair pair_;
+    const std::vector<Scenario> scenarios_ = ::scenarios();
     std::map<std::wstring, Reference> references_;
     /// Blocks that earlier runs have lost.
     long lost_ = 0;
