@@ -24,7 +24,7 @@ public:
     const std::vector<Scenario>& scenarios() const { return scenarios_; }
     /// The run without a fault, made at the first request. Throws com::Error when even that fails.
     const Reference& reference(const Scenario& scenario);
-    /// Runs the scenario with the fault, and then once more without. The complaints; none when all is well.
+    /// The complaints about a run with the fault and the good one after it; none when all is well.
     std::vector<std::wstring> attempt(const Scenario& scenario, const Fault& fault);
 
 private:
@@ -32,6 +32,8 @@ private:
     HostOutcome goodRun(const Scenario& scenario, std::vector<std::string>* log = nullptr);
     Reference makeReference(const Scenario& scenario);
     FaultSwitch switchFor(const Fault& fault, Seen& seen);
+    /// Runs the scenario with the fault, and then once more without.
+    Seen see(const Scenario& scenario, const Fault& fault);
     /// Adds what can only be said when the run is over.
     void conclude(const Scenario& scenario, const Fault& fault, Seen& seen);
 

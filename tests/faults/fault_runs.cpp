@@ -87,8 +87,10 @@ void addBuckets(std::vector<Bucket>& buckets, const Scenario& scenario, const Re
                 add(reference.journal.calls().size(), [&](size_t call) { return AdoFault{kind, lasting, call}; });
         add(reference.allocations, [&](size_t at) { return allocations::Fault{at, lasting}; });
     }
-    for (const LogFaultKind kind : {LogFaultKind::DiskFull, LogFaultKind::Locked, LogFaultKind::DirectoryRemoved})
-        add(reference.log.size(), [&](size_t entry) { return LogFault{kind, entry}; });
+    constexpr LogFaultKind kLogKinds[] = {LogFaultKind::DiskFull, LogFaultKind::Locked, LogFaultKind::DirectoryRemoved};
+    add(reference.log.size() * std::size(kLogKinds), [&](size_t number) {
+        return LogFault{kLogKinds[number % std::size(kLogKinds)], (number - 1) / std::size(kLogKinds) + 1};
+    });
 }
 
 class Campaign
