@@ -53,18 +53,6 @@ HRESULT WINAPI fillLater(EXCEPINFO* exception)
 
 } // namespace
 
-HRESULT ForeignObject::GetTypeInfoCount(UINT* count) noexcept
-{
-    *count = 0;
-    return S_OK;
-}
-
-HRESULT ForeignObject::GetTypeInfo(UINT, LCID, ITypeInfo** info) noexcept
-{
-    *info = nullptr;
-    return E_NOTIMPL;
-}
-
 HRESULT ForeignObject::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) noexcept
 {
     for (UINT index = 0; index < count; ++index)
@@ -93,11 +81,6 @@ HRESULT ForeignObject::Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS*, VARIAN
     default:
         return succeed(id, result);
     }
-}
-
-void* ForeignObject::find(REFIID interfaceId) noexcept
-{
-    return interfaceId == IID_IDispatch ? static_cast<IDispatch*>(this) : UnknownObject::find(interfaceId);
 }
 
 HRESULT ForeignObject::raise(EXCEPINFO* exception)

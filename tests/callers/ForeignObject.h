@@ -1,13 +1,13 @@
 #pragma once
 
 #include "RandomValues.h"
-#include "com/object.h"
+#include "support/LateObject.h"
 
 #include <functional>
 
 /// An automation object that answers whatever it likes, in whatever form a callee can answer: values of all kinds,
 /// failures with and without a description, enumerators, and calls back into the component.
-class ForeignObject final : public com::UnknownObject<IDispatch>
+class ForeignObject final : public LateObject
 {
 public:
     /// `callBack` is run from inside some of its answers.
@@ -18,14 +18,9 @@ public:
     {
     }
 
-    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) noexcept override;
-    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo** info) noexcept override;
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) noexcept override;
     HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* params, VARIANT* result,
                                      EXCEPINFO* exception, UINT* badArgument) noexcept override;
-
-protected:
-    void* find(REFIID interfaceId) noexcept override;
 
 private:
     HRESULT raise(EXCEPINFO* exception);

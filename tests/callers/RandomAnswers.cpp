@@ -1,6 +1,7 @@
 #include "RandomAnswers.h"
 
-#include "com/convert.h"
+#include <functional>
+#include <span>
 
 namespace {
 
@@ -11,30 +12,6 @@ constexpr short kText = 200;
 constexpr short kLongText = 201;
 constexpr short kGuid = 72;
 constexpr short kUnsupported = 9999;
-
-/// The first column of a row is what `select top 1 getdate()` and counts read, too.
-const std::vector<AdoColumn> kColumns = {{L"mod_date", kDate},
-                                         {L"unid", kInteger},
-                                         {L"id", kText},
-                                         {L"ready_f", kBoolean},
-                                         {L"error_f", kBoolean},
-                                         {L"error_message", kText},
-                                         {L"last_timestamp", kDate},
-                                         {L"unique_key", kGuid},
-                                         {L"table_name", kText},
-                                         {L"patient_id", kInteger},
-                                         {L"guid", kGuid},
-                                         {L"conflict_type", kInteger},
-                                         {L"key_info", kText},
-                                         {L"source_mod_date", kDate},
-                                         {L"destination_mod_date", kDate},
-                                         {L"last_replicate_date", kDate},
-                                         {L"memo", kLongText}};
-
-_variant_t date(double value)
-{
-    return _variant_t(value, VT_DATE);
-}
 
 } // namespace
 
@@ -52,49 +29,50 @@ AdoAnswer RandomAnswers::operator()(const std::wstring& statement)
     return answer;
 }
 
+/// The first column of a row is what `select top 1 getdate()` and counts read, too.
 AdoRows RandomAnswers::rows()
 {
-    AdoRows rows{kColumns, {}};
+    const auto when = [&] { return _variant_t(45000.0 + static_cast<double>(dice_.below(5)) / 3, VT_DATE); };
+    const auto number = [&](size_t below) { return _variant_t(static_cast<long>(dice_.below(below))); };
+    struct Column
+    {
+        const wchar_t* name;
+        short type;
+        std::function<_variant_t()> value;
+    };
+    const Column columns[] = {{L"mod_date", kDate, when},
+                              {L"unid", kInteger, [&] { return number(4); }},
+                              {L"id", kText, [] { return L"3.46"; }},
+                              {L"ready_f", kBoolean, [&] { return dice_.oneIn(2); }},
+                              {L"error_f", kBoolean, [&] { return dice_.oneIn(4); }},
+                              {L"error_message", kText, [] { return L"earlier failure"; }},
+                              {L"last_timestamp", kDate, when},
+                              {L"unique_key", kGuid, [] { return L"{0CCCC1CB-870D-424E-AE26-DA2F1294AC8C}"; }},
+                              {L"table_name", kText, [] { return L"users"; }},
+                              {L"patient_id", kInteger, [] { return 7L; }},
+                              {L"guid", kGuid, [] { return L"{0CCCC1CB-870D-424E-AE26-DA2F1294AC8D}"; }},
+                              {L"conflict_type", kInteger, [&] { return number(7); }},
+                              {L"key_info", kText, [] { return L"O'Hara"; }},
+                              {L"source_mod_date", kDate, when},
+                              {L"destination_mod_date", kDate, when},
+                              {L"last_replicate_date", kDate, when},
+                              {L"memo", kLongText, [] { return L"text\r\nof two lines"; }}};
+    const size_t width = dice_.oneIn(20) ? 1 + dice_.below(std::size(columns)) : std::size(columns);
+    const size_t count = dice_.oneIn(3) ? 0 : 1 + dice_.below(3);
+    AdoRows rows;
+    rows.rows.resize(count);
+    for (const Column& column : std::span(columns).first(width)) {
+        rows.columns.push_back({column.name, column.type});
+        for (std::vector<_variant_t>& row : rows.rows)
+            row.push_back(column.value());
+    }
     if (dice_.oneIn(20))
         rows.columns.front().type = kUnsupported;
-    if (dice_.oneIn(20))
-        rows.columns.resize(1 + dice_.below(rows.columns.size()));
-    const size_t count = dice_.oneIn(3) ? 0 : 1 + dice_.below(3);
-    for (size_t index = 0; index < count; ++index) {
-        rows.rows.push_back(row());
-        rows.rows.back().resize(rows.columns.size());
+    for (std::vector<_variant_t>& row : rows.rows) {
+        if (dice_.oneIn(4))
+            row[dice_.below(width)] = adoNull();
+        if (dice_.oneIn(10))
+            row[dice_.below(width)] = _variant_t(L"no such thing");
     }
     return rows;
-}
-
-std::vector<_variant_t> RandomAnswers::row()
-{
-    const auto when = [&] { return date(45000.0 + static_cast<double>(dice_.below(5)) / 3); };
-    std::vector<_variant_t> row = {when(),
-                                   key(),
-                                   _variant_t(L"3.46"),
-                                   _variant_t(dice_.oneIn(2)),
-                                   _variant_t(dice_.oneIn(4)),
-                                   _variant_t(L"earlier failure"),
-                                   when(),
-                                   _variant_t(L"{0CCCC1CB-870D-424E-AE26-DA2F1294AC8C}"),
-                                   _variant_t(L"users"),
-                                   _variant_t(7L),
-                                   _variant_t(L"{0CCCC1CB-870D-424E-AE26-DA2F1294AC8D}"),
-                                   _variant_t(static_cast<long>(dice_.below(7))),
-                                   _variant_t(L"O'Hara"),
-                                   when(),
-                                   when(),
-                                   when(),
-                                   _variant_t(L"text\r\nof two lines")};
-    if (dice_.oneIn(4))
-        row[dice_.below(row.size())] = adoNull();
-    if (dice_.oneIn(10))
-        row[dice_.below(row.size())] = _variant_t(L"no such thing");
-    return row;
-}
-
-_variant_t RandomAnswers::key()
-{
-    return _variant_t(static_cast<long>(dice_.below(4)));
 }

@@ -18,8 +18,5 @@ public:
     bool calm = false;
 
 private:
-    std::vector<_variant_t> row();
-    _variant_t key();
-
     Dice& dice_;
 };

@@ -1,141 +1,257 @@
+#include "NamedPair.h"
 #include "support/Apartment.h"
 #include "support/BuiltDll.h"
+#include "support/HeapUse.h"
 #include "support/LateCall.h"
-#include "support/RecordingAdo.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
+#include <iostream>
+#include <iterator>
+#include <latch>
+#include <regex>
 #include <thread>
 
 using Microsoft::WRL::ComPtr;
 
 namespace {
 
-/// One host thread with a factory, a pair, a table and a log of its own, all named after it.
-class HostThread
+using Transcript = std::vector<std::wstring>;
+
+struct Table
+{
+    long method;
+    std::wstring name;
+    std::wstring keyField = {};
+};
+
+/// A host with a pair, settings and a log of its own, which keeps word for word what it sent and what it was told.
+class NamedHost
 {
 public:
-    HostThread(const LoadedDll& dll, int number) : dll_(dll), name_(L"t" + std::to_wstring(number) + L"x")
+    NamedHost(const LoadedDll& dll, int number)
+        : dll_(dll),
+          pair_(number),
+          site_(pair_.isOffices() ? 0 : 1),
+          logLevel_(number % 3 + 1),
+          log_(std::filesystem::temp_directory_path() /
+               (L"quinmark methods " + std::to_wstring(GetCurrentProcessId()) + L" " + pair_.name() + L".log"))
     {
-        log_ = std::filesystem::temp_directory_path() /
-               (L"quinmark threads " + std::to_wstring(GetCurrentProcessId()) + L" " + name_ + L".log");
-        std::filesystem::remove(log_);
     }
 
-    /// The full copy of its table over and over; every second one is refused by the server.
-    void run(int rounds)
+    const NamedPair& pair() const { return pair_; }
+
+    /// A run over tables of every method, and one that the server refuses in the middle.
+    Transcript run()
     {
         RecordingAdo ado;
-        const ComPtr<_Factory> factory = dll_.createFactory();
-        for (int round = 0; round < rounds; ++round) {
-            connect(factory.Get());
-            if (round % 2)
-                ado.failStatement(L"Delete from " + name_, {E_FAIL, L"refused to " + name_});
-            copy(factory.Get(), round % 2 != 0);
-            if (FAILED(lateCall(factory.Get(), L"disconnect").code))
-                complain(L"disconnect failed");
-            for (const auto& [connection, statement] : ado.statements())
-                if (connection.find(name_) == std::wstring::npos || statement.find(name_) == std::wstring::npos)
-                    complain(connection + L": " + statement);
-            ado.forget();
-        }
-        if (ado.liveObjects() != 0)
-            complain(L"objects of ADO are left");
-    }
-
-    const std::vector<std::wstring>& complaints() const { return complaints_; }
-
-    /// Entries of the log, those of other threads apart; removes the file.
-    std::pair<size_t, size_t> takeEntries() const
-    {
-        std::ifstream file(log_);
-        std::pair<size_t, size_t> counts;
-        const std::string own(name_.begin(), name_.end());
-        for (std::string line; std::getline(file, line);)
-            if (const size_t copied = line.find("Delete from "); copied != std::string::npos)
-                ++(line.compare(copied + 12, own.size(), own) == 0 ? counts.first : counts.second);
-        file.close();
+        ado.answerOthers([this](const std::wstring& connection, const std::wstring& statement) {
+            SwitchToThread(); // between any two statements the others go on
+            return pair_.answer(connection, statement);
+        });
         std::filesystem::remove(log_);
-        return counts;
+        transcript_.clear();
+        {
+            const ComPtr<_Factory> factory = dll_.createFactory();
+            connect(*factory.Get());
+            replicate(*factory.Get());
+            ado.failStatement(L"Delete from " + pair_.name() + L"copied", {E_FAIL, L"refused to " + pair_.name()});
+            replicate(*factory.Get());
+            note(L"ensureReplication", lateCall(factory.Get(), L"ensureReplication"));
+            note(L"sErrorMessage", lateGet(factory.Get(), L"sErrorMessage"));
+            note(L"disconnect", lateCall(factory.Get(), L"disconnect"));
+        }
+        for (const auto& [connection, statement] : ado.statements())
+            transcript_.push_back(connection + L"> " + statement);
+        transcript_.push_back(L"objects left: " + std::to_wstring(ado.liveObjects()));
+        noteLog();
+        return transcript_;
     }
 
 private:
-    void connect(IDispatch* factory)
+    void connect(_Factory& factory)
     {
-        const _variant_t dsn(name_.c_str());
-        const LateResult result =
-            lateCall(factory, L"init", {0L, L"SOURCE", L"", dsn, L"secret", L"", dsn, L"secret", 1L, log_.c_str()});
-        if (FAILED(result.code))
-            complain(L"init: " + result.description);
+        const std::wstring name = pair_.name();
+        note(L"init",
+             lateCall(&factory, L"init",
+                      {site_, pair_.isOffices() ? L"SOURCE" : L"DESTINATION", pair_.sourcePrefix().c_str(),
+                       (name + L"office").c_str(), (name + L"secret").c_str(), pair_.destinationPrefix().c_str(),
+                       (name + L"laptop").c_str(), (name + L"secret").c_str(), logLevel_, log_.c_str()}));
     }
 
-    void copy(IDispatch* factory, bool refused)
+    void replicate(_Factory& factory)
     {
-        const LateResult table = lateCall(factory, L"createReplicationTable", {1L, name_.c_str(), L""});
-        if (FAILED(table.code))
-            return complain(L"createReplicationTable: " + table.description);
-        const LateResult result = lateCall(table.value.pdispVal, L"replicateOneWayDeleteAll");
-        if (refused && (result.scode != E_FAIL || result.description.find(L"refused to " + name_) != 0 ||
-                        result.source.find(name_) == std::wstring::npos))
-            complain(L"wrong error: " + result.source + L": " + result.description);
-        if (!refused && FAILED(result.code))
-            complain(L"failed: " + result.description);
+        const LateResult run = lateCall(&factory, L"createReplication");
+        note(L"createReplication", run);
+        note(L"initNextRun", lateCall(run.value.pdispVal, L"initNextRun", {600L + site_, L"LAPTOP"}));
+        std::vector<_variant_t> tables;
+        for (const Table& table : tables_) {
+            const LateResult created = lateCall(&factory, L"createReplicationTable",
+                                                {table.method, table.name.c_str(), L"", table.keyField.c_str(), 2L});
+            note(L"createReplicationTable " + table.name, created);
+            tables.push_back(created.value);
+        }
+        note(L"go", lateCall(run.value.pdispVal, L"go", {arrayOf(tables)}));
+        for (const wchar_t* property : {L"bError", L"bReady", L"sErrorMessage", L"dLastReplicate", L"dNextReplicate"})
+            note(property, lateGet(run.value.pdispVal, property));
+        for (const _variant_t& table : tables)
+            for (const wchar_t* counter : {L"lCntSourceAdd", L"lCntSourceUpdate", L"lCntSourceDelete", L"lCntDestAdd",
+                                           L"lCntDestUpdate", L"lCntDestDelete", L"lCntConflict", L"lCntError"})
+                note(counter, lateGet(table.pdispVal, counter));
     }
 
-    void complain(const std::wstring& complaint) { complaints_.push_back(name_ + L": " + complaint); }
+    static _variant_t arrayOf(std::vector<_variant_t> elements)
+    {
+        _variant_t array;
+        array.parray = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(elements.size()));
+        array.vt = VT_ARRAY | VT_VARIANT;
+        for (LONG index = 0; index < static_cast<LONG>(elements.size()); ++index)
+            com::check(SafeArrayPutElement(array.parray, &index, &elements[static_cast<size_t>(index)]));
+        return array;
+    }
+
+    void note(const std::wstring& member, const LateResult& result)
+    {
+        std::wstring value;
+        if (result.value.vt != VT_DISPATCH && result.value.vt != VT_EMPTY)
+            value = static_cast<const wchar_t*>(_bstr_t(result.value));
+        transcript_.push_back(member + L": " + std::to_wstring(result.code) + L" " + std::to_wstring(result.scode) +
+                              L" " + result.source + L": " + result.description + L" = " + value);
+    }
+
+    /// The log without the times of its entries; removes the file.
+    void noteLog()
+    {
+        std::ifstream file(log_, std::ios::binary);
+        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        file.close();
+        std::filesystem::remove(log_);
+        static const std::regex time(R"(\r\n\d+/\d+/\d+( \d+:\d\d:\d\d [AP]M)?: )");
+        const std::string entries = std::regex_replace(text, time, "\r\n");
+        transcript_.emplace_back(entries.begin(), entries.end());
+    }
 
     const LoadedDll& dll_;
-    std::wstring name_;
+    NamedPair pair_;
+    long site_;
+    long logLevel_;
     std::filesystem::path log_;
-    std::vector<std::wstring> complaints_;
+    std::vector<Table> tables_ = {{3, pair_.name() + L"deletes"},
+                                  {2, L"shortcut"},
+                                  {7, pair_.name() + L"key", L"unid"},
+                                  {4, pair_.name() + L"both"},
+                                  {1, pair_.name() + L"copied"}};
+    Transcript transcript_;
 };
 
-TEST(Threads, EightOfThemDoNotCross)
+std::wstring differences(const Transcript& expected, const Transcript& actual)
 {
-    constexpr int kThreads = 8;
-    constexpr int kRounds = 200;
-    const LoadedDll dll;
-    std::vector<HostThread> hosts;
-    for (int number = 0; number < kThreads; ++number)
-        hosts.emplace_back(dll, number);
+    for (size_t line = 0; line < std::max(expected.size(), actual.size()); ++line) {
+        const std::wstring wanted = line < expected.size() ? expected[line] : L"<nothing>";
+        const std::wstring found = line < actual.size() ? actual[line] : L"<nothing>";
+        if (wanted != found)
+            return L"expected " + wanted + L"\n   found " + found;
+    }
+    return L"";
+}
+
+/// How many lines of the transcript have this part.
+size_t countOf(const Transcript& transcript, const std::wstring& part)
+{
+    return static_cast<size_t>(std::count_if(transcript.begin(), transcript.end(), [&part](const std::wstring& line) {
+        return line.find(part) != std::wstring::npos;
+    }));
+}
+
+/// Runs `action` in `count` threads, which begin together.
+template <class Action>
+void inThreads(int count, Action action)
+{
+    std::latch begin(count);
     std::vector<std::thread> threads;
-    for (HostThread& host : hosts)
-        threads.emplace_back([&host] { host.run(kRounds); });
+    for (int number = 0; number < count; ++number)
+        threads.emplace_back([&begin, &action, number] {
+            const Apartment apartment;
+            begin.arrive_and_wait();
+            action(number);
+        });
     for (std::thread& thread : threads)
         thread.join();
-    for (HostThread& host : hosts) {
-        for (const std::wstring& complaint : host.complaints())
-            ADD_FAILURE() << complaint;
-        const auto [own, foreign] = host.takeEntries();
-        EXPECT_GE(own, static_cast<size_t>(kRounds));
-        EXPECT_EQ(foreign, 0U);
-    }
-    EXPECT_EQ(dll.call("DllCanUnloadNow"), S_OK);
 }
 
-/// Loads the component, fails in it, and lets it go.
-void useOnce()
-{
-    const LoadedDll dll;
-    {
-        const ComPtr<_Factory> factory = dll.createFactory();
-        ASSERT_EQ(lateCall(factory.Get(), L"init", {0L, L"NONE", L"", L"", L"", L"", L"", L"", 1L, L""}).code,
-                  DISP_E_EXCEPTION);
-        ASSERT_EQ(lateCall(factory.Get(), L"createReplication").code, S_OK);
-    }
-    ASSERT_EQ(dll.call("DllCanUnloadNow"), S_OK);
-}
+constexpr int kThreads = 8;
 
-TEST(Loading, AThousandTimesInOneProcess)
+/// A run alone does what its pair asks for: else two wrong ones could agree.
+void judgeAlone(const NamedHost& host, const Transcript& alone)
 {
-    // Each loading costs one of the 1088 thread slots of a process: the compiler's thread library never frees its own.
-    constexpr int kCycles = 1000;
-    const Apartment apartment;
-    for (int cycle = 0; cycle < kCycles; ++cycle) {
-        useOnce();
-        ASSERT_EQ(GetModuleHandleW(L"QuinmarkRepDLL.dll"), nullptr) << cycle;
+    const NamedPair& pair = host.pair();
+    const std::wstring own = pair.name();
+    for (int other = 0; other < kThreads; ++other) {
+        const std::wstring name = NamedPair(other).name();
+        EXPECT_EQ(countOf(alone, name) > 0, name == own) << own;
     }
+    EXPECT_GE(countOf(alone, L"refused to " + own), 2U) << own;
+    EXPECT_GE(countOf(alone, L"InsertReplicationConflict("), 2U) << own;
+    EXPECT_GE(countOf(alone, L"= earlier error of " + own), 1U) << own;
+    EXPECT_GE(countOf(alone, L"Delete from " + own + L"copied"), 2U) << own;
+    EXPECT_EQ(countOf(alone, L"objects left: 0"), 1U) << own;
+    EXPECT_EQ(countOf(alone, L"lCntDestAdd: 0 0 :  = " + std::to_wstring(pair.copied())), 1U) << own;
+    EXPECT_GE(countOf(alone, L"lCntDestUpdate: 0 0 :  = " + std::to_wstring(pair.changed())), 4U) << own;
+    EXPECT_GE(countOf(alone, L"lCntDestAdd: 0 0 :  = " + std::to_wstring(pair.missingInDestination())), 6U) << own;
+    if (pair.isOffices()) {
+        EXPECT_GE(countOf(alone, L"lCntDestDelete: 0 0 :  = " + std::to_wstring(pair.missingInSource())), 4U) << own;
+        EXPECT_GE(countOf(alone, L"SetReplicationError"), 2U) << own;
+    }
+    if (testing::Test::HasFailure())
+        for (const std::wstring& line : alone)
+            std::wcout << line << L'\n';
 }
 
 } // namespace
+
+TEST(Threads, DoWhatEachOfThemDoesAlone)
+{
+    constexpr int kRounds = 3;
+    const LoadedDll dll;
+    std::vector<NamedHost> hosts;
+    std::vector<Transcript> alone;
+    std::vector<std::wstring> crossed(kThreads);
+    for (int number = 0; number < kThreads; ++number) {
+        hosts.emplace_back(dll, number);
+        std::thread([&] {
+            const Apartment apartment;
+            alone.push_back(hosts.back().run());
+        }).join();
+        judgeAlone(hosts.back(), alone.back());
+    }
+
+    inThreads(kThreads, [&](int number) {
+        const size_t index = static_cast<size_t>(number);
+        for (int round = 0; round < kRounds && crossed[index].empty(); ++round)
+            crossed[index] = differences(alone[index], hosts[index].run());
+    });
+
+    for (const std::wstring& difference : crossed)
+        EXPECT_EQ(difference, L"");
+    EXPECT_EQ(dll.call("DllCanUnloadNow"), S_OK);
+}
+
+TEST(RunsByAllMethods, LeaveNothingOnTheHeap)
+{
+    constexpr int kWarmUp = 3;
+    constexpr int kRuns = 8;
+    const Apartment apartment;
+    withoutTextCache();
+    const LoadedDll dll;
+    NamedHost host(dll, 2);
+    for (int run = 0; run < kWarmUp; ++run)
+        host.run();
+    const size_t before = heapBytesInUse();
+
+    for (int run = 0; run < kRuns; ++run)
+        host.run();
+
+    EXPECT_LT(heapBytesInUse(), before + kRuns);
+}
