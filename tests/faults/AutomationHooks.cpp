@@ -1,85 +1,67 @@
 #include "Allocations.h"
-
 #include "support/ImportHook.h"
 
 #include <comdef.h>
+#include <type_traits>
 
 namespace allocations {
 namespace {
 
-/// Whether a call goes on, when it needs memory.
-bool goesOn(bool needsMemory = true)
+bool needsMemory(auto...)
 {
-    return !needsMemory || !isWatched() || mayAllocate();
+    return true;
 }
 
-bool holdsMemory(const VARIANT& value)
+bool needsMemory(VARIANT*, VARIANT* from)
 {
-    const VARIANT& inner = value.vt == (VT_BYREF | VT_VARIANT) ? *value.pvarVal : value;
-    return (inner.vt & VT_ARRAY) != 0 || (inner.vt & VT_TYPEMASK) == VT_BSTR;
+    const VARIANT& value = from->vt == (VT_BYREF | VT_VARIANT) ? *from->pvarVal : *from;
+    return (value.vt & VT_ARRAY) != 0 || (value.vt & VT_TYPEMASK) == VT_BSTR;
 }
 
-decltype(&SysAllocString) g_allocString;
-decltype(&SysAllocStringLen) g_allocStringLen;
-decltype(&SysAllocStringByteLen) g_allocStringByteLen;
-decltype(&VariantCopy) g_copy;
-decltype(&VariantCopyInd) g_copyInd;
-decltype(&VariantChangeTypeEx) g_change;
-decltype(&CreateErrorInfo) g_createErrorInfo;
-
-BSTR WINAPI allocString(const OLECHAR* text)
+bool needsMemory(VARIANT* to, VARIANT* from, LCID, USHORT, VARTYPE type)
 {
-    return goesOn() ? g_allocString(text) : nullptr;
+    return type == VT_BSTR || needsMemory(to, from);
 }
 
-BSTR WINAPI allocStringLen(const OLECHAR* text, UINT length)
-{
-    return goesOn() ? g_allocStringLen(text, length) : nullptr;
-}
+/// One import of this program, told by its number from the others of the same type.
+template <int Number, class Function>
+class Import;
 
-BSTR WINAPI allocStringByteLen(LPCSTR bytes, UINT length)
+template <int Number, class Result, class... Arguments>
+class Import<Number, Result(WINAPI*)(Arguments...)>
 {
-    return goesOn() ? g_allocStringByteLen(bytes, length) : nullptr;
-}
+public:
+    /// Diverts it for the life of the program.
+    static void divert(const char* name)
+    {
+        original = (new ImportHook(name, reinterpret_cast<void*>(call)))->original<decltype(original)>();
+    }
 
-HRESULT WINAPI copy(VARIANTARG* to, VARIANTARG* from)
-{
-    return goesOn(holdsMemory(*from)) ? g_copy(to, from) : E_OUTOFMEMORY;
-}
+private:
+    static Result WINAPI call(Arguments... arguments)
+    {
+        if (!needsMemory(arguments...) || !isWatched() || mayAllocate())
+            return original(arguments...);
+        if constexpr (std::is_same_v<Result, HRESULT>)
+            return E_OUTOFMEMORY;
+        else
+            return nullptr;
+    }
 
-HRESULT WINAPI copyInd(VARIANT* to, VARIANTARG* from)
-{
-    return goesOn(holdsMemory(*from)) ? g_copyInd(to, from) : E_OUTOFMEMORY;
-}
-
-HRESULT WINAPI change(VARIANTARG* to, VARIANTARG* from, LCID locale, USHORT flags, VARTYPE type)
-{
-    return goesOn(type == VT_BSTR || holdsMemory(*from)) ? g_change(to, from, locale, flags, type) : E_OUTOFMEMORY;
-}
-
-HRESULT WINAPI createErrorInfo(ICreateErrorInfo** info)
-{
-    return goesOn() ? g_createErrorInfo(info) : E_OUTOFMEMORY;
-}
-
-/// Diverts an import for the life of the program.
-template <class Function>
-void divert(const char* name, Function replacement, Function& original)
-{
-    original = (new ImportHook(name, reinterpret_cast<void*>(replacement)))->original<Function>();
-}
+    static inline Result(WINAPI* original)(Arguments...);
+};
 
 } // namespace
 
 void hookAutomation()
 {
-    divert("SysAllocString", allocString, g_allocString);
-    divert("SysAllocStringLen", allocStringLen, g_allocStringLen);
-    divert("SysAllocStringByteLen", allocStringByteLen, g_allocStringByteLen);
-    divert("VariantCopy", copy, g_copy);
-    divert("VariantCopyInd", copyInd, g_copyInd);
-    divert("VariantChangeTypeEx", change, g_change);
-    divert("CreateErrorInfo", createErrorInfo, g_createErrorInfo);
+    Import<1, decltype(&SysAllocString)>::divert("SysAllocString");
+    Import<2, decltype(&SysAllocStringLen)>::divert("SysAllocStringLen");
+    Import<3, decltype(&SysAllocStringByteLen)>::divert("SysAllocStringByteLen");
+    Import<4, decltype(&VariantCopy)>::divert("VariantCopy");
+    Import<5, decltype(&VariantCopyInd)>::divert("VariantCopyInd");
+    Import<6, decltype(&VariantChangeTypeEx)>::divert("VariantChangeTypeEx");
+    Import<7, decltype(&CreateErrorInfo)>::divert("CreateErrorInfo");
 }
 
 } // namespace allocations
