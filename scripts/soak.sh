@@ -2,7 +2,10 @@
 # Looks for faults for a given time: every tests/*/soak.sh gets its share of it, and a table tells at the end what was
 # tried and what was found.
 #
-#   soak.sh MINUTES [SEED]
+#   soak.sh MINUTES [SEED [PART [OPTION...]]]
+#
+# With a PART, such as `faults`, only that one, which is given the options; the faults are tried in an order that the
+# seed fixes, and `faults --first PLACE` goes on where an earlier night has ended.
 #
 # Each part prints `tried WHAT: COUNT, found: COUNT` lines at its end; what it prints before, with all that is needed to
 # repeat a find, stays in build/soak/. Exit status: 0 nothing found, 1 something found or a part did not go through.
@@ -12,8 +15,8 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 # shellcheck source=scripts/testbed.sh
 source "$repoRoot/scripts/testbed.sh"
 
-[[ ${1-} =~ ^[1-9][0-9]*$ && ${2-1} =~ ^[0-9]+$ ]] || die -2 'usage: soak.sh MINUTES [SEED]'
-readonly seconds=$(($1 * 60)) seed=${2-$RANDOM$RANDOM} out=build/soak
+[[ ${1-} =~ ^[1-9][0-9]*$ && ${2-1} =~ ^[0-9]+$ ]] || die -2 'usage: soak.sh MINUTES [SEED [PART [OPTION...]]]'
+readonly seconds=$(($1 * 60)) seed=${2-$RANDOM$RANDOM} out=build/soak only=${3-*} options=("${@:4}")
 
 row() { # PART TRIED COUNT FOUND
     printf '%-12s %-52s %10s %6s\n' "$@"
@@ -37,7 +40,9 @@ registerServers >/dev/null 2>&1
 export QUINMARK_REQUIRE_DATABASE=1 QUINMARK_REQUIRE_DISPLAY=1 QUINMARK_BINARIES="$binaries"
 mkdir -p "$out"
 
-parts=(tests/*/soak.sh)
+# shellcheck disable=SC2206
+parts=(tests/$only/soak.sh)
+[[ -x ${parts[0]} ]] || die -2 "no part of that name: $only"
 begin=$SECONDS
 table=''
 result=0
@@ -47,12 +52,15 @@ for index in "${!parts[@]}"; do
     minutes=$(awk "BEGIN { print ($share > 6 ? $share : 6) / 60 }")
     note "$part for $minutes minutes, seed $seed"
     status=0
-    runInterruptible "${parts[$index]}" --minutes "$minutes" --seed "$seed" >"$out/$part.log" 2>&1 || status=$?
+    runInterruptible "${parts[$index]}" --minutes "$minutes" --seed "$seed" "${options[@]}" >"$out/$part.log" 2>&1 || status=$?
     rows=$(rowsOf "$part" "$status") || result=1
     table+="$rows"$'\n'
 done
 
 row part tried count found
 printf '%s' "$table"
+for part in "${parts[@]}"; do
+    sed -n '/^next: /p' "$out/$(basename "$(dirname "$part")").log" | tr -d '\r'
+done
 note "$(((SECONDS - begin) / 60)) minutes, seed $seed; all that was said is in $out/"
 exit "$result"
