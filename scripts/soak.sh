@@ -17,6 +17,9 @@ source "$repoRoot/scripts/testbed.sh"
 
 [[ ${1-} =~ ^[1-9][0-9]*$ && ${2-1} =~ ^[0-9]+$ ]] || die -2 'usage: soak.sh MINUTES [SEED [PART [OPTION...]]]'
 readonly seconds=$(($1 * 60)) seed=${2-$RANDOM$RANDOM} out=build/soak only=${3-*} options=("${@:4}")
+# shellcheck disable=SC2206
+parts=(tests/$only/soak.sh)
+[[ -x ${parts[0]} ]] || die -2 "no part of that name: $only"
 
 row() { # PART TRIED COUNT FOUND
     printf '%-12s %-52s %10s %6s\n' "$@"
@@ -40,9 +43,6 @@ registerServers >/dev/null 2>&1
 export QUINMARK_REQUIRE_DATABASE=1 QUINMARK_REQUIRE_DISPLAY=1 QUINMARK_BINARIES="$binaries"
 mkdir -p "$out"
 
-# shellcheck disable=SC2206
-parts=(tests/$only/soak.sh)
-[[ -x ${parts[0]} ]] || die -2 "no part of that name: $only"
 begin=$SECONDS
 table=''
 result=0

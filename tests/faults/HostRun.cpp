@@ -7,9 +7,9 @@
 #include "control/FactoryFace.h"
 #include "support/ImportHook.h"
 
+using namespace quinmark;
 using allocations::Unwatched;
 using Microsoft::WRL::ComPtr;
-using namespace quinmark;
 
 namespace {
 
