@@ -8,30 +8,23 @@ using Microsoft::WRL::ComPtr;
 
 namespace {
 
+/// Enums are numbers, the library's own objects come as IDispatch.
 VARTYPE plainType(const TYPEDESC& type)
 {
-    switch (type.vt) {
-    case VT_PTR:
-        if (type.lptdesc->vt == VT_PTR || type.lptdesc->vt == VT_USERDEFINED)
-            return VT_DISPATCH;
-        return type.lptdesc->vt;
-    case VT_USERDEFINED:
+    if (type.vt == VT_USERDEFINED)
         return VT_I4;
-    case VT_VOID:
-        return VT_EMPTY;
-    default:
-        return type.vt;
-    }
+    if (type.vt != VT_PTR)
+        return type.vt == VT_VOID ? static_cast<VARTYPE>(VT_EMPTY) : type.vt;
+    const VARTYPE target = type.lptdesc->vt;
+    return target == VT_PTR || target == VT_USERDEFINED ? static_cast<VARTYPE>(VT_DISPATCH) : target;
 }
 
-/// Every parameter is by reference: what counts is behind the pointer.
+/// Every parameter is by reference: what it refers to counts.
 VARTYPE parameterType(const TYPEDESC& type)
 {
-    if (type.vt != VT_PTR)
-        return plainType(type);
-    if (type.lptdesc->vt == VT_PTR)
+    if (type.vt == VT_PTR && type.lptdesc->vt == VT_PTR)
         return VT_DISPATCH;
-    return plainType(*type.lptdesc);
+    return plainType(type.vt == VT_PTR ? *type.lptdesc : type);
 }
 
 std::vector<std::wstring> namesOf(ITypeInfo& info, const FUNCDESC& function)

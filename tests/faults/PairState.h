@@ -12,8 +12,6 @@ struct PairState
     std::vector<std::wstring> conflicts;
     /// The error of each control record of the local database.
     std::vector<std::wstring> marks;
-
-    bool operator==(const PairState&) const = default;
 };
 
 /// The two databases of the tests (PostgreSQL only), seen from beside the component.

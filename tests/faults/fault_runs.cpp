@@ -12,6 +12,7 @@
 #include "FaultTrials.h"
 #include "control/settings.h"
 #include "support/Apartment.h"
+#include "support/TextLine.h"
 
 #include <chrono>
 #include <cstdio>
@@ -49,15 +50,6 @@ struct Tally
     size_t found = 0;
 };
 
-std::string narrow(const std::wstring& text)
-{
-    std::string result(text.size() * 3 + 1, '\0');
-    const int length = WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), result.data(),
-                                           static_cast<int>(result.size()), nullptr, nullptr);
-    result.resize(static_cast<size_t>(length));
-    return result;
-}
-
 /// What is being tried, for a crash to tell.
 std::string g_case;
 
@@ -70,7 +62,7 @@ LONG WINAPI tellCrash(EXCEPTION_POINTERS*)
 
 std::string nameOf(const Scenario& scenario, const Fault& fault)
 {
-    return narrow(scenario.name + L": " + nameOf(fault));
+    return toUtf8(scenario.name + L": " + nameOf(fault));
 }
 
 void addBuckets(std::vector<Bucket>& buckets, const Scenario& scenario, const Reference& reference)
@@ -151,7 +143,7 @@ private:
         ++tally.found;
         std::printf("%s\n", name.c_str());
         for (const std::wstring& complaint : complaints)
-            std::printf("    %s\n", narrow(complaint).c_str());
+            std::printf("    %s\n", toUtf8(complaint).c_str());
         std::fflush(stdout);
     }
 
@@ -242,7 +234,7 @@ int main(int count, char** arguments)
         return Campaign(trials, options).run();
     }
     catch (const com::Error& error) {
-        std::printf("%s: %s\n", narrow(error.source).c_str(), narrow(error.description).c_str());
+        std::printf("%s: %s\n", toUtf8(error.source).c_str(), toUtf8(error.description).c_str());
     }
     catch (const std::exception& error) {
         std::printf("%s\n", error.what());

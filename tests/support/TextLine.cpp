@@ -14,15 +14,6 @@ std::wstring wide(const std::string& text)
     return result;
 }
 
-std::string narrow(const std::wstring& text)
-{
-    const int length = static_cast<int>(text.size());
-    const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
-    std::string result(static_cast<size_t>(size), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), length, result.data(), size, nullptr, nullptr);
-    return result;
-}
-
 char unescaped(char code)
 {
     for (const auto& [letter, character] : kEscapes) {
@@ -48,6 +39,15 @@ std::string escaped(const std::string& text)
 
 } // namespace
 
+std::string toUtf8(const std::wstring& text)
+{
+    const int length = static_cast<int>(text.size());
+    const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
+    std::string result(static_cast<size_t>(size), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text.data(), length, result.data(), size, nullptr, nullptr);
+    return result;
+}
+
 std::vector<std::wstring> splitLine(const std::string& line)
 {
     std::vector<std::string> fields(1);
@@ -71,7 +71,7 @@ std::string joinLine(const std::vector<std::wstring>& fields)
     for (const std::wstring& field : fields) {
         if (&field != &fields.front())
             line += '\t';
-        line += escaped(narrow(field));
+        line += escaped(toUtf8(field));
     }
     return line;
 }
