@@ -19,31 +19,24 @@ BSTR text(const wchar_t* characters)
 
 Value RandomValues::fitting(VARTYPE type, const std::wstring& parameter)
 {
-    Value value;
-    value->vt = type;
-    switch (type) {
-    case VT_BSTR:
-        value->bstrVal = fittingText(parameter);
-        return value;
-    case VT_BOOL:
-        value->boolVal = dice_.oneIn(2) ? VARIANT_TRUE : VARIANT_FALSE;
-        return value;
-    case VT_I2:
-        value->iVal = static_cast<short>(dice_.below(6));
-        return value;
-    case VT_I4:
-        value->lVal = static_cast<long>(dice_.below(8));
-        return value;
-    case VT_DATE:
-        value->date = 45000.0 + static_cast<double>(dice_.below(1000)) / 7;
-        return value;
-    case VT_VARIANT:
-        return parameter == L"col" && dice_.oneIn(2) ? anyArray() : any();
-    case VT_DISPATCH:
+    if (type == VT_BSTR)
+        return Value(fittingText(parameter));
+    if (type == VT_DISPATCH)
         return anyObject();
-    default:
+    if (type == VT_VARIANT && parameter == L"col" && dice_.oneIn(2))
+        return anyArray();
+    Value value(type);
+    if (type == VT_BOOL)
+        value->boolVal = dice_.oneIn(2) ? VARIANT_TRUE : VARIANT_FALSE;
+    else if (type == VT_I2)
+        value->iVal = static_cast<short>(dice_.below(6));
+    else if (type == VT_I4)
+        value->lVal = static_cast<long>(dice_.below(8));
+    else if (type == VT_DATE)
+        value->date = 45000.0 + static_cast<double>(dice_.below(1000)) / 7;
+    else
         return any();
-    }
+    return value;
 }
 
 Value RandomValues::any()
@@ -51,30 +44,18 @@ Value RandomValues::any()
     switch (dice_.below(10)) {
     case 0:
         return Value();
-    case 1: {
-        Value null;
-        null->vt = VT_NULL;
-        return null;
-    }
+    case 1:
+        return Value(static_cast<VARTYPE>(VT_NULL));
     case 2:
-    case 3: {
-        Value texts;
-        texts->vt = VT_BSTR;
-        texts->bstrVal = anyText();
-        return texts;
-    }
+    case 3:
+        return Value(anyText());
     case 4:
     case 5:
         return anyObject();
     case 6:
         return anyArray();
     case 7:
-        if (dice_.oneIn(4)) {
-            Value broken;
-            broken->vt = kBroken[dice_.below(std::size(kBroken))];
-            return broken;
-        }
-        return anyNumber();
+        return dice_.oneIn(4) ? Value(kBroken[dice_.below(std::size(kBroken))]) : anyNumber();
     default:
         return anyNumber();
     }
@@ -103,10 +84,8 @@ BSTR RandomValues::anyText()
         return nullptr;
     case 1:
         return SysAllocStringLen(L"a\0b", 3);
-    case 2: {
-        const std::wstring longText(dice_.below(20000), L'\'');
-        return SysAllocStringLen(longText.data(), static_cast<UINT>(longText.size()));
-    }
+    case 2:
+        return text(std::wstring(dice_.below(20000), L'\'').c_str());
     case 3:
         return SysAllocStringByteLen("odd", 3);
     default:
@@ -117,8 +96,8 @@ BSTR RandomValues::anyText()
 
 Value RandomValues::anyNumber()
 {
-    Value number;
     const VARTYPE type = kNumbers[dice_.below(std::size(kNumbers))];
+    Value number(type);
     number->ullVal = dice_.oneIn(2) ? dice_.below(20) : dice_.bits();
     if (type == VT_R8 || type == VT_DATE)
         number->dblVal = anyDouble();
@@ -131,7 +110,7 @@ Value RandomValues::anyNumber()
     }
     if (type == VT_ERROR && dice_.oneIn(2))
         number->scode = DISP_E_PARAMNOTFOUND;
-    number->vt = type;
+    number->vt = type; // which lies in the decimal
     return number;
 }
 
@@ -144,9 +123,8 @@ double RandomValues::anyDouble()
 
 Value RandomValues::anyObject()
 {
-    Value object;
+    Value object(static_cast<VARTYPE>(dice_.oneIn(4) ? VT_UNKNOWN : VT_DISPATCH));
     IDispatch* chosen = dice_.oneIn(6) || objects_.empty() ? nullptr : objects_[dice_.below(objects_.size())].Get();
-    object->vt = dice_.oneIn(4) ? VT_UNKNOWN : VT_DISPATCH;
     object->pdispVal = chosen;
     if (chosen)
         chosen->AddRef();
@@ -155,9 +133,8 @@ Value RandomValues::anyObject()
 
 Value RandomValues::anyArray()
 {
-    Value array;
     const VARTYPE type = dice_.oneOf<VARTYPE>({VT_VARIANT, VT_VARIANT, VT_DISPATCH, VT_UNKNOWN, VT_BSTR, VT_I4});
-    array->vt = static_cast<VARTYPE>(VT_ARRAY | type);
+    Value array(static_cast<VARTYPE>(VT_ARRAY | type));
     if (dice_.oneIn(10))
         return array;
     SAFEARRAYBOUND bounds[2] = {{static_cast<ULONG>(dice_.below(4)), static_cast<LONG>(dice_.below(9)) - 4}, {2, 0}};

@@ -8,7 +8,8 @@
 class Value
 {
 public:
-    Value() { VariantInit(&value_); }
+    explicit Value(VARTYPE type = VT_EMPTY) { value_.vt = type; }
+    explicit Value(BSTR text) : Value(static_cast<VARTYPE>(VT_BSTR)) { value_.bstrVal = text; }
     Value(Value&& other) noexcept : value_(std::exchange(other.value_, VARIANT{})) {}
     Value& operator=(Value&& other) noexcept
     {
@@ -22,7 +23,7 @@ public:
     VARIANT* operator->() { return &value_; }
 
 private:
-    VARIANT value_;
+    VARIANT value_{};
 };
 
 /// Whether two values of one type are the same to the bit; texts by their characters, objects and arrays by identity.
