@@ -102,7 +102,7 @@ public:
         const FaultOrder order(sizes, options_.seed);
         if (options_.total != 0 && options_.total != order.total())
             throw std::invalid_argument("there are " + std::to_string(order.total()) +
-                                        " faults: the order that was begun is of others");
+                                        " faults, so that places in an order of others say nothing: leave out --first");
         std::printf("seed %u: %zu faults in %zu scenarios\n", options_.seed, order.total(), trials_.scenarios().size());
         const size_t next = order.attempt(
             options_.first, [this] { return mayGoOn(); },
