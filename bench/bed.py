@@ -53,10 +53,6 @@ class Pair:
         name = os.environ["QUINMARK_OFFICE_DSN" if side == "S" else "QUINMARK_LAPTOP_DSN"]
         return f"{name};Database={self.databases[side]}"
 
-    def connection(self, side):
-        """The connection string that the component makes of it."""
-        return f"DSN={self.dsn(side)};UID={LOGIN};PWD={os.environ['QUINMARK_PASSWORD']}"
-
     def save(self, state):
         """Keeps both databases as they are."""
         for database in self.databases.values():
@@ -112,14 +108,6 @@ class Bed:
     def program(self, name):
         """The words that start a built program."""
         return ["wine", self.binaries / f"{name}.exe"]
-
-    @staticmethod
-    def script(path, *arguments):
-        """The words that start a VBScript. Its last argument is its standard input as a file, because Wine's script
-        host has no WScript.StdIn; with its whole path the host is no other program's child.
-        """
-        start = r'exec wine "C:\\windows\\system32\\cscript.exe" //nologo "$@" "Z:\\proc\\$$\\fd\\0"'
-        return ["sh", "-c", start, "sh", windows_path(path), *arguments]
 
     @staticmethod
     def pair(name, tables):

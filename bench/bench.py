@@ -3,24 +3,19 @@
 
 import argparse
 import dataclasses
-import importlib
-import importlib.util
 import json
 import pathlib
 import sys
 import traceback
 
-import changed_row
 import component
 from bed import Bed
 from figures import within
 from measure import processors_awake
+from others import compare
 
-# Name of each part and its function; those of other modules run when the module is there.
 PARTS = {"run": component.run_against_replay, "growth": component.growth, "logging": component.logging,
-         "full-copy": component.full_copy, "nothing-to-do": component.nothing_to_do,
-         "changed-row": changed_row.figures}
-MODULES = {"adodb": "adodb", "others": "others.compare", "bounds": "bounds.bounds"}
+         "full-copy": component.full_copy, "nothing-to-do": component.nothing_to_do, "others": compare.figures}
 MANY_ROWS = 100_000
 
 
@@ -33,15 +28,10 @@ class Scale:
 
 
 def parts(names):
-    chosen = dict(PARTS)
-    for name, module in MODULES.items():
-        file = pathlib.Path(__file__).parent / (module.replace(".", "/") + ".py")
-        if file.exists():
-            chosen[name] = lambda bed, scale, module=module: importlib.import_module(module).figures(bed, scale)
-    unknown = set(names) - set(chosen)
+    unknown = set(names) - set(PARTS)
     if unknown:
-        sys.exit(f"no such part: {', '.join(sorted(unknown))}; there are: {', '.join(chosen)}")
-    return {name: part for name, part in chosen.items() if not names or name in names}
+        sys.exit(f"no such part: {', '.join(sorted(unknown))}; there are: {', '.join(PARTS)}")
+    return {name: part for name, part in PARTS.items() if not names or name in names}
 
 
 def line(name, value, limit, verdict):
@@ -80,7 +70,7 @@ def main():
     parser.add_argument("--json", required=True, type=pathlib.Path)
     parser.add_argument("--rows", type=int, default=10_000)
     parser.add_argument("--rounds", type=int, help="5, and from 100000 rows on 3")
-    parser.add_argument("--only", nargs="+", default=[], metavar="PART", help=", ".join([*PARTS, *MODULES]))
+    parser.add_argument("--only", nargs="+", default=[], metavar="PART", help=", ".join(PARTS))
     given = parser.parse_args()
     bed = Bed(given.binaries, given.work)
     scale = Scale(given.rows, given.rounds or (5 if given.rows < MANY_ROWS else 3))

@@ -1,7 +1,5 @@
 """The component against the same statements without it: the figures of the table's first part."""
 
-import statistics
-
 from bed import windows_path
 from figures import figure, median, ratio, require_same, take_turns
 from typed import Terminal
@@ -17,20 +15,16 @@ LONG_RUNS = 3
 
 
 def run_against_replay(bed, scale):
-    """A run, the same statements from a bare loop, and the rules as a script."""
+    """A run, and the same statements from a bare loop."""
     figures = []
     for table, kind in ((GUID, "GUID keys"), (NUMBER, "numeric keys")):
-        taken = _three_clients(bed, scale, table)
-        run, replay, script = taken["run"], taken["replay"], taken["script"]
-        shares = (((one["cpu"] - bare["cpu"]) / (other["cpu"] - bare["cpu"]))
-                  for one, bare, other in zip(run, replay, script))
+        run, replay = _run_and_replay(bed, scale, table)
         figures += [figure(f"run against bare loop, {kind}: wall time", ratio(run, replay, "wall"), 1.03),
-                    figure(f"run against bare loop, {kind}: processor time", ratio(run, replay, "cpu"), 1.10),
-                    figure(f"component's share against script host's, {kind}", statistics.median(shares), 0.05)]
+                    figure(f"run against bare loop, {kind}: processor time", ratio(run, replay, "cpu"), 1.10)]
     return figures
 
 
-def _three_clients(bed, scale, table):
+def _run_and_replay(bed, scale, table):
     work = shared_work(bed)
     state = f"mixed_{scale.rows}"
     trace = work.trace(state, (table,))
@@ -46,12 +40,11 @@ def _three_clients(bed, scale, table):
 
     taken = take_turns(scale.rounds, {
         "replay": client("replay", lambda: work.replay(trace)),
-        "run": client("run", lambda: work.run((table,))),
-        "script": client("script", lambda: work.script(table))})
-    require_same(f"databases after a run, its replay and the script on {table.name}", left)
+        "run": client("run", lambda: work.run((table,)))})
+    require_same(f"databases after a run and its replay on {table.name}", left)
     source, destination = left["run"]
     require_same(f"both copies of {table.name}", {"source": source.split("\n")[0], "destination": destination})
-    return taken
+    return taken["run"], taken["replay"]
 
 
 def growth(bed, scale):

@@ -1,11 +1,10 @@
 // Sends a trace again: the same statements in the same order over the same ADO classes, and every row that they return
 // read in full.
 //
-//   bench_replay [--whole | --split | --append=FILE] TRACE
+//   bench_replay [--whole | --append=FILE] TRACE
 //
-// With --whole connecting and disconnecting belong to the work. With --split it also tells the seconds that comparisons
-// (queries whose rows are gone through), looks at one row, and writes took. With --append FILE is
-// opened, appended to and closed before every statement. The trace is in memory before the work begins.
+// With --whole connecting and disconnecting belong to the work. With --append FILE is opened, appended to and closed
+// before every statement. The trace is in memory before the work begins.
 #include "BareAdo.h"
 #include "Trace.h"
 #include "append.h"
@@ -14,55 +13,12 @@
 #include <objbase.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <stdexcept>
 
 namespace {
 
 constexpr std::wstring_view kAppend = L"--append=";
-
-/// The seconds of statements, by what they are for.
-class Split
-{
-public:
-    void add(const TraceRecord& record, double seconds)
-    {
-        if (record.kind == TraceKind::Execute || record.kind == TraceKind::Count)
-            write_ += seconds;
-        if (record.kind == TraceKind::Open)
-            query(record) = {0, false};
-        query(record).seconds += seconds;
-        if (record.kind == TraceKind::Next)
-            query(record).compares = true;
-        if (record.kind == TraceKind::Close)
-            (query(record).compares ? compare_ : look_) += query(record).seconds;
-    }
-
-    std::string words() const
-    {
-        return " compare=" + std::to_string(compare_) + " look=" + std::to_string(look_) +
-               " write=" + std::to_string(write_);
-    }
-
-private:
-    struct Query
-    {
-        double seconds;
-        bool compares;
-    };
-
-    Query& query(const TraceRecord& record)
-    {
-        queries_.resize(std::max(queries_.size(), record.id + 1));
-        return queries_[record.id];
-    }
-
-    std::vector<Query> queries_;
-    double compare_ = 0;
-    double look_ = 0;
-    double write_ = 0;
-};
 
 class Replay
 {
@@ -89,18 +45,6 @@ public:
                 append(path.c_str(), std::string(record.text.size(), 'x'));
             send(record);
         }
-    }
-
-    Split sendAndSplit()
-    {
-        using Clock = std::chrono::steady_clock;
-        Split split;
-        for (const TraceRecord& record : trace_.records()) {
-            const Clock::time_point begun = Clock::now();
-            send(record);
-            split.add(record, std::chrono::duration<double>(Clock::now() - begun).count());
-        }
-        return split;
     }
 
     void disconnect()
@@ -186,16 +130,13 @@ void replay(const std::wstring& option, const wchar_t* path)
     beginWork();
     if (whole)
         work.connect();
-    std::string words;
-    if (option == L"--split")
-        words = work.sendAndSplit().words();
-    else if (option.starts_with(kAppend))
+    if (option.starts_with(kAppend))
         work.sendAndAppend(option.substr(kAppend.size()));
     else
         work.send();
     if (whole)
         work.disconnect();
-    endWork(work.counters() + words);
+    endWork(work.counters());
     work.disconnect();
 }
 
@@ -204,7 +145,7 @@ void replay(const std::wstring& option, const wchar_t* path)
 int wmain(int count, wchar_t* words[])
 {
     const std::wstring option = count == 3 ? words[1] : L"";
-    const bool known = option == L"--whole" || option == L"--split" || option.starts_with(kAppend) || count == 2;
+    const bool known = option == L"--whole" || option.starts_with(kAppend) || count == 2;
     if (!known || FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)))
         return 2;
     int status = 1;

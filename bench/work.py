@@ -9,7 +9,6 @@ import pathlib
 
 from bed import windows_path
 
-LAST_RUN = "6/1/2026"  # as fill_work in work.sql has it
 OFF = 5  # log level: nothing of a run without conflicts is an error
 DEBUG = 1
 SQL = pathlib.Path(__file__).with_name("work.sql")
@@ -72,14 +71,8 @@ class Work:
         return self.bed.measure([*self.bed.program("bench_run"), *self._host_words(tables, level, whole)])
 
     def replay(self, trace, *option):
-        """`option`: --whole, when the trace was recorded so, --split or --append=FILE."""
+        """`option`: --whole, when the trace was recorded so, or --append=FILE."""
         return self.bed.measure([*self.bed.program("bench_replay"), *option, windows_path(trace)])
-
-    def script(self, table):
-        """The rules of replication in VBScript."""
-        return self.bed.measure(self.bed.script(
-            pathlib.Path(__file__).with_name("one_way.vbs").resolve(), self.pair.connection("S"),
-            self.pair.connection("D"), self.pair.prefix("S"), self.pair.prefix("D"), table.name, table.key, LAST_RUN))
 
     def entries(self, program, count, size):
         """Log entries without a run, each of `size` bytes: bench_append's by system calls alone, bench_log's by the

@@ -2,7 +2,7 @@
 
 import contextlib
 
-from bed import LOGIN, REPOSITORY, psql, windows_path
+from bed import LOGIN, psql, windows_path
 from others import equal_work
 
 OFF = 5  # log level: nothing of a run without conflicts is an error
@@ -26,14 +26,8 @@ def _configure(change):
     psql("postgres", "select pg_reload_conf();")
 
 
-def server_port():
-    return int((REPOSITORY / "build" / "devdb" / "port").read_text(encoding="ascii"))
-
-
 class EqualSides:
-    """Two databases of a PostgreSQL server. Clients connect to `port`, the server's own unless given; connecting is
-    part of what they are measured by.
-    """
+    """Two databases of a PostgreSQL server. Connecting is part of what clients are measured by."""
 
     def __init__(self, bed, name="equal"):
         self._bed = bed
@@ -50,16 +44,12 @@ class EqualSides:
     def restore(self):
         self.pair.restore("differing")
 
-    def run(self, port=None):
+    def run(self):
         log = windows_path((self._bed.work / "equal.log").resolve())
         return self._bed.measure([*self._bed.program("bench_run"), "--whole",
-                                  self._dsn("S") + _port(port), self.pair.prefix("S"),
-                                  self._dsn("D") + _port(port), self.pair.prefix("D"),
+                                  self._dsn("S"), self.pair.prefix("S"),
+                                  self._dsn("D"), self.pair.prefix("D"),
                                   OFF, log, f"{ONE_WAY_ALLOW_DELETES}:{equal_work.TABLE}"])
-
-    def merge_join(self, port=None):
-        return self._bed.measure([*self._bed.program("bench_merge_join"), self.pair.connection("S") + _port(port),
-                                  self.pair.connection("D") + _port(port), equal_work.TABLE, equal_work.KEY])
 
     def differences(self):
         """How many rows, of both sides together, the other side does not have so."""
@@ -103,7 +93,3 @@ class EqualSchemas(EqualSides):
     def _dsn(self, side):
         setting = f";ConnSettings=set+search_path%3d{self.pair.databases['D']}%2cdbo%2cpublic"
         return self.pair.dsn("S") + (setting if side == "D" else "")
-
-
-def _port(port):
-    return f";Port={port}" if port else ""

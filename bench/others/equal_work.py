@@ -5,13 +5,11 @@ both kinds of server keep exactly, and dates are whole seconds, as the component
 import datetime
 
 TABLE = "sync_work"
-KEY = "unid"
 ROWS = 100_000
 LAST_RUN = datetime.datetime(2024, 6, 1)
 BEFORE_LAST_RUN = datetime.datetime(2024, 1, 1)
 AFTER_LAST_RUN = datetime.datetime(2024, 7, 1)
 
-COLUMNS = ("unid", "code", "name", "kind", "amount", "ratio", "active_f", "since", "note", "mod_date")
 _DECLARED = """unid integer primary key, code char(8), name varchar(60), kind smallint, amount decimal(19,4),
     ratio double precision, active_f boolean, since {timestamp}(3), note varchar(100),
     mod_date {timestamp}(3) not null"""
