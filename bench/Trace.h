@@ -1,17 +1,18 @@
 #pragma once
 
-#include <fstream>
-#include <string>
-#include <string_view>
-#include <vector>
+#include "support/TextLine.h"
 
-/// What a run sends to its databases, to be sent again by bare loops. One record a line, in UTF-8, its fields separated
-/// by tabs, with \t \n \r \\ for these characters; S is the source and D the destination:
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <string_view>
+
+/// A record of what a run sends to its databases, to be sent again by the bare loop. In a file one record a line, in
+/// UTF-8, its fields separated by tabs, with \t \n \r \\ for these characters; S is the source and D the destination:
 ///
 ///     connect S|D CONNECTION_STRING
-///     execute S|D TEXT                 no rows, their number not wanted
-///     count S|D TEXT                   no rows, their number wanted
-///     open ID S|D TEXT                 a forward-only, read-only recordset; ID is a small number, used again when free
+///     execute S|D TEXT                 a statement without rows
+///     open ID S|D TEXT                 a forward-only, read-only recordset
 ///     next ID                          every column of the current row is read once, then MoveNext
 ///     close ID                         every column of the current row is read once, unless it is at the end
 ///
@@ -20,7 +21,6 @@ enum class TraceKind
 {
     Connect,
     Execute,
-    Count,
     Open,
     Next,
     Close,
@@ -35,32 +35,42 @@ struct TraceRecord
     std::wstring_view text = {};
 };
 
-/// Writes a trace; the last record is on disk once the object is gone.
-class TraceWriter
-{
-public:
-    explicit TraceWriter(const std::wstring& path);
-    void add(const TraceRecord& record);
-
-private:
-    std::ofstream file_;
-};
-
 /// A whole trace in memory. All texts lie in one block: beside thousands of blocks, Wine's heap takes longer for every
 /// other one, which would count as the client's own time.
 class Trace
 {
 public:
-    /// Throws std::runtime_error for a file that is none.
-    explicit Trace(const std::wstring& path);
+    /// Throws std::exception for a file that is none.
+    explicit Trace(const std::wstring& path)
+    {
+        static const std::map<std::wstring, TraceKind> kKinds = {{L"connect", TraceKind::Connect},
+                                                                 {L"execute", TraceKind::Execute},
+                                                                 {L"open", TraceKind::Open},
+                                                                 {L"next", TraceKind::Next},
+                                                                 {L"close", TraceKind::Close}};
+        // Never moved: no text has more characters than bytes, and the records point into it.
+        texts_.reserve(static_cast<size_t>(std::filesystem::file_size(path)));
+        std::ifstream file(std::filesystem::path(path), std::ios::binary);
+        for (std::string line; std::getline(file, line);) {
+            const std::vector<std::wstring> fields = splitLine(line);
+            TraceRecord record{.kind = kKinds.at(fields.front())};
+            if (record.kind >= TraceKind::Open)
+                record.id = std::stoul(fields.at(1));
+            if (record.kind <= TraceKind::Open) {
+                const std::wstring& text = fields.back();
+                record.side = fields.at(fields.size() - 2).at(0);
+                record.text = std::wstring_view(texts_.data() + texts_.size(), text.size());
+                texts_ += text;
+            }
+            records_.push_back(record);
+        }
+    }
     Trace(const Trace&) = delete;
     Trace& operator=(const Trace&) = delete;
 
     const std::vector<TraceRecord>& records() const { return records_; }
 
 private:
-    void add(const std::string& line);
-
     std::wstring texts_;
     std::vector<TraceRecord> records_;
 };

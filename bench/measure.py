@@ -1,4 +1,4 @@
-"""What a client takes for its work: wall time, processor time and memory of its own process.
+"""A client's wall time, and processor time and memory of its own process.
 
 Every client keeps to the same protocol. It prepares, prints the line `begin` and waits for a line; it works, prints
 `end` followed by key=number words, and waits for a line; then it ends.
@@ -31,27 +31,12 @@ def processors_awake():
         yield
 
 
-class ClientFailed(RuntimeError):
-    """A client that ended, or said something else, before its work was done."""
+def measure(argv):
+    """Runs a client; Wine programs are given as ["wine", "x.exe", ...].
 
-
-def processor_seconds(pid):
-    """Of all threads, those that have ended included."""
-    return time.clock_gettime(((~pid) << 3) | SCHEDULED)
-
-
-def peak_kb(pid):
-    with open(f"/proc/{pid}/status", encoding="ascii", errors="replace") as status:
-        return int(re.search(r"^VmHWM:\s+(\d+) kB", status.read(), re.MULTILINE)[1])
-
-
-def measure(argv, env=None):
-    """Runs a client. `env` is added to the environment. Wine programs are given as ["wine", "x.exe", ...].
-
-    {"wall": seconds, "cpu": seconds, "peak_kb": most memory since the client's start, "peak_before_kb": the same when
-    its work began} and the numbers of its `end` line.
+    {"wall": seconds, "cpu": seconds of all threads, "peak_kb": most memory} and the numbers of its `end` line.
     """
-    environment = {**os.environ, "LC_ALL": "C.UTF-8", "WINEDEBUG": "-all", **(env or {})}
+    environment = {**os.environ, "LC_ALL": "C.UTF-8", "WINEDEBUG": "-all"}
     # No client shows a window; the driver for a display would count as memory of Wine's clients.
     environment.pop("DISPLAY", None)
     with subprocess.Popen([str(word) for word in argv], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
@@ -63,18 +48,17 @@ def measure(argv, env=None):
 
 
 def _watch(client):
-    _line(client, "begin")
-    figures = {"peak_before_kb": peak_kb(client.pid)}
-    cpu, wall = processor_seconds(client.pid), time.perf_counter()
+    scheduled = ((~client.pid) << 3) | SCHEDULED
+    _wait_for(client, "begin")
+    cpu, wall = time.clock_gettime(scheduled), time.perf_counter()
     _go_on(client)
-    words = _line(client, "end")
-    figures["wall"] = time.perf_counter() - wall
-    figures["cpu"] = processor_seconds(client.pid) - cpu
-    figures["peak_kb"] = peak_kb(client.pid)
+    words = _wait_for(client, "end")
+    figures = {"wall": time.perf_counter() - wall, "cpu": time.clock_gettime(scheduled) - cpu}
+    with open(f"/proc/{client.pid}/status", encoding="ascii", errors="replace") as status:
+        figures["peak_kb"] = int(re.search(r"^VmHWM:\s+(\d+) kB", status.read(), re.MULTILINE)[1])
     _go_on(client)
-    client.wait(PATIENCE)
-    if client.returncode != 0:
-        raise ClientFailed(f"{client.args}: ended with status {client.returncode}")
+    if client.wait(PATIENCE) != 0:
+        raise RuntimeError(f"{client.args}: ended with status {client.returncode}")
     return {**figures, **{key: float(number) for key, number in (word.split("=") for word in words)}}
 
 
@@ -83,14 +67,10 @@ def _go_on(client):
     client.stdin.flush()
 
 
-def _line(client, expected):
+def _wait_for(client, expected):
     line = client.stdout.readline()
-    words = line.split()
-    if not words or words[0] != expected:
-        raise ClientFailed(f"{client.args}: '{expected}' was expected, but came: {line}{_rest(client)}")
-    return words[1:]
-
-
-def _rest(client):
-    client.stdin.close()
-    return client.stdout.read()
+    first, *words = line.split() or [""]
+    if first != expected:
+        client.stdin.close()
+        raise RuntimeError(f"{client.args}: '{expected}' was expected, but came: {line}{client.stdout.read()}")
+    return words

@@ -55,11 +55,9 @@ create procedure fill_work(rows integer, source boolean, missing boolean)
     as $$
         insert into work_guid select (item).* from work_rows(rows, source, missing);
         insert into work_number
-        select r.n, (r.item).small_no, (r.item).whole_no, (r.item).ratio, (r.item).price, (r.item).fee,
-               (r.item).active_f, (r.item).done_f, (r.item).ref_id, (r.item).group_id, (r.item).code, (r.item).sex,
-               (r.item).first_name, (r.item).last_name, (r.item).note, (r.item).remark, (r.item).seen, (r.item).born,
-               (r.item).total, (r.item).mod_date
-          from work_rows(case when missing then rows else 0 end, source, missing) r;
+        select r.n, g.small_no, g.whole_no, g.ratio, g.price, g.fee, g.active_f, g.done_f, g.ref_id, g.group_id, g.code,
+               g.sex, g.first_name, g.last_name, g.note, g.remark, g.seen, g.born, g.total, g.mod_date
+          from work_rows(case when missing then rows else 0 end, source, missing) r, lateral (select (r.item).*) g;
         -- Before the changes, and after everything else.
         update replication_control set last_timestamp = '2026-06-01' where unique_key = 0;
     $$;

@@ -6,7 +6,7 @@
 #
 # --rows is the size of the compared tables, 10000 unless told; 100000 takes an hour and more. Every comparison is made
 # in 5 rounds unless told, from 100000 rows on in 3. NAMEs are those of the parts that `bench.sh --help` lists.
-# docs/performance.md says what is measured and how.
+# docs/performance.md says how it is measured.
 # Exit status: 0 measured and within all limits, 1 a figure is beyond its limit or could not be measured.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
@@ -20,4 +20,4 @@ build QuinmarkRepDLL adodb benches
 startTestbed
 registerServers >/dev/null 2>&1
 export PYTHONDONTWRITEBYTECODE=1
-runInterruptible python3 bench/bench.py --binaries "$binaries" --work build/bench --json build/bench.json "$@"
+runInterruptible python3 bench/bench.py "$@"

@@ -1,14 +1,12 @@
-"""Where the benches run: pairs of databases, their states, and the programs that work on them."""
+"""Pairs of databases for the benches, in states to which they can be brought back."""
 
 import os
 import pathlib
 import subprocess
 
-from measure import measure
-
 REPOSITORY = pathlib.Path(__file__).resolve().parents[1]
 SQL = REPOSITORY / "database" / "postgres"
-LOGIN = "quinmarkapp_user"
+AS_LOGIN = "set session authorization quinmarkapp_user;\n"
 
 
 def psql(database, sql, *arguments):
@@ -22,21 +20,20 @@ def psql(database, sql, *arguments):
     return answer.stdout.rstrip("\n")
 
 
-def windows_path(path):
-    return "Z:" + str(path).replace("/", "\\")
-
-
 class Pair:
     """Two databases with the practice's tables and those of `tables` (SQL), each seen from the other as the schema of
     its name. They are named NAME_office and NAME_laptop; the office's is the source, "S", the laptop's "D".
     """
 
     def __init__(self, name, tables):
+        self._name = name
+        self.close()
         self.databases = {"S": f"{name}_office", "D": f"{name}_laptop"}
-        self._states = set()
-        for side in self.databases:
-            self._create(side, "template0")
-            self._run(side, tables)
+        self.states = set()
+        for database in self.databases.values():
+            self._copy("template0", database)
+            psql(database, "", "-f", SQL / "schema.sql")
+            psql(database, AS_LOGIN + tables)
         for side, peer in (("S", "D"), ("D", "S")):
             psql(self.databases[side], "", "-v", f"peer={self.databases[peer]}",
                  "-v", f"password={os.environ['QUINMARK_PASSWORD']}", "-f", SQL / "75_peer_database.sql")
@@ -53,66 +50,28 @@ class Pair:
         name = os.environ["QUINMARK_OFFICE_DSN" if side == "S" else "QUINMARK_LAPTOP_DSN"]
         return f"{name};Database={self.databases[side]}"
 
-    def save(self, state):
+    def keep(self, state):
         """Keeps both databases as they are."""
         for database in self.databases.values():
             psql(database, "vacuum analyze; checkpoint;")
-            psql("postgres", f"drop database if exists {database}_{state} with (force);")
             self._copy(database, f"{database}_{state}")
-        self._states.add(state)
+        self.states.add(state)
 
     def restore(self, state):
-        """Back to what `save` kept, with nothing left for the server to do in the background."""
-        for side, database in self.databases.items():
-            psql("postgres", f"drop database if exists {database} with (force);")
+        """Back to what was kept, with nothing left for the server to do in the background."""
+        for database in self.databases.values():
             self._copy(f"{database}_{state}", database)
-            self._configure(side)
         psql("postgres", "checkpoint;")
 
-    def forget(self, *states):
-        """Deletes what was saved; all of it, and the pair too, when no state is named."""
-        gone = [f"{database}_{state}" for state in states or self._states for database in self.databases.values()]
-        for database in gone if states else [*gone, *self.databases.values()]:
-            psql("postgres", f"drop database if exists {database} with (force);")
-        self._states.difference_update(states or set(self._states))
+    def close(self):
+        """Deletes the databases and all states of them."""
+        for database in psql("postgres", f"select datname from pg_database where datname ~ '^{self._name}_';").split():
+            psql("postgres", f"drop database {database} with (force);")
 
     @staticmethod
     def _copy(template, database):
-        psql("postgres", f"create database {database} template {template} strategy file_copy;")
-
-    def _configure(self, side):
-        database = self.databases[side]
+        psql("postgres", f"drop database if exists {database} with (force);"
+                         f"create database {database} template {template} strategy file_copy;")
         psql("postgres", "", "-v", f"db={database}", "-f", SQL / "06_database_settings.sql")
         # `not in` over a million keys has to stay a hash.
         psql("postgres", f"alter database {database} set work_mem = '512MB';")
-
-    def _create(self, side, template):
-        database = self.databases[side]
-        psql("postgres", f"drop database if exists {database} with (force);")
-        self._copy(template, database)
-        self._configure(side)
-        psql(database, "", "-f", SQL / "schema.sql")
-
-    def _run(self, side, sql):
-        psql(self.databases[side], f"set session authorization {LOGIN};\n{sql}")
-
-
-class Bed:
-    """The built programs, and a directory for what the benches leave."""
-
-    def __init__(self, binaries, work):
-        self.binaries = pathlib.Path(binaries)
-        self.work = pathlib.Path(work)
-        self.work.mkdir(parents=True, exist_ok=True)
-
-    def program(self, name):
-        """The words that start a built program."""
-        return ["wine", self.binaries / f"{name}.exe"]
-
-    @staticmethod
-    def pair(name, tables):
-        return Pair(name, tables)
-
-    @staticmethod
-    def measure(argv, env=None):
-        return measure(argv, env)
