@@ -3,64 +3,46 @@
     mutate.py BUILD [--count N] [--seed S] [--only FILE:LINE] [--list]
 
 BUILD is a configured build with a finished unit_tests.exe. Runs in the environment of scripts/mutate.sh, which is how
-to call it. A mutated file is compiled into BUILD/mutants and linked in front of the core library, so that the working
+to call it. A mutated file is compiled in BUILD/mutants and linked in front of the core library, so that the working
 copy stays as it is. Exit status: 0 few enough live, 1 too many live, 2 the unit tests fail without any mutation.
 """
 import argparse
-import functools
 import json
 import os
+import queue
 import random
 import re
+import shlex
 import shutil
 import subprocess
 import sys
-import threading
 from collections import Counter
 from concurrent.futures import ThreadPoolExecutor
 from dataclasses import dataclass
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
+SOURCES = ROOT / "src"
 FOLDERS = ("replication", "conflicts")
 LIVING_ALLOWED = 0.05
 TEST_SECONDS = 240
 
-TOKEN = re.compile(r"""
-    (?P<skip> //[^\n]* | /\*.*?\*/ | ^\s*\#[^\n]* | static_assert[^;]*; | '(?:\\.|[^'])' )
-  | (?P<text> L?"(?:\\.|[^"\\])*" )
-  | (?P<enumerator> \b(?:ResolutionStep|CommonRow|SourceOnlyRow|DestinationOnlyRow|TwoWayRow|Modified|Site)::\w+
-      | \bLOG_(?:DEBUG|STAT|WARN)\b | \b(?:CHANGED_ON_BOTH|NEW_ON_source|NEW_ON_DEST|CHANGED_ON_DEST|DELETED_ON_SOURCE)\b
-      | \b(?:OFFICES|LAPTOP|ONLY_DELETES|DELETE_WITH_UPDATES|UNKNOWN)\b | \b(?:kLocal|kSource|kDestination)\b(?!\w|\[)
-      | \bgetConn(?:Source|Dest)\b | \bs(?:Source|Destination)DB\b )
-  | (?P<number> \b\d+L?\b )
-  | (?P<boolean> \b(?:true|false)\b )
-  | (?P<binary> \ (?:==|!=|<=|>=|<|>|&&|\|\||\+|-)\  )
-  | (?P<unary> \+\+ | !(?=[\w(]) | (?<=[(\s])-(?=[\w(]) )
-""", re.VERBOSE | re.MULTILINE | re.DOTALL)
-
+# Names that stand for each other; beside these, the enumerators of each enumeration of the decision code.
+FAMILIES = [family.split() for family in (
+    "LOG_DEBUG LOG_STAT LOG_WARN", "CHANGED_ON_BOTH NEW_ON_source NEW_ON_DEST CHANGED_ON_DEST DELETED_ON_SOURCE",
+    "OFFICES LAPTOP", "ONLY_DELETES DELETE_WITH_UPDATES", "UNKNOWN ONLY_DELETES", "kLocal kSource kDestination",
+    "getConnSource getConnDest", "sSourceDB sDestinationDB", "true false")]
 BINARY = {"==": ["!="], "!=": ["=="], "<": ["<=", ">"], "<=": ["<", ">"], ">": [">=", "<"], ">=": [">", "<"],
           "&&": ["||"], "||": ["&&"], "+": ["-"], "-": ["+"]}
-FAMILIES = [
-    ["ResolutionStep::Keep", "ResolutionStep::CopyFromSource", "ResolutionStep::DeleteAtDestination",
-     "ResolutionStep::AcceptDestination", "ResolutionStep::RefuseToReplicateBack", "ResolutionStep::RefuseUnknown"],
-    ["CommonRow::Leave", "CommonRow::Update", "CommonRow::ReportChangedOnBoth",
-     "CommonRow::ReportChangedOnDestination"],
-    ["SourceOnlyRow::Insert", "SourceOnlyRow::Leave", "SourceOnlyRow::ReportDeletedInDestination"],
-    ["DestinationOnlyRow::Leave", "DestinationOnlyRow::Delete", "DestinationOnlyRow::ReportNew",
-     "DestinationOnlyRow::ReportNewOrDeletedFromSource", "DestinationOnlyRow::ReportDeletedFromSource"],
-    ["TwoWayRow::Leave", "TwoWayRow::UpdateDestination", "TwoWayRow::UpdateSource"],
-    ["Modified::BeforeLastRun", "Modified::SinceLastRun"],
-    ["Site::Offices", "Site::Laptop"],
-    ["LOG_DEBUG", "LOG_STAT", "LOG_WARN"],
-    ["CHANGED_ON_BOTH", "NEW_ON_source", "NEW_ON_DEST", "CHANGED_ON_DEST", "DELETED_ON_SOURCE"],
-    ["OFFICES", "LAPTOP"],
-    ["ONLY_DELETES", "DELETE_WITH_UPDATES"],
-    ["UNKNOWN", "ONLY_DELETES"],
-    ["kLocal", "kSource", "kDestination"],
-    ["getConnSource", "getConnDest"],
-    ["sSourceDB", "sDestinationDB"],
-]
+OTHER = {"++": "--", "!": "", "-": ""}
+TOKEN = r"""
+    (?P<skip> //[^\n]* | /\*.*?\*/ | ^\s*\#[^\n]* | static_assert[^;]*; | '(?:\\.|[^'])' )
+  | (?P<text> L?"(?:\\.|[^"\\])*" )
+  | (?P<number> \b\d+L?\b )
+  | (?P<binary> \ (?:==|!=|<=|>=|<|>|&&|\|\||\+|-)\  )
+  | (?P<name> \b(?:NAMES)\b(?!\[) )
+  | (?P<unary> \+\+ | !(?=[\w(]) | (?<=[(\s])-(?=[\w(]) )
+"""
 
 
 @dataclass(frozen=True)
@@ -80,105 +62,69 @@ class Mutant:
         return source[:self.begin] + self.replacement + source[self.end:]
 
 
-def replacements(kind, token):
+def enumerations(source):
+    for name, body in re.findall(r"enum class (\w+)\s*\{(.*?)\}", source, re.DOTALL):
+        yield [f"{name}::{enumerator}" for enumerator in re.findall(r"^\s*(\w+),?$", body, re.MULTILINE)]
+
+
+def replacements(kind, token, families):
     if kind == "text":
         return [token[:-1] + 'x"']
-    if kind == "enumerator":
-        for family in FAMILIES:
-            if token in family:
-                return [family[(family.index(token) + 1) % len(family)]]
     if kind == "number":
         return [str(int(token.rstrip("L")) + 1)]
-    if kind == "boolean":
-        return ["false" if token == "true" else "true"]
     if kind == "binary":
         return [f" {other} " for other in BINARY[token.strip()]]
-    return {"++": ["--"], "!": [""], "-": [""]}.get(token, [])
+    if kind == "unary":
+        return [OTHER[token]]
+    family = next(names for names in families if token in names)
+    return [family[(family.index(token) + 1) % len(family)]]
 
 
 def joins_text(source, match):
     """Whether the statement around the match is about text, from which nothing can be subtracted."""
-    ends = [source.find(end, match.end()) for end in ";{}"]
     begin = max(source.rfind(end, 0, match.start()) for end in ";{}")
-    return '"' in source[begin:min(end for end in ends if end >= 0)]
-
-
-def mutants_of(file):
-    source = file.read_text()
-    found = []
-    for match in TOKEN.finditer(source):
-        kind = match.lastgroup
-        if kind == "skip" or (match.group() == " + " and joins_text(source, match)):
-            continue
-        line = source.count("\n", 0, match.start()) + 1
-        found += [Mutant(file, match.start(), match.end(), other, line, match.group())
-                  for other in replacements(kind, match.group())]
-    return found
+    return '"' in re.split("[;{}]", source[begin + 1:], maxsplit=1)[0]
 
 
 def all_mutants():
-    files = sorted(path for folder in FOLDERS for path in (ROOT / "src" / folder).glob("*.*"))
-    return [mutant for file in files for mutant in mutants_of(file)]
-
-
-# Most of what compiling a file of the component takes are these.
-COMMON_HEADERS = ("comdef.h", "comutil.h", "wrl/client.h", "algorithm", "array", "chrono", "functional", "map", "memory",
-                  "string", "vector")
+    sources = {path: path.read_text() for folder in FOLDERS for path in sorted((SOURCES / folder).glob("*.*"))}
+    families = FAMILIES + [names for source in sources.values() for names in enumerations(source)]
+    names = "|".join(name for family in families for name in family)
+    tokens = re.compile(TOKEN.replace("NAMES", names), re.VERBOSE | re.MULTILINE | re.DOTALL)
+    return [Mutant(file, match.start(), match.end(), other, source.count("\n", 0, match.start()) + 1, match.group())
+            for file, source in sources.items() for match in tokens.finditer(source)
+            if match.lastgroup != "skip" and not (match.group() == " + " and joins_text(source, match))
+            for other in replacements(match.lastgroup, match.group(), families)]
 
 
 class Build:
     def __init__(self, folder):
         self.folder = folder.resolve()
-        self.mutants = self.folder / "mutants"
-        self.mutants.mkdir(exist_ok=True)
         entries = json.loads((self.folder / "compile_commands.json").read_text())
-        self.commands = {Path(entry["file"]): entry["command"].split() for entry in entries
-                         if entry["file"].endswith(".cpp")}
-        last = self.ninja("-t", "commands", "unit_tests.exe").strip().splitlines()[-1]
-        self.link = last.removeprefix(": && ").removesuffix(" && :").split()
+        self.commands = {Path(entry["file"]): shlex.split(entry["command"]) for entry in entries
+                         if re.search(r" -o \S*/(quinmark_core|unit_tests)\.dir/", entry["command"])}
+        # Compile lines tell nothing about linking; of what CMake writes, only the build file of its generator does.
+        line = subprocess.run(["ninja", "-t", "commands", "unit_tests.exe"], cwd=self.folder, check=True, text=True,
+                              stdout=subprocess.PIPE).stdout.splitlines()[-1]
+        self.link = shlex.split(line.removeprefix(": && ").removesuffix(" && :"))
 
-    def command(self, unit, source, output, *options):
-        """How to compile `source` as `unit` is compiled, but for speed and without complaints."""
-        command = [part for part in self.commands[unit] if part != "-Werror" and not part.endswith("ccache")]
-        command[command.index("-o") + 1] = str(output)
-        command[command.index("-c") + 1] = str(source)
-        return [command[0], *options, *command[1:], "-O0", "-w"]
+    def output(self, unit):
+        return self.commands[unit][self.commands[unit].index("-o") + 1]
 
-    def precompile(self):
-        header = self.mutants / "common.h"
-        header.write_text("".join(f"#include <{name}>\n" for name in COMMON_HEADERS))
-        unit = ROOT / "src/replication/OneWay.cpp"
-        command = self.command(unit, header, f"{header}.gch")
-        command[command.index("-c"):command.index("-c")] = ["-x", "c++-header"]
-        subprocess.run(command, cwd=self.folder, check=True)
-
-    def ninja(self, *arguments):
-        return subprocess.run(["ninja", *arguments], cwd=self.folder, check=True, text=True,
-                              stdout=subprocess.PIPE).stdout
-
-    def dependents(self, file):
+    def dependents(self, file, pool):
         """What to compile anew: the file, or a header's users in the core, and the header's own test. The expectations
         of all other tests stay as they were."""
         if file.suffix == ".cpp":
             return [file]
         own = ROOT / "tests/unit" / f"{file.stem}_test.cpp"
-        found = [unit for unit, command in self.commands.items()
-                 if str(file) in self.seen.get(command[command.index("-o") + 1], ())
-                 and (unit == own or "quinmark_core.dir" in command[command.index("-o") + 1])]
-        assert found, file
-        return found
+        units = [unit for unit in self.commands if unit == own or "quinmark_core.dir" in self.output(unit)]
+        return [unit for unit, seen in zip(units, pool.map(self.headers, units)) if str(file) in seen]
 
-    @functools.cached_property
-    def seen(self):
-        """The files each object was compiled from; a compiler cache records them relative to the build."""
-        seen, output = {}, ""
-        for line in self.ninja("-t", "deps").splitlines():
-            if line.startswith(" "):
-                seen[output].add(os.path.normpath(self.folder / line.strip()))
-            elif line:
-                output = line.split(":")[0]
-                seen[output] = set()
-        return seen
+    def headers(self, unit):
+        command = list(self.commands[unit])
+        command[command.index("-o") + 1] = "-"
+        return subprocess.run([*command, "-MM"], cwd=self.folder, check=True, text=True,
+                              stdout=subprocess.PIPE).stdout.split()
 
 
 def related_suites():
@@ -197,55 +143,56 @@ class Worker:
 
     def __init__(self, build, number):
         self.build = build
-        self.folder = build.mutants / str(number)
+        self.folder = build.folder / "mutants" / str(number)
+        self.sources = self.folder / "src"
         self.program = self.folder / "unit_tests.exe"
-        self.folder.mkdir(parents=True, exist_ok=True)
         self.environment = dict(os.environ, WINEPREFIX=str(self.folder / "wine"))
+        self.folder.mkdir(parents=True, exist_ok=True)
         if not (self.folder / "wine").exists():
             shutil.copytree(os.environ["WINEPREFIX"], self.folder / "wine", symlinks=True)
-        self.server("-p")
-        subprocess.run(["wine", "cmd", "/c", "exit"], env=self.environment, stdin=subprocess.DEVNULL,
-                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=True)
+        self.run("wineserver", "-p")
+        self.run("wine", "cmd", "/c", "exit")
 
-    def server(self, option):
-        subprocess.run(["wineserver", option], env=self.environment, check=True, stdin=subprocess.DEVNULL,
-                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-
-    def compile(self, unit, mutated):
-        output = self.folder / (unit.name + ".obj")
-        command = self.build.command(unit, mutated if mutated.suffix == ".cpp" else unit, output,
-                                     f"-I{self.folder / 'src'}", "-include", str(self.build.mutants / "common.h"))
-        result = subprocess.run(command, cwd=self.build.folder, text=True, stderr=subprocess.PIPE, check=False)
-        return output if result.returncode == 0 else result.stderr
-
-    def test(self, suites):
-        filter_file = ":".join(f"{suite}.*" for suite in suites)
+    def run(self, *command, seconds=None):
+        """Whether it went well."""
         try:
-            return subprocess.run(["wine", str(self.program), "--gtest_fail_fast", "--gtest_brief=1",
-                                   f"--gtest_filter={filter_file}"], env=self.environment, cwd=self.folder,
-                                  stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                                  timeout=TEST_SECONDS, check=False).returncode == 0
+            return subprocess.run(command, env=self.environment, cwd=self.folder, stdin=subprocess.DEVNULL,
+                                  stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=seconds,
+                                  check=False).returncode == 0
         except subprocess.TimeoutExpired:
             return False
 
-    def build_with(self, units, mutated):
+    def test(self, suites):
+        return self.run("wine", str(self.program), "--gtest_fail_fast", "--gtest_brief=1",
+                        f"--gtest_filter={':'.join(f'{suite}.*' for suite in suites)}", seconds=TEST_SECONDS)
+
+    def compile(self, unit, output):
+        """Compiles a unit as the build does, but quickly, without complaints and from this worker's sources. What the
+        compiler said, when it failed.
+        """
+        command = [part.replace(str(SOURCES), str(self.sources)) for part in self.build.commands[unit]]
+        command[command.index("-o") + 1] = str(output)
+        done = subprocess.run([*command, "-O0", "-w"], cwd=self.build.folder, text=True, stderr=subprocess.PIPE,
+                              check=False)
+        return done.stderr if done.returncode != 0 else None
+
+    def build_with(self, units, mutant):
         """None, or what the compiler said."""
-        shutil.rmtree(self.folder / "src", ignore_errors=True)
-        target = self.folder / "src" / mutated.file.relative_to(ROOT / "src")
-        target.parent.mkdir(parents=True)
-        target.write_text(mutated.text())
-        link = list(self.build.link)
+        shutil.rmtree(self.sources, ignore_errors=True)
+        shutil.copytree(SOURCES, self.sources, copy_function=os.symlink)
+        mutated = self.sources / mutant.file.relative_to(SOURCES)
+        mutated.unlink()
+        mutated.write_text(mutant.text())
+        link = [part for part in self.build.link if not part.startswith("-Wl,--out-implib")]
         link[link.index("-o") + 1] = str(self.program)
         for unit in units:
-            output = self.compile(unit, target)
-            if isinstance(output, str):
-                return output
-            original = self.build.commands[unit][self.build.commands[unit].index("-o") + 1]
+            output, original = self.folder / f"{unit.name}.obj", self.build.output(unit)
+            complaint = self.compile(unit, output)
+            if complaint is not None:
+                return complaint
+            link[1:1] = [str(output)]
             if original in link:
-                link[link.index(original)] = str(output)
-            else:
-                link.insert(link.index("-static"), str(output))
-        link = [part for part in link if not part.startswith("-Wl,--out-implib")]
+                link.remove(original)
         subprocess.run([*link, "-Wl,-s"], cwd=self.build.folder, check=True)
         return None
 
@@ -261,31 +208,30 @@ class Worker:
 
 
 def judge_all(build, mutants, jobs):
+    """The verdicts by mutant; None when the unit tests fail without any."""
     suites = related_suites()
-    build.precompile()
-    units = {file: build.dependents(file) for file in {mutant.file for mutant in mutants}}
-    workers = [Worker(build, number) for number in range(jobs)]
-    free, lock, verdicts = list(workers), threading.Lock(), {}
+    workers, free = [Worker(build, number) for number in range(jobs)], queue.SimpleQueue()
+    for worker in workers:
+        free.put(worker)
 
     def judge(mutant):
-        with lock:
-            worker = free.pop()
+        worker = free.get()
         try:
-            verdicts[mutant] = worker.judge(mutant, units[mutant.file], suites)
+            verdict = worker.judge(mutant, units[mutant.file], suites)
         finally:
-            free.append(worker)
-        print(f"{verdicts[mutant]:8}{mutant}", flush=True)
+            free.put(worker)
+        print(f"{verdict:8}{mutant}", flush=True)
+        return verdict
 
     try:
         if not workers[0].passes_unchanged():
-            return {}
+            return None
         with ThreadPoolExecutor(jobs) as pool:
-            for done in [pool.submit(judge, mutant) for mutant in mutants]:
-                done.result()
+            units = {file: build.dependents(file, pool) for file in {mutant.file for mutant in mutants}}
+            return dict(zip(mutants, pool.map(judge, mutants)))
     finally:
         for worker in workers:
-            worker.server("-k")
-    return verdicts
+            worker.run("wineserver", "-k")
 
 
 def main():
@@ -305,7 +251,7 @@ def main():
         print(*sorted(mutants, key=str), sep="\n")
         return 0
     verdicts = judge_all(Build(options.build), mutants, options.jobs)
-    if not verdicts:
+    if verdicts is None:
         print("the unit tests fail without any mutation")
         return 2
     counts = Counter(verdicts.values())
