@@ -43,20 +43,18 @@ public:
     /// Throws std::exception for a file that is none.
     explicit Trace(const std::wstring& path)
     {
-        static const std::map<std::wstring, TraceKind> kKinds = {{L"connect", TraceKind::Connect},
-                                                                 {L"execute", TraceKind::Execute},
-                                                                 {L"open", TraceKind::Open},
-                                                                 {L"next", TraceKind::Next},
-                                                                 {L"close", TraceKind::Close}};
+        using enum TraceKind;
+        const std::map<std::wstring, TraceKind> kinds = {
+            {L"connect", Connect}, {L"execute", Execute}, {L"open", Open}, {L"next", Next}, {L"close", Close}};
         // Never moved: no text has more characters than bytes, and the records point into it.
         texts_.reserve(static_cast<size_t>(std::filesystem::file_size(path)));
         std::ifstream file(std::filesystem::path(path), std::ios::binary);
         for (std::string line; std::getline(file, line);) {
             const std::vector<std::wstring> fields = splitLine(line);
-            TraceRecord record{.kind = kKinds.at(fields.front())};
-            if (record.kind >= TraceKind::Open)
+            TraceRecord record{.kind = kinds.at(fields.front())};
+            if (record.kind >= Open)
                 record.id = std::stoul(fields.at(1));
-            if (record.kind <= TraceKind::Open) {
+            if (record.kind <= Open) {
                 const std::wstring& text = fields.back();
                 record.side = fields.at(fields.size() - 2).at(0);
                 record.text = std::wstring_view(texts_.data() + texts_.size(), text.size());

@@ -20,13 +20,11 @@ FULL = (1, "work_guid", "")
 QUIET = tuple((3, f"quiet_{number}", "") for number in range(1, 41))
 # The ratio to the bare loop differs from call to call, each with databases made for it; one of them decides nothing.
 CALLS = 3
-# Rows of the smaller state where two sizes are compared: 2,000 of them changed. A run over it is so short that it
-# takes the median of several.
+# Rows of the smaller state where two sizes are compared, and of a full copy.
 SMALL = 10_000
-SHORT_RUNS = 3
-# Rows of a full copy, and how often it is made at most.
 MANY = 1_000_000
-LONG_RUNS = 3
+# So often the short run over the smaller state is made, and at most so often the full copy.
+FEW = 3
 TRACE = clients.FOLDER / "run.trace"
 
 
@@ -58,7 +56,7 @@ def _run(state, tables, **options):
 
 
 def _left(table):
-    """What both copies of a table hold, and the counts of the run."""
+    """A sum over each copy of a table, and the counts of the run."""
     return tuple(_pair().psql(side, f"select count(*), sum(hashtextextended(t::text, 0)::numeric) from {table} t;"
                                     "select count_name, count_value from replication_counts order by 1;")
                  for side in "SD")
@@ -101,7 +99,7 @@ def growth(rows, rounds):
         return {**{key: taken[key] / taken["updated"] for key in ("wall", "cpu")}, "peak": taken["peak_kb"] / 1024}
 
     def few():
-        runs = [per_row(f"changed_{SMALL}") for _ in range(SHORT_RUNS)]
+        runs = [per_row(f"changed_{SMALL}") for _ in range(FEW)]
         return {key: median(runs, key) for key in runs[0]}
 
     taken = take_turns(rounds, {"few": few, "many": lambda: per_row(f"changed_{10 * rows}")})
@@ -138,7 +136,7 @@ def full_copy(rows, rounds):
         left[kind] = _left(name)[1]
         return taken
 
-    taken = take_turns(min(rounds, LONG_RUNS), {"run": lambda: client("run", lambda: _run(state, (FULL,))),
+    taken = take_turns(min(rounds, FEW), {"run": lambda: client("run", lambda: _run(state, (FULL,))),
                                                 "typed": lambda: client("typed", lambda: _in_state(state, typed))})
     require_same("destinations after a full copy and the typed statements", left)
     return [figure(f"full copy of {rows} rows against psql: wall time", ratio(taken["run"], taken["typed"], "wall"),

@@ -10,7 +10,7 @@ AS_LOGIN = "set session authorization quinmarkapp_user;\n"
 
 
 def psql(database, sql, *arguments):
-    """What psql prints as superuser, unaligned and without heads. Stops at the first error and raises."""
+    """Runs SQL as superuser and returns what psql prints, unaligned and without heads. The first error raises."""
     command = [REPOSITORY / "scripts" / "devdb.sh", "psql", "-X", "-q", "-A", "-t", "-v", "ON_ERROR_STOP=1",
                "-d", database, *arguments]
     answer = subprocess.run([str(word) for word in command], input=sql, capture_output=True, text=True,
@@ -42,7 +42,7 @@ class Pair:
         return psql(self.databases[side], sql)
 
     def prefix(self, side):
-        """What a statement on the other side puts in front of this side's tables, and on its own side too."""
+        """Stands in front of this side's tables in a statement on either side."""
         return self.databases[side] + "."
 
     def dsn(self, side):

@@ -49,7 +49,7 @@ class MariaDb:
         shutil.rmtree(self._folder)
 
     def sql(self, text):
-        """What the client prints, as its administrator: rows in lines, values between tabs, no heads."""
+        """Runs SQL as administrator and returns the rows: one a line, tabs between values, no heads."""
         return _run(["/usr/bin/mariadb", *self._connection, "--local-infile=1", "--batch", "--skip-column-names"], text)
 
     def dsn(self, database):

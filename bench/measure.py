@@ -13,7 +13,6 @@ import sys
 import time
 
 SCHEDULED = 2  # the kernel's clock of the time that a process has run, in the number of a clock
-PATIENCE = 60
 
 
 @contextlib.contextmanager
@@ -57,7 +56,7 @@ def _watch(client):
     with open(f"/proc/{client.pid}/status", encoding="ascii", errors="replace") as status:
         figures["peak_kb"] = int(re.search(r"^VmHWM:\s+(\d+) kB", status.read(), re.MULTILINE)[1])
     _go_on(client)
-    if client.wait(PATIENCE) != 0:
+    if client.wait(60) != 0:
         raise RuntimeError(f"{client.args}: ended with status {client.returncode}")
     return {**figures, **{key: float(number) for key, number in (word.split("=") for word in words)}}
 

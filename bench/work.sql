@@ -23,12 +23,12 @@ create table work_guid (
     mod_date    timestamp(3) not null
 );
 
--- The same columns behind a numeric key.
+-- The same columns after a numeric key.
 create table work_number as select total as row_no, g.* from work_guid g;
 alter table work_number drop column unid, alter column mod_date set not null, add primary key (row_no);
 
 -- Row `n` of a side: of twenty rows, four were changed in the source since the last run; with `missing`, one more is
--- new there and one was deleted. What the source changed differs in three columns and the date.
+-- new there and one was deleted. A row that the source changed differs in three columns and the date.
 create function work_rows(rows integer, source boolean, missing boolean)
     returns table (n integer, item work_guid)
     language sql

@@ -112,8 +112,8 @@ class Build:
         return self.commands[unit][self.commands[unit].index("-o") + 1]
 
     def dependents(self, file, pool):
-        """What to compile anew: the file, or a header's users in the core, and the header's own test. The expectations
-        of all other tests stay as they were."""
+        """The units to compile anew: the file, or a header's users in the core and the header's own test. The
+        expectations of all other tests stay as they were."""
         if file.suffix == ".cpp":
             return [file]
         own = ROOT / "tests/unit" / f"{file.stem}_test.cpp"
@@ -167,8 +167,8 @@ class Worker:
                         f"--gtest_filter={':'.join(f'{suite}.*' for suite in suites)}", seconds=TEST_SECONDS)
 
     def compile(self, unit, output):
-        """Compiles a unit as the build does, but quickly, without complaints and from this worker's sources. What the
-        compiler said, when it failed.
+        """Compiles a unit as the build does, but quickly, without complaints and from this worker's sources. Returns
+        the compiler's complaint, or None.
         """
         command = [part.replace(str(SOURCES), str(self.sources)) for part in self.build.commands[unit]]
         command[command.index("-o") + 1] = str(output)

@@ -25,7 +25,7 @@ row() { # PART TRIED COUNT FOUND
     printf '%-12s %-52s %10s %6s\n' "$@"
 }
 
-# What a part found, as rows; a part that fails without saying what it found is a find.
+# The finds of a part, as rows; a part that fails without telling one is a find itself.
 rowsOf() { # PART STATUS
     local part=$1 log="$out/$1.log" found=0
     while read -r tried count number; do

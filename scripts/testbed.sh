@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# What the demo and the tests run in: the built binaries, the databases, a Wine prefix and a display, all of it below
+# The surroundings of the demo and the tests: built binaries, databases, a Wine prefix and a display, all of it below
 # build/. Source it after lib.sh; `startTestbed` brings it up, and it goes down with the script, however that ends.
 
 preset=x86-release
