@@ -1,5 +1,6 @@
 #include "Program.h"
 #include "support/PracticePair.h"
+#include "support/Sabotage.h"
 
 #include <gmock/gmock.h>
 
@@ -34,24 +35,6 @@ std::ostream& operator<<(std::ostream& stream, const Host& host)
 {
     return stream << host.name;
 }
-
-/// While it lives, the first patient that is copied ends connections.
-class Cut
-{
-public:
-    Cut(const PracticeSide& side, const std::wstring& statement) : side_(side)
-    {
-        side_.execute(L"create function cut_host() returns trigger language plpgsql as $$ begin perform * from (" +
-                      statement + L") cut; return new; end $$");
-        side_.execute(L"create trigger cut_host before insert on patient for each row execute function cut_host()");
-    }
-    ~Cut() { side_.execute(L"drop function cut_host() cascade"); }
-    Cut(const Cut&) = delete;
-    Cut& operator=(const Cut&) = delete;
-
-private:
-    const PracticeSide& side_;
-};
 
 class ExampleHost : public PracticePair, public testing::WithParamInterface<Host>
 {
@@ -261,7 +244,8 @@ TEST_P(ExampleHost, LeavesTheIntervalWhenAFailedRunCannotBeRecorded)
 {
     if (!isPostgreSql())
         GTEST_SKIP() << "ends connections of the private PostgreSQL";
-    const Cut cut(destination(), cutStatement(L"quinmark_host"));
+    const Sabotage cut(destination(), trigger(L"patient", L"insert", L"true",
+                                              L"perform * from (" + cutStatement(L"quinmark_host") + L") cut;"));
     host().sourceDsn = taggedDsn(host().sourceDsn, L"quinmark_host");
     host().destinationDsn = taggedDsn(host().destinationDsn, L"quinmark_host");
     const ProgramEnd end = run();

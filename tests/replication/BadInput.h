@@ -47,27 +47,16 @@ protected:
         return failed != VARIANT_FALSE;
     }
 
-    void setMark(const PracticeSide& side, const std::wstring& type, const std::wstring& id)
-    {
-        side.execute(L"update control set id = '" + id + L"' where type = '" + type + L"'");
-    }
-
     /// Clears the error state of both sites, as an administrator does.
     static void resetError(const PracticeSide& side)
     {
         side.execute(L"update replication_control set error_f = 0, error_message = null");
     }
 
-    void executeOnBoth(const std::wstring& sql)
-    {
-        source().execute(sql);
-        destination().execute(sql);
-    }
-
     void expectGoodRun()
     {
         source().execute(L"insert into config (category, config_name) values ('run', 'after')");
-        EXPECT_EQ(replicate(kConfig), (Counters{.destAdd = source().count(L"config")}));
+        EXPECT_EQ(replicate(kConfig), (TableCounters{.destAdd = source().count(L"config")}));
         EXPECT_EQ(destination().count(L"config"), source().count(L"config"));
         EXPECT_TRUE(local().hasPatientKey());
     }

@@ -1,5 +1,4 @@
 #include "BadInput.h"
-#include "support/PracticeNeeds.h"
 
 using testing::IsEmpty;
 using testing::Not;
@@ -7,8 +6,29 @@ using testing::StartsWith;
 
 namespace {
 
-class BadServer : public OnPostgreSql<BadInput>
+constexpr wchar_t kTag[] = L"quinmark_cut";
+
+/// Servers that go away, or were never there.
+class BadServer : public NeedsPostgreSql<BadInput>
 {
+protected:
+    /// Connects with connections that `cut` ends, and with a run object.
+    RunObject start(std::wstring HostSettings::*dsn)
+    {
+        const HostSettings good = host();
+        host().*dsn = taggedDsn(host().*dsn, kTag);
+        connect();
+        host() = good;
+        return createRun();
+    }
+
+    static void cut(const PracticeSide& side) { side.execute(cutStatement(kTag)); }
+
+    void expectGoodRunAfterwards()
+    {
+        disconnect();
+        expectGoodRun();
+    }
 };
 
 TEST_F(BadServer, ThatDoesNotListenFailsInit)
@@ -20,51 +40,39 @@ TEST_F(BadServer, ThatDoesNotListenFailsInit)
 
 TEST_F(BadServer, ThatIsGoneBeforeTheRunFailsItsStart)
 {
-    host().sourceDsn = taggedDsn(host().sourceDsn, L"quinmark_cut");
-    connect();
-    const RunObject run = createRun();
-    destination().execute(cutStatement(L"quinmark_cut"));
+    const RunObject run = start(&HostSettings::sourceDsn);
+    cut(destination());
     EXPECT_THAT(initFailure(*run.Get()), isError(kFailed, L"clsReplicate.initNextRun", Not(IsEmpty())));
     EXPECT_TRUE(runFailed(*run.Get()));
     EXPECT_THAT(runError(*run.Get()), StartsWith(L"clsReplicate.initNextRun: -2147467259: "));
-    disconnect();
-    host().sourceDsn = setting(L"QUINMARK_OFFICE_DSN");
-    expectGoodRun();
+    expectGoodRunAfterwards();
 }
 
 TEST_F(BadServer, ThatIsGoneWhenTheTablesStartFailsTheRun)
 {
-    host().sourceDsn = taggedDsn(host().sourceDsn, L"quinmark_cut");
-    connect();
-    const RunObject run = createRun();
+    const RunObject run = start(&HostSettings::sourceDsn);
     initNextRun(*run.Get());
     const TableObject table = createTable(kConfig);
-    destination().execute(cutStatement(L"quinmark_cut"));
+    cut(destination());
     const com::Error error = raised([&] { go(*run.Get(), {table}); });
     EXPECT_THAT(error, isError(kFailed, L"clsReplicate.go", Not(IsEmpty())));
     EXPECT_EQ(runError(*run.Get()), error.description);
     EXPECT_FALSE(runFailed(*run.Get()));
-    EXPECT_EQ(countersOf(*table.Get()), Counters{});
+    EXPECT_EQ(countersOf(*table.Get()), TableCounters{});
     EXPECT_EQ(controlRecord(), L"True|False|<Null>|2025-03-10 12:00:00.000");
-    disconnect();
-    host().sourceDsn = setting(L"QUINMARK_OFFICE_DSN");
-    expectGoodRun();
+    expectGoodRunAfterwards();
 }
 
-TEST_F(BadServer, RemoteThatIsGoneFailsTheTableAndLeavesTheKeyDropped)
+TEST_F(BadServer, ThatIsRemoteAndGoneFailsTheTableAndLeavesTheKeyDropped)
 {
-    host().destinationDsn = taggedDsn(host().destinationDsn, L"quinmark_cut");
-    connect();
-    const RunObject run = createRun();
+    const RunObject run = start(&HostSettings::destinationDsn);
     initNextRun(*run.Get());
-    source().execute(cutStatement(L"quinmark_cut"));
-    const com::Error error = raised([&] { go(*run.Get(), {createTable(kConfig)}); });
-    EXPECT_THAT(error, isError(kFailed, L"clsReplicate.go", Not(IsEmpty())));
+    cut(source());
+    EXPECT_THAT(raised([&] { go(*run.Get(), {createTable(kConfig)}); }),
+                isError(kFailed, L"clsReplicate.go", Not(IsEmpty())));
     EXPECT_FALSE(local().hasPatientKey());
     EXPECT_EQ(controlRecord(), L"True|False|<Null>|2025-03-10 12:00:00.000");
-    disconnect();
-    host().destinationDsn = setting(L"QUINMARK_LAPTOP_DSN");
-    expectGoodRun();
+    expectGoodRunAfterwards();
 }
 
 } // namespace

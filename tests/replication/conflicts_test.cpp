@@ -2,6 +2,7 @@
 #include "com/convert.h"
 #include "support/PracticePair.h"
 #include "support/Raised.h"
+#include "support/Sabotage.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -13,6 +14,7 @@ constexpr wchar_t kKey[] = L"{0F8FAD5B-D9CB-469F-A165-70867728950E}";
 constexpr wchar_t kOtherKey[] = L"{7C9E6679-7425-40DE-944B-E07FC1F90AE7}";
 const TablePlan kShortcuts{.method = ONE_WAY, .table = L"shortcut"};
 
+/// A conflict that a run has found, loaded and resolved as a host does it.
 class Conflicts : public PracticePair
 {
 protected:
@@ -28,23 +30,17 @@ protected:
         return side.rows(L"select item_name from shortcut order by item_name");
     }
 
-    /// A run of a laptop that finds one shortcut changed on both sides; connected again for its resolution.
-    void findChangedOnBoth()
+    /// A run that finds one shortcut in conflict; connected again for its resolution. A row that is new gives a
+    /// conflict whose row is missing its other date.
+    void find(enumConflictType kind)
     {
-        runAt(LAPTOP);
-        addShortcut(source(), kKey, L"of the source", kNew);
-        addShortcut(destination(), kKey, L"of the destination", kNewer);
-        EXPECT_EQ(replicate(kShortcuts), (Counters{.conflict = 1}));
-        connect();
-    }
-
-    /// The same for a shortcut that the source has deleted. The row before it gives the conflict its other date.
-    void findDeletedOnSource()
-    {
-        runAt(LAPTOP);
-        addShortcut(source(), kOtherKey, L"new", kNew);
-        addShortcut(destination(), kKey, L"deleted", kOld);
-        EXPECT_EQ(replicate(kShortcuts), (Counters{.destAdd = 1, .conflict = 1, .error = 1}));
+        if (kind != DELETED_ON_SOURCE)
+            addShortcut(source(), kKey, L"source''s", kind == CHANGED_ON_BOTH ? kNew : kOld);
+        addShortcut(destination(), kKey, L"destination''s", kind == DELETED_ON_SOURCE ? kOld : kNewer);
+        if (kind == DELETED_ON_SOURCE)
+            addShortcut(source(), kOtherKey, L"new", kNew);
+        EXPECT_EQ(replicate(kShortcuts).conflict, 1);
+        EXPECT_EQ(com::toInt32(local().value(L"select conflict_type from replication_conflict")), kind);
         connect();
     }
 
@@ -85,27 +81,12 @@ protected:
         com::checkCall(conflict.resolve(&resolved));
         return resolved != VARIANT_FALSE;
     }
-
-    static std::wstring errorOf(_clsConflict& conflict)
-    {
-        BSTR text = nullptr;
-        com::checkCall(conflict.get_sErrorMessage(&text));
-        const _bstr_t owner(text, false);
-        return com::fromBstr(text);
-    }
-
-    void expectStays() { EXPECT_EQ(conflicts().size(), 1U); }
-
-    void expectGone()
-    {
-        EXPECT_THAT(conflicts(), IsEmpty());
-        EXPECT_THAT(conflictData(), IsEmpty());
-    }
 };
 
-TEST_F(Conflicts, LoadsWhatTheRunHasFound)
+TEST_F(Conflicts, LoadWhatTheRunHasFound)
 {
-    findChangedOnBoth();
+    runAt(LAPTOP);
+    find(CHANGED_ON_BOTH);
     const com::Dispatch row = listed();
     const _variant_t id = com::Dispatch::from(com::Dispatch::from(row.property(L"Fields")).property(L"Item", {L"unid"}))
                               .property(L"Value");
@@ -118,7 +99,7 @@ TEST_F(Conflicts, LoadsWhatTheRunHasFound)
     EXPECT_EQ(com::toInt32(loaded.property(L"lPatientId")), 0);
     EXPECT_EQ(com::toText(loaded.property(L"vGuid")), kKey);
     EXPECT_EQ(com::toInt32(loaded.property(L"iConflictType")), CHANGED_ON_BOTH);
-    EXPECT_EQ(com::toText(loaded.property(L"sKeyInfo")), L"of the source");
+    EXPECT_EQ(com::toText(loaded.property(L"sKeyInfo")), L"source's");
     EXPECT_EQ(com::toDate(loaded.property(L"dSource")), com::toDate(source().value(L"select mod_date from shortcut")));
     EXPECT_EQ(com::toDate(loaded.property(L"dDestination")),
               com::toDate(destination().value(L"select mod_date from shortcut")));
@@ -127,103 +108,70 @@ TEST_F(Conflicts, LoadsWhatTheRunHasFound)
                 com::toDate(local().value(L"select last_replicate_date from replication_conflict")), 1e-8);
 }
 
-TEST_F(Conflicts, ChangedOnBothTakesTheSourcesRow)
+/// A resolution at a site, with its answer; the destination's rows then, and whether the conflict stays.
+struct Resolution
 {
-    findChangedOnBoth();
-    EXPECT_TRUE(resolve(*loadConflict().Get(), USE_SOURCE));
-    EXPECT_EQ(destination().rows(L"select * from shortcut"), source().rows(L"select * from shortcut"));
-    EXPECT_THAT(shortcuts(source()), ElementsAre(L"of the source"));
-    expectGone();
-    disconnect();
-    EXPECT_EQ(replicate(kShortcuts), Counters{});
+    const char* name;
+    enumReplicationUniqueId site;
+    enumConflictType kind;
+    short resolution;
+    bool answer;
+    std::vector<std::wstring> destination;
+    bool stays;
+    const wchar_t* message = L"";
+};
+
+void PrintTo(const Resolution& resolution, std::ostream* stream)
+{
+    *stream << resolution.name;
 }
 
-TEST_F(Conflicts, ChangedOnBothKeepsTheDestinationsRow)
+class Resolutions : public Conflicts, public testing::WithParamInterface<Resolution>
 {
-    findChangedOnBoth();
-    EXPECT_TRUE(resolve(*loadConflict().Get(), USE_DESTINATION));
-    EXPECT_THAT(shortcuts(source()), ElementsAre(L"of the source"));
-    EXPECT_THAT(shortcuts(destination()), ElementsAre(L"of the destination"));
-    expectGone();
-}
+};
 
-TEST_F(Conflicts, LeftForLaterStayAsTheyAre)
-{
-    findChangedOnBoth();
-    EXPECT_TRUE(resolve(*loadConflict().Get(), WORK_LATER));
-    EXPECT_THAT(shortcuts(destination()), ElementsAre(L"of the destination"));
-    expectStays();
-    EXPECT_THAT(conflictData(), ElementsAre(L"item_name|of the source|of the destination"));
-}
+INSTANTIATE_TEST_SUITE_P(
+    All, Resolutions,
+    testing::Values(
+        Resolution{"ChangedUseSource", LAPTOP, CHANGED_ON_BOTH, USE_SOURCE, true, {L"source's"}, false},
+        Resolution{"ChangedUseDestination", LAPTOP, CHANGED_ON_BOTH, USE_DESTINATION, true, {L"destination's"}, false},
+        Resolution{"ChangedWorkLater", LAPTOP, CHANGED_ON_BOTH, WORK_LATER, true, {L"destination's"}, true},
+        Resolution{
+            "ChangedUnknown", LAPTOP, CHANGED_ON_BOTH, 4, false, {L"destination's"}, true, L"Invalid resolution type"},
+        Resolution{"DeletedUseSource", LAPTOP, DELETED_ON_SOURCE, USE_SOURCE, true, {L"new"}, false},
+        Resolution{"DeletedUseDestination",
+                   LAPTOP,
+                   DELETED_ON_SOURCE,
+                   USE_DESTINATION,
+                   true,
+                   {L"destination's", L"new"},
+                   false},
+        Resolution{"OfficesUseSource", OFFICES, CHANGED_ON_DEST, USE_SOURCE, true, {L"destination's"}, true},
+        Resolution{"OfficesUseDestination",
+                   OFFICES,
+                   CHANGED_ON_BOTH,
+                   USE_DESTINATION,
+                   false,
+                   {L"destination's"},
+                   true,
+                   L"Cannot replicate back to Norvale"}),
+    [](const auto& info) { return info.param.name; });
 
-TEST_F(Conflicts, OfAnUnknownResolutionAreRefused)
+TEST_P(Resolutions, WriteTheDestinationOrNothing)
 {
-    findChangedOnBoth();
+    const Resolution& expected = GetParam();
+    runAt(expected.site);
+    find(expected.kind);
+    const std::vector<std::wstring> sources = source().rows(L"select * from shortcut");
     const ConflictObject conflict = loadConflict();
-    for (const short resolution : {short{0}, short{4}, short{-1}}) {
-        EXPECT_FALSE(resolve(*conflict.Get(), resolution));
-        EXPECT_EQ(errorOf(*conflict.Get()), L"Invalid resolution type");
-    }
-    EXPECT_THAT(shortcuts(destination()), ElementsAre(L"of the destination"));
-    expectStays();
-}
-
-TEST_F(Conflicts, DeletedOnSourceDeletesTheDestinationsRow)
-{
-    findDeletedOnSource();
-    EXPECT_TRUE(resolve(*loadConflict().Get(), USE_SOURCE));
-    EXPECT_THAT(shortcuts(destination()), ElementsAre(L"new"));
-    expectGone();
-}
-
-TEST_F(Conflicts, DeletedOnSourceKeepsTheDestinationsRow)
-{
-    findDeletedOnSource();
-    EXPECT_TRUE(resolve(*loadConflict().Get(), USE_DESTINATION));
-    EXPECT_THAT(shortcuts(destination()), ElementsAre(L"deleted", L"new"));
-    expectGone();
-}
-
-TEST_F(Conflicts, AtTheOfficesAreNeitherSettledBySourceNorByDestination)
-{
-    addShortcut(source(), kKey, L"of the source", kNew);
-    addShortcut(destination(), kKey, L"of the destination", kNewer);
-    EXPECT_EQ(replicate(kShortcuts), (Counters{.conflict = 1, .error = 1}));
-    connect();
-    const ConflictObject conflict = loadConflict();
-    EXPECT_TRUE(resolve(*conflict.Get(), USE_SOURCE));
-    EXPECT_EQ(errorOf(*conflict.Get()), L"");
-    EXPECT_FALSE(resolve(*conflict.Get(), USE_DESTINATION));
-    EXPECT_EQ(errorOf(*conflict.Get()), L"Cannot replicate back to Norvale");
-    EXPECT_TRUE(resolve(*conflict.Get(), WORK_LATER));
-    EXPECT_THAT(shortcuts(destination()), ElementsAre(L"of the destination"));
-    expectStays();
-}
-
-TEST_F(Conflicts, ChangedOnDestinationAreNotSettledFromTheSource)
-{
-    runAt(OFFICES, L"DESTINATION");
-    addShortcut(source(), kKey, L"of the source", kOld);
-    addShortcut(destination(), kKey, L"of the destination", kNew);
-    EXPECT_EQ(replicate(kShortcuts), (Counters{.conflict = 1, .error = 1}));
-    runAt(LAPTOP);
-    connect();
-    const ConflictObject conflict = loadConflict();
-    EXPECT_TRUE(resolve(*conflict.Get(), USE_SOURCE));
-    EXPECT_THAT(shortcuts(destination()), ElementsAre(L"of the destination"));
-    expectStays();
-    EXPECT_TRUE(resolve(*conflict.Get(), USE_DESTINATION));
-    expectGone();
-}
-
-TEST_F(Conflicts, ResolvedTwiceStayResolved)
-{
-    findChangedOnBoth();
-    const ConflictObject conflict = loadConflict();
-    EXPECT_TRUE(resolve(*conflict.Get(), USE_SOURCE));
-    EXPECT_TRUE(resolve(*conflict.Get(), USE_SOURCE));
-    EXPECT_THAT(shortcuts(destination()), ElementsAre(L"of the source"));
-    expectGone();
+    EXPECT_EQ(resolve(*conflict.Get(), expected.resolution), expected.answer);
+    EXPECT_EQ(com::toText(com::Dispatch(conflict.Get()).property(L"sErrorMessage")), expected.message);
+    EXPECT_EQ(shortcuts(destination()), expected.destination);
+    EXPECT_EQ(source().rows(L"select * from shortcut"), sources);
+    EXPECT_EQ(conflicts().size(), expected.stays ? 1U : 0U);
+    EXPECT_EQ(conflictData().empty(), !expected.stays);
+    EXPECT_EQ(resolve(*conflict.Get(), expected.resolution), expected.answer) << "again";
+    EXPECT_EQ(shortcuts(destination()), expected.destination);
 }
 
 TEST_F(Conflicts, OfNumericKeysAreNotSettledFromTheSource)
@@ -231,20 +179,18 @@ TEST_F(Conflicts, OfNumericKeysAreNotSettledFromTheSource)
     runAt(LAPTOP);
     addUser(source(), 7, L"source", kNew);
     addUser(destination(), 7, L"destination", kNewer);
-    EXPECT_EQ(replicate({.method = ONE_WAY, .table = L"users"}), (Counters{.conflict = 1}));
+    EXPECT_EQ(replicate({.method = ONE_WAY, .table = L"users"}), (TableCounters{.conflict = 1}));
     connect();
     const ConflictObject conflict = loadConflict();
     EXPECT_EQ(raised([&] { resolve(*conflict.Get(), USE_SOURCE); }).source, L"clsConflict.resolve");
     EXPECT_THAT(users(destination()), ElementsAre(L"7|destination"));
-    expectStays();
-    EXPECT_TRUE(resolve(*conflict.Get(), USE_DESTINATION));
-    expectGone();
+    EXPECT_EQ(conflicts().size(), 1U);
 }
 
 TEST_F(Conflicts, WithoutOneOfTheDatesDoNotLoad)
 {
     addShortcut(destination(), kKey, L"new", kNew);
-    EXPECT_EQ(replicate(kShortcuts), (Counters{.conflict = 1, .error = 1}));
+    EXPECT_EQ(replicate(kShortcuts), (TableCounters{.conflict = 1, .error = 1}));
     connect();
     const com::Dispatch recordset = listed();
     const ConflictObject conflict = createConflict();
@@ -255,13 +201,14 @@ TEST_F(Conflicts, WithoutOneOfTheDatesDoNotLoad)
 
 TEST_F(Conflicts, ThatCannotBeSettledStayWithTheRowAsItWas)
 {
-    findChangedOnBoth();
+    runAt(LAPTOP);
+    find(CHANGED_ON_BOTH);
     const ConflictObject conflict = loadConflict();
     source().execute(L"delete from shortcut");
     EXPECT_THAT(raised([&] { resolve(*conflict.Get(), USE_SOURCE); }),
                 isError(static_cast<long>(0x80040000 + 3021), L"clsConflict.resolve", Not(IsEmpty())));
-    EXPECT_THAT(shortcuts(destination()), ElementsAre(L"of the destination"));
-    expectStays();
+    EXPECT_THAT(shortcuts(destination()), ElementsAre(L"destination's"));
+    EXPECT_EQ(conflicts().size(), 1U);
 }
 
 TEST_F(Conflicts, SavedByTheHostAppearInTheDatabase)
@@ -275,6 +222,27 @@ TEST_F(Conflicts, SavedByTheHostAppearInTheDatabase)
     host.put(L"sKeyInfo", L"Müller's €");
     EXPECT_EQ(raised([&] { host.call(L"save"); }).source, L"clsConflict.save");
     EXPECT_THAT(conflicts(), ElementsAre(L"shortcut|0|" + std::wstring(kKey) + L"|3|Müller's €"));
+}
+
+class CutResolution : public NeedsPostgreSql<Conflicts>
+{
+};
+
+TEST_F(CutResolution, LeavesTheConflictToBeResolvedAgain)
+{
+    runAt(LAPTOP);
+    find(CHANGED_ON_BOTH);
+    {
+        const CutConnection cut(destination(), L"shortcut", L"update", L"new.item_name = 'source''s'");
+        EXPECT_EQ(raised([&] { resolve(*loadConflict().Get(), USE_SOURCE); }).source, L"clsConflict.resolve");
+    }
+    EXPECT_THAT(shortcuts(destination()), ElementsAre(L"destination's"));
+    EXPECT_EQ(conflicts().size(), 1U);
+    disconnect();
+    connect();
+    EXPECT_TRUE(resolve(*loadConflict().Get(), USE_SOURCE));
+    EXPECT_THAT(shortcuts(destination()), ElementsAre(L"source's"));
+    EXPECT_THAT(conflicts(), IsEmpty());
 }
 
 } // namespace

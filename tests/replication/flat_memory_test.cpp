@@ -13,7 +13,7 @@ namespace {
 /// QUINMARK_RUNS, or what the ordinary test run has time for.
 int runs()
 {
-    constexpr int kOrdinary = 50;
+    constexpr int kOrdinary = 25;
     const char* told = std::getenv("QUINMARK_RUNS");
     return told ? std::atoi(told) : kOrdinary;
 }
@@ -68,7 +68,7 @@ private:
 
 TEST_F(FlatMemory, StaysAfterManyRunsFromInitToDisconnect)
 {
-    constexpr int kWarmUp = 20;
+    constexpr int kWarmUp = 10;
     // A text's length may differ; anything that a run leaves is a block of more bytes than this.
     constexpr size_t kBytesARun = 4;
     addUser(source(), 1, L"new", kNew);

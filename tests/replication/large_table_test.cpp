@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <iostream>
+#include <sstream>
 
 namespace {
 
@@ -45,44 +46,38 @@ struct Size
     int changed() const { return rows / step; }
 };
 
-class LargeTable : public PracticePair, public testing::WithParamInterface<enumReplicationMethod>
+class LargeTable : public NeedsPostgreSql<PracticePair>, public testing::WithParamInterface<enumReplicationMethod>
 {
 protected:
-    void SetUp() override
-    {
-        PracticePair::SetUp();
-        if (!IsSkipped() && !isPostgreSql())
-            GTEST_SKIP() << "the rows and what became of them come from PostgreSQL";
-    }
-
     void TearDown() override
     {
         if (!IsSkipped())
-            for (const PracticeSide* side : {&source(), &destination()})
-                side->execute(L"truncate users");
+            executeOnBoth(L"truncate table users");
         PracticePair::TearDown();
+    }
+
+    void executeOnBoth(const std::wstring& sql) const
+    {
+        source().execute(sql);
+        destination().execute(sql);
     }
 
     /// The same rows on both sides, but for the changed ones. Of four, two are newer in the source (two-way: one on
     /// either side), and one is missing on either side.
     void fill(const Size& size) const
     {
-        for (const PracticeSide* side : {&source(), &destination()}) {
-            side->execute(L"truncate users");
-            side->execute(L"insert into users select n, 'user ' || n, 'abc', n % 5, n % 2 = 0, '" + std::wstring(kOld) +
-                          L"' from generate_series(1, " + std::to_wstring(size.rows) + L") n");
-        }
+        executeOnBoth(L"truncate table users; insert into users select n, concat('user ', n), 'abc', n % 5, 1, '" +
+                      std::wstring(kOld) + L"' from " + numbers(size.rows));
         const std::wstring step = std::to_wstring(size.step);
         const std::wstring turn = L"unid % " + step + L" = 0 and unid / " + step + L" % 4";
-        source().execute(L"update users set user_name = 'changed ' || unid, mod_date = '" + std::wstring(kNew) +
-                         L"' where " + turn + (isTwoWay() ? L" in (0, 2)" : L" < 3"));
+        const std::wstring change =
+            L"update users set user_name = concat('changed ', unid), mod_date = '" + std::wstring(kNew) + L"' where ";
+        source().execute(change + turn + (isTwoWay() ? L" in (0, 2)" : L" < 3"));
         source().execute(L"delete from users where " + turn + L" = 3");
         destination().execute(L"delete from users where " + turn + L" = 2");
         if (isTwoWay())
-            destination().execute(L"update users set user_name = 'changed ' || unid, mod_date = '" +
-                                  std::wstring(kNew) + L"' where " + turn + L" in (1, 3)");
-        for (const PracticeSide* side : {&source(), &destination()})
-            side->execute(L"vacuum analyze users");
+            destination().execute(change + turn + L" in (1, 3)");
+        executeOnBoth(analyzeStatement(L"users"));
     }
 
     bool isTwoWay() const { return GetParam() == TWO_WAY; }
@@ -106,13 +101,13 @@ protected:
         }
         tell(size, peak, std::chrono::steady_clock::now() - begun);
         judgeWork(size, workOn(source()) - sourceBefore, workOn(destination()) - destinationBefore);
-        EXPECT_EQ(digest(source()), digest(destination()));
+        EXPECT_EQ(source().row(digestQuery(L"users")), destination().row(digestQuery(L"users")));
         EXPECT_EQ(source().count(L"users"), isTwoWay() ? size.rows : size.rows - size.changed() / 4);
         EXPECT_EQ(recordedError(), L"none");
         return peak;
     }
 
-    Counters countersFor(const Size& size) const
+    TableCounters countersFor(const Size& size) const
     {
         const int quarter = size.changed() / 4;
         if (isTwoWay())
@@ -128,7 +123,7 @@ protected:
         constexpr long kScans = 8;
         constexpr int kFewPages = 1000; // the server may prefer to read so small a table as a whole
         const int quarter = size.changed() / 4;
-        const Counters counters = countersFor(size);
+        const TableCounters counters = countersFor(size);
         if (isTwoWay()) {
             EXPECT_EQ(onSource.updates + onSource.inserts, 2 * quarter);
             EXPECT_EQ(onDestination.updates + onDestination.inserts, 2 * quarter);
@@ -146,27 +141,22 @@ protected:
         }
     }
 
-    static std::wstring digest(const PracticeSide& side)
-    {
-        return side.row(L"select count(*), sum(cast(hashtextextended(cast(users as text), 0) as numeric)) from users");
-    }
-
     /// Once all connections but the test's own have ended: each tells at its end what it has done.
     static TableWork workOn(const PracticeSide& side)
     {
         constexpr int kLooks = 500;
-        const std::wstring others = L"select count(*) from pg_stat_activity where datname = current_database()"
-                                    L" and backend_type = 'client backend' and pid <> pg_backend_pid()";
+        const std::wstring others = otherConnectionsQuery();
         for (int look = 0; look < kLooks && side.row(others) != L"0"; ++look)
             Sleep(20);
         EXPECT_EQ(side.row(others), L"0") << "connections are left";
-        side.execute(L"select pg_stat_force_next_flush()");
-        const auto number = [&side](const std::wstring& column) {
-            return std::stol(
-                side.row(L"select " + column + L" from pg_stat_user_tables where relid = 'users'::regclass"));
-        };
-        return {number(L"n_tup_ins"), number(L"n_tup_upd"), number(L"n_tup_del"), number(L"seq_scan"),
-                number(L"idx_scan")};
+        side.execute(kFlushStatistics);
+        std::wistringstream numbers(side.row(workQuery(L"users")));
+        TableWork work{};
+        wchar_t bar = 0;
+        numbers >> work.inserts >> bar >> work.updates >> bar >> work.deletes >> bar >> work.scans >> bar >>
+            work.lookups;
+        EXPECT_FALSE(numbers.fail());
+        return work;
     }
 
     static void tell(const Size& size, size_t peak, std::chrono::duration<double> time)

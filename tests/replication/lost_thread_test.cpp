@@ -1,5 +1,4 @@
 #include "support/LateCall.h"
-#include "support/PracticeNeeds.h"
 #include "support/PracticePair.h"
 
 #include <gmock/gmock.h>
@@ -10,7 +9,7 @@ namespace {
 
 constexpr wchar_t kTag[] = L"quinmark_lost";
 
-class LostThread : public OnPostgreSql<PracticePair>
+class LostThread : public NeedsPostgreSql<PracticePair>
 {
 protected:
     /// Opens both connections on a thread of its own, which ends without closing them.
@@ -30,11 +29,7 @@ protected:
         }).join();
     }
 
-    std::wstring connections() const
-    {
-        return source().row(L"select count(*) from pg_stat_activity where application_name = '" + std::wstring(kTag) +
-                            L"'");
-    }
+    std::wstring connections() const { return source().row(connectionsQuery(kTag)); }
 };
 
 } // namespace
@@ -49,5 +44,5 @@ TEST_F(LostThread, LeavesItsConnectionsOpenAndOtherThreadsAlone)
     EXPECT_EQ(connections(), L"2");
     source().execute(cutStatement(kTag));
     restoreControl();
-    EXPECT_EQ(replicate(TablePlan{.method = ONE_WAY, .table = L"users"}), Counters{});
+    EXPECT_EQ(replicate(TablePlan{.method = ONE_WAY, .table = L"users"}), TableCounters{});
 }

@@ -1,11 +1,9 @@
 #include "PracticePair.h"
 
+#include "com/convert.h"
 #include "com/error.h"
 
 namespace {
-
-constexpr const wchar_t* kSettings[] = {L"QUINMARK_OFFICE_DSN", L"QUINMARK_LAPTOP_DSN", L"QUINMARK_PASSWORD",
-                                        L"QUINMARK_OFFICE_PREFIX", L"QUINMARK_LAPTOP_PREFIX"};
 
 /// Children before their parents.
 constexpr const wchar_t* kTables[] = {L"chart_comment_info",
@@ -29,7 +27,9 @@ constexpr const wchar_t* kTables[] = {L"chart_comment_info",
                                       L"chart_option_setting",
                                       L"computer_type_setting",
                                       L"computer_type",
-                                      L"replication_counts"};
+                                      L"replication_counts",
+                                      L"replication_conflict_data",
+                                      L"replication_conflict"};
 
 std::wstring logPath()
 {
@@ -38,48 +38,27 @@ std::wstring logPath()
     return std::wstring(folder) + L"quinmark_replication_" + std::to_wstring(GetCurrentProcessId()) + L".log";
 }
 
+std::wstring whereSite(enumReplicationUniqueId site)
+{
+    return L" where unique_key = " + std::to_wstring(static_cast<int>(site));
+}
+
 } // namespace
-
-std::ostream& operator<<(std::ostream& stream, const Counters& counters)
-{
-    return stream << "source +" << counters.sourceAdd << " ~" << counters.sourceUpdate << " -" << counters.sourceDelete
-                  << ", destination +" << counters.destAdd << " ~" << counters.destUpdate << " -" << counters.destDelete
-                  << ", conflicts " << counters.conflict << ", errors " << counters.error;
-}
-
-std::wstring PracticePair::setting(const wchar_t* name)
-{
-    wchar_t text[256] = L"";
-    GetEnvironmentVariableW(name, text, static_cast<DWORD>(std::size(text)));
-    return text;
-}
-
-bool PracticePair::isPostgreSql()
-{
-    return setting(L"QUINMARK_SERVER") != L"sqlserver";
-}
-
-std::wstring PracticePair::taggedDsn(const std::wstring& dsn, const std::wstring& tag)
-{
-    return dsn + L";pqopt={application_name=" + tag + L"}";
-}
-
-std::wstring PracticePair::cutStatement(const std::wstring& tag)
-{
-    return L"select pg_terminate_backend(pid) from pg_stat_activity where application_name = '" + tag + L"'";
-}
 
 void PracticePair::SetUp()
 {
-    for (const wchar_t* name : kSettings) {
-        if (!setting(name).empty())
-            continue;
-        if (setting(L"QUINMARK_REQUIRE_DATABASE") == L"1")
-            FAIL() << name << " is not set";
-        GTEST_SKIP() << name << " is not set";
-    }
+    for (const wchar_t* name : {L"QUINMARK_OFFICE_DSN", L"QUINMARK_LAPTOP_DSN", L"QUINMARK_PASSWORD",
+                                L"QUINMARK_OFFICE_PREFIX", L"QUINMARK_LAPTOP_PREFIX"})
+        if (setting(name).empty())
+            return skipWithout(name, L"QUINMARK_REQUIRE_DATABASE");
+    host_.sourcePrefix = setting(L"QUINMARK_OFFICE_PREFIX");
+    host_.sourceDsn = setting(L"QUINMARK_OFFICE_DSN");
+    host_.destinationPrefix = setting(L"QUINMARK_LAPTOP_PREFIX");
+    host_.destinationDsn = setting(L"QUINMARK_LAPTOP_DSN");
+    host_.sourcePassword = host_.destinationPassword = setting(L"QUINMARK_PASSWORD");
+    host_.logFile = logPath();
+    DeleteFileW(host_.logFile.c_str());
     apartment_.emplace();
-    readSettings();
     source_ = std::make_unique<PracticeSide>(host_.sourceDsn, host_.sourcePassword);
     destination_ = std::make_unique<PracticeSide>(host_.destinationDsn, host_.destinationPassword);
     emptyTables();
@@ -100,48 +79,96 @@ void PracticePair::TearDown()
     apartment_.reset();
 }
 
-void PracticePair::readSettings()
-{
-    const std::wstring password = setting(L"QUINMARK_PASSWORD");
-    host_.sourcePrefix = setting(L"QUINMARK_OFFICE_PREFIX");
-    host_.sourceDsn = setting(L"QUINMARK_OFFICE_DSN");
-    host_.sourcePassword = password;
-    host_.destinationPrefix = setting(L"QUINMARK_LAPTOP_PREFIX");
-    host_.destinationDsn = setting(L"QUINMARK_LAPTOP_DSN");
-    host_.destinationPassword = password;
-    host_.logFile = logPath();
-    DeleteFileW(host_.logFile.c_str());
-}
-
 void PracticePair::emptyTables() const
 {
+    std::wstring statements;
+    for (const wchar_t* table : kTables)
+        statements += L"delete from " + std::wstring(table) + L";";
     for (const PracticeSide* side : {source_.get(), destination_.get()}) {
-        for (const wchar_t* table : kTables)
-            side->execute(L"delete from " + std::wstring(table));
-        side->execute(L"delete from replication_conflict_data");
-        side->execute(L"delete from replication_conflict");
-        restorePatientKey(*side);
+        side->execute(statements);
+        if (!side->hasPatientKey())
+            side->execute(L"alter table patient add constraint FK_patient_dentist foreign key (dc_id, dentist_id)"
+                          L" references dentist (dc_id, dentist_id)");
     }
-}
-
-void PracticePair::restorePatientKey(const PracticeSide& side)
-{
-    if (!side.hasPatientKey())
-        side.execute(L"alter table patient add constraint FK_patient_dentist foreign key (dc_id, dentist_id)"
-                     L" references dentist (dc_id, dentist_id)");
 }
 
 void PracticePair::restoreControl() const
 {
-    for (const PracticeSide* side : {source_.get(), destination_.get()}) {
-        side->execute(L"delete from replication_control");
-        side->execute(L"delete from control");
-        for (const wchar_t* site : {L"0", L"1"})
-            side->execute(L"insert into replication_control (unique_key, ready_f, error_f, last_timestamp,"
-                          L" next_timestamp) values (" +
-                          std::wstring(site) + L", 1, 0, '" + kLastRun + L"', '" + kLastRun + L"')");
-        for (const wchar_t* mark :
-             {L"'ReplicationVersion', '3.46'", L"'PatInfoVer', '12'", L"'Version', '3.46'", L"'DBOffice', 'Norvale'"})
-            side->execute(L"insert into control (type, id) values (" + std::wstring(mark) + L")");
-    }
+    std::wstring statements = L"delete from replication_control; delete from control;";
+    for (const wchar_t* site : {L"0", L"1"})
+        statements += L"insert into replication_control (unique_key, ready_f, error_f, last_timestamp, next_timestamp)"
+                      L" values (" +
+                      std::wstring(site) + L", 1, 0, '" + kLastRun + L"', '" + kLastRun + L"');";
+    for (const wchar_t* mark :
+         {L"'ReplicationVersion', '3.46'", L"'PatInfoVer', '12'", L"'Version', '3.46'", L"'DBOffice', 'Norvale'"})
+        statements += L"insert into control (type, id) values (" + std::wstring(mark) + L");";
+    source_->execute(statements);
+    destination_->execute(statements);
+}
+
+const PracticeSide& PracticePair::local() const
+{
+    return com::upperCase(host_.role) == L"SOURCE" ? source() : destination();
+}
+
+const PracticeSide& PracticePair::remote() const
+{
+    return &local() == &source() ? destination() : source();
+}
+
+std::wstring PracticePair::controlRecord() const
+{
+    return controlRecord(host_.site);
+}
+
+std::wstring PracticePair::controlRecord(enumReplicationUniqueId site) const
+{
+    return local().row(L"select ready_f, error_f, error_message, last_timestamp from replication_control" +
+                       whereSite(site));
+}
+
+std::wstring PracticePair::recordedError() const
+{
+    const std::wstring record =
+        local().row(L"select error_f, error_message from replication_control" + whereSite(host_.site));
+    constexpr wchar_t kSet[] = L"True|";
+    return record.starts_with(kSet) ? L"error: " + record.substr(std::size(kSet) - 1) : L"none";
+}
+
+std::vector<std::wstring> PracticePair::counts() const
+{
+    std::vector<std::wstring> counts = local().rows(L"select count_name, count_value from replication_counts" +
+                                                    whereSite(host_.site) + L" order by count_name");
+    for (std::wstring& count : counts)
+        count[count.find(L'|')] = L'=';
+    return counts;
+}
+
+std::vector<std::wstring> PracticePair::conflicts() const
+{
+    return local().rows(L"select table_name, patient_id, guid, conflict_type, key_info from replication_conflict"
+                        L" order by table_name, conflict_type, key_info");
+}
+
+std::vector<std::wstring> PracticePair::conflictData() const
+{
+    return local().rows(L"select field_name, source_data, destination_data from replication_conflict_data"
+                        L" order by field_name");
+}
+
+void PracticePair::addUser(const PracticeSide& side, int key, const std::wstring& name, const std::wstring& modified)
+{
+    side.execute(L"insert into users (unid, user_name, initials, access_level, active_f, mod_date) values (" +
+                 std::to_wstring(key) + L", '" + name + L"', null, 1, 1, '" + modified + L"')");
+}
+
+std::vector<std::wstring> PracticePair::users(const PracticeSide& side)
+{
+    return side.rows(L"select unid, user_name from users order by unid");
+}
+
+void PracticePair::changeUser(const PracticeSide& side, int key, const std::wstring& name, const std::wstring& modified)
+{
+    side.execute(L"update users set user_name = '" + name + L"', mod_date = '" + modified + L"' where unid = " +
+                 std::to_wstring(key));
 }

@@ -3,8 +3,7 @@
 #include "Apartment.h"
 #include "PracticeSide.h"
 #include "QuinmarkRepDLL.h"
-
-#include <gtest/gtest.h>
+#include "Requirements.h"
 
 #include <memory>
 #include <optional>
@@ -14,7 +13,7 @@
 #include <wrl/client.h>
 
 /// The counters of a table object.
-struct Counters
+struct TableCounters
 {
     long sourceAdd = 0;
     long sourceUpdate = 0;
@@ -25,10 +24,10 @@ struct Counters
     long conflict = 0;
     long error = 0;
 
-    bool operator==(const Counters&) const = default;
+    bool operator==(const TableCounters&) const = default;
 };
 
-std::ostream& operator<<(std::ostream& stream, const Counters& counters);
+std::ostream& operator<<(std::ostream& stream, const TableCounters& counters);
 
 /// What a table object is created with.
 struct TablePlan
@@ -101,14 +100,14 @@ protected:
 
     TableObject createTable(const TablePlan& plan) const;
     RunObject createRun() const;
-    void initNextRun(_clsReplicate& run, const std::wstring& programVersion = kProgramVersion) const;
+    static void initNextRun(_clsReplicate& run, const std::wstring& programVersion = kProgramVersion);
     static void go(_clsReplicate& run, const std::vector<TableObject>& tables);
     static void goCollection(_clsReplicate& run, const _variant_t& collection);
-    static Counters countersOf(_clsReplicateTable& table);
+    static TableCounters countersOf(_clsReplicateTable& table);
 
     /// A whole run over these tables, from init to disconnect, also when it fails; the counters of each table.
-    std::vector<Counters> replicate(const std::vector<TablePlan>& plans);
-    Counters replicate(const TablePlan& plan);
+    std::vector<TableCounters> replicate(const std::vector<TablePlan>& plans);
+    TableCounters replicate(const TablePlan& plan);
 
     /// The flags, the error text and last_timestamp of a site's control record.
     std::wstring controlRecord() const;
@@ -128,23 +127,13 @@ protected:
 
     void emptyTables() const;
     void restoreControl() const;
-    static void restorePatientKey(const PracticeSide& side);
 
-    void addUser(const PracticeSide& side, int key, const std::wstring& name, const std::wstring& modified) const;
-    void changeUser(const PracticeSide& side, int key, const std::wstring& name, const std::wstring& modified) const;
+    static void addUser(const PracticeSide& side, int key, const std::wstring& name, const std::wstring& modified);
+    static void changeUser(const PracticeSide& side, int key, const std::wstring& name, const std::wstring& modified);
     /// key|name of every user
     static std::vector<std::wstring> users(const PracticeSide& side);
 
-    static bool isPostgreSql();
-    /// PostgreSQL only: the data source `dsn`, with connections that the server lists under `tag`.
-    static std::wstring taggedDsn(const std::wstring& dsn, const std::wstring& tag);
-    /// PostgreSQL only: statements that end the connections listed under `tag`, and run on any other one.
-    static std::wstring cutStatement(const std::wstring& tag);
-    static std::wstring setting(const wchar_t* name);
-
 private:
-    void readSettings();
-
     std::optional<Apartment> apartment_;
     std::unique_ptr<PracticeSide> source_;
     std::unique_ptr<PracticeSide> destination_;

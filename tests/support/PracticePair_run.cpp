@@ -5,53 +5,28 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 
 namespace {
-
-/// A text that is passed by reference, as every argument of the component is.
-class TextArgument
-{
-public:
-    explicit TextArgument(const std::wstring& text) : text_(com::newBstr(text), false) {}
-    BSTR* operator&() { return &text_.GetBSTR(); }
-
-private:
-    _bstr_t text_;
-};
 
 _variant_t arrayOf(const std::vector<TableObject>& tables)
 {
     _variant_t array;
     array.parray = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(tables.size()));
     array.vt = VT_ARRAY | VT_VARIANT;
-    LONG index = 0;
-    for (const TableObject& table : tables) {
-        _variant_t element(static_cast<IDispatch*>(table.Get()));
-        com::check(SafeArrayPutElement(array.parray, &index, &element));
-        ++index;
-    }
+    auto* element = static_cast<VARIANT*>(array.parray->pvData);
+    for (const TableObject& table : tables)
+        *element++ = _variant_t(static_cast<IDispatch*>(table.Get())).Detach();
     return array;
-}
-
-std::wstring wideText(const std::string& text)
-{
-    const int length = MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
-    std::wstring wide(static_cast<size_t>(length), L'\0');
-    MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()), wide.data(), length);
-    return wide;
 }
 
 } // namespace
 
-const PracticeSide& PracticePair::local() const
+std::ostream& operator<<(std::ostream& stream, const TableCounters& counters)
 {
-    return com::upperCase(host_.role) == L"SOURCE" ? source() : destination();
-}
-
-const PracticeSide& PracticePair::remote() const
-{
-    return &local() == &source() ? destination() : source();
+    return stream << "source +" << counters.sourceAdd << " ~" << counters.sourceUpdate << " -" << counters.sourceDelete
+                  << ", destination +" << counters.destAdd << " ~" << counters.destUpdate << " -" << counters.destDelete
+                  << ", conflicts " << counters.conflict << ", errors " << counters.error;
 }
 
 void PracticePair::runAt(enumReplicationUniqueId site)
@@ -67,16 +42,12 @@ void PracticePair::runAt(enumReplicationUniqueId site, const std::wstring& role)
 
 void PracticePair::connect()
 {
-    TextArgument role(host_.role);
-    TextArgument sourcePrefix(host_.sourcePrefix);
-    TextArgument sourceDsn(host_.sourceDsn);
-    TextArgument sourcePassword(host_.sourcePassword);
-    TextArgument destinationPrefix(host_.destinationPrefix);
-    TextArgument destinationDsn(host_.destinationDsn);
-    TextArgument destinationPassword(host_.destinationPassword);
-    TextArgument logFile(host_.logFile);
-    com::checkCall(factory_->init(&host_.site, &role, &sourcePrefix, &sourceDsn, &sourcePassword, &destinationPrefix,
-                                  &destinationDsn, &destinationPassword, &host_.logLevel, &logFile));
+    using com::textVariant;
+    com::Dispatch(factory_.Get())
+        .call(L"init", {static_cast<long>(host_.site), textVariant(host_.role), textVariant(host_.sourcePrefix),
+                        textVariant(host_.sourceDsn), textVariant(host_.sourcePassword),
+                        textVariant(host_.destinationPrefix), textVariant(host_.destinationDsn),
+                        textVariant(host_.destinationPassword), host_.logLevel, textVariant(host_.logFile)});
 }
 
 void PracticePair::disconnect()
@@ -105,15 +76,14 @@ void PracticePair::resetError() const
 
 TableObject PracticePair::createTable(const TablePlan& plan) const
 {
-    enumReplicationMethod method = plan.method;
-    enumReplicateDeletes deletes = plan.deletes;
-    TextArgument table(plan.table);
-    TextArgument dependentTable(plan.dependentTable);
-    TextArgument keyField(plan.keyField);
-    TableObject object;
-    com::checkCall(
-        factory_->createReplicationTable(&method, &table, &dependentTable, &keyField, &deletes, object.GetAddressOf()));
-    return object;
+    const _variant_t created =
+        com::Dispatch(factory_.Get())
+            .call(L"createReplicationTable",
+                  {static_cast<long>(plan.method), com::textVariant(plan.table), com::textVariant(plan.dependentTable),
+                   com::textVariant(plan.keyField), static_cast<long>(plan.deletes)});
+    TableObject table;
+    com::check(created.pdispVal->QueryInterface(IID_PPV_ARGS(&table)));
+    return table;
 }
 
 RunObject PracticePair::createRun() const
@@ -123,11 +93,9 @@ RunObject PracticePair::createRun() const
     return run;
 }
 
-void PracticePair::initNextRun(_clsReplicate& run, const std::wstring& programVersion) const
+void PracticePair::initNextRun(_clsReplicate& run, const std::wstring& programVersion)
 {
-    short frequency = kFrequencySeconds;
-    TextArgument version(programVersion);
-    com::checkCall(run.initNextRun(&frequency, &version));
+    com::Dispatch(&run).call(L"initNextRun", {kFrequencySeconds, com::textVariant(programVersion)});
 }
 
 void PracticePair::go(_clsReplicate& run, const std::vector<TableObject>& tables)
@@ -141,9 +109,9 @@ void PracticePair::goCollection(_clsReplicate& run, const _variant_t& collection
     com::checkCall(run.go(&argument));
 }
 
-Counters PracticePair::countersOf(_clsReplicateTable& table)
+TableCounters PracticePair::countersOf(_clsReplicateTable& table)
 {
-    Counters counters;
+    TableCounters counters;
     com::checkCall(table.get_lCntSourceAdd(&counters.sourceAdd));
     com::checkCall(table.get_lCntSourceUpdate(&counters.sourceUpdate));
     com::checkCall(table.get_lCntSourceDelete(&counters.sourceDelete));
@@ -155,7 +123,7 @@ Counters PracticePair::countersOf(_clsReplicateTable& table)
     return counters;
 }
 
-std::vector<Counters> PracticePair::replicate(const std::vector<TablePlan>& plans)
+std::vector<TableCounters> PracticePair::replicate(const std::vector<TablePlan>& plans)
 {
     connect();
     const std::shared_ptr<void> connected(nullptr, [this](void*) { disconnect(); });
@@ -166,21 +134,25 @@ std::vector<Counters> PracticePair::replicate(const std::vector<TablePlan>& plan
     for (const TablePlan& plan : plans)
         tables.push_back(createTable(plan));
     go(*run.Get(), tables);
-    std::vector<Counters> counters;
+    std::vector<TableCounters> counters;
     for (const TableObject& table : tables)
         counters.push_back(countersOf(*table.Get()));
     return counters;
 }
 
-Counters PracticePair::replicate(const TablePlan& plan)
+TableCounters PracticePair::replicate(const TablePlan& plan)
 {
     return replicate(std::vector<TablePlan>{plan}).front();
 }
 
 std::wstring PracticePair::log() const
 {
-    const std::ifstream file(std::filesystem::path(host_.logFile), std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return wideText(text.str());
+    std::ifstream file(std::filesystem::path(host_.logFile), std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    const auto wide = [&text](wchar_t* buffer, int size) {
+        return MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()), buffer, size);
+    };
+    std::wstring entries(static_cast<size_t>(wide(nullptr, 0)), L'\0');
+    wide(entries.data(), static_cast<int>(entries.size()));
+    return entries;
 }

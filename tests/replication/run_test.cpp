@@ -1,0 +1,175 @@
+#include "com/convert.h"
+#include "support/PracticePair.h"
+
+#include <gmock/gmock.h>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+const TablePlan kConfig{.method = ONE_WAY_DELETE_ALL, .table = L"config"};
+const TablePlan kComputerType{.method = COMPUTER_TYPE, .table = L"any name"};
+constexpr double kSecond = 1.0 / 86400;
+
+struct Place
+{
+    const char* name;
+    enumReplicationUniqueId site;
+    const wchar_t* role;
+};
+
+void PrintTo(const Place& place, std::ostream* stream)
+{
+    *stream << place.name;
+}
+
+/// Runs that copy whole tables, at either site and from either side.
+class Run : public PracticePair
+{
+protected:
+    static void addConfig(const PracticeSide& side, const wchar_t* name)
+    {
+        side.execute(L"insert into config (category, config_name, config_value) values ('run', '" + std::wstring(name) +
+                     L"', null)");
+    }
+
+    static void addComputerType(const PracticeSide& side, const std::wstring& key)
+    {
+        side.execute(L"insert into computer_type (unid, type_name, screen_width) values ('" + key +
+                     L"', 'desk', 1024); insert into computer_type_setting (computer_type_id, setting_name) values ('" +
+                     key + L"', 'colours')");
+    }
+
+    static std::vector<std::wstring> contents(const PracticeSide& side)
+    {
+        std::vector<std::wstring> all = side.rows(L"select * from config order by config_name");
+        for (const std::wstring& row :
+             side.rows(L"select * from computer_type t join computer_type_setting s on s.computer_type_id = t.unid"))
+            all.push_back(row);
+        return all;
+    }
+
+    DATE controlDate(const wchar_t* column)
+    {
+        return com::toDate(local().value(L"select " + std::wstring(column) +
+                                         L" from replication_control where unique_key = " +
+                                         std::to_wstring(static_cast<int>(host().site))));
+    }
+
+    static DATE date(_clsReplicate& run, HRESULT (STDMETHODCALLTYPE _clsReplicate::*get)(DATE*))
+    {
+        DATE date = 0;
+        com::checkCall((run.*get)(&date));
+        return date;
+    }
+};
+
+class RunAt : public Run, public testing::WithParamInterface<Place>
+{
+protected:
+    void SetUp() override
+    {
+        Run::SetUp();
+        runAt(GetParam().site, GetParam().role);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Places, RunAt,
+                         testing::Values(Place{"OfficesAsSource", OFFICES, L"SOURCE"},
+                                         Place{"OfficesAsDestination", OFFICES, L"DESTINATION"},
+                                         Place{"LaptopAsSource", LAPTOP, L"source"},
+                                         Place{"LaptopAsDestination", LAPTOP, L"Destination"}),
+                         [](const auto& info) { return info.param.name; });
+
+TEST_P(RunAt, LeavesTheDestinationWithExactlyTheSourcesRows)
+{
+    addConfig(source(), L"colour");
+    addConfig(source(), L"language");
+    addConfig(destination(), L"stale");
+    addComputerType(source(), L"{11111111-2222-3333-4444-555555555555}");
+    addComputerType(destination(), L"{99999999-2222-3333-4444-555555555555}");
+    const std::vector<std::wstring> before = contents(source());
+    EXPECT_THAT(replicate({kConfig, kComputerType}),
+                ElementsAre(TableCounters{.destAdd = 2}, TableCounters{.destAdd = 1}));
+    EXPECT_EQ(contents(source()), before);
+    EXPECT_EQ(contents(destination()), before);
+    EXPECT_TRUE(source().hasPatientKey());
+    EXPECT_TRUE(destination().hasPatientKey());
+}
+
+TEST_P(RunAt, ClosesItsOwnRecordAndMovesTheIntervalAtTheOfficesOnly)
+{
+    const bool atOffices = host().site == OFFICES;
+    for (const wchar_t* site : {L"0", L"1"})
+        local().execute(L"insert into replication_counts (unique_key, count_name, count_value) values (" +
+                        std::wstring(site) + L", 'earlier adds', 7)");
+    connect();
+    const RunObject run = createRun();
+    initNextRun(*run.Get());
+    const DATE end = date(*run.Get(), &_clsReplicate::get_dNextReplicate);
+    EXPECT_NEAR(end, com::toDate(local().value(L"select getdate()")), 60 * kSecond);
+    go(*run.Get(), {createTable(kConfig)});
+    EXPECT_NEAR(date(*run.Get(), &_clsReplicate::get_dLastReplicate), controlDate(L"last_timestamp"), kSecond);
+    EXPECT_TRUE(controlRecord().starts_with(L"False|False|<Null>|"));
+    if (atOffices) {
+        EXPECT_NEAR(controlDate(L"last_timestamp"), end, kSecond);
+        EXPECT_NEAR(controlDate(L"next_timestamp"), end + kFrequencySeconds * kSecond, 30 * kSecond);
+    }
+    else {
+        EXPECT_EQ(local().row(L"select last_timestamp, next_timestamp from replication_control where unique_key = 1"),
+                  L"2025-03-10 12:00:00.000|2025-03-10 12:00:00.000");
+    }
+    EXPECT_EQ(controlRecord(atOffices ? LAPTOP : OFFICES), L"True|False|<Null>|2025-03-10 12:00:00.000");
+    EXPECT_THAT(remote().rows(L"select ready_f, error_f from replication_control"),
+                ElementsAre(L"True|False", L"True|False"));
+    EXPECT_THAT(counts(), IsEmpty());
+    EXPECT_EQ(local().count(L"replication_counts"), 1);
+}
+
+TEST_F(Run, CopiesParentsAfterChildrenWhileTheForeignKeyIsDropped)
+{
+    source().execute(L"insert into dentist (dc_id, dentist_id, last_name) values (1, 1, 'Quillfeather')");
+    source().execute(L"insert into patient (unid, full_name, dc_id, dentist_id) values (5, 'Birkfelder, Ada', 1, 1)");
+    runAt(LAPTOP);
+    EXPECT_THAT(replicate({{.method = ONE_WAY_DELETE_ALL, .table = L"patient"},
+                           {.method = ONE_WAY_DELETE_ALL, .table = L"dentist"}}),
+                ElementsAre(TableCounters{.destAdd = 1}, TableCounters{.destAdd = 1}));
+    EXPECT_EQ(destination().rows(L"select * from patient"), source().rows(L"select * from patient"));
+    EXPECT_TRUE(destination().hasPatientKey());
+}
+
+TEST_F(Run, LogsItsStatementsAndSummariesInOrder)
+{
+    addConfig(source(), L"colour");
+    replicate(kConfig);
+    const std::wstring text = log();
+    size_t at = 0;
+    for (const std::wstring& entry :
+         {std::wstring(L": DEBUG: IF OBJECT_ID('dbo.FK_patient_dentist', 'F') IS NOT NULL alter table patient drop "
+                       L"constraint FK_patient_dentist\r\n"),
+          std::wstring(L": DEBUG: ConnDestination: Delete from config\r\n"),
+          L": DEBUG: ConnLocal: insert into " + host().destinationPrefix + L"config select * from " +
+              host().sourcePrefix + L"config\r\n",
+          std::wstring(L": DEBUG: Replicated table: config\r\n\tDeletes/Adds to destination: 1\tErrors: 0\r\n"),
+          std::wstring(L": DEBUG: alter table patient ADD CONSTRAINT FK_patient_dentist FOREIGN KEY (dc_id, "
+                       L"dentist_id) REFERENCES dentist(dc_id, dentist_id) ON DELETE NO ACTION\r\n")})
+    {
+        const size_t found = text.find(entry, at);
+        ASSERT_NE(found, std::wstring::npos) << entry << " in\n" << text;
+        at = found + entry.size();
+    }
+    EXPECT_EQ(at, text.size());
+}
+
+TEST_F(Run, OfALaptopProgramNeedsNoVersion)
+{
+    connect();
+    const RunObject run = createRun();
+    initNextRun(*run.Get(), L"LapTop");
+    VARIANT_BOOL ready = VARIANT_FALSE;
+    com::checkCall(run->get_bReady(&ready));
+    EXPECT_EQ(ready, VARIANT_TRUE);
+}
+
+} // namespace

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "ServerSql.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+/// An environment variable; empty when it is not set.
+std::wstring setting(const wchar_t* name);
+
+/// Skips the test for want of `what`, or fails it where the setting `requirement` is 1.
+void skipWithout(const wchar_t* what, const wchar_t* requirement);
+
+/// `Base` for tests that expect message boxes.
+template <class Base>
+class NeedsDisplay : public Base
+{
+protected:
+    void SetUp() override
+    {
+        if (setting(L"DISPLAY").empty())
+            return skipWithout(L"a display: DISPLAY is not set", L"QUINMARK_REQUIRE_DISPLAY");
+        Base::SetUp();
+    }
+};
+
+/// `Base` for tests that cut connections, write triggers or count what the server did.
+template <class Base>
+class NeedsPostgreSql : public Base
+{
+protected:
+    void SetUp() override
+    {
+        if (!isPostgreSql())
+            return skipWithout(L"PostgreSQL: QUINMARK_SERVER names another server", L"");
+        Base::SetUp();
+    }
+};

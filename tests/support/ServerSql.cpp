@@ -1,0 +1,86 @@
+#include "ServerSql.h"
+
+#include "Requirements.h"
+
+bool isPostgreSql()
+{
+    return setting(L"QUINMARK_SERVER") != L"sqlserver";
+}
+
+std::wstring dateType()
+{
+    return isPostgreSql() ? L"timestamp(3)" : L"datetime";
+}
+
+std::wstring convertedDate()
+{
+    return isPostgreSql() ? L"2025-01-02 1" : L"Jan  2 2025 ";
+}
+
+Change nullableColumn(const std::wstring& table, const std::wstring& column, const std::wstring& type)
+{
+    const std::wstring alter = L"alter table " + table + L" alter column " + column + L" ";
+    if (isPostgreSql())
+        return {alter + L"drop not null", alter + L"set not null"};
+    return {alter + type + L" null", alter + type + L" not null"};
+}
+
+Change knownTable(const std::wstring& prefix, const std::wstring& table)
+{
+    if (!isPostgreSql())
+        return {};
+    const std::wstring schema = prefix.substr(0, prefix.size() - 1);
+    return {L"import foreign schema " + schema + L" limit to (" + table + L") from server peer into " + schema,
+            L"drop foreign table " + prefix + table};
+}
+
+std::wstring taggedDsn(const std::wstring& dsn, const std::wstring& tag)
+{
+    return dsn + L";pqopt={application_name=" + tag + L"}";
+}
+
+std::wstring cutStatement(const std::wstring& tag)
+{
+    return L"select pg_terminate_backend(pid) from pg_stat_activity where application_name = '" + tag + L"'";
+}
+
+std::wstring connectionsQuery(const std::wstring& tag)
+{
+    return L"select count(*) from pg_stat_activity where application_name = '" + tag + L"'";
+}
+
+Change trigger(const std::wstring& table, const std::wstring& event, const std::wstring& condition,
+               const std::wstring& statements)
+{
+    return {L"create or replace function test_trigger() returns trigger language plpgsql as $$begin " + statements +
+                L" return new; end$$; create trigger test_trigger before " + event + L" on " + table +
+                L" for each row when (" + condition + L") execute function test_trigger()",
+            L"drop function test_trigger() cascade"};
+}
+
+std::wstring numbers(int last)
+{
+    return L"generate_series(1, " + std::to_wstring(last) + L") n";
+}
+
+std::wstring analyzeStatement(const std::wstring& table)
+{
+    return L"vacuum analyze " + table;
+}
+
+std::wstring digestQuery(const std::wstring& table)
+{
+    return L"select count(*), sum(cast(hashtextextended(cast(t as text), 0) as numeric)) from " + table + L" t";
+}
+
+std::wstring workQuery(const std::wstring& table)
+{
+    return L"select n_tup_ins, n_tup_upd, n_tup_del, seq_scan, idx_scan from pg_stat_user_tables where relid = '" +
+           table + L"'::regclass";
+}
+
+std::wstring otherConnectionsQuery()
+{
+    return L"select count(*) from pg_stat_activity where datname = current_database()"
+           L" and backend_type = 'client backend' and pid <> pg_backend_pid()";
+}

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <string>
+
+// The SQL that differs between the servers that may keep the practice's databases; it stands nowhere else.
+
+/// PostgreSQL, unless QUINMARK_SERVER says "sqlserver".
+bool isPostgreSql();
+
+/// A statement, and the one that takes it back; both empty where the server needs none.
+struct Change
+{
+    std::wstring make;
+    std::wstring undo;
+};
+
+/// The type of a date and time with its thousandths of a second.
+std::wstring dateType();
+
+/// The first twelve characters of 2 January 2025, 15:45, as the server converts a date to text.
+std::wstring convertedDate();
+
+Change nullableColumn(const std::wstring& table, const std::wstring& column, const std::wstring& type);
+
+/// Makes a table of the other database known under that database's prefix.
+Change knownTable(const std::wstring& prefix, const std::wstring& table);
+
+// PostgreSQL only.
+
+/// The data source `dsn`, with connections that the server lists under `tag`.
+std::wstring taggedDsn(const std::wstring& dsn, const std::wstring& tag);
+/// Ends the connections listed under `tag`, and runs on any other one.
+std::wstring cutStatement(const std::wstring& tag);
+/// The number of connections listed under `tag`.
+std::wstring connectionsQuery(const std::wstring& tag);
+
+/// Runs `statements` before `event` (insert, update, delete) of a row of `table` that fits `condition`. The row is NEW,
+/// or OLD for a delete.
+Change trigger(const std::wstring& table, const std::wstring& event, const std::wstring& condition,
+               const std::wstring& statements);
+/// Statements of a trigger that end the connection they run on.
+inline constexpr wchar_t kCutOwnConnection[] = L"perform pg_terminate_backend(pg_backend_pid()); perform pg_sleep(5);";
+
+/// A table of the numbers `n` from 1 to `last`.
+std::wstring numbers(int last);
+/// Has the server look at a table anew before it plans queries.
+std::wstring analyzeStatement(const std::wstring& table);
+/// One row that differs when the contents of a table do.
+std::wstring digestQuery(const std::wstring& table);
+/// Rows inserted, updated and deleted in a table, scans of all of it, and look-ups by its key, since it was made. Other
+/// connections' count once they have ended, this one's after kFlushStatistics.
+std::wstring workQuery(const std::wstring& table);
+inline constexpr wchar_t kFlushStatistics[] = L"select pg_stat_force_next_flush()";
+/// The number of other connections to this database.
+std::wstring otherConnectionsQuery();
