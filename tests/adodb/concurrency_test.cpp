@@ -102,7 +102,7 @@ TEST_F(ConcurrencyTest, CloseOfTheConnectionClosesItsRecordsets)
     connection.call(L"Close");
     EXPECT_EQ(long(streaming.property(L"State")), 0);
     EXPECT_EQ(long(kept.property(L"State")), 0);
-    EXPECT_EQ(errorOf([&] { streaming.call(L"MoveNext"); }).number, 3704);
+    EXPECT_EQ(numberOf([&] { streaming.call(L"MoveNext"); }), 3704);
 }
 
 TEST_F(ConcurrencyTest, RecordsetKeepsItsConnectionAlive)

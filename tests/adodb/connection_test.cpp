@@ -14,15 +14,15 @@ TEST_F(ConnectionTest, OpenShowsStateAndDatabaseButNoPassword)
     EXPECT_EQ(long(connection.property(L"State")), 1);
     EXPECT_EQ(textOf(connection.property(L"DefaultDatabase")), textOf(scalar(L"select current_database()")));
     EXPECT_EQ(textOf(connection.property(L"ConnectionString")), L"DSN=" + dsn + L";UID=quinmarkapp_user");
-    EXPECT_EQ(errorOf([&] { connection.call(L"Open"); }).number, 3705);
-    EXPECT_EQ(errorOf([&] { connection.put(L"ConnectionTimeout", 3L); }).number, 3705);
+    EXPECT_EQ(numberOf([&] { connection.call(L"Open"); }), 3705);
+    EXPECT_EQ(numberOf([&] { connection.put(L"ConnectionTimeout", 3L); }), 3705);
 }
 
 TEST_F(ConnectionTest, ClosedCanBeOpenedAgain)
 {
     connection.call(L"Close");
     EXPECT_EQ(long(connection.property(L"State")), 0);
-    EXPECT_EQ(errorOf([&] { connection.property(L"DefaultDatabase"); }).number, 3704);
+    EXPECT_EQ(numberOf([&] { connection.property(L"DefaultDatabase"); }), 3704);
     connection.call(L"Open", {(L"DSN=" + dsn).c_str(), L"quinmarkapp_user", password.c_str()});
     EXPECT_EQ(long(connection.property(L"State")), 1);
 }
@@ -33,7 +33,7 @@ TEST_F(ConnectionTest, WrongPasswordIsRefused)
     const com::Error error = errorOf([&] {
         other.call(L"Open", {(L"DSN=" + dsn).c_str(), L"quinmarkapp_user", L"wr;on}g"});
     });
-    EXPECT_EQ(static_cast<unsigned long>(error.number), 0x80040E4D);
+    EXPECT_EQ(error.number, kLogonRefused);
     EXPECT_EQ(error.description.find(L"wr;on"), std::wstring::npos);
     EXPECT_EQ(long(other.property(L"State")), 0);
 }
@@ -41,7 +41,7 @@ TEST_F(ConnectionTest, WrongPasswordIsRefused)
 TEST_F(ConnectionTest, FailureCarriesTheDriversTextAndFillsErrors)
 {
     const com::Error error = errorOf([&] { execute(L"select * from dbo.no_such_table"); });
-    EXPECT_EQ(static_cast<unsigned long>(error.number), 0x80040E37);
+    EXPECT_EQ(error.number, kNoSuchTable);
     EXPECT_EQ(error.source, L"Microsoft OLE DB Provider for ODBC Drivers");
     EXPECT_NE(error.description.find(L"no_such_table"), std::wstring::npos);
     const auto errors = com::Dispatch::from(connection.property(L"Errors"));
@@ -49,7 +49,7 @@ TEST_F(ConnectionTest, FailureCarriesTheDriversTextAndFillsErrors)
     const auto first = com::Dispatch::from(errors.property(L"Item", {0L}));
     EXPECT_EQ(textOf(first.property(L"SQLState")), L"42P01");
     EXPECT_EQ(textOf(first.property(L"Description")), error.description);
-    EXPECT_EQ(errorOf([&] { errors.property(L"Item", {1L}); }).number, 3265);
+    EXPECT_EQ(numberOf([&] { errors.property(L"Item", {1L}); }), 3265);
     errors.call(L"Clear");
     EXPECT_EQ(long(errors.property(L"Count")), 0);
 }
@@ -58,33 +58,23 @@ TEST_F(ConnectionTest, StatementErrorsHaveTheirNumbers)
 {
     createTable(L"");
     execute(L"insert into " + table + L" values (1)");
-    const auto numberOf = [&](const std::wstring& sql) {
-        return static_cast<unsigned long>(errorOf([&] { execute(sql); }).number);
-    };
-    EXPECT_EQ(numberOf(L"selec 1"), 0x80040E14);
-    EXPECT_EQ(numberOf(L"insert into " + table + L" values (1)"), 0x80040E2F);
-    EXPECT_EQ(numberOf(L"select 1 / 0"), 0x80004005);
+    EXPECT_EQ(numberOf([&] { execute(L"selec 1"); }), kStatementFailed);
+    EXPECT_EQ(numberOf([&] { execute(L"insert into " + table + L" values (1)"); }), kConstraintFailed);
+    EXPECT_EQ(numberOf([&] { execute(L"select 1 / 0"); }), kFailed);
 }
 
 TEST_F(ConnectionTest, CommandTimeoutStopsTheStatement)
 {
     connection.put(L"CommandTimeout", 1L);
     const com::Error error = errorOf([&] { execute(L"select pg_sleep(10)"); });
-    EXPECT_EQ(static_cast<unsigned long>(error.number), 0x80040E31);
+    EXPECT_EQ(error.number, kTimedOut);
     EXPECT_EQ(long(scalar(L"select 7")), 7);
 }
 
 TEST_F(ConnectionTest, RowsAffectedOfABatchAreThoseOfItsFirstStatement)
 {
     createTable(L"a integer");
-    _variant_t rows;
-    const auto run = [&](const std::wstring& sql) {
-        _variant_t byReference;
-        V_VT(&byReference) = VT_BYREF | VT_VARIANT;
-        V_VARIANTREF(&byReference) = &rows;
-        connection.call(L"Execute", {sql.c_str(), byReference});
-        return long(rows);
-    };
+    const auto run = [&](const std::wstring& sql) { return affectedBy(connection, {sql.c_str()}); };
     EXPECT_EQ(run(L"insert into " + table + L" values (1, 1), (2, 2), (3, 3)"), 3);
     EXPECT_EQ(run(L"delete from " + table + L" where key > 1; insert into " + table + L" values (9, 9)"), 2);
     EXPECT_EQ(run(L"delete from " + table + L" where key = 77"), 0);
@@ -96,7 +86,7 @@ TEST_F(ConnectionTest, LaterFailureInABatchIsRaised)
     createTable(L"");
     const com::Error error =
         errorOf([&] { execute(L"insert into " + table + L" values (1); insert into " + table + L" values (1)"); });
-    EXPECT_EQ(static_cast<unsigned long>(error.number), 0x80040E2F);
+    EXPECT_EQ(error.number, kConstraintFailed);
 }
 
 TEST_F(ConnectionTest, CommittedStaysAndRolledBackGoes)
@@ -104,8 +94,8 @@ TEST_F(ConnectionTest, CommittedStaysAndRolledBackGoes)
     createTable(L"");
     EXPECT_EQ(long(connection.call(L"BeginTrans")), 1);
     execute(L"insert into " + table + L" values (1)");
-    EXPECT_EQ(static_cast<unsigned long>(errorOf([&] { connection.call(L"BeginTrans"); }).number), 0x8004D013);
-    EXPECT_EQ(errorOf([&] { connection.call(L"Close"); }).number, 3246);
+    EXPECT_EQ(numberOf([&] { connection.call(L"BeginTrans"); }), kTransactionIsOpen);
+    EXPECT_EQ(numberOf([&] { connection.call(L"Close"); }), 3246);
     connection.call(L"CommitTrans");
     connection.call(L"BeginTrans");
     execute(L"insert into " + table + L" values (2)");
@@ -117,7 +107,7 @@ TEST_F(ConnectionTest, EndOfNoTransactionIsAnError)
 {
     for (const wchar_t* method : {L"CommitTrans", L"RollbackTrans"}) {
         const com::Error error = errorOf([&] { connection.call(method); });
-        EXPECT_EQ(static_cast<unsigned long>(error.number), 0x8004D00E);
+        EXPECT_EQ(error.number, kNotInTransaction);
         EXPECT_EQ(error.description, L"No transaction is active.");
     }
 }
@@ -127,7 +117,7 @@ TEST_F(ConnectionTest, FailedStatementLeavesTheTransactionUsable)
     createTable(L"");
     connection.call(L"BeginTrans");
     execute(L"insert into " + table + L" values (1)");
-    EXPECT_NE(errorOf([&] { execute(L"insert into " + table + L" values (1)"); }).number, 0);
+    EXPECT_NE(numberOf([&] { execute(L"insert into " + table + L" values (1)"); }), 0);
     execute(L"insert into " + table + L" values (2)");
     connection.call(L"CommitTrans");
     EXPECT_EQ(long(scalar(L"select max(key) from " + table)), 2);

@@ -4,31 +4,16 @@
 #include "command.h"
 #include "connection.h"
 #include "recordset.h"
+#include "support/Requirements.h"
 
 namespace adodb {
-
-namespace {
-
-constexpr wchar_t kUser[] = L"quinmarkapp_user";
-
-std::wstring setting(const wchar_t* name)
-{
-    wchar_t text[256] = {};
-    GetEnvironmentVariableW(name, text, static_cast<DWORD>(std::size(text)));
-    return text;
-}
-
-} // namespace
 
 void DatabaseTest::SetUp()
 {
     dsn = setting(L"QUINMARK_OFFICE_DSN");
     password = setting(L"QUINMARK_PASSWORD");
-    if (dsn.empty() || password.empty()) {
-        if (setting(L"QUINMARK_REQUIRE_DATABASE") == L"1")
-            FAIL() << "QUINMARK_OFFICE_DSN or QUINMARK_PASSWORD is not set";
-        GTEST_SKIP() << "QUINMARK_OFFICE_DSN or QUINMARK_PASSWORD is not set";
-    }
+    if (dsn.empty() || password.empty())
+        return skipWithout(L"QUINMARK_OFFICE_DSN and QUINMARK_PASSWORD", L"QUINMARK_REQUIRE_DATABASE");
     connection = openConnection();
 }
 
@@ -36,7 +21,7 @@ void DatabaseTest::TearDown()
 {
     if (connection) {
         connection = openConnection();
-        execute(L"drop table if exists " + table);
+        execute(L"drop table if exists " + table + L"; drop function if exists " + table + L"_f");
     }
     connection = {};
     EXPECT_FALSE(com::moduleInUse()) << "an object is left";
@@ -45,13 +30,17 @@ void DatabaseTest::TearDown()
 com::Dispatch DatabaseTest::openConnection() const
 {
     const com::Dispatch opened(com::makeObject<Connection>().Get());
-    opened.call(L"Open", {(L"DSN=" + dsn).c_str(), kUser, password.c_str()});
+    opened.call(L"Open", {connectionString().c_str()});
     return opened;
+}
+
+std::wstring DatabaseTest::connectionString() const
+{
+    return L"DSN=" + dsn + L";UID=quinmarkapp_user;PWD=" + password;
 }
 
 void DatabaseTest::createTable(const std::wstring& columns) const
 {
-    execute(L"drop table if exists " + table);
     execute(L"create table " + table + L" (key integer primary key" + (columns.empty() ? L"" : L", ") + columns + L")");
 }
 
@@ -80,6 +69,14 @@ com::Dispatch DatabaseTest::command(const std::wstring& text) const
     return created;
 }
 
+com::Dispatch DatabaseTest::procedure(const std::wstring& definition) const
+{
+    execute(L"create function " + table + L"_f" + definition);
+    com::Dispatch call = command(table + L"_f");
+    call.put(L"CommandType", 4L);
+    return call;
+}
+
 com::Dispatch DatabaseTest::append(const com::Dispatch& command, const wchar_t* name, long type, long direction,
                                    long size, const _variant_t& value)
 {
@@ -101,6 +98,19 @@ com::Dispatch DatabaseTest::createRecordset()
 _variant_t DatabaseTest::field(const com::Dispatch& recordset, const _variant_t& index)
 {
     return com::Dispatch::from(recordset.property(L"Fields", {index})).property(L"Value");
+}
+
+long DatabaseTest::affectedBy(const com::Dispatch& executing, std::initializer_list<_variant_t> statement)
+{
+    _variant_t rows;
+    _variant_t byReference;
+    V_VT(&byReference) = VT_BYREF | VT_VARIANT;
+    V_VARIANTREF(&byReference) = &rows;
+    if (statement.size() == 0)
+        executing.call(L"Execute", {byReference, com::missing(), -1L});
+    else
+        executing.call(L"Execute", {*statement.begin(), byReference});
+    return rows;
 }
 
 std::vector<_variant_t> itemsOf(const com::Dispatch& collection)

@@ -2,7 +2,7 @@
 
 #include "com/convert.h"
 #include "com/dispatch.h"
-#include "com/error.h"
+#include "error_of.h"
 
 #include <gtest/gtest.h>
 
@@ -10,8 +10,8 @@
 
 namespace adodb {
 
-/// An open connection to the database that QUINMARK_OFFICE_DSN and QUINMARK_PASSWORD name, and a table for each test
-/// program. Without the settings a test is skipped; with QUINMARK_REQUIRE_DATABASE=1 it fails.
+/// An open connection to the database that QUINMARK_OFFICE_DSN and QUINMARK_PASSWORD name, and a table and a procedure
+/// for each test program. Without the settings a test is skipped; with QUINMARK_REQUIRE_DATABASE=1 it fails.
 class DatabaseTest : public testing::Test
 {
 protected:
@@ -19,14 +19,17 @@ protected:
     void TearDown() override;
 
     com::Dispatch openConnection() const;
+    std::wstring connectionString() const;
 
-    /// Replaces the table by one of these columns: `key integer primary key` comes first.
+    /// Makes the table, with these columns after `key integer primary key`.
     void createTable(const std::wstring& columns) const;
 
     com::Dispatch execute(const std::wstring& sql) const;
     com::Dispatch query(const std::wstring& sql, long cursorType = 0) const;
     _variant_t scalar(const std::wstring& sql) const;
     com::Dispatch command(const std::wstring& text) const;
+    /// A command that calls the procedure, which is made of its parameters, language and text.
+    com::Dispatch procedure(const std::wstring& definition) const;
 
     /// A new parameter, appended to the command.
     static com::Dispatch append(const com::Dispatch& command, const wchar_t* name, long type, long direction, long size,
@@ -36,23 +39,14 @@ protected:
     static com::Dispatch createRecordset();
     static _variant_t field(const com::Dispatch& recordset, const _variant_t& index);
 
+    /// How many rows the execution of a command or of a connection's statement says it affected.
+    static long affectedBy(const com::Dispatch& executing, std::initializer_list<_variant_t> statement = {});
+
     std::wstring dsn;
     std::wstring password;
     std::wstring table = L"dbo.adodbtest_" + std::to_wstring(GetCurrentProcessId());
     com::Dispatch connection;
 };
-
-/// The error that `body` raises; number 0 when it raises none.
-com::Error errorOf(auto&& body)
-{
-    try {
-        body();
-    }
-    catch (const com::Error& error) {
-        return error;
-    }
-    return {};
-}
 
 /// What a collection's enumerator yields.
 std::vector<_variant_t> itemsOf(const com::Dispatch& collection);

@@ -6,84 +6,66 @@
 namespace adodb {
 namespace {
 
+long typeOf(int sqlType, int digits, bool isUnsigned, bool withoutNationalTypes = false)
+{
+    constexpr int kScale = 4;
+    const int scale = sqlType == SQL_NUMERIC || sqlType == SQL_DECIMAL ? kScale : 0;
+    return adoTypeOfColumn(
+        {static_cast<SQLSMALLINT>(sqlType), static_cast<SQLULEN>(digits), static_cast<SQLSMALLINT>(scale), isUnsigned},
+        withoutNationalTypes);
+}
+
 TEST(ColumnType, FollowsFromTheSqlType)
 {
-    const auto typeOf = [](int sqlType) {
-        return adoTypeOfColumn({static_cast<SQLSMALLINT>(sqlType), 10, 0, true}, false);
-    };
-    EXPECT_EQ(typeOf(SQL_SMALLINT), 2);
-    EXPECT_EQ(typeOf(SQL_INTEGER), 3);
-    EXPECT_EQ(typeOf(SQL_REAL), 4);
-    EXPECT_EQ(typeOf(SQL_FLOAT), 5);
-    EXPECT_EQ(typeOf(SQL_DOUBLE), 5);
-    EXPECT_EQ(typeOf(SQL_BIT), 11);
-    EXPECT_EQ(typeOf(SQL_TINYINT), 17);
-    EXPECT_EQ(typeOf(SQL_BIGINT), 20);
-    EXPECT_EQ(typeOf(SQL_GUID), 72);
-    EXPECT_EQ(typeOf(SQL_BINARY), 128);
-    EXPECT_EQ(typeOf(SQL_CHAR), 129);
-    EXPECT_EQ(typeOf(SQL_WCHAR), 130);
-    EXPECT_EQ(typeOf(SQL_NUMERIC), 131);
-    EXPECT_EQ(typeOf(SQL_TYPE_DATE), 133);
-    EXPECT_EQ(typeOf(SQL_TYPE_TIME), 134);
-    EXPECT_EQ(typeOf(SQL_TYPE_TIMESTAMP), 135);
-    EXPECT_EQ(typeOf(SQL_VARCHAR), 200);
-    EXPECT_EQ(typeOf(SQL_LONGVARCHAR), 201);
-    EXPECT_EQ(typeOf(SQL_WVARCHAR), 202);
-    EXPECT_EQ(typeOf(SQL_WLONGVARCHAR), 203);
-    EXPECT_EQ(typeOf(SQL_VARBINARY), 204);
-    EXPECT_EQ(typeOf(SQL_LONGVARBINARY), 205);
-    EXPECT_EQ(typeOf(SQL_INTERVAL_DAY), 0);
+    for (const auto& [sqlType, adoType] : {std::pair(SQL_SMALLINT, 2),    std::pair(SQL_INTEGER, 3),
+                                           std::pair(SQL_REAL, 4),        std::pair(SQL_FLOAT, 5),
+                                           std::pair(SQL_DOUBLE, 5),      std::pair(SQL_BIT, 11),
+                                           std::pair(SQL_TINYINT, 17),    std::pair(SQL_BIGINT, 20),
+                                           std::pair(SQL_GUID, 72),       std::pair(SQL_BINARY, 128),
+                                           std::pair(SQL_CHAR, 129),      std::pair(SQL_WCHAR, 130),
+                                           std::pair(SQL_NUMERIC, 131),   std::pair(SQL_TYPE_DATE, 133),
+                                           std::pair(SQL_TYPE_TIME, 134), std::pair(SQL_TYPE_TIMESTAMP, 135),
+                                           std::pair(SQL_VARCHAR, 200),   std::pair(SQL_LONGVARCHAR, 201),
+                                           std::pair(SQL_WVARCHAR, 202),  std::pair(SQL_WLONGVARCHAR, 203),
+                                           std::pair(SQL_VARBINARY, 204), std::pair(SQL_LONGVARBINARY, 205),
+                                           std::pair(SQL_INTERVAL_DAY, 0)})
+        EXPECT_EQ(typeOf(sqlType, 10, true), adoType) << sqlType;
 }
 
 TEST(ColumnType, OnlyDecimal19With4DecimalsIsCurrency)
 {
-    EXPECT_EQ(adoTypeOfColumn({SQL_DECIMAL, 19, 4, false}, false), 6);
-    EXPECT_EQ(adoTypeOfColumn({SQL_NUMERIC, 19, 4, false}, false), 6);
+    EXPECT_EQ(typeOf(SQL_DECIMAL, 19, false), 6);
+    EXPECT_EQ(typeOf(SQL_NUMERIC, 19, false), 6);
+    EXPECT_EQ(typeOf(SQL_DECIMAL, 18, false), 131);
     EXPECT_EQ(adoTypeOfColumn({SQL_DECIMAL, 19, 2, false}, false), 131);
-    EXPECT_EQ(adoTypeOfColumn({SQL_DECIMAL, 18, 4, false}, false), 131);
 }
 
 TEST(ColumnType, SignedTinyIntIsItsOwn)
 {
-    EXPECT_EQ(adoTypeOfColumn({SQL_TINYINT, 3, 0, false}, false), 16);
+    EXPECT_EQ(typeOf(SQL_TINYINT, 3, false), 16);
 }
 
 TEST(ColumnType, WideTextIsPlainWhereThereAreNoNationalTypes)
 {
-    EXPECT_EQ(adoTypeOfColumn({SQL_WCHAR, 5, 0, false}, true), 129);
-    EXPECT_EQ(adoTypeOfColumn({SQL_WVARCHAR, 5, 0, false}, true), 200);
-    EXPECT_EQ(adoTypeOfColumn({SQL_WLONGVARCHAR, 5, 0, false}, true), 201);
+    EXPECT_EQ(typeOf(SQL_WCHAR, 5, false, true), 129);
+    EXPECT_EQ(typeOf(SQL_WVARCHAR, 5, false, true), 200);
+    EXPECT_EQ(typeOf(SQL_WLONGVARCHAR, 5, false, true), 201);
 }
 
-struct StateCase
+TEST(SqlState, HasItsHresult)
 {
-    const wchar_t* state;
-    const wchar_t* message;
-    unsigned long result;
-};
-
-class SqlState : public testing::TestWithParam<StateCase>
-{
-};
-
-TEST_P(SqlState, HasItsHresult)
-{
-    const Diagnostic diagnostic{GetParam().state, 0, GetParam().message};
-    EXPECT_EQ(static_cast<unsigned long>(hresultOfDiagnostic(diagnostic)), GetParam().result);
+    for (const auto& [state, message, result] :
+         {std::tuple(L"28000", L"", 0x80040E4D), std::tuple(L"28P01", L"", 0x80040E4D),
+          std::tuple(L"42000", L"", 0x80040E14), std::tuple(L"42601", L"", 0x80040E14),
+          std::tuple(L"42703", L"", 0x80040E14), std::tuple(L"42S02", L"", 0x80040E37),
+          std::tuple(L"42P01", L"", 0x80040E37), std::tuple(L"42501", L"", 0x80040E09),
+          std::tuple(L"23000", L"", 0x80040E2F), std::tuple(L"23505", L"", 0x80040E2F),
+          std::tuple(L"HYT00", L"", 0x80040E31), std::tuple(L"HYT01", L"", 0x80040E31),
+          std::tuple(L"57014", L"", 0x80040E31), std::tuple(L"IM002", L"", 0x80004005),
+          std::tuple(L"08S01", L"", 0x80004005), std::tuple(L"08001", L"connection refused", 0x80004005),
+          std::tuple(L"08001", L"password authentication failed for user", 0x80040E4D)})
+        EXPECT_EQ(static_cast<unsigned>(hresultOfDiagnostic({state, 0, message})), result) << state;
 }
-
-INSTANTIATE_TEST_SUITE_P(All, SqlState,
-                         testing::Values(StateCase{L"28000", L"", 0x80040E4D}, StateCase{L"28P01", L"", 0x80040E4D},
-                                         StateCase{L"42000", L"", 0x80040E14}, StateCase{L"42601", L"", 0x80040E14},
-                                         StateCase{L"42703", L"", 0x80040E14}, StateCase{L"42S02", L"", 0x80040E37},
-                                         StateCase{L"42P01", L"", 0x80040E37}, StateCase{L"42501", L"", 0x80040E09},
-                                         StateCase{L"23000", L"", 0x80040E2F}, StateCase{L"23505", L"", 0x80040E2F},
-                                         StateCase{L"HYT00", L"", 0x80040E31}, StateCase{L"HYT01", L"", 0x80040E31},
-                                         StateCase{L"57014", L"", 0x80040E31}, StateCase{L"IM002", L"", 0x80004005},
-                                         StateCase{L"08S01", L"", 0x80004005},
-                                         StateCase{L"08001", L"connection refused", 0x80004005},
-                                         StateCase{L"08001", L"password authentication failed for user", 0x80040E4D}));
 
 } // namespace
 } // namespace adodb

@@ -1,24 +1,27 @@
-' Uses ADODB from a script: default members, For Each, by-reference arguments, error numbers.
-Option Explicit
+' ADO's classes as a script uses them: default members, For Each, by-reference arguments, error numbers.
 Dim settings, connection, rows, command, affected, item, names
 Set settings = CreateObject("WScript.Shell").Environment("PROCESS")
+If settings("QUINMARK_OFFICE_DSN") = "" And settings("QUINMARK_REQUIRE_DATABASE") <> "1" Then WScript.Quit 77
 Set connection = CreateObject("ADODB.Connection")
 connection.Open "DSN=" & settings("QUINMARK_OFFICE_DSN"), "quinmarkapp_user", settings("QUINMARK_PASSWORD")
+
 Set rows = CreateObject("ADODB.Recordset")
 rows.Open "select 1 as id, 'O''Brien'::varchar(20) as name union all select 2, null order by 1", connection, 3, 1
-Do Until rows.EOF
-    WScript.Echo rows("id") & "|" & rows("NAME") & "|" & rows.Fields("id") & "|" & rows.Fields.Item(0).Value & "|" & _
-        rows(1).Type & "|" & IsNull(rows("name").Value)
-    rows.MoveNext
-Loop
-WScript.Echo "count " & rows.RecordCount
+Check "default members", rows("id") & rows("NAME") & rows.Fields("id") & rows.Fields.Item(0).Value, "1O'Brien11"
+Check "type", rows(1).Type, CLng(200)
+rows.MoveNext
+Check "second row", rows("id").Value, CLng(2)
+Check "null", IsNull(rows("name").Value), True
+rows.MoveNext
+Check "end", rows.EOF, True
+Check "count", rows.RecordCount, CLng(2)
 names = ""
 For Each item In rows.Fields
     names = names & item.Name & ","
 Next
-WScript.Echo names
+Check "fields in turn", names, "id,name,"
 rows.Close
-WScript.Echo "state " & rows.State
+Check "state", rows.State, CLng(0)
 
 Set command = CreateObject("ADODB.Command")
 Set command.ActiveConnection = connection
@@ -29,23 +32,24 @@ command.Parameters("b") = 2
 command("a").Value = 40
 affected = "untouched"
 Set rows = command.Execute(affected)
-WScript.Echo "sum " & rows(0) & " affected " & affected
+Check "sum", rows(0).Value, CLng(42)
+Check "affected by a query", affected, CLng(-1)
 names = ""
 For Each item In command.Parameters
     names = names & item.Name & "=" & item & ","
 Next
-WScript.Echo names
+Check "parameters in turn", names, "a=40,b=2,"
 connection.Execute "create temp table adodb_script(a integer); insert into adodb_script values (1), (2)"
 connection.Execute "update adodb_script set a = 3", affected
-WScript.Echo "affected " & affected
+Check "affected by a statement", affected, CLng(2)
 
 On Error Resume Next
 names = rows("missing")
-affected = Err.Number And 65535
-WScript.Echo affected & " " & Err.Source & " " & Err.Description
-Err.Clear
+CheckError "missing item", 3265, "ADODB.Fields", "Item cannot be found in the collection corresponding to the requested name or ordinal."
 connection.Execute "select * from no_such_table"
-WScript.Echo Hex(Err.Number) & " " & Err.Source & " " & connection.Errors.Count & " " & connection.Errors(0).SQLState
-Err.Clear
+CheckErrorNumber "missing table", &H80040E37
+Check "errors", connection.Errors.Count & " " & connection.Errors(0).SQLState, "1 42P01"
 connection.RollbackTrans
-WScript.Echo Hex(Err.Number) & " " & Err.Description
+CheckError "no transaction", -2147168242, "Microsoft OLE DB Provider for ODBC Drivers", "No transaction is active."
+
+Finish 16
