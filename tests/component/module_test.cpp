@@ -1,3 +1,4 @@
+#include "support/Apartment.h"
 #include "support/BuiltDll.h"
 #include "support/LateCall.h"
 
@@ -7,6 +8,8 @@
 #include <fstream>
 #include <string>
 #include <vector>
+
+using Microsoft::WRL::ComPtr;
 
 namespace {
 
@@ -82,6 +85,24 @@ TEST(BuiltDll, ImportsSystemModulesOnly)
     EXPECT_FALSE(imports.empty());
     for (const std::string& name : imports)
         EXPECT_NE(std::find(system.begin(), system.end(), name), system.end()) << name;
+}
+
+TEST(BuiltDll, MayGoOnceItsObjectsAreGoneWhateverFailed)
+{
+    const Apartment apartment;
+    const LoadedDll dll;
+    EXPECT_EQ(dll.call("DllCanUnloadNow"), S_OK);
+    {
+        const ComPtr<_Factory> factory = dll.createFactory();
+        EXPECT_EQ(dll.call("DllCanUnloadNow"), S_FALSE);
+        EXPECT_EQ(lateCall(factory.Get(), L"createReplication").code, S_OK);
+        EXPECT_EQ(lateCall(factory.Get(), L"init", {0L, L"LOCAL", L"", L"", L"", L"", L"", L"", 1L, L""}).scode,
+                  static_cast<SCODE>(0x800403E8));
+        EXPECT_EQ(lateCall(factory.Get(), L"init").code, DISP_E_PARAMNOTOPTIONAL);
+        void* object = nullptr;
+        EXPECT_EQ(dll.classObject(CLSID_clsReplicate, IID_IClassFactory, &object), CLASS_E_CLASSNOTAVAILABLE);
+    }
+    EXPECT_EQ(dll.call("DllCanUnloadNow"), S_OK);
 }
 
 std::string fileText(const wchar_t* path)
