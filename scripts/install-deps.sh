@@ -19,7 +19,7 @@ readonly kPackages=(
     libodbc2:i386 odbc-postgresql:i386 tdsodbc:i386 postgresql python3
     libcli11-dev libtomlplusplus-dev nlohmann-json3-dev libfmt-dev wixl
 )
-readonly kTestPackages=(chromium clang libclang-rt-14-dev clang-tidy cppcheck gcovr)
+readonly kTestPackages=(chromium clang libclang-rt-14-dev clang-tidy cppcheck gcovr python3-jsonschema)
 # MariaDB without its service: the benches start a server of their own.
 readonly kBenchPackages=(percona-toolkit mariadb-server-core mariadb-client-core)
 readonly reviewTests="$repoRoot/tests/review" reviewModules="$repoRoot/build/review-node_modules"

@@ -1,50 +1,14 @@
 #include "Quinrep.h"
 
-#include "Schema.h"
-#include "com/error.h"
 #include "text.h"
 
-#include <filesystem>
 #include <fstream>
-#include <sstream>
 
 namespace {
-
-constexpr DWORD kLongestRun = 60000;
-
-std::wstring temporaryPath(const std::wstring& name)
-{
-    static int number = 0;
-    return std::filesystem::temp_directory_path() /
-           (L"quinrep_" + std::to_wstring(GetCurrentProcessId()) + L"_" + std::to_wstring(++number) + L"_" + name);
-}
 
 std::wstring configurationPath()
 {
     return std::filesystem::temp_directory_path() / (L"quinrep_" + std::to_wstring(GetCurrentProcessId()) + L".toml");
-}
-
-HANDLE inheritedFile(const std::wstring& path)
-{
-    SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
-    return CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherited, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL,
-                       nullptr);
-}
-
-std::string contentOf(const std::wstring& path)
-{
-    std::ostringstream text;
-    text << std::ifstream(std::filesystem::path(path), std::ios::binary).rdbuf();
-    std::string content = text.str();
-    std::erase(content, '\r');
-    return content;
-}
-
-std::filesystem::path builtProgram()
-{
-    wchar_t path[MAX_PATH];
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return std::filesystem::path(path).replace_filename(L"quinrep.exe");
 }
 
 std::string side(const char* name, const std::wstring& dsn, const std::wstring& prefix, const std::string& password)
@@ -53,53 +17,35 @@ std::string side(const char* name, const std::wstring& dsn, const std::wstring& 
            password + "'\n";
 }
 
+/// Keeps an output for schema_test.py, together with the others of this process only.
+void keepOutput(const std::string& definition, const std::string& output)
+{
+    static int number = 0;
+    const std::filesystem::path folder = JSON_OUTPUTS;
+    if (number == 0)
+        std::filesystem::remove_all(folder);
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder / (definition + "." + std::to_string(++number) + ".json"), std::ios::binary) << output;
+}
+
 } // namespace
 
-QuinrepProcess::QuinrepProcess(const std::wstring& arguments)
-    : outputPath_(temporaryPath(L"output")),
-      messagesPath_(temporaryPath(L"messages"))
+std::string tableSection(const std::string& name, const std::string& method, const std::string& more)
 {
-    STARTUPINFOW startup{};
-    startup.cb = sizeof(startup);
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = inheritedFile(outputPath_);
-    startup.hStdError = inheritedFile(messagesPath_);
-    std::wstring line = L"\"" + builtProgram().wstring() + L"\" " + arguments;
-    const BOOL started =
-        CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process_);
-    const DWORD reason = GetLastError();
-    CloseHandle(startup.hStdOutput);
-    CloseHandle(startup.hStdError);
-    if (!started)
-        com::check(HRESULT_FROM_WIN32(reason));
-}
-
-QuinrepProcess::~QuinrepProcess()
-{
-    TerminateProcess(process_.hProcess, 99);
-    WaitForSingleObject(process_.hProcess, kLongestRun);
-    CloseHandle(process_.hThread);
-    CloseHandle(process_.hProcess);
-    DeleteFileW(outputPath_.c_str());
-    DeleteFileW(messagesPath_.c_str());
-}
-
-Ended QuinrepProcess::wait()
-{
-    Ended ended;
-    EXPECT_EQ(WaitForSingleObject(process_.hProcess, kLongestRun), WAIT_OBJECT_0) << "quinrep does not end";
-    GetExitCodeProcess(process_.hProcess, &ended.exitCode);
-    ended.output = contentOf(outputPath_);
-    ended.messages = contentOf(messagesPath_);
-    return ended;
+    return "[[table]]\nname = '" + name + "'\nmethod = '" + method + "'\n" + more + "\n";
 }
 
 void Quinrep::TearDown()
 {
     DeleteFileW(configurationPath().c_str());
-    for (const wchar_t* ending : {L".last-run.json", L".decisions.jsonl"})
-        DeleteFileW(std::filesystem::path(host().logFile).replace_extension(ending).c_str());
+    DeleteFileW(decisionLog().c_str());
+    DeleteFileW(std::filesystem::path(host().logFile).replace_extension(L".last-run.json").c_str());
     PracticePair::TearDown();
+}
+
+std::filesystem::path Quinrep::decisionLog()
+{
+    return std::filesystem::path(host().logFile).replace_extension(L".decisions.jsonl");
 }
 
 std::wstring Quinrep::commandLine(const std::wstring& arguments)
@@ -113,17 +59,41 @@ std::wstring Quinrep::commandLine(const std::wstring& arguments)
          << side("destination", settings.destinationDsn, settings.destinationPrefix, passwordSource)
          << "[log]\nfile = '" << toUtf8(settings.logFile) << "'\nlevel = 1\n"
          << sections << tables;
-    return L"-c \"" + configurationPath() + L"\" " + arguments;
+    return L"\"" + builtProgram(L"quinrep.exe") + L"\" -c \"" + configurationPath() + L"\" " + arguments;
 }
 
 Ended Quinrep::quinrep(const std::wstring& arguments)
 {
-    return QuinrepProcess(commandLine(arguments)).wait();
+    return {ChildProcess(commandLine(arguments)).wait()};
 }
 
-Ended Quinrep::quinrepJson(const std::wstring& arguments, const std::string& schema)
+Ended Quinrep::quinrepJson(const std::wstring& arguments, const std::string& definition)
 {
     const Ended ended = quinrep(arguments + L" --json");
-    EXPECT_EQ(breachesOf(schema, ended.json()), std::vector<std::string>{}) << ended.output;
+    keepOutput(definition, ended.output);
     return ended;
+}
+
+void Quinrep::addUsers(const PracticeSide& side, int first, int last)
+{
+    std::wstring rows;
+    for (int key = first; key <= last; ++key)
+        rows += (rows.empty() ? L"(" : L", (") + std::to_wstring(key) + L", 'user', '" + kOld + L"')";
+    side.execute(L"insert into users (unid, user_name, mod_date) values " + rows);
+}
+
+std::wstring Quinrep::shortcutKey(int number)
+{
+    return L"{0F8FAD5B-D9CB-469F-A165-70867728950" + std::to_wstring(number) + L"}";
+}
+
+void Quinrep::addShortcut(const PracticeSide& side, int number, const std::wstring& text, const std::wstring& modified)
+{
+    side.execute(L"insert into shortcut (unid, item_name, item_text, mod_date) values ('" + shortcutKey(number) +
+                 L"', 'Recall " + std::to_wstring(number) + L"', '" + text + L"', '" + modified + L"')");
+}
+
+std::vector<std::wstring> Quinrep::shortcuts(const PracticeSide& side)
+{
+    return side.rows(L"select item_text from shortcut order by unid");
 }

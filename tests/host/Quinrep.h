@@ -1,37 +1,25 @@
 #pragma once
 
+#include "HostError.h"
+#include "support/ChildProcess.h"
 #include "support/PracticePair.h"
 
+#include <filesystem>
+#include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
-#include <optional>
-#include <windows.h>
+#include <string>
+
+using nlohmann::json;
+using testing::HasSubstr;
 
 /// How quinrep.exe ended and what it said.
-struct Ended
+struct Ended : ProgramEnd
 {
-    DWORD exitCode = 0;
-    std::string output;
-    std::string messages;
-
-    nlohmann::json json() const { return nlohmann::json::parse(output); }
+    json result() const { return json::parse(output); }
 };
 
-/// quinrep.exe, started as a process; ended with this when it still runs.
-class QuinrepProcess
-{
-public:
-    explicit QuinrepProcess(const std::wstring& arguments);
-    ~QuinrepProcess();
-    QuinrepProcess(const QuinrepProcess&) = delete;
-    QuinrepProcess& operator=(const QuinrepProcess&) = delete;
-
-    Ended wait();
-
-private:
-    std::wstring outputPath_;
-    std::wstring messagesPath_;
-    PROCESS_INFORMATION process_{};
-};
+/// A [[table]] of the configuration.
+std::string tableSection(const std::string& name, const std::string& method, const std::string& more = "");
 
 /// The practice pair with quinrep beside it. The configuration is written from the settings of the pair.
 class Quinrep : public PracticePair
@@ -39,16 +27,27 @@ class Quinrep : public PracticePair
 protected:
     void TearDown() override;
 
-    /// The tables of the configuration, as TOML: for one-way replication of users unless told.
-    std::string tables = "[[table]]\nname = \"users\"\nmethod = \"one_way_deletes\"\n";
+    /// The tables of the configuration.
+    std::string tables = tableSection("users", "one_way_deletes");
     /// Further sections in front of the tables.
     std::string sections;
     std::string passwordSource = "env:QUINMARK_PASSWORD";
     std::string programVersion = "3.46";
 
-    /// Writes the configuration; the arguments that name it, and `arguments` behind them.
+    /// The command line with these arguments after those that name the configuration, which is written.
     std::wstring commandLine(const std::wstring& arguments);
     Ended quinrep(const std::wstring& arguments);
-    /// With --json; the result has been held against the schema.
-    Ended quinrepJson(const std::wstring& arguments, const std::string& schema);
+    /// With --json; the output is kept, to be held against this definition of the schema.
+    Ended quinrepJson(const std::wstring& arguments, const std::string& definition);
+
+    std::filesystem::path decisionLog();
+
+    /// Old users 1 to `last`.
+    static void addUsers(const PracticeSide& side, int first, int last);
+    /// The shortcut of this number, described as "Recall NUMBER".
+    static void addShortcut(const PracticeSide& side, int number, const std::wstring& text,
+                            const std::wstring& modified);
+    static std::wstring shortcutKey(int number);
+    /// The texts of all shortcuts of a side.
+    static std::vector<std::wstring> shortcuts(const PracticeSide& side);
 };

@@ -1,0 +1,181 @@
+// What `quinrep check` finds, and what an administrator gets wrong at first: told with what to do, before a run.
+#include "Quinrep.h"
+
+#include "support/Sabotage.h"
+
+#include <fstream>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+namespace {
+
+class Check : public Quinrep
+{
+protected:
+    /// The names of the looks that found something, which is told with what to do.
+    std::vector<std::string> findings(DWORD exitCode = kNotReady, const char* finds = "ok", bool unless = true,
+                                      const std::wstring& options = L"")
+    {
+        const Ended ended = quinrepJson(L"check" + options, "check");
+        EXPECT_EQ(ended.exitCode, exitCode) << ended.output;
+        std::vector<std::string> names;
+        text = ended.output;
+        const json checks = ended.result()["checks"];
+        EXPECT_FALSE(checks.empty());
+        for (const json& check : checks)
+            if (check[finds] != unless) {
+                names.push_back(check["check"]);
+                EXPECT_NE(check["finding"], "");
+                EXPECT_NE(check["todo"], "") << check;
+            }
+        return names;
+    }
+
+    std::string text;
+};
+
+/// Without the configuration of the practice pair.
+Ended quinrepAlone(const std::wstring& arguments)
+{
+    return {ChildProcess(L"\"" + builtProgram(L"quinrep.exe") + L"\" " + arguments).wait()};
+}
+
+} // namespace
+
+TEST_F(Check, OfAPairInOrderFindsNothing)
+{
+    EXPECT_THAT(findings(kDone), IsEmpty());
+}
+
+TEST_F(Check, TellsEveryFindingWithWhatToDo)
+{
+    programVersion = "9.99";
+    tables += tableSection("no_such_table", "one_way") +
+              tableSection("procs", "by_key", "key = 'no_key'\ndeletes = 'skip'") +
+              tableSection("chart_option", "one_way_deletes", "dependent = 'no_settings'");
+    source().execute(L"delete from replication_control where unique_key = 0");
+    EXPECT_THAT(findings(), ElementsAre("program version", "control record", "table no_such_table", "table procs",
+                                        "table no_settings, with chart_option"));
+    EXPECT_THAT(text, HasSubstr("the source cannot read it: "));
+}
+
+TEST_F(Check, TellsEachConnectionByItself)
+{
+    host().sourceDsn = L"Nowhere";
+    host().destinationDsn = L"NowhereElse";
+    EXPECT_THAT(findings(), ElementsAre("source Nowhere", "destination NowhereElse"));
+    EXPECT_THAT(text, HasSubstr("There is no ODBC data source of that name for 32-bit programs"));
+}
+
+// A run would fail at its first statement that names both sides.
+TEST_F(Check, TellsAPrefixThatReachesNothing)
+{
+    host().destinationPrefix = L"elsewhere.";
+    EXPECT_THAT(findings(), ElementsAre("table users"));
+    EXPECT_THAT(text, HasSubstr("the local database does not reach elsewhere.users"));
+    EXPECT_THAT(text, HasSubstr("correct the destination's prefix"));
+}
+
+TEST_F(Check, TellsALogThatCannotBeWrittenOnce)
+{
+    EXPECT_THAT(findings(kNotReady, "ok", true, L" --log-file Z:/no/such/folder/x.log"),
+                ElementsAre("log Z:/no/such/folder/x.log"));
+}
+
+TEST_F(Check, WarnsOfWhatCanBeKnownWithoutRows)
+{
+    tables = tableSection("dentist_company", "by_key", "key = 'dc_id'\ndeletes = 'with_updates'") +
+             tableSection("procs", "two_way");
+    EXPECT_THAT(findings(kDone, "warning", false),
+                ElementsAre("table dentist_company", "table dentist_company", "table procs"));
+    for (const char* warning :
+         {"replication has no description", "it is matched by dc_id, and co", "two-way replication opens mess"})
+        EXPECT_THAT(text, HasSubstr(warning));
+}
+
+TEST_F(Quinrep, WrongPasswordIsRefusedAndNeverShown)
+{
+    SetEnvironmentVariableW(L"QUINREP_WRONG", L"hunter2-secret");
+    passwordSource = "env:QUINREP_WRONG";
+    for (const wchar_t* command : {L"run", L"conflicts list"}) {
+        const Ended ended = quinrepJson(command, "failure");
+        EXPECT_EQ(ended.exitCode, kFailed);
+        EXPECT_THAT(ended.messages, HasSubstr("password is refused"));
+        EXPECT_THAT(ended.messages + ended.output, Not(HasSubstr("hunter2")));
+    }
+    EXPECT_EQ(quinrep(L"check").exitCode, kNotReady);
+    EXPECT_FALSE(logged(L"hunter2"));
+}
+
+// The component would ask a person in a message box, for which a scheduled run waits for ever.
+TEST_F(Quinrep, FilesThatCannotBeWrittenAreFoundBeforeTheRun)
+{
+    addUser(source(), 1, L"new", kNew);
+    const auto expectRefusal = [this](const std::wstring& arguments, const char* message) {
+        const Ended ended = quinrepJson(arguments, "failure");
+        EXPECT_EQ(ended.exitCode, kUsage);
+        EXPECT_THAT(ended.messages, HasSubstr(message));
+    };
+    expectRefusal(L"run --log-file Z:/no/x.log", "the log Z:/no/x.log cannot be written\n  Name a file");
+    expectRefusal(L"run --report Z:/no/x.html", "the report Z:/no/x.html cannot be written");
+    std::filesystem::create_directory(decisionLog());
+    expectRefusal(L"run", "the decision log ");
+    std::filesystem::remove(decisionLog());
+    EXPECT_THAT(users(destination()), IsEmpty());
+}
+
+TEST_F(Quinrep, ReportOfARunThatCouldNotBeginTellsTheFailure)
+{
+    host().sourceDsn = L"Nowhere";
+    const std::wstring report = host().logFile + L".html";
+    std::ofstream(std::filesystem::path(report)) << "yesterday's";
+    EXPECT_EQ(quinrep(L"run --report \"" + report + L"\"").exitCode, kFailed);
+    EXPECT_THAT(contentOf(report), testing::AllOf(HasSubstr("The run failed: "), Not(HasSubstr("yesterday"))));
+    DeleteFileW(report.c_str());
+}
+
+TEST_F(Quinrep, MistakesOnTheCommandLineAndInTheFileEndWithThree)
+{
+    for (const auto& [arguments, message] : std::initializer_list<std::pair<const wchar_t*, const char*>>{
+             {L"nonsense", ""},
+             {L"", ""},
+             {L"conflicts resolve --all --use bogus", "not in {source,destination,later}"},
+             {L"conflicts resolve --all --use 1", "not in {source,destination,later}"},
+             {L"conflicts resolve --all", "--use is required"},
+             {L"conflicts resolve --use source", "name conflicts, or --all"},
+             {L"conflicts dismiss --all", "--reason is required"},
+             {L"conflicts dismiss --all --reason \" \"", "--reason is empty"},
+             {L"conflicts dismiss --reason why", "name conflicts, or --all"},
+             {L"conflicts list --kind other", "--kind"},
+             {L"conflicts log --before yesterday", "is no day"}})
+    {
+        const Ended ended = quinrep(arguments);
+        EXPECT_EQ(ended.exitCode, kUsage) << ended.messages;
+        EXPECT_THAT(ended.messages, HasSubstr(message));
+        EXPECT_EQ(ended.output, "");
+    }
+    EXPECT_EQ(quinrepAlone(L"-c Z:/no/such.toml check").exitCode, kUsage);
+    tables = "[[table]]\nname = 7\n";
+    const Ended mistaken = quinrepJson(L"check", "failure");
+    EXPECT_EQ(mistaken.exitCode, kUsage);
+    EXPECT_THAT(mistaken.messages, HasSubstr("table.name: expected a text"));
+    EXPECT_THAT(mistaken.messages, HasSubstr("table.method is missing"));
+    EXPECT_THAT(quinrepJson(L"run --nonsense", "failure").messages,
+                StartsWith("quinrep: The following argument was not expected: --nonsense\n"));
+    EXPECT_EQ(quinrep(L"--version").exitCode, kDone);
+}
+
+TEST_F(Quinrep, InitWritesAFileThatIsNeverOverwritten)
+{
+    const std::wstring path = std::filesystem::temp_directory_path() / L"quinrep Praxis Zähne.toml";
+    DeleteFileW(path.c_str());
+    EXPECT_EQ(quinrepAlone(L"-c \"" + path + L"\" init").exitCode, kDone);
+    const Ended again = quinrepAlone(L"-c \"" + path + L"\" init");
+    EXPECT_EQ(again.exitCode, kUsage);
+    EXPECT_THAT(again.messages, HasSubstr("quinrep Praxis Zähne.toml exists already"));
+    DeleteFileW(path.c_str());
+    EXPECT_EQ(quinrepAlone(L"-c Z:/no/such/folder/x.toml init").exitCode, kUsage);
+}

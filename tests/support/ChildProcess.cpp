@@ -1,0 +1,87 @@
+#include "ChildProcess.h"
+
+#include "com/error.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace {
+
+constexpr DWORD kLongestRun = 60000;
+
+std::wstring temporaryPath(const wchar_t* name)
+{
+    static int number = 0;
+    return std::filesystem::temp_directory_path() /
+           (L"child_" + std::to_wstring(GetCurrentProcessId()) + L"_" + std::to_wstring(++number) + L"_" + name);
+}
+
+HANDLE inheritedFile(const std::wstring& path)
+{
+    SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+    return CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherited, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL,
+                       nullptr);
+}
+
+std::string linesOf(const std::wstring& path)
+{
+    std::string text = contentOf(path);
+    std::erase(text, '\r');
+    return text;
+}
+
+} // namespace
+
+ChildProcess::ChildProcess(std::wstring commandLine, const std::wstring& folder)
+    : outputPath_(temporaryPath(L"output")),
+      messagesPath_(temporaryPath(L"messages"))
+{
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = inheritedFile(outputPath_);
+    startup.hStdError = inheritedFile(messagesPath_);
+    const BOOL started = CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                                        folder.empty() ? nullptr : folder.c_str(), &startup, &process_);
+    const DWORD reason = GetLastError();
+    CloseHandle(startup.hStdOutput);
+    CloseHandle(startup.hStdError);
+    if (!started)
+        com::check(HRESULT_FROM_WIN32(reason));
+}
+
+ChildProcess::~ChildProcess()
+{
+    TerminateProcess(process_.hProcess, 99);
+    WaitForSingleObject(process_.hProcess, kLongestRun);
+    CloseHandle(process_.hThread);
+    CloseHandle(process_.hProcess);
+    DeleteFileW(outputPath_.c_str());
+    DeleteFileW(messagesPath_.c_str());
+}
+
+ProgramEnd ChildProcess::wait()
+{
+    ProgramEnd end;
+    EXPECT_EQ(WaitForSingleObject(process_.hProcess, kLongestRun), WAIT_OBJECT_0) << "the program does not end";
+    GetExitCodeProcess(process_.hProcess, &end.exitCode);
+    end.output = linesOf(outputPath_);
+    end.messages = linesOf(messagesPath_);
+    return end;
+}
+
+std::string contentOf(const std::wstring& path)
+{
+    std::ifstream file(std::filesystem::path(path), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::wstring builtProgram(const wchar_t* name)
+{
+    wchar_t path[MAX_PATH];
+    GetModuleFileNameW(nullptr, path, MAX_PATH);
+    return std::filesystem::path(path).replace_filename(name).wstring();
+}
