@@ -9,6 +9,8 @@ import subprocess
 import tempfile
 import unittest
 
+from type_library import CONSTANTS, MEMBERS, WORDS
+
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 DOCUMENTS = [*sorted((ROOT / "docs").glob("*.md")), ROOT / "README.md", ROOT / "database/README.md"]
 SOURCES = ["bench", "cmake", "database", "examples", "host", "packaging", "scripts", "src", "tests", "wine"]
@@ -49,16 +51,6 @@ def source_text():
     files = [file for folder in SOURCES for file in (ROOT / folder).rglob("*")
              if file.is_file() and file.suffix not in (".md", ".pyc") and file != pathlib.Path(__file__).resolve()]
     return "\n".join(file.read_text(encoding="utf-8", errors="replace") for file in files)
-
-
-@functools.cache
-def library():
-    """The words of each interface by its name without the underscore, and the names of the constants."""
-    text = (ROOT / "src/typelib/QuinmarkRepDLL.idl.in").read_text(encoding="utf-8")
-    interfaces = {name: set(re.findall(r"\w+", body))
-                  for name, body in re.findall(r"interface _(\w+) : IDispatch\s*{(.*?)\n    }", text, re.S)}
-    return interfaces, {name for body in re.findall(r"enum\b[^{]*{(.*?)}", text, re.S)
-                        for name in re.findall(r"(\w+) =", body)}
 
 
 def has(word, text):
@@ -119,19 +111,18 @@ def strange_files(text):
 
 
 def strange_names(text):
-    interfaces, constants = library()
-    first_words = {name.partition("_")[0] for name in constants if "_" in name}
+    first_words = {name.partition("_")[0] for name in CONSTANTS if "_" in name}
     for name in set(re.findall(r"\b[A-Z][A-Z0-9]+(?:_\w+)+", text)) - PLATFORM:
-        if name not in constants and (name.partition("_")[0] in first_words or not has(name, source_text())):
+        if name not in CONSTANTS and (name.partition("_")[0] in first_words or not has(name, source_text())):
             yield name
-    owners = {"factory": "Factory", "run": "clsReplicate"} | {name: name for name in interfaces}
+    owners = {"factory": "Factory", "run": "clsReplicate"} | {name: name for name in MEMBERS}
     for owner, member in re.findall(rf"(?<![\w/.])({'|'.join(owners)})\.(\w+)", text):
-        if member not in interfaces[owners[owner]] | {"h", "cpp"} and f"{owner}.{member}" not in source_text():
+        if member not in MEMBERS[owners[owner]] | {"h", "cpp"} and f"{owner}.{member}" not in source_text():
             yield f"{owner}.{member}"
     for owner, section in re.findall(r"^## (\w+)\n(.*?)(?=^## |\Z)", text, re.M | re.S):
         cells = re.sub(r"\(.*?\)", "", " ".join(re.findall(r"^\| *(`[^|]*)\|", section, re.M)))
         yield from (f"{owner}: {name}" for name in re.findall(r"`(\w+)", cells)
-                    if name not in interfaces.get(owner, {name}))
+                    if name not in WORDS.get(owner, {name}))
 
 
 def mistakes(configuration):
