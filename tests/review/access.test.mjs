@@ -2,26 +2,21 @@ import assert from 'node:assert/strict';
 import { createServer, request } from 'node:http';
 import { connect } from 'node:net';
 import { once } from 'node:events';
-import { beforeEach, test } from 'node:test';
-import { openBench, Review } from './support/Review.mjs';
+import { test } from 'node:test';
+import { Review } from './support/Review.mjs';
+import { laptop, page, practice, reviewAt } from './support/bench.mjs';
 
-const { practice, review, browser } = await openBench('laptop');
-const { laptop } = practice;
-let conflict;
+const review = await reviewAt('laptop');
 
-beforeEach(() => {
-    conflict = practice.conflict(laptop, { key: 'Secret key', office: 'set at the office', laptop: 'kept' });
-});
-
-/// Sends bytes as they are, in pieces; all that comes back.
+/// Sends bytes as they are, in pieces that arrive one by one; all that comes back.
 async function speak(...pieces) {
     const socket = connect(new URL(review.address).port, '127.0.0.1');
     const closed = once(socket, 'close');
     let received = '';
     socket.on('data', (data) => { received += data; });
-    for (const piece of pieces) {
+    for (const [index, piece] of pieces.entries()) {
+        if (index > 0) await new Promise((resolve) => setTimeout(resolve, 50));
         socket.write(piece);
-        await new Promise((resolve) => setTimeout(resolve, 50));
     }
     await closed;
     return received;
@@ -34,12 +29,15 @@ async function statusWith(headers) {
     return answer.statusCode;
 }
 
-function assertUntouched() {
-    assert.equal(laptop.waits(conflict), true);
-    assert.equal(laptop.shortcutText(conflict.row), 'kept');
+const secretConflict = () => practice.conflict(laptop, 'Secret key');
+
+async function assertUntouched(conflict) {
+    assert.equal(await laptop.waits(conflict), true);
+    assert.equal(await laptop.shortcutText(conflict.row), 'set at the laptop');
 }
 
 test('without the token, or with a wrong one, nothing is shown and nothing is done', async () => {
+    const conflict = await secretConflict();
     const token = new URL(review.address).pathname.slice(1, -1);
     assert.match(token, /^[0-9a-f]{48}$/);
     const wrong = (token[0] === '0' ? '1' : '0') + token.slice(1);
@@ -52,33 +50,27 @@ test('without the token, or with a wrong one, nothing is shown and nothing is do
         method: 'POST', headers: { Origin: review.origin },
         body: new URLSearchParams({ id: conflict.id, use: 'source' }) });
     assert.equal(answer.status, 403);
-    assertUntouched();
-    await browser.page.goto(`${review.origin}/${wrong}/`);
-    await browser.screenshot('access-wrong-token');
-});
-
-test('the token is another one every time', async () => {
-    const other = await Review.start('laptop');
-    assert.notEqual(new URL(other.address).pathname, new URL(review.address).pathname);
-    assert.equal(await other.stop(), 0);
+    await assertUntouched(conflict);
 });
 
 test('a form on a page of another origin is refused, even with the token', async () => {
+    const conflict = await secretConflict();
     const stranger = createServer((_, answer) => answer.setHeader('Content-Type', 'text/html').end(
         `<form method="post" action="${review.address}resolve"><input name="id" value="${conflict.id}">
          <button name="use" value="source">Win a prize</button></form>`)).listen(0, '127.0.0.1');
     await once(stranger, 'listening');
-    await browser.page.goto(`http://127.0.0.1:${stranger.address().port}/`);
+    await page.goto(`http://127.0.0.1:${stranger.address().port}/`);
     const [answer] = await Promise.all([
-        browser.page.waitForResponse((response) => response.url().endsWith('/resolve')),
-        browser.page.getByRole('button').click(),
+        page.waitForResponse((response) => response.url().endsWith('/resolve')),
+        page.getByRole('button').click(),
     ]);
     stranger.close();
     assert.equal(answer.status(), 403);
-    assertUntouched();
+    await assertUntouched(conflict);
 });
 
 test('a form without an origin, and a name that leads to this machine, are refused', async () => {
+    const conflict = await secretConflict();
     const body = `id=${conflict.id}&use=source`;
     const { host, pathname } = new URL(review.address);
     const head = `POST ${pathname}resolve HTTP/1.1\r\nHost: ${host}\r\nContent-Length: ${body.length}\r\n\r\n`;
@@ -87,28 +79,31 @@ test('a form without an origin, and a name that leads to this machine, are refus
     assert.equal(await statusWith({ Host: 'practice.example:80' }), 403);
     assert.equal(await statusWith({ Origin: 'http://practice.example' }), 403);
     assert.equal(await statusWith({}), 200);
-    assertUntouched();
+    await assertUntouched(conflict);
 });
 
 test('what is no request gets 400, what is too large 413 or 431, and the page still answers', async () => {
+    const conflict = await secretConflict();
     const { host, pathname } = new URL(review.address);
     const post = `POST ${pathname}resolve HTTP/1.1\r\nHost: ${host}\r\nOrigin: ${review.origin}\r\n`;
     const get = `GET ${pathname} HTTP/1.1\r\nHost: ${host}\r\n`;
-    assert.match(await speak('rubbish\r\n\r\n'), /^HTTP\/1\.1 400 /);
-    assert.match(await speak(`GET ${pathname} HTTP/3\r\nHost: ${host}\r\n\r\n`), /^HTTP\/1\.1 400 /);
-    assert.match(await speak(`${get}Host: ${host}\r\n\r\n`), /^HTTP\/1\.1 400 /);
-    assert.match(await speak(`${get}no colon\r\n\r\n`), /^HTTP\/1\.1 400 /);
-    assert.match(await speak(`GET ${pathname}?text=%zz HTTP/1.1\r\nHost: ${host}\r\n\r\n`), /^HTTP\/1\.1 400 /);
-    assert.match(await speak(`${post}Transfer-Encoding: chunked\r\n\r\n`), /^HTTP\/1\.1 400 /);
-    assert.match(await speak(`${post}Content-Length: -1\r\n\r\n`), /^HTTP\/1\.1 400 /);
-    assert.match(await speak(`${post}Content-Length: 99999999999999999999\r\n\r\n`), /^HTTP\/1\.1 413 /);
-    assert.match(await speak(`${post}Content-Length: 300000\r\n\r\n`), /^HTTP\/1\.1 413 /);
-    assert.match(await speak(`${get}X: ${'x'.repeat(17000)}`), /^HTTP\/1\.1 431 /);
+    for (const [request, status] of [
+        ['rubbish\r\n\r\n', 400],
+        [`GET ${pathname} HTTP/3\r\nHost: ${host}\r\n\r\n`, 400],
+        [`${get}Host: ${host}\r\n\r\n`, 400],
+        [`${get}no colon\r\n\r\n`, 400],
+        [`GET ${pathname}?text=%zz HTTP/1.1\r\nHost: ${host}\r\n\r\n`, 400],
+        [`${post}Transfer-Encoding: chunked\r\n\r\n`, 400],
+        [`${post}Content-Length: -1\r\n\r\n`, 400],
+        [`${post}Content-Length: 99999999999999999999\r\n\r\n`, 413],
+        [`${post}Content-Length: 300000\r\n\r\n`, 413],
+        [`${get}X: ${'x'.repeat(17000)}`, 431]])
+        assert.ok((await speak(request)).startsWith(`HTTP/1.1 ${status} `), request.slice(0, 200));
     assert.equal((await review.post('resolve', { id: conflict.id, use: 'both' })).status, 400);
     assert.equal((await fetch(review.address + 'resolve')).status, 405);
     assert.equal((await fetch(review.address + 'other')).status, 404);
     assert.equal((await fetch(review.address)).status, 200);
-    assertUntouched();
+    await assertUntouched(conflict);
 });
 
 test('connections that say nothing, or little at a time, keep nobody waiting', async () => {
@@ -133,8 +128,9 @@ test('the page may load nothing, is not kept and tells nobody its address', asyn
     assert.equal(headers.get('x-content-type-options'), 'nosniff');
 });
 
-test('Ctrl-C ends the review', async () => {
+test('another review has another token, and Ctrl-C ends it', async () => {
     const other = await Review.start('laptop');
+    assert.notEqual(new URL(other.address).pathname, new URL(review.address).pathname);
     other.process.kill('SIGINT');
     const [code] = await other.exit;
     assert.equal(code, 0);

@@ -1,0 +1,7 @@
+// All of them in one process, with one browser.
+import './list.test.mjs';
+import './decision.test.mjs';
+import './bulk.test.mjs';
+import './offices.test.mjs';
+import './access.test.mjs';
+import './report.test.mjs';
