@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+using nlohmann::json;
 using testing::HasSubstr;
 
 TEST(ErrorText, ShowsNumberInDecimalAndHexadecimalSourceAndText)
@@ -10,6 +11,17 @@ TEST(ErrorText, ShowsNumberInDecimalAndHexadecimalSourceAndText)
     EXPECT_EQ(errorText(errorJson({13, L"clsConflict.loadFromRs", L"Type mismatch\r\n"})),
               "13 (0x800A000D) clsConflict.loadFromRs: Type mismatch");
     EXPECT_EQ(hexNumber({-2147217843, L"", L""}), "0x80040E4D");
+}
+
+template <class Error>
+Failure failureOf(const Error& error)
+{
+    try {
+        throw error;
+    }
+    catch (...) {
+        return currentFailure();
+    }
 }
 
 struct Usual
@@ -57,28 +69,17 @@ TEST(ErrorText, UnknownErrorHasNoAdvice)
 
 TEST(FailureOfACommand, KeepsTheExitCodeOfTheHost)
 {
-    try {
-        throw HostError(kNotReady, "not now", "Wait.");
-    }
-    catch (...) {
-        const Failure failure = currentFailure();
-        EXPECT_EQ(failure.exitCode, kNotReady);
-        EXPECT_EQ(failure.text, "not now\n  Wait.");
-        EXPECT_EQ(failure.result["error"]["todo"], "Wait.");
-        EXPECT_EQ(failure.result["error"]["text"], "not now");
-    }
+    const Failure failure = failureOf(HostError(kNotReady, "not now", "Wait."));
+    EXPECT_EQ(failure.exitCode, kNotReady);
+    EXPECT_EQ(failure.text, "not now\n  Wait.");
+    EXPECT_EQ(failure.result, (json{{"error", {{"text", "not now"}, {"todo", "Wait."}}}}));
 }
 
 TEST(FailureOfACommand, OfTheComponentMayBeTriedAgain)
 {
-    try {
-        throw com::Error{94, L"routine", L"Invalid use of Null"};
-    }
-    catch (...) {
-        const Failure failure = currentFailure();
-        EXPECT_EQ(failure.exitCode, kFailed);
-        EXPECT_EQ(failure.result["error"]["number"], 94);
-        EXPECT_EQ(failure.result["error"]["hex"], "0x800A005E");
-        EXPECT_EQ(failure.result["error"]["source"], "routine");
-    }
+    const Failure failure = failureOf(com::Error{94, L"routine", L"Invalid use of Null"});
+    EXPECT_EQ(failure.exitCode, kFailed);
+    EXPECT_EQ(failure.result["error"]["number"], 94);
+    EXPECT_EQ(failure.result["error"]["hex"], "0x800A005E");
+    EXPECT_EQ(failure.result["error"]["source"], "routine");
 }

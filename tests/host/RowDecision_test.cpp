@@ -26,6 +26,11 @@ struct DecisionCase
 
 constexpr RowDecision kLeave{};
 constexpr RowDecision kFail{RowAction::Fail};
+constexpr RowDecision kUpdate{RowAction::UpdateDestination};
+constexpr RowDecision kInsert{RowAction::InsertIntoDestination};
+constexpr RowDecision kDelete{RowAction::DeleteAtDestination};
+constexpr RowDecision kUpdateSource{RowAction::UpdateSource};
+constexpr RowDecision kInsertIntoSource{RowAction::InsertIntoSource};
 
 RowDecision reports(enumConflictType kind)
 {
@@ -44,36 +49,26 @@ const MethodPlan kSkips = planOf(ONE_WAY_WITH_PK_FIELD, SKIP_DELETES);
 const MethodPlan kOnly = planOf(ONE_WAY_WITH_PK_FIELD, ONLY_DELETES);
 
 const DecisionCase kDecisions[] = {
-    {"OneWaySourceNewer", kOneWay, kNew, kOld, {RowAction::UpdateDestination}, {RowAction::UpdateDestination}},
+    {"OneWaySourceNewer", kOneWay, kNew, kOld, kUpdate, kUpdate},
     {"OneWayDestinationNewer", kOneWay, kOld, kNew, reports(CHANGED_ON_DEST), kLeave},
     {"OneWayBothChanged", kOneWay, kNew, kNewer, reports(CHANGED_ON_BOTH), reports(CHANGED_ON_BOTH)},
-    {"OneWaySourceOnlyNew",
-     kOneWay,
-     kNew,
-     kNone,
-     {RowAction::InsertIntoDestination},
-     {RowAction::InsertIntoDestination}},
+    {"OneWaySourceOnlyNew", kOneWay, kNew, kNone, kInsert, kInsert},
     {"OneWaySourceOnlyOld", kOneWay, kOld, kNone, reports(NEW_ON_source), kLeave},
     {"OneWayDestinationOnlyNew", kOneWay, kNone, kNew, reports(NEW_ON_DEST), kLeave},
     {"OneWayDestinationOnlyOld", kOneWay, kNone, kOld, reports(NEW_ON_DEST), reports(DELETED_ON_SOURCE)},
-    {"WithDeletesDestinationOnlyOld",
-     kDeletes,
-     kNone,
-     kOld,
-     {RowAction::DeleteAtDestination},
-     reports(DELETED_ON_SOURCE)},
+    {"WithDeletesDestinationOnlyOld", kDeletes, kNone, kOld, kDelete, reports(DELETED_ON_SOURCE)},
     {"KeyFieldThatSkipsDeletes", kSkips, kNone, kOld, kLeave, kLeave},
     {"KeyFieldOfDeletesOnlyLeavesChanges", kOnly, kNew, kOld, kLeave, kLeave},
     {"KeyFieldOfDeletesOnlyLeavesNewRows", kOnly, kNew, kNone, kLeave, kLeave},
-    {"TwoWaySourceNewer", kTwoWay, kNew, kOld, {RowAction::UpdateDestination}, {RowAction::UpdateDestination}},
-    {"TwoWayDestinationNewer", kTwoWay, kOld, kNew, {RowAction::UpdateSource}, {RowAction::UpdateSource}},
+    {"TwoWaySourceNewer", kTwoWay, kNew, kOld, kUpdate, kUpdate},
+    {"TwoWayDestinationNewer", kTwoWay, kOld, kNew, kUpdateSource, kUpdateSource},
     {"TwoWayBothChanged", kTwoWay, kNew, kNewer, announces(RowAction::UpdateSource),
      announces(RowAction::UpdateSource)},
     {"TwoWaySameSecondIsAnnouncedAndLeft", kTwoWay, kNew, kNew, announces(RowAction::Leave),
      announces(RowAction::Leave)},
     {"TwoWaySourceOnlyOld", kTwoWay, kOld, kNone, announces(RowAction::InsertIntoDestination),
      announces(RowAction::InsertIntoDestination)},
-    {"TwoWayDestinationOnlyNew", kTwoWay, kNone, kNew, {RowAction::InsertIntoSource}, {RowAction::InsertIntoSource}},
+    {"TwoWayDestinationOnlyNew", kTwoWay, kNone, kNew, kInsertIntoSource, kInsertIntoSource},
     {"SourceOnlyWithoutDate", kOneWay, kUndated, kNone, kFail, kFail},
     {"DestinationOnlyWithoutDate", kTwoWay, kNone, kUndated, kFail, kFail},
     {"CommonRowWithoutDate", kOneWay, kUndated, kNew, kLeave, kLeave},
