@@ -1,6 +1,6 @@
 #include "commands/report.h"
 
-#include "Page.h"
+#include "html_page.h"
 #include "random.h"
 #include "result_text.h"
 

@@ -1,7 +1,7 @@
 #include "Failure.h"
 #include "LastRun.h"
-#include "Look.h"
 #include "Progress.h"
+#include "RunPreview.h"
 #include "SiteLock.h"
 #include "TableChanges.h"
 #include "TableRun.h"
@@ -290,14 +290,14 @@ Outcome runCommand(const Configuration& configuration, const RunOptions& options
     Run run(configuration, options);
     run.ensurePair();
     Databases databases(configuration);
-    const LookAhead look(configuration, databases);
-    if (ordered_json stops = look.stops(options.force, options.attended); !stops.empty())
-        return {{{"stops", std::move(stops)}, {"deleted_rows", look.deletedRows()}, {"tables", look.tables()}},
+    const RunPreview preview(configuration, databases);
+    if (ordered_json stops = preview.stops(options.force, options.attended); !stops.empty())
+        return {{{"stops", std::move(stops)}, {"deleted_rows", preview.deletedRows()}, {"tables", preview.tables()}},
                 kGuarded};
     if (cancelled)
         throw HostError(kFailed, "cancelled before the first table; nothing was written");
     Outcome outcome = run.go(databases);
-    outcome.result["passed"] = look.passed(options.force, options.attended);
-    outcome.result["deleted_rows"] = look.deletedRows();
+    outcome.result["passed"] = preview.passed(options.force, options.attended);
+    outcome.result["deleted_rows"] = preview.deletedRows();
     return outcome;
 }

@@ -2,7 +2,7 @@
 #include "Session.h"
 #include "cancellation.h"
 #include "commands.h"
-#include "commands/Pauses.h"
+#include "commands/RetryBackoff.h"
 #include "commands/rows.h"
 
 #include <algorithm>
@@ -89,8 +89,8 @@ private:
         else if (outcome.result.contains("tables"))
             passing_.clear();
         if (outcome.exitCode != kDone && outcome.exitCode != kRecorded)
-            return pauses_.next();
-        pauses_.reset();
+            return backoff_.next();
+        backoff_.reset();
         return Seconds(1);
     }
 
@@ -101,7 +101,7 @@ private:
         if (failure.exitCode == kFailed)
             passing_.insert(failure.result["error"]["text"].get<std::string>());
         tell_({failure.result, failure.exitCode});
-        return pauses_.next();
+        return backoff_.next();
     }
 
     /// Whether the control record is in error by what this watch met and the next attempt looks at anew, and for no
@@ -125,7 +125,7 @@ private:
     const Configuration& configuration_;
     RunOptions options_;
     const std::function<void(const Outcome&)>& tell_;
-    Pauses pauses_;
+    RetryBackoff backoff_;
     /// The texts of lost connections and of failures before the first table, since the last run that lost none.
     std::set<std::string> passing_;
     ExitCode last_ = kDone;

@@ -1,7 +1,7 @@
 #include "conflicts/ConflictedRow.h"
 
 #include "HostError.h"
-#include "Look.h"
+#include "RunPreview.h"
 #include "com/convert.h"
 #include "commands/rows.h"
 #include "conflicts/rows_today.h"

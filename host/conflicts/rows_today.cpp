@@ -1,8 +1,8 @@
 #include "conflicts/rows_today.h"
 
 #include "HostError.h"
-#include "Look.h"
-#include "Stop.h"
+#include "RunPreview.h"
+#include "RunStop.h"
 #include "com/convert.h"
 #include "commands/rows.h"
 #include "replication/row_queries.h"

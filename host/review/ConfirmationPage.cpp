@@ -1,7 +1,7 @@
 #include "review/ConfirmationPage.h"
 
-#include "Page.h"
 #include "conflicts/decisions.h"
+#include "html_page.h"
 #include "review/html.h"
 
 #include <algorithm>

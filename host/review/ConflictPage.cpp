@@ -1,8 +1,8 @@
 #include "review/ConflictPage.h"
 #include "conflicts/rows_today.h"
 
-#include "Page.h"
 #include "com/convert.h"
+#include "html_page.h"
 #include "review/Decision.h"
 #include "review/html.h"
 #include "text.h"

@@ -1,9 +1,9 @@
 #include "review/ReviewSite.h"
 
 #include "Failure.h"
-#include "Page.h"
 #include "conflicts/decisions.h"
 #include "conflicts/rows_today.h"
+#include "html_page.h"
 #include "random.h"
 #include "review/ConfirmationPage.h"
 #include "review/html.h"

@@ -1,6 +1,6 @@
 #include "review/html.h"
 
-#include "Page.h"
+#include "html_page.h"
 #include "review/difference.h"
 
 #include <fmt/format.h>

@@ -5,7 +5,7 @@
 #include <string>
 
 /// What a run would make of a row that it reports.
-struct ConflictLook
+struct ConflictPreview
 {
     /// Whether a conflict would be recorded; rows whose copies agree but for their date are none.
     bool recorded = false;
@@ -14,5 +14,5 @@ struct ConflictLook
 };
 
 /// Reports a row as the component does, but for saving it. The row's key must be safe (isSafeKey).
-ConflictLook lookAtConflict(Databases& databases, const std::string& table, const _variant_t& key,
-                            enumConflictType kind, DATE dNextReplicate);
+ConflictPreview previewConflict(Databases& databases, const std::string& table, const _variant_t& key,
+                                enumConflictType kind, DATE dNextReplicate);

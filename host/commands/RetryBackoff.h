@@ -5,7 +5,7 @@
 #include <utility>
 
 /// Pauses between attempts that fail: each twice as long as the one before, up to a longest.
-class Pauses
+class RetryBackoff
 {
 public:
     using Seconds = std::chrono::seconds;

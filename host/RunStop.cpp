@@ -1,7 +1,8 @@
-#include "Stop.h"
+#include "RunStop.h"
 
 #include "com/convert.h"
 #include "conflicts/key_info.h"
+#include "db/forward_only.h"
 #include "text.h"
 
 #include <algorithm>
@@ -51,22 +52,22 @@ bool isPassed(StopReason reason, bool force, bool attended)
     return reason == StopReason::MessageBoxes ? attended : force;
 }
 
-ordered_json Stop::toJson() const
+ordered_json RunStop::toJson() const
 {
     return {{"reason", reasonName(reason)}, {"table", table}, {"rows", rows}, {"text", text}};
 }
 
-void Stops::addRow(StopReason reason, const std::string& text, const _variant_t& key)
+void TableStops::addRow(StopReason reason, const std::string& text, const _variant_t& key)
 {
-    Stop& stop = find(reason, text);
+    RunStop& stop = find(reason, text);
     addTo(stop.rows, databases_, table_, key);
 }
 
-Stop& Stops::find(StopReason reason, const std::string& text)
+RunStop& TableStops::find(StopReason reason, const std::string& text)
 {
     const auto found =
-        std::ranges::find_if(stops_, [&](const Stop& stop) { return stop.reason == reason && stop.text == text; });
-    return found != stops_.end() ? *found : stops_.emplace_back(Stop{reason, table_, text});
+        std::ranges::find_if(stops_, [&](const RunStop& stop) { return stop.reason == reason && stop.text == text; });
+    return found != stops_.end() ? *found : stops_.emplace_back(RunStop{reason, table_, text});
 }
 
 std::string describeRow(Databases& databases, const std::string& table, const _variant_t& key)

@@ -1,4 +1,4 @@
-#include "Page.h"
+#include "html_page.h"
 
 #include "page_style.h"
 

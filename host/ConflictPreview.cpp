@@ -1,4 +1,4 @@
-#include "ConflictLook.h"
+#include "ConflictPreview.h"
 
 #include "Failure.h"
 #include "com/convert.h"
@@ -72,22 +72,22 @@ std::string columnsOutOfSync(const FoundConflict& found)
 
 } // namespace
 
-ConflictLook lookAtConflict(Databases& databases, const std::string& table, const _variant_t& key,
-                            enumConflictType kind, DATE dNextReplicate)
+ConflictPreview previewConflict(Databases& databases, const std::string& table, const _variant_t& key,
+                                enumConflictType kind, DATE dNextReplicate)
 {
     if (keyInfoSql(toWide(table), key).empty())
         return {.failure = "Conflicts of this table cannot be recorded, since replication has no description for its "
                            "rows. Make both sides of these rows equal, or replicate the table by \"full_copy\"."};
     try {
         FoundConflict found = findConflict({toWide(table), dNextReplicate}, key, kind, databases.sides());
-        ConflictLook look{.recorded = !found.columns.empty()};
-        if (look.recorded)
-            look.failure = saveFailure(found);
-        if (look.recorded && look.failure.empty() && kind == CHANGED_ON_BOTH)
-            look.failure = columnsOutOfSync(found);
+        ConflictPreview preview{.recorded = !found.columns.empty()};
+        if (preview.recorded)
+            preview.failure = saveFailure(found);
+        if (preview.recorded && preview.failure.empty() && kind == CHANGED_ON_BOTH)
+            preview.failure = columnsOutOfSync(found);
         found.rsSource.close();
         found.rsDestination.close();
-        return look;
+        return preview;
     }
     catch (const com::Error& error) {
         const std::string text = error.number == com::kInvalidUseOfNull

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Configuration.h"
+#include "RunStop.h"
 #include "Session.h"
-#include "Stop.h"
 #include "replication/row_policy.h"
 
 #include <nlohmann/json.hpp>
@@ -10,7 +10,7 @@
 #include <vector>
 
 /// What a run would do with one table.
-struct TableLook
+struct TablePreview
 {
     std::string name;
     enumReplicationMethod method = ONE_WAY;
@@ -25,18 +25,18 @@ struct TableLook
     long long sourceAdds = 0;
     long long conflicts = 0;
     /// Why the run would better not begin.
-    std::vector<Stop> stops;
+    std::vector<RunStop> stops;
 };
 
 /// What a run of the configuration would do, found by the component's own comparison queries and decisions; nothing is
 /// changed.
-class LookAhead
+class RunPreview
 {
 public:
     /// Looks at every table. Raises HostError(kUsage) when the prefixes are of other databases than the connections,
     /// HostError(kNotReady) when the control record begins no interval, and com::Error, which names the table and what
     /// was done, when a database does not answer.
-    LookAhead(const Configuration& configuration, Databases& databases);
+    RunPreview(const Configuration& configuration, Databases& databases);
 
     /// The stops that these options of a run do not pass, and those that they do, as a result tells them.
     nlohmann::ordered_json stops(bool force, bool attended) const;
@@ -50,7 +50,7 @@ public:
 private:
     nlohmann::ordered_json stopsThat(bool arePassed, bool force, bool attended) const;
 
-    std::vector<TableLook> tables_;
+    std::vector<TablePreview> tables_;
 };
 
 /// The start of the interval that the next run of this site has. Raises HostError(kNotReady) when there is none.

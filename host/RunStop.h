@@ -22,7 +22,7 @@ enum class StopReason
 };
 
 /// One reason, with the rows that it is about.
-struct Stop
+struct RunStop
 {
     StopReason reason;
     std::string table;
@@ -41,10 +41,10 @@ const char* reasonName(StopReason reason);
 bool isPassed(StopReason reason, bool force, bool attended);
 
 /// The stops of one table: one for each reason and text, in the order in which they are met.
-class Stops
+class TableStops
 {
 public:
-    Stops(Databases& databases, std::string table) : databases_(databases), table_(std::move(table)) {}
+    TableStops(Databases& databases, std::string table) : databases_(databases), table_(std::move(table)) {}
 
     /// Adds a row to the stop of that reason and text. `key` is the value of the column by which the table's rows are
     /// matched.
@@ -52,14 +52,14 @@ public:
     /// A stop of the table as a whole.
     void add(StopReason reason, const std::string& text) { find(reason, text); }
 
-    std::vector<Stop> take() { return std::move(stops_); }
+    std::vector<RunStop> take() { return std::move(stops_); }
 
 private:
-    Stop& find(StopReason reason, const std::string& text);
+    RunStop& find(StopReason reason, const std::string& text);
 
     Databases& databases_;
     std::string table_;
-    std::vector<Stop> stops_;
+    std::vector<RunStop> stops_;
 };
 
 /// A row in words, as the destination has it, else the source; empty where its table has no description.

@@ -1,6 +1,6 @@
-#include "Look.h"
+#include "RunPreview.h"
 
-#include "ConflictLook.h"
+#include "ConflictPreview.h"
 #include "Failure.h"
 #include "RowDecision.h"
 #include "TableContent.h"
@@ -67,12 +67,12 @@ bool exceeds(long long part, long long whole, double percent)
     return whole > 0 && 100.0 * static_cast<double>(part) > percent * static_cast<double>(whole);
 }
 
-/// One table under the eyes of a look.
-class Look
+/// Fills the preview of one table.
+class TablePreviewer
 {
 public:
-    Look(const Configuration& configuration, Databases& databases, const TableConfiguration& table,
-         const WaitingRows& waiting, DATE dLastReplicate)
+    TablePreviewer(const Configuration& configuration, Databases& databases, const TableConfiguration& table,
+                   const WaitingRows& waiting, DATE dLastReplicate)
         : databases_(databases),
           configured_(table),
           waiting_(waiting),
@@ -83,11 +83,11 @@ public:
           site_(siteOf(configuration)),
           stops_(databases, table.name)
     {
-        look_.name = table.name;
-        look_.method = table.method;
+        preview_.name = table.name;
+        preview_.method = table.method;
     }
 
-    TableLook take()
+    TablePreview take()
     {
         try {
             compare();
@@ -99,9 +99,9 @@ public:
                 throw;
             stops_.add(StopReason::WillFail, "The table cannot be compared: " + errorText(errorJson(error)));
         }
-        look_.deletedRows = listRows(databases_, configured_.name, deleted_);
-        look_.stops = stops_.take();
-        return std::move(look_);
+        preview_.deletedRows = listRows(databases_, configured_.name, deleted_);
+        preview_.stops = stops_.take();
+        return std::move(preview_);
     }
 
 private:
@@ -109,15 +109,15 @@ private:
     {
         switch (plan_.engine) {
         case Engine::FullCopy:
-            lookAtFullCopy(table_);
+            previewFullCopy(table_);
             break;
         case Engine::ComputerType:
-            lookAtFullCopy({L"computer_type", L"unid"});
-            lookAtFullCopy({L"computer_type_setting", L"unid"});
+            previewFullCopy({L"computer_type", L"unid"});
+            previewFullCopy({L"computer_type_setting", L"unid"});
             break;
         case Engine::OneWay:
         case Engine::TwoWay:
-            lookAtRows();
+            previewRows();
             break;
         case Engine::None:
             break;
@@ -126,32 +126,32 @@ private:
     }
 
     /// All rows are replaced: those that are the same afterwards are no change.
-    void lookAtFullCopy(const KeyedTable& table)
+    void previewFullCopy(const KeyedTable& table)
     {
         const bool hasKey = hasColumn(databases_.source(), table.sTable, table.sKey) &&
                             hasColumn(databases_.destination(), table.sTable, table.sKey);
         const TableContent source = readContent(databases_.source(), table, hasKey);
         const TableContent destination = readContent(databases_.destination(), table, hasKey);
-        look_.destinationRows += static_cast<long long>(destination.size());
+        preview_.destinationRows += static_cast<long long>(destination.size());
         forEachDifference(source, destination, [&](const std::wstring& key, Difference difference, bool) {
             const _variant_t value = com::textVariant(key);
             switch (difference) {
             case Difference::LeftOnly:
-                ++look_.destinationAdds;
+                ++preview_.destinationAdds;
                 break;
             case Difference::RightOnly:
                 losesRow(value);
                 break;
             case Difference::Different:
-                overwritesRow(look_.destinationUpdates, value);
+                overwritesRow(preview_.destinationUpdates, value);
                 break;
             }
         });
     }
 
-    void lookAtRows()
+    void previewRows()
     {
-        look_.destinationRows = countRows(databases_.destination(), table_.sTable);
+        preview_.destinationRows = countRows(databases_.destination(), table_.sTable);
         sourceUnsupported_ = unsupportedColumns(databases_.source(), table_.sTable);
         if (plan_.engine == Engine::TwoWay) {
             sourceRows_ = countRows(databases_.source(), table_.sTable);
@@ -176,11 +176,11 @@ private:
             return date ? RowCopy{true, optionalDate(rs.value(date))} : RowCopy();
         };
         for (; !rs.eof(); rs.moveNext())
-            lookAtRow(copy(sourceDate), copy(destinationDate), key.value());
+            previewRow(copy(sourceDate), copy(destinationDate), key.value());
         rs.close();
     }
 
-    void lookAtRow(const RowCopy& source, const RowCopy& destination, const _variant_t& key)
+    void previewRow(const RowCopy& source, const RowCopy& destination, const _variant_t& key)
     {
         const RowDecision decision = decideRow(plan_, site_, source, destination, dLastReplicate_);
         if (decision.announced)
@@ -195,26 +195,26 @@ private:
         case RowAction::Leave:
             break;
         case RowAction::UpdateDestination:
-            overwritesRow(look_.destinationUpdates, key);
-            lookAtValues(databases_.source(), sourceUnsupported_, key);
+            overwritesRow(preview_.destinationUpdates, key);
+            findUnsupported(databases_.source(), sourceUnsupported_, key);
             break;
         case RowAction::InsertIntoDestination:
-            ++look_.destinationAdds;
-            lookAtValues(databases_.source(), sourceUnsupported_, key);
+            ++preview_.destinationAdds;
+            findUnsupported(databases_.source(), sourceUnsupported_, key);
             break;
         case RowAction::DeleteAtDestination:
             losesRow(key);
             break;
         case RowAction::UpdateSource:
-            overwritesRow(look_.sourceUpdates, key);
-            lookAtValues(databases_.destination(), destinationUnsupported_, key);
+            overwritesRow(preview_.sourceUpdates, key);
+            findUnsupported(databases_.destination(), destinationUnsupported_, key);
             break;
         case RowAction::InsertIntoSource:
-            ++look_.sourceAdds;
-            lookAtValues(databases_.destination(), destinationUnsupported_, key);
+            ++preview_.sourceAdds;
+            findUnsupported(databases_.destination(), destinationUnsupported_, key);
             break;
         case RowAction::ReportConflict:
-            lookAtConflictOf(decision.conflict, key);
+            previewReport(decision.conflict, key);
             break;
         case RowAction::Fail:
             stops_.addRow(StopReason::WillFail, kNoDate, key);
@@ -224,7 +224,7 @@ private:
 
     void losesRow(const _variant_t& key)
     {
-        ++look_.destinationDeletes;
+        ++preview_.destinationDeletes;
         deleted_.push_back(key);
         protectRow(key);
     }
@@ -232,7 +232,7 @@ private:
     void overwritesRow(long long& counter, const _variant_t& key)
     {
         ++counter;
-        (&counter == &look_.sourceUpdates ? sourceOverwritten_ : overwritten_).push_back(key);
+        (&counter == &preview_.sourceUpdates ? sourceOverwritten_ : overwritten_).push_back(key);
         protectRow(key);
     }
 
@@ -243,7 +243,7 @@ private:
     }
 
     /// A value of a type that has no literal opens a message box and leaves a hole in the statement.
-    void lookAtValues(clsConn& from, const std::vector<std::wstring>& unsupported, const _variant_t& key)
+    void findUnsupported(clsConn& from, const std::vector<std::wstring>& unsupported, const _variant_t& key)
     {
         if (unsupported.empty())
             return;
@@ -257,11 +257,11 @@ private:
         rs.close();
     }
 
-    void lookAtConflictOf(enumConflictType kind, const _variant_t& key)
+    void previewReport(enumConflictType kind, const _variant_t& key)
     {
-        const ConflictLook found = lookAtConflict(databases_, configured_.name, key, kind, dLastReplicate_);
+        const ConflictPreview found = previewConflict(databases_, configured_.name, key, kind, dLastReplicate_);
         if (found.recorded)
-            ++look_.conflicts;
+            ++preview_.conflicts;
         if (!found.failure.empty())
             stops_.addRow(StopReason::WillFail, found.failure, key);
     }
@@ -282,8 +282,8 @@ private:
             for (const _variant_t& key : keys)
                 stops_.addRow(reason, told, key);
         };
-        judge(StopReason::Deletes, kDeleted, deleted_, "destination", look_.destinationRows, configured_.maxDelete);
-        judge(StopReason::Updates, kOverwritten, overwritten_, "destination", look_.destinationRows,
+        judge(StopReason::Deletes, kDeleted, deleted_, "destination", preview_.destinationRows, configured_.maxDelete);
+        judge(StopReason::Updates, kOverwritten, overwritten_, "destination", preview_.destinationRows,
               configured_.maxUpdate);
         judge(StopReason::Updates, kOverwritten, sourceOverwritten_, "source", sourceRows_, configured_.maxUpdate);
     }
@@ -296,8 +296,8 @@ private:
     Prefixes prefixes_;
     DATE dLastReplicate_;
     Site site_;
-    TableLook look_;
-    Stops stops_;
+    TablePreview preview_;
+    TableStops stops_;
     std::vector<std::wstring> sourceUnsupported_;
     std::vector<std::wstring> destinationUnsupported_;
     long long sourceRows_ = 0;
@@ -309,58 +309,58 @@ private:
 
 } // namespace
 
-LookAhead::LookAhead(const Configuration& configuration, Databases& databases)
+RunPreview::RunPreview(const Configuration& configuration, Databases& databases)
 {
     requireOwnPrefixes(configuration, databases);
     const DATE last = lastReplicateDate(configuration, databases);
     const WaitingRows waiting(databases.local());
     for (const TableConfiguration& table : configuration.tables)
         whileDoing("comparing table " + table.name,
-                   [&] { tables_.push_back(Look(configuration, databases, table, waiting, last).take()); });
+                   [&] { tables_.push_back(TablePreviewer(configuration, databases, table, waiting, last).take()); });
 }
 
-ordered_json LookAhead::stops(bool force, bool attended) const
+ordered_json RunPreview::stops(bool force, bool attended) const
 {
     return stopsThat(false, force, attended);
 }
 
-ordered_json LookAhead::passed(bool force, bool attended) const
+ordered_json RunPreview::passed(bool force, bool attended) const
 {
     return stopsThat(true, force, attended);
 }
 
-ordered_json LookAhead::stopsThat(bool arePassed, bool force, bool attended) const
+ordered_json RunPreview::stopsThat(bool arePassed, bool force, bool attended) const
 {
     ordered_json stops = ordered_json::array();
-    for (const TableLook& table : tables_)
-        for (const Stop& stop : table.stops)
+    for (const TablePreview& table : tables_)
+        for (const RunStop& stop : table.stops)
             if (isPassed(stop.reason, force, attended) == arePassed)
                 stops.push_back(stop.toJson());
     return stops;
 }
 
-ordered_json LookAhead::tables() const
+ordered_json RunPreview::tables() const
 {
     ordered_json tables = ordered_json::array();
-    for (const TableLook& look : tables_)
-        tables.push_back({{"table", look.name},
-                          {"method", methodName(look.method)},
-                          {"destination_rows", look.destinationRows},
-                          {"updates", look.destinationUpdates},
-                          {"adds", look.destinationAdds},
-                          {"deletes", look.destinationDeletes},
-                          {"source_updates", look.sourceUpdates},
-                          {"source_adds", look.sourceAdds},
-                          {"conflicts", look.conflicts}});
+    for (const TablePreview& preview : tables_)
+        tables.push_back({{"table", preview.name},
+                          {"method", methodName(preview.method)},
+                          {"destination_rows", preview.destinationRows},
+                          {"updates", preview.destinationUpdates},
+                          {"adds", preview.destinationAdds},
+                          {"deletes", preview.destinationDeletes},
+                          {"source_updates", preview.sourceUpdates},
+                          {"source_adds", preview.sourceAdds},
+                          {"conflicts", preview.conflicts}});
     return tables;
 }
 
-ordered_json LookAhead::deletedRows() const
+ordered_json RunPreview::deletedRows() const
 {
     ordered_json rows = ordered_json::array();
-    for (const TableLook& look : tables_)
-        for (ordered_json row : look.deletedRows) {
-            row["table"] = look.name;
+    for (const TablePreview& preview : tables_)
+        for (ordered_json row : preview.deletedRows) {
+            row["table"] = preview.name;
             rows.push_back(std::move(row));
         }
     return rows;
