@@ -4,9 +4,10 @@
 #
 #   install-deps.sh [--tests|--bench]
 #
-# --tests also gets what some tests need and can be skipped for: a browser and what drives it (the latter into
-# build/review-node_modules), a compiler for this machine with its sanitizers, and what checks the source. Where that
-# cannot be had it is only told, unless QUINMARK_REQUIRE_TOOLS is 1. --bench gets what the benches compare with.
+# --tests also gets what some tests need and can be skipped for: Python's client of PostgreSQL, a browser and what drives
+# it (the latter into build/review-node_modules), a compiler for this machine with its sanitizers, and what checks the
+# source. Where that cannot be had it is only told, unless QUINMARK_REQUIRE_TOOLS is 1. --bench gets what the benches
+# compare with.
 # Exit status: 0 all there, 1 failed, 4 root is needed.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
@@ -19,7 +20,9 @@ readonly kPackages=(
     libodbc2:i386 odbc-postgresql:i386 tdsodbc:i386 postgresql python3
     libcli11-dev libtomlplusplus-dev nlohmann-json3-dev libfmt-dev wixl
 )
-readonly kTestPackages=(chromium clang libclang-rt-14-dev clang-tidy cppcheck gcovr python3-jsonschema)
+readonly kTestPackages=(
+    chromium clang libclang-rt-14-dev clang-tidy cppcheck gcovr python3-jsonschema python3-psycopg2
+)
 # MariaDB without its service: the benches start a server of their own.
 readonly kBenchPackages=(percona-toolkit mariadb-server-core mariadb-client-core)
 readonly reviewTests="$repoRoot/tests/review" reviewModules="$repoRoot/build/review-node_modules"

@@ -36,7 +36,7 @@ rowsOf() { # PART STATUS
     [[ $2 -eq 0 && $found -eq 0 ]]
 }
 
-"$repoRoot/scripts/install-deps.sh"
+"$repoRoot/scripts/install-deps.sh" --tests
 build
 startTestbed
 registerServers >/dev/null 2>&1

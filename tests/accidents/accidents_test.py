@@ -7,70 +7,71 @@ PostgreSQL is not used. `--seed N --first K --accidents 1` repeats an accident.
 
 import argparse
 import collections
+import contextlib
 import random
 import subprocess
 import sys
 import time
 
-import practice
-from bench import DSNS, PATIENCE, Bench
+from fragile_practice import PATIENCE, FragilePractice
 from judgement import after_accident, after_good_run, settings_left
 from scene import Scene
+from side import skip_without_databases, wait_until
 
-ACCIDENTS_OF_A_SCENE = 10
-SHORT = 10
+ACCIDENTS_OF_A_SCENE = 16
+SHORT = 8
 
 
 class Rehearsal:
     """A scene and what undisturbed runs make of it."""
 
-    def __init__(self, bench, seed):
+    def __init__(self, practice, seed):
         self.scene = Scene(random.Random(seed))
-        bench.set(self.scene)
-        self.before = bench.states()
-        begin = {name: relay.passed for name, relay in bench.relays.items()}
-        bench.good_run()
-        self.bytes = {name: relay.passed - begin[name] for name, relay in bench.relays.items()}
-        self.after = bench.states()
-        bench.good_run()
-        self.after_second = bench.states()
+        practice.set(self.scene)
+        self.before = practice.states()
+        begin = {name: relay.passed for name, relay in practice.relays.items()}
+        practice.good_run()
+        self.bytes = {name: relay.passed - begin[name] for name, relay in practice.relays.items()}
+        self.after = practice.states()
+        practice.good_run()
+        self.after_second = practice.states()
         if self.after["laptop"]["users"] == self.before["laptop"]["users"]:
             raise AssertionError("an undisturbed run copies nothing")
 
 
 class Accident:
-    """One accident of a seed: what, in front of which database, after how many bytes."""
+    """One accident of a seed: each kind in its turn, in front of which database, after how many bytes."""
 
     KINDS = ["cut", "cut politely", "cut for good", "frozen for a while", "frozen until the host was killed",
              "host killed", "server process killed", "server killed"]
 
-    def __init__(self, choose, rehearsal):
-        self.kind = choose.choice(self.KINDS)
-        self.place = choose.choice(list(DSNS))
+    def __init__(self, number, choose, rehearsal):
+        self.kind = self.KINDS[number % len(self.KINDS)]
+        self.place = choose.choice(list(rehearsal.bytes))
         self.count = choose.randint(1, rehearsal.bytes[self.place])
         self._choose = choose
 
     def __str__(self):
         return f"{self.kind}, {self.place}, after {self.count} bytes"
 
-    def happen(self, bench):
+    def happen(self, practice):
         """Starts a run and lets it happen; whether it did, and the run's status and output."""
-        relay = bench.relays[self.place]
+        relay = practice.relays[self.place]
         relay.freeze_after(self.count)
-        process = bench.start()
-        try:
-            practice.wait_until(lambda: relay.frozen.is_set() or process.poll() is not None, "it is time", PATIENCE)
-            happened = process.poll() is None
-            if happened:
-                self._strike(bench, relay, process)
-            if "cut" not in self.kind:
-                relay.heal()
-            process.wait(PATIENCE)
-        finally:
-            process.kill()
-        return happened, process.returncode, bench.output()
+        with practice.start_run() as process:
+            try:
+                wait_until(lambda: relay.frozen.is_set() or process.poll() is not None, "it is time", PATIENCE)
+                happened = process.poll() is None
+                if happened:
+                    self._strike(practice, relay, process)
+                if "cut" not in self.kind:
+                    relay.heal()
+                process.wait(PATIENCE)
+            finally:
+                process.kill()
+        return happened, process.returncode, practice.said()
 
-    def _strike(self, bench, relay, process):
+    def _strike(self, practice, relay, process):
         if "cut" in self.kind:
             relay.cut(reset=self.kind != "cut politely")
             if self.kind != "cut for good":
@@ -83,28 +84,26 @@ class Accident:
             if self.kind != "host killed":
                 relay.cut()
         elif self.kind == "server process killed":
-            bench.cluster.kill_backend(bench.sides[self.place], self._choose.choice)
+            practice.kill_backend(self.place, self._choose.choice)
         else:
-            bench.cluster.kill_server()
+            practice.kill_server()
 
 
 class Trial:
     """Accidents one after the other, and what was found and seen."""
 
-    def __init__(self, bench, seed):
-        self._bench = bench
+    def __init__(self, practice, seed):
+        self._practice = practice
         self._seed = seed
         self._rehearsal = None
-        self.tried = collections.Counter()
-        self.found = collections.Counter()
-        self.seen = collections.Counter()
+        self.tried, self.found, self.seen = collections.Counter(), collections.Counter(), collections.Counter()
 
     def one(self, number):
         scene = number // ACCIDENTS_OF_A_SCENE
         if not self._rehearsal or self._rehearsal[0] != scene:
-            self._rehearsal = scene, Rehearsal(self._bench, f"{self._seed} scene {scene}")
+            self._rehearsal = scene, Rehearsal(self._practice, f"{self._seed} scene {scene}")
         rehearsal = self._rehearsal[1]
-        accident = Accident(random.Random(f"{self._seed} {number}"), rehearsal)
+        accident = Accident(number, random.Random(f"{self._seed} {number}"), rehearsal)
         self.tried[accident.kind] += 1
         try:
             faults = self._faults(accident, rehearsal)
@@ -116,18 +115,18 @@ class Trial:
             print(name, *faults[:8], sep="\n  ", flush=True)
 
     def _faults(self, accident, rehearsal):
-        bench = self._bench
-        bench.set(rehearsal.scene)
-        happened, status, output = accident.happen(bench)
-        bench.restore()
-        seen = bench.states()
+        practice = self._practice
+        practice.set(rehearsal.scene)
+        happened, status, output = accident.happen(practice)
+        practice.restore()
+        seen = practice.states()
         faults = after_accident(rehearsal.before, seen, rehearsal.after)
         moved = seen["office"]["advanced"]
         if status in (0, 2) and not moved:
             faults.append(f"the run says that it went through: {output}")
         wanted = rehearsal.after_second if moved else rehearsal.after
-        bench.good_run()
-        faults += after_good_run(rehearsal.before, seen, bench.states(), wanted)
+        practice.good_run()
+        faults += after_good_run(rehearsal.before, seen, practice.states(), wanted)
         self._count(happened, rehearsal, seen)
         return faults
 
@@ -149,19 +148,16 @@ def options():
 
 
 def main():
-    practice.skip_without_databases()
+    skip_without_databases()
     chosen = options()
     print(f"seed {chosen.seed}", flush=True)
-    bench = Bench()
-    try:
-        trial = Trial(bench, chosen.seed)
+    with contextlib.closing(FragilePractice()) as practice:
+        trial = Trial(practice, chosen.seed)
         end = time.monotonic() + (chosen.minutes or 0) * 60
         number = chosen.first
         while time.monotonic() < end if chosen.minutes else number < chosen.first + chosen.accidents:
             trial.one(number)
             number += 1
-    finally:
-        bench.close()
     print("seen:", ", ".join(f"{what} {count}" for what, count in trial.seen.items()))
     for kind in sorted(trial.tried):
         print(f"tried {kind}: {trial.tried[kind]}, found: {trial.found[kind]}")

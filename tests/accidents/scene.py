@@ -1,9 +1,9 @@
 """What both databases hold before a run: rows of every kind that the methods tell apart, random but for that."""
 
-import json
 import uuid
 
-LAST = "2026-03-01 18:00:00"
+from practice import HAS_PATIENT_KEY, LAST_RUN
+
 OLD = "2026-02-01 08:{:02}:{:02}"
 NEW = "2026-03-02 09:{:02}:{:02}"
 # name, text column, other required columns, method
@@ -22,28 +22,16 @@ TWO_WAY = [(OLD, OLD), (NEW, OLD), (OLD, NEW), (NEW, None), (None, NEW)]
 DEPENDENTS = {"chart_option": ("chart_option_setting", "chart_option_id"),
               "computer_type": ("computer_type_setting", "computer_type_id")}
 ALL = [*TABLES, *(name for name, _ in DEPENDENTS.values())]
-RECORDS = ["replication_conflict_data", "replication_conflict", "replication_counts", "replication_control"]
 
 
 class Scene:
-    """The statements that bring either side to the state before the run."""
+    """The rows of either side before the run, by side and table."""
 
     def __init__(self, random):
         self._random = random
-        self._statements = {"office": [], "laptop": []}
+        self.rows = {side: {table: [] for table in ALL} for side in ("office", "laptop")}
         for table in TABLES:
             self._fill(table)
-        self.sql = {side: self._clear() + ";".join(self._statements[side]) for side in self._statements}
-
-    @staticmethod
-    def _clear():
-        tables = [*reversed(ALL), *RECORDS]
-        return "".join(f"delete from {table};" for table in tables) + f"""
-            insert into replication_control (unique_key, ready_f, error_f, last_timestamp, next_timestamp)
-            select site, true, false, '{LAST}', '{LAST}' from generate_series(0, 1) site;
-            alter table patient drop constraint if exists FK_patient_dentist;
-            alter table patient add constraint FK_patient_dentist foreign key (dc_id, dentist_id)
-            references dentist (dc_id, dentist_id);"""
 
     def _fill(self, table):
         kinds = TWO_WAY if "two_way" in TABLES[table][2] else ONE_WAY
@@ -52,27 +40,21 @@ class Scene:
         for number, dates in enumerate(rows):
             key = number + 1 if table == "users" else uuid.UUID(int=self._random.getrandbits(128))
             text = f"row {number} it's {self._random.choice('abc') * self._random.randint(1, 20)}"
-            for side, date in zip(self._statements, dates):
+            for side, date in zip(self.rows, dates):
                 if date:
                     same = dates[0] == dates[1] == OLD
-                    self._insert(side, table, key, text if same else f"{side} {text}", date, number)
+                    self._insert(side, table, str(key), text if same else f"{side} {text}", date, number)
 
     def _insert(self, side, table, key, text, date, number):
         column, others, _ = TABLES[table]
         # Sides that both changed differ by more than the tolerance.
         date = date.format(number, 30 if side == "office" or date == OLD else 20)
-        values = {"unid": key, column: text, "mod_date": date, **others}
-        self._add(side, table, values)
+        self.rows[side][table].append({"unid": key, column: text, "mod_date": date, **others})
         if table in DEPENDENTS:
             dependent, parent = DEPENDENTS[table]
-            for setting in ("one", "two"):
-                unid = uuid.uuid5(uuid.NAMESPACE_OID, f"{key} {setting}")
-                self._add(side, dependent, {"unid": unid, parent: key, "setting_name": setting, "setting_value": text,
-                                            "mod_date": date})
-
-    def _add(self, side, table, values):
-        literals = ", ".join("'" + str(value).replace("'", "''") + "'" for value in values.values())
-        self._statements[side].append(f"insert into {table} ({', '.join(values)}) values ({literals})")
+            self.rows[side][dependent] += [
+                {"unid": str(uuid.uuid5(uuid.NAMESPACE_OID, f"{key} {setting}")), parent: key, "setting_name": setting,
+                 "setting_value": text, "mod_date": date} for setting in ("one", "two")]
 
 
 def snapshot(side):
@@ -82,20 +64,9 @@ def snapshot(side):
               (select json_object_agg(d.field_name, array[d.source_data, d.destination_data])
                from replication_conflict_data d where d.conflict_id = c.unid)))
               from replication_conflict c)""",
-              f"'advanced', (select last_timestamp <> '{LAST}' from replication_control where unique_key = 0)",
+              f"'advanced', (select last_timestamp <> '{LAST_RUN}' from replication_control where unique_key = 0)",
               "'ready', (select ready_f from replication_control where unique_key = 0)",
-              "'key', (select count(*) = 1 from pg_constraint where conname = 'fk_patient_dentist')"]
-    state = json.loads(side.sql(f"select json_build_object({', '.join(parts)})"))
+              f"'key', {HAS_PATIENT_KEY}"]
+    state = side.value(f"select json_build_object({', '.join(parts)})")
     return {name: {} if name in ALL and value is None else value or [] if name == "conflicts" else value
             for name, value in state.items()}
-
-
-def configuration(folder):
-    """Text of a configuration that replicates all tables at the office."""
-    sides = "".join(f"[{role}]\ndsn = '{dsn}'\nprefix = '{prefix}'\npassword = 'env:QUINMARK_PASSWORD'\n"
-                    for role, dsn, prefix in (("source", "QuinmarkOffice", "office."),
-                                              ("destination", "QuinmarkLaptop", "laptop.")))
-    tables = "".join(f"[[table]]\nname = '{name}'\n{settings}\n" for name, (_, _, settings) in TABLES.items())
-    return ("site = 'offices'\nlocal = 'source'\nprogram_version = 'laptop'\nfrequency = 600\n"
-            "max_delete = 100\n" + sides +
-            f"[log]\nfile = '{folder}/replication.log'\n" + tables)

@@ -7,8 +7,8 @@ import threading
 import unittest
 import uuid
 
-import practice
-from bench import Bench
+from fragile_practice import FragilePractice
+from practice import main
 
 RUNS, MOST_RUNS = 5, 30
 # What the writer has to come to during the runs.
@@ -16,8 +16,9 @@ CHANGES = 70
 ROWS = 200
 # A run records the end of its interval to the nearest second; a change up to that end counts as seen.
 ROUNDED = datetime.timedelta(milliseconds=600)
-SHORTCUT = ("shortcut", "item_text", "item_name", "'w'")
-COMBO = ("combo_values", "combo_value", "combo_name", "'c'")
+# Table, the column that changes, another that a row needs.
+SHORTCUT = ("shortcut", "item_text", "item_name")
+COMBO = ("combo_values", "combo_value", "combo_name")
 
 
 class Writer(threading.Thread):
@@ -34,7 +35,7 @@ class Writer(threading.Thread):
 
     def run(self):
         try:
-            while not self._told.wait(0.02):
+            while not self._told.wait(0.04):
                 self._write()
         except Exception as failure:  # told by stop(), in the test's own thread
             self.failure = failure
@@ -52,58 +53,54 @@ class Writer(threading.Thread):
         # One-way replication takes rows of the source; at the destination only a new row stays what it is.
         is_new = self._random.random() < 0.3 or (table is SHORTCUT and name == "laptop") or not self._keys[table]
         key = uuid.UUID(int=self._random.getrandbits(128)) if is_new else self._keys[table].pop()
-        column, other, value = table[1:]
-        statement = (f"insert into {table[0]} (unid, {column}, {other}, mod_date) values ('{key}', '{text}', {value}, "
+        column, other = table[1:]
+        statement = (f"insert into {table[0]} (unid, {column}, {other}, mod_date) values ('{key}', '{text}', 'new', "
                      "getdate())" if is_new else
                      f"update {table[0]} set {column} = '{text}', mod_date = getdate() where unid = '{key}'")
-        date = self._sides[name].sql(statement + " returning mod_date")
-        self.changes.append((table, name, str(key), text, datetime.datetime.fromisoformat(date)))
+        date = self._sides[name].value(statement + " returning mod_date")
+        self.changes.append((table, name, str(key), text, date))
 
 
 class WriterBesideRuns(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.bench = Bench()
-        cls.addClassCleanup(cls.bench.close)
+        cls.practice = FragilePractice("shortcut", "combo_values")
+        cls.addClassCleanup(cls.practice.close)
+        cls.office = cls.practice.office
 
     def fill(self, seed):
         """The same old rows on both sides; their keys by table."""
         dice = random.Random(f"{seed} keys")
         keys = {table: [uuid.UUID(int=dice.getrandbits(128)) for _ in range(ROWS)] for table in (SHORTCUT, COMBO)}
-        for side in self.bench.sides.values():
-            side.sql("delete from replication_conflict_data; delete from replication_conflict;" + "".join(
-                f"delete from {name}; insert into {name} (unid, {column}, {other}, mod_date) values " + ", ".join(
-                    f"('{key}', 'old', {value}, '2026-01-01')" for key in keys[(name, column, other, value)]) + ";"
-                for name, column, other, value in keys))
-        self.bench.sides["office"].sql("update replication_control set last_timestamp = getdate()")
+        self.practice.reset()
+        for side in self.practice.sides.values():
+            side.sql("".join(side.insertion(name, [{"unid": str(key), column: "old", other: "old", "mod_date": "2026-01-01"}
+                                                   for key in keys[name, column, other]])
+                             for name, column, other in keys))
+        self.office.sql("update replication_control set last_timestamp = date_trunc('second', getdate())")
         return keys
 
-    def texts(self, side, table):
-        name, column = table[:2]
-        lines = self.bench.sides[side].sql(f"select unid || ' ' || {column} from {name}").splitlines()
-        return dict(line.split(" ", 1) for line in lines)
-
     def last_timestamp(self):
-        read = "select last_timestamp from replication_control where unique_key = 0"
-        return datetime.datetime.fromisoformat(self.bench.sides["office"].sql(read))
+        return self.office.value("select last_timestamp from replication_control where unique_key = 0")
 
     def test_loses_no_change_without_a_trace(self):
         seed = random.SystemRandom().randrange(2**32)
         print(f"seed {seed}")
-        writer = Writer(self.bench.sides, self.fill(seed), seed)
+        writer = Writer(self.practice.sides, self.fill(seed), seed)
         writer.start()
         ends = []
         try:
             while len(ends) < RUNS or len(writer.changes) < CHANGES and len(ends) < MOST_RUNS:
-                self.bench.good_run()
+                self.practice.good_run()
                 ends.append(self.last_timestamp())
         finally:
             writer.stop()
-        self.bench.good_run()
-        self.bench.good_run()
+        self.practice.good_run()
+        self.practice.good_run()
 
-        held = {(side, table): self.texts(side, table) for side in self.bench.sides for table in (SHORTCUT, COMBO)}
-        reported = set(self.bench.sides["office"].sql("select guid from replication_conflict").splitlines())
+        held = {(name, table): dict(side.sql(f"select unid, {table[1]} from {table[0]}"))
+                for name, side in self.practice.sides.items() for table in (SHORTCUT, COMBO)}
+        reported = set(self.office.column("select guid from replication_conflict"))
         lost = [change for change in writer.changes
                 if not self.is_reported(change, reported) and not self.is_copied(change, held)]
         unexplained = [change for change in lost
@@ -126,4 +123,4 @@ class WriterBesideRuns(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    practice.main()
+    main()

@@ -1,41 +1,33 @@
 """Runs through a network that is cut in the middle of a table. The relay stands in front of the laptop's database."""
 
 import json
-import os
-import pathlib
 import time
 
-import practice
-from practice import LAST_RUN
-from relay import Relay
-from terminal import CTRL_C, Terminal
+from own_server import OwnServer
+from practice import LAST_RUN, main
+from practice_case import PracticeCase
+from side import wait_until
+from terminal import CTRL_C
 
 
-class RunThroughABadNetwork(practice.PracticeTest):
+class RunThroughABadNetwork(PracticeCase):
+    Practice = OwnServer
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.relay = cls.practice.relay("laptop")
+        cls.results = cls.practice.folder / "results.json"
+
     def setUp(self):
         super().setUp()
-        self.add_rows(1)
-        self.relay = Relay("127.0.0.1", int(self.laptop.settings["Port"]))
-        self.addCleanup(self.relay.close)
-        self.lead_through_relay(self.laptop.dsn)
-
-    def lead_through_relay(self, dsn):
-        """Gives quinrep ODBC settings of its own, in which a DSN has the relay's port."""
-        before, section = pathlib.Path(os.environ["ODBCINI"]).read_text().split(f"[{dsn}]")
-        section = section.replace("Port = " + self.laptop.settings["Port"], f"Port = {self.relay.port}", 1)
-        file = self.folder / "odbc.ini"
-        file.write_text(f"{before}[{dsn}]{section}")
-        self.environment["ODBCINI"] = str(file)
+        self.relay.heal()
 
     def start(self, *arguments):
-        self.results = self.folder / "results.json"
-        terminal = Terminal(self.command("-q", "run", "--json", *arguments), self.environment, self.results)
-        self.addCleanup(terminal.__exit__)
-        return terminal
+        return self.waiting_run("-q", "run", "--json", *arguments, results=self.results)
 
     def cut(self, heal, **how):
         """Cuts the connection of a run that waits for a lock, and what it waits to do. `heal` lets it connect again."""
-        self.laptop.wait_for_waiter()
         self.relay.cut(refuse=not heal, **how)
         self.laptop.end_waiters()
 
@@ -48,61 +40,60 @@ class RunThroughABadNetwork(practice.PracticeTest):
         result = json.loads(self.results.read_text())
         self.assertTrue(result["connection_lost"])
         self.assertEqual([table["done"] for table in result["tables"]], [False, False])
-        self.assertEqual(self.control("last_timestamp"), LAST_RUN)
+        self.assertEqual(self.practice.control("last_timestamp"), LAST_RUN)
         return result
+
+    def assert_told(self, result):
+        """The result's error stands in the control record."""
+        self.assertNotEqual(result["error"]["text"], "")
+        self.assertEqual(self.practice.control("error_f, error_message"), (True, result["error"]["text"]))
+        self.assertEqual(result["recorded"], result["error"]["text"])
 
     def test_databases_that_no_longer_belong_together_are_no_lost_connection(self):
         for mark, said in (("PatInfoVer", "(PatInfoVer) out of sync"), ("Version", "(Quinmark Version) out of sync"),
                            ("DBOffice", "Subscript out of range")):
             with self.subTest(mark):
-                before = self.laptop.sql(f"select id from control where type = '{mark}'")
+                before = self.laptop.value(f"select id from control where type = '{mark}'")
                 restore = f"update control set id = '{before}' where type = '{mark}'"
                 self.addCleanup(self.laptop.sql, restore)
                 with self.laptop.locked("users"):
                     terminal = self.start("--ready", "--reset-error")
-                    self.laptop.wait_for_waiter()
                     self.laptop.sql(f"update control set id = 'other' where type = '{mark}'")
                     self.laptop.sql("select pg_cancel_backend(pid) from pg_locks where not granted")
                     self.assertEqual(terminal.wait(), 1)
                 self.assertFalse(json.loads(self.results.read_text())["connection_lost"])
-                self.assertIn(said, self.quinrep("check").stdout)
+                self.assertIn(said, self.practice.quinrep("check").stdout)
                 self.laptop.sql(restore)
 
     def test_remote_database_lost_is_told_to_the_control_record(self):
         result = self.failed_run(heal=False)
-        self.assertNotEqual(result["error"]["text"], "")
         self.assertNotEqual(result["error"]["todo"], "")
-        self.assertEqual(self.control("error_f, error_message"), "t|" + result["error"]["text"])
-        self.assertEqual(result["recorded"], result["error"]["text"])
+        self.assert_told(result)
 
     def test_local_database_lost_for_a_moment_is_told_to_the_control_record(self):
-        self.site = "laptop"
-        result = self.failed_run(heal=True, reset=False)
-        self.assertEqual(self.control("error_f, error_message"), "t|" + result["error"]["text"])
-        self.assertEqual(result["recorded"], result["error"]["text"])
+        self.practice.site = "laptop"
+        self.assert_told(self.failed_run(heal=True, reset=False))
 
     def test_local_database_that_stays_away_cannot_be_told_and_the_result_says_so(self):
-        self.site = "laptop"
-        result = self.failed_run(heal=False)
-        self.assertEqual(result["recorded"], "")
-        self.assertEqual(self.control("error_f"), "f")
+        self.practice.site = "laptop"
+        self.assertEqual(self.failed_run(heal=False)["recorded"], "")
+        self.assertFalse(self.practice.control("error_f"))
 
     def frozen_run(self):
         """A run that waits for the answer to the first table's row."""
         with self.laptop.locked("users"):
             terminal = self.start()
-            self.laptop.wait_for_waiter()
             self.relay.freeze()
-        practice.wait_until(lambda: self.rows_at_laptop()[0] == "1", "the first table is written")
+        wait_until(lambda: self.rows_at_laptop()[0], "the first table is written")
         return terminal
 
     def test_network_that_stands_still_is_waited_for(self):
         terminal = self.frozen_run()
         time.sleep(0.3)
-        self.assertEqual(self.rows_at_laptop(), ["1", ""])
+        self.assertEqual(self.rows_at_laptop(), [[1], []])
         self.relay.heal()
         self.assertEqual(terminal.wait(), 0)
-        self.assertEqual(self.rows_at_laptop(), ["1", "1"])
+        self.assertEqual(self.rows_at_laptop(), [[1], [1]])
 
     def test_second_ctrl_c_ends_a_run_whose_network_stands_still(self):
         terminal = self.frozen_run()
@@ -113,8 +104,8 @@ class RunThroughABadNetwork(practice.PracticeTest):
         terminal.type(CTRL_C)
         self.assertEqual(terminal.wait(patience=5), 1)
         self.relay.heal()
-        self.assertEqual(self.quinrep("run").returncode, 0)
-        self.assertEqual(self.rows_at_laptop(), ["1", "1"])
+        self.assertEqual(self.practice.quinrep("run").returncode, 0)
+        self.assertEqual(self.rows_at_laptop(), [[1], [1]])
 
     def test_watch_comes_back_by_itself(self):
         with self.laptop.locked("users"):
@@ -124,9 +115,9 @@ class RunThroughABadNetwork(practice.PracticeTest):
         self.relay.heal()
         success = self.time_of_attempt(3)
         self.assertGreater(success - failures[1], failures[1] - failures[0] + 2)
-        self.assertEqual(self.rows_at_laptop(), ["1", "1"])
-        self.assertEqual(self.control("error_f"), "f")
-        self.assertGreater(self.control("last_timestamp"), LAST_RUN)
+        self.assertEqual(self.rows_at_laptop(), [[1], [1]])
+        self.assertFalse(self.practice.control("error_f"))
+        self.assertGreater(self.practice.control("last_timestamp"), LAST_RUN)
         terminal.type(CTRL_C)
         self.assertEqual(terminal.wait(), 0)
 
@@ -135,17 +126,17 @@ class RunThroughABadNetwork(practice.PracticeTest):
             terminal = self.start("--watch")
             self.cut(heal=True)
             self.time_of_attempt(1)
-        self.assertEqual(self.control("error_f"), "t")
+        self.assertTrue(self.practice.control("error_f"))
         self.time_of_attempt(2)
-        self.assertEqual(self.rows_at_laptop(), ["1", "1"])
+        self.assertEqual(self.rows_at_laptop(), [[1], [1]])
         terminal.type(CTRL_C)
         self.assertEqual(terminal.wait(), 0)
 
     def time_of_attempt(self, number):
         """When the watch has told the result of an attempt."""
-        practice.wait_until(lambda: self.results.read_text().count("\n") >= number, f"attempt {number} has ended")
+        wait_until(lambda: self.results.read_text().count("\n") >= number, f"attempt {number} has ended")
         return time.monotonic()
 
 
 if __name__ == "__main__":
-    practice.main()
+    main()

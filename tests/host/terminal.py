@@ -9,7 +9,7 @@ import struct
 import termios
 import threading
 
-from practice import PATIENCE, wait_until
+from side import PATIENCE, wait_until
 
 CTRL_C = "\x03"
 COLUMNS = 200

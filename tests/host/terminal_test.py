@@ -5,8 +5,8 @@ import re
 import unittest
 
 import practice
-from terminal import Terminal, screen
-
+from practice_case import PracticeCase
+from terminal import screen
 
 PROGRESS = ["[1/2] users running (TIME)", "[1/2] users done (TIME)", "[2/2] chair_type running (TIME)",
             "[2/2] chair_type done (TIME)"]
@@ -21,14 +21,8 @@ class ScreenOfATerminal(unittest.TestCase):
         self.assertEqual(screen("ab\x1b[K\x1b[1Ccd\rx\r\nnext \x1b[?25l"), ["xb cd", "next"])
 
 
-class QuinrepOnATerminal(practice.PracticeTest):
-    def terminal(self, *arguments):
-        terminal = Terminal(self.command(*arguments), self.environment)
-        self.addCleanup(terminal.__exit__)
-        return terminal
-
+class QuinrepOnATerminal(PracticeCase):
     def test_progress_is_one_line_that_is_written_over_and_the_summary_stands_below(self):
-        self.add_rows(1)
         terminal = self.terminal("run")
         self.assertEqual(terminal.wait(), 0)
         shown = [screen(state)[-1] for state in terminal.output.split("\r\r\n")[0].split("\r")]
@@ -40,30 +34,29 @@ class QuinrepOnATerminal(practice.PracticeTest):
         self.assertRegex(terminal.lines[4], r"^  chair_type +one_way_deletes +1( +0)+$")
         self.assertEqual(terminal.lines[5:], [""])
 
-    def test_progress_in_a_pipe_is_plain_lines(self):
-        ended = self.quinrep("run")
+    def test_progress_in_a_file_is_plain_lines(self):
+        ended = self.practice.quinrep("run")
         self.assertEqual(ended.returncode, 0)
         self.assertEqual(without_times(ended.stderr.splitlines()), PROGRESS)
         self.assertNotRegex(ended.stdout + ended.stderr, "[\r\x1b]")
 
-    def type_passwords(self, terminal, password):
+    def run_with_typed_passwords(self, command, password):
+        self.practice.passwords = ["prompt", "prompt"]
+        terminal = self.terminal(command)
         for dsn in ["QuinmarkOffice", "QuinmarkLaptop"]:
             terminal.wait_for(f"Password for {dsn}:")
             terminal.wait_for_reader()
             terminal.type(password + "\r")
+        return terminal
 
     def test_password_that_is_typed_is_taken_and_not_shown(self):
-        self.password_source = "prompt"
-        terminal = self.terminal("run")
-        self.type_passwords(terminal, os.environ["QUINMARK_PASSWORD"])
+        terminal = self.run_with_typed_passwords("run", os.environ["QUINMARK_PASSWORD"])
         self.assertEqual(terminal.wait(), 0)
         self.assertEqual(terminal.lines[:2], ["Password for QuinmarkOffice:", "Password for QuinmarkLaptop:"])
         self.assertRegex(terminal.lines[2], r"^\[2/2\] chair_type done")
 
     def test_wrong_password_is_refused_and_not_shown(self):
-        self.password_source = "prompt"
-        terminal = self.terminal("status")
-        self.type_passwords(terminal, "zyxwv")
+        terminal = self.run_with_typed_passwords("status", "zyxwv")
         self.assertEqual(terminal.wait(), 1)
         shown = "".join(terminal.lines)
         self.assertIn("password is refused", shown)

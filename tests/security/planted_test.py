@@ -1,16 +1,13 @@
 """Libraries planted in the working directory, each named like one that the programs load: none of them is loaded."""
 
 import os
-import pathlib
 import re
 import shutil
 import subprocess
-import sys
-import tempfile
 import unittest
 
-REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
-BINARIES = pathlib.Path(os.environ.get("QUINMARK_BINARIES", REPOSITORY / "build" / "x86-release"))
+from practice import BINARIES, Practice, main, windows_path
+
 PROGRAMS = ["quinrep.exe", "QuinmarkRepDLL.dll", "adodb.dll"]
 # What belongs to every Windows; odbc32 and advapi32 among it.
 SYSTEM = {"advapi32.dll", "bcrypt.dll", "kernel32.dll", "msvcrt.dll", "odbc32.dll", "ole32.dll", "oleaut32.dll",
@@ -31,30 +28,25 @@ def imports(file):
 
 class Planted(unittest.TestCase):
     def setUp(self):
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="planted-"))
-        self.addCleanup(shutil.rmtree, self.folder)
+        practice = Practice({"users": "method = 'one_way'"})
+        self.addCleanup(practice.close)
+        self.check = practice.command("check")[1:]
+        self.folder = practice.folder
         self.told = self.folder / "told.txt"
-        self.environment = {**os.environ, "QUINMARK_CANARY": "Z:" + str(self.told).replace("/", "\\")}
-        (self.folder / "quinrep.toml").write_text(
-            "site = 'offices'\nlocal = 'source'\nprogram_version = 'laptop'\n" +
-            "".join(f"[{side}]\ndsn = '{dsn}'\nprefix = '{prefix}'\npassword = 'env:QUINMARK_PASSWORD'\n"
-                    for side, dsn, prefix in (("source", "QuinmarkOffice", "office."),
-                                              ("destination", "QuinmarkLaptop", "laptop."))) +
-            f"[log]\nfile = '{self.folder}/replication.log'\n[[table]]\nname = 'users'\nmethod = 'one_way'\n")
+        self.environment = {**practice.environment, "QUINMARK_CANARY": windows_path(self.told)}
         (self.folder / "create.vbs").write_text(
             'set f = CreateObject("QuinmarkRepDLL.Factory")\nset a = CreateObject("ADODB.Connection")\n'
             'a.Open "DSN=QuinmarkOffice;UID=quinmarkapp_user;PWD=" & '
             'CreateObject("WScript.Shell").Environment("PROCESS")("QUINMARK_PASSWORD")\nWScript.Echo TypeName(f)\n')
 
-    def run_in_folder(self, *command, debug="-all"):
-        return subprocess.run(["wine", *command], cwd=self.folder, stdin=subprocess.DEVNULL, timeout=60, check=False,
-                              env={**self.environment, "WINEDEBUG": debug}, text=True, errors="replace",
-                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
-
-    def loaded(self, *command):
-        """The paths of all libraries that a program loads, in lower case."""
-        output = self.run_in_folder(*command, debug="+loaddll").stdout
-        return {path.lower() for path in re.findall(r'Loaded L"([^"]+\.dll)"', output, re.I)}
+    def run_in_folder(self, *command, said=""):
+        """The paths of all libraries that a program loads, in lower case. It has to say something."""
+        run = subprocess.run(["wine", *command], cwd=self.folder, stdin=subprocess.DEVNULL, timeout=60, check=False,
+                             env={**self.environment, "WINEDEBUG": "+loaddll"}, text=True, errors="replace",
+                             stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        self.assertEqual(run.returncode, 0, run.stdout)
+        self.assertIn(said, run.stdout, command)
+        return {path.lower() for path in re.findall(r'Loaded L"([^"]+\.dll)"', run.stdout, re.I)}
 
     def plant(self, names, folder):
         for name in names:
@@ -66,29 +58,18 @@ class Planted(unittest.TestCase):
     def told_paths(self):
         return self.told.read_bytes().decode("utf-16-le").split() if self.told.exists() else []
 
-    def programs(self):
-        """Commands, and what each says when it went through."""
-        commands = {("cscript", "//nologo", "create.vbs"): "Factory",
-                    (str(BINARIES / "quinrep.exe"), "--version"): "quinrep "}
-        if os.environ.get("QUINMARK_PASSWORD"):
-            commands[str(BINARIES / "quinrep.exe"), "check"] = "users"
-        else:
-            commands.pop(("cscript", "//nologo", "create.vbs"))
-        return commands
-
     def test_nothing_is_loaded_from_the_working_directory(self):
-        commands = self.programs()
+        commands = {("cscript", "//nologo", "create.vbs"): "Factory", tuple(self.check): "users",
+                    (str(BINARIES / "quinrep.exe"), "--version"): "quinrep "}
         names = SYSTEM | USUAL | {name.lower() for name in PROGRAMS if name.endswith(".dll")}
-        for command in commands:
-            loaded = {path.rpartition("\\")[2] for path in self.loaded(*command)}
+        for command, said in commands.items():
+            loaded = {path.rpartition("\\")[2] for path in self.run_in_folder(*command, said=said)}
             self.assertIn("kernel32.dll", loaded)
             names |= loaded
         self.plant(names, self.folder)
         for command, said in commands.items():
-            run = self.run_in_folder(*command)
-            self.assertIn(said, run.stdout, command)
-            self.assertEqual(run.returncode, 0, command)
-            self.assertEqual([path for path in self.loaded(*command) if self.folder.name in path], [])
+            loaded = self.run_in_folder(*command, said=said)
+            self.assertEqual([path for path in loaded if self.folder.name in path], [])
         self.assertEqual(self.told_paths(), [])
 
     def test_a_planted_library_would_be_seen(self):
@@ -104,7 +85,4 @@ class Planted(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    if not os.environ.get("WINEPREFIX"):
-        print("SKIPPED: needs WINEPREFIX")
-        sys.exit(77)
-    unittest.main()
+    main()

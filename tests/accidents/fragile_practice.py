@@ -1,0 +1,38 @@
+"""A practice whose server, network and hosts have accidents."""
+
+import random
+
+from own_server import OwnServer
+from scene import ALL, TABLES, snapshot
+
+PATIENCE = 300
+
+
+class FragilePractice(OwnServer):
+    """On a server of its own, with a relay in front of either database."""
+
+    def __init__(self, *tables):
+        super().__init__({name: TABLES[name][2] for name in tables or TABLES})
+        self.keep_what_is_committed()
+        for side in self.sides:
+            self.relay(side)
+        # Without a display the message boxes of two-way replication do not wait for a person.
+        self.environment.pop("DISPLAY", None)
+
+    def set(self, scene):
+        for name, side in self.sides.items():
+            side.sql(self.clearing(*ALL) + "".join(side.insertion(*rows) for rows in scene.rows[name].items()))
+
+    def states(self):
+        return {name: snapshot(side) for name, side in self.sides.items()}
+
+    def start_run(self):
+        """Starts a run that nothing stops."""
+        return self.start("-q", "run", "--ready", "--reset-error", "--force", "--attended")
+
+    def good_run(self):
+        """A run that must go through; conflicts are no failure."""
+        with self.start_run() as process:
+            status = process.wait(PATIENCE)
+        if status not in (0, 2):
+            raise AssertionError(f"the run fails: {self.said()}")

@@ -1,0 +1,134 @@
+"""The practice on a database server of a test's own, which may be killed, or have a password that nobody else knows."""
+
+import contextlib
+import fcntl
+import os
+import pathlib
+import re
+import shutil
+import signal
+import subprocess
+import tempfile
+import zlib
+
+from practice import Practice
+from side import OTHERS, REPOSITORY, Side, SQL_FILES, data_sources, wait_until
+
+PATIENTS = 5
+# What has been made once is copied for every server after it.
+PREPARED = REPOSITORY / "build" / "own-server"
+
+
+def _devdb(root, *arguments):
+    subprocess.run([root / "scripts" / "devdb.sh", *arguments], check=True, stdin=subprocess.DEVNULL,
+                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=120)
+
+
+def _prepared():
+    """A folder with a stopped server, which belongs to the scripts and the SQL as they are."""
+    files = [REPOSITORY / "scripts" / "devdb.sh", REPOSITORY / "scripts" / "lib.sh", *sorted(SQL_FILES.iterdir())]
+    sum_of_files = zlib.crc32(b"".join(file.read_bytes() for file in files))
+    PREPARED.mkdir(parents=True, exist_ok=True)
+    with open(PREPARED / "lock", "w", encoding="utf-8") as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        root = PREPARED / f"{sum_of_files:08x}"
+        if not (root / "ready").exists():
+            shutil.rmtree(root, ignore_errors=True)
+            (root / "scripts").mkdir(parents=True)
+            for file in files[:2]:
+                shutil.copy2(file, root / "scripts")
+            (root / "database").symlink_to(REPOSITORY / "database")
+            _devdb(root, "reset", str(PATIENTS), "--both")
+            # What devdb.sh resets to; a copy of the whole is quicker.
+            _devdb(root, "psql", "-c", "drop database office_template", "-c", "drop database laptop_template")
+            _devdb(root, "stop")
+            (root / "ready").touch()
+    return root
+
+
+class OwnServer(Practice):
+    """The practice on a server that is made for it and goes with it."""
+
+    def __init__(self, tables, password=None):
+        self.root = pathlib.Path(tempfile.mkdtemp(prefix="quinmark-"))
+        self.root.chmod(0o755)
+        # The files of the server keep their owner.
+        subprocess.run(["cp", "-a", f"{_prepared()}/.", self.root], check=True)
+        self._state = self.root / "build" / "devdb"
+        (self._state / "port").unlink()
+        _devdb(self.root, "start")
+        super().__init__(tables, self._server_environment(password))
+
+    def _server_environment(self, password):
+        """What leads programs here, to data sources of their own: quinrep runs once for a data source on a machine."""
+        settings = dict(re.findall(r"export (\w+)=(.*)", (self._state / "env.sh").read_text()))
+        sources = data_sources(settings)
+        port = (self._state / "port").read_text().strip()
+        for name in ("QUINMARK_OFFICE_DSN", "QUINMARK_LAPTOP_DSN"):
+            sources[settings[name] + port] = dict(sources[settings[name]])
+            settings[name] += port
+        settings["ODBCINI"] = str(self.root / "odbc.ini")
+        with open(settings["ODBCINI"], "w", encoding="utf-8") as file:
+            sources.write(file)
+        if password:
+            settings["QUINMARK_PASSWORD"] = password
+            for database in ("office", "laptop"):
+                Side.owned(database, settings).sql(f"""alter role quinmarkapp_user password '{password}';
+                    alter user mapping for public server peer options (set password '{password}')""")
+        return {**os.environ, **settings}
+
+    def keep_what_is_committed(self):
+        """Even if the server is killed."""
+        owner = self.owned("postgres")
+        for statement in ("alter system set synchronous_commit = on", "select pg_reload_conf()"):
+            owner.sql(statement)
+
+    def owned(self, database):
+        return Side.owned(database, self.environment)
+
+    def kill_server(self):
+        """As a power cut does: all of its processes at once."""
+        postmaster = self._postmaster()
+        children = pathlib.Path(f"/proc/{postmaster}/task/{postmaster}/children").read_text().split()
+        for pid in (postmaster, *map(int, children)):
+            _kill(pid)
+
+    def kill_backend(self, side, choose):
+        """Kills one of the server's processes that serve a program; the server then ends all others and comes back."""
+        if pids := self.sides[side].column(f"select pid from pg_stat_activity where {OTHERS} order by backend_start, pid"):
+            _kill(choose(pids))
+
+    def restore(self):
+        """Until network and server are there, and no statement of a program is under way: one that was goes on without
+        its client.
+        """
+        for relay in self.relays.values():
+            relay.heal()
+        wait_until(self._is_up, "the server comes back", 30)
+        for side in self.sides.values():
+            side.disconnect()
+        others = f"select count(*) from pg_stat_activity where {OTHERS}"
+        wait_until(lambda: not self.office.value(others), "the statements under way have ended", 30)
+
+    def _is_up(self):
+        if self.office.is_up():
+            return True
+        if not os.path.exists(f"/proc/{self._postmaster()}"):
+            # Shared memory of the killed processes may still be attached.
+            with contextlib.suppress(subprocess.CalledProcessError):
+                _devdb(self.root, "start")
+        return False
+
+    def _postmaster(self):
+        pid_file = self._state / "data" / "postmaster.pid"
+        return int(pid_file.read_text().split()[0]) if pid_file.exists() else 0
+
+    def close(self):
+        super().close()
+        _devdb(self.root, "stop")
+        shutil.rmtree(self.root)
+
+
+def _kill(pid):
+    with contextlib.suppress(ProcessLookupError):
+        os.kill(pid, signal.SIGKILL)

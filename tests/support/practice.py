@@ -1,0 +1,130 @@
+"""The practice's two databases and quinrep between them, for tests that act as a person or a network does."""
+
+import datetime
+import os
+import pathlib
+import shutil
+import subprocess
+import tempfile
+import unittest
+
+from relay import LOCALHOST, Relay
+from side import REPOSITORY, Side, data_sources, skip_without_databases
+
+BINARIES = pathlib.Path(os.environ.get("QUINMARK_BINARIES", REPOSITORY / "build" / "x86-release"))
+QUINREP = BINARIES / "quinrep.exe"
+LAST_RUN = datetime.datetime(2026, 3, 1, 18)
+NEW = datetime.datetime(2026, 3, 2, 9)
+RECORDS = ("replication_conflict_data", "replication_conflict", "replication_counts", "replication_control")
+HAS_PATIENT_KEY = "(select count(*) = 1 from pg_constraint where conname = 'fk_patient_dentist')"
+PASSWORD = "env:QUINMARK_PASSWORD"
+
+
+def main():
+    """Runs the tests of the calling program, or skips them where the private PostgreSQL is missing."""
+    skip_without_databases()
+    unittest.main()
+
+
+def windows_path(path):
+    return "Z:" + str(path).replace("/", "\\")
+
+
+class Practice:
+    """Both databases as an environment names them, and quinrep between them with its files in a folder of their own.
+
+    `tables` are the settings by table that quinrep gets, `passwords` those of source and destination.
+    """
+
+    def __init__(self, tables, environment=None):
+        self.environment = dict(environment or os.environ)
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="quinrep-"))
+        self.log = self.folder / "replication.log"
+        self.tables = tables
+        self.site = "offices"
+        self.passwords = [PASSWORD, PASSWORD]
+        self.dsns = {side: self.environment[f"QUINMARK_{side.upper()}_DSN"] for side in ("office", "laptop")}
+        self.sides = {side: Side.of(dsn, self.environment) for side, dsn in self.dsns.items()}
+        self.office, self.laptop = self.sides.values()
+        self.relays = {}
+
+    def close(self):
+        for relay in self.relays.values():
+            relay.close()
+        for side in self.sides.values():
+            side.disconnect()
+        shutil.rmtree(self.folder)
+
+    def reset(self):
+        """No rows in quinrep's tables, no records of runs, and sites that are ready since the last run."""
+        for side in self.sides.values():
+            side.sql(self.clearing())
+
+    def clearing(self, *tables):
+        """The statements of `reset`, which empty other tables too."""
+        return "".join(f"delete from {table};" for table in (*reversed(tables), *self.tables, *RECORDS)) + f"""
+            insert into replication_control (unique_key, ready_f, error_f, last_timestamp, next_timestamp)
+            select site, true, false, '{LAST_RUN}', '{LAST_RUN}' from generate_series(0, 1) site;
+            alter table patient drop constraint if exists FK_patient_dentist;
+            alter table patient add constraint FK_patient_dentist foreign key (dc_id, dentist_id)
+            references dentist (dc_id, dentist_id);"""
+
+    def control(self, columns):
+        """Columns of the site's control record."""
+        side, key = (self.office, 0) if self.site == "offices" else (self.laptop, 1)
+        row, = side.sql(f"select {columns} from replication_control where unique_key = {key}")
+        return row if len(row) > 1 else row[0]
+
+    def relay(self, side):
+        """Puts a relay between quinrep and a database."""
+        port = data_sources(self.environment)[self.dsns[side]]["Port"]
+        self.relays[side] = Relay(LOCALHOST, int(port))
+        self.set_odbc(side, Port=self.relays[side].port)
+        return self.relays[side]
+
+    def set_odbc(self, side, **options):
+        """Changes options of a side's data source, for quinrep alone."""
+        sources = data_sources(self.environment)
+        sources[self.dsns[side]].update({name: str(value) for name, value in options.items()})
+        self.environment["ODBCINI"] = str(self.folder / "odbc.ini")
+        with open(self.environment["ODBCINI"], "w", encoding="utf-8") as file:
+            sources.write(file)
+
+    def command(self, *arguments):
+        """The command line of quinrep with a configuration of this practice."""
+        file = self.folder / "quinrep.toml"
+        file.write_text(self._configuration())
+        return ["wine", str(QUINREP), "-c", str(file), *arguments]
+
+    def start(self, *arguments, before=(), **options):
+        """Starts quinrep. What it says goes to files: Wine's desktop holds on to a pipe for longer than it lives.
+        `before` is a program that gets quinrep's command line.
+        """
+        wine, *quinrep = self.command(*arguments)
+        with open(self.folder / "out.txt", "w", encoding="utf-8") as out, \
+                open(self.folder / "err.txt", "w", encoding="utf-8") as err:
+            return subprocess.Popen([wine, *before, *quinrep], env=self.environment, cwd=self.folder, stdout=out,
+                                    stderr=err, **{"stdin": subprocess.DEVNULL, **options})
+
+    def said(self):
+        """What quinrep has written so far: results and messages."""
+        return [(self.folder / name).read_text(errors="replace") for name in ("out.txt", "err.txt")]
+
+    def quinrep(self, *arguments, patience=60):
+        """Runs quinrep; what subprocess tells of it."""
+        with self.start(*arguments) as process:
+            try:
+                process.wait(patience)
+            finally:
+                process.kill()
+        return subprocess.CompletedProcess(process.args, process.returncode, *self.said())
+
+    def _configuration(self):
+        sides = "".join(
+            f"[{role}]\ndsn = '{dsn}'\nprefix = '{self.environment[f'QUINMARK_{side.upper()}_PREFIX']}'\n"
+            f"password = '{password}'\n"
+            for role, (side, dsn), password in zip(("source", "destination"), self.dsns.items(), self.passwords))
+        tables = "".join(f"[[table]]\nname = '{name}'\n{settings}\n" for name, settings in self.tables.items())
+        return (f"site = '{self.site}'\nlocal = '{'source' if self.site == 'offices' else 'destination'}'\n"
+                f"program_version = 'laptop'\nfrequency = 600\nmax_delete = 100\n{sides}"
+                f"[log]\nlevel = 1\nfile = '{self.log}'\n{tables}")
