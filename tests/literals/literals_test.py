@@ -6,17 +6,16 @@ the databases is missing (1 with QUINMARK_REQUIRE_DATABASE=1). `--seed` repeats 
 """
 
 import argparse
+import contextlib
 import datetime
-import pathlib
 import random
 import sys
 import time
 
-import bed
-import bench
-import model_test
+from literal_host import LiteralDatabase, RegionalPrefix, copy_rows
 from rows import carried_row, random_row, routine_results
 from settings import PAIRS
+from side import skip_without_databases
 
 ROWS = 200
 SECOND = datetime.timedelta(seconds=1)
@@ -25,8 +24,6 @@ ENOUGH = 10
 
 def options():
     parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--host", type=pathlib.Path, help="literal_host.exe",
-                        default=bed.REPOSITORY / "build" / "x86-release" / "literal_host.exe")
     parser.add_argument("--seed", type=int, default=random.SystemRandom().randrange(2**32))
     parser.add_argument("--minutes", type=float, help="how long to try; otherwise once with every pair of settings")
     return parser.parse_args()
@@ -83,7 +80,7 @@ def check_log(region, lines, begin):
     return 1
 
 
-def try_pair(chance, pair, database, prefix, host, tally):
+def try_pair(chance, pair, database, prefix, tally):
     """Random rows under one pair of settings; how many differ."""
     region, server = pair
     rows = [random_row(chance) for _ in range(ROWS)]
@@ -91,7 +88,7 @@ def try_pair(chance, pair, database, prefix, host, tally):
     prefix.use(region)
     database.read_dates_as(server)
     begin = datetime.datetime.now().replace(microsecond=0)
-    refused = bench.copy_rows(host, prefix)
+    refused = copy_rows(prefix)
     found = check_log(region, prefix.take_log(), begin)
     stored = {table: database.read(table) for table in ("inserted", "updated", "routines")}
     for key, row in enumerate(rows):
@@ -114,7 +111,7 @@ def run(chosen, database, prefix):
     while turn == 0 or time.monotonic() < end:
         for number, pair in enumerate(PAIRS):
             chance = random.Random(f"{chosen.seed} {turn} {number}")
-            found += try_pair(chance, pair, database, prefix, chosen.host, tallies[pair])
+            found += try_pair(chance, pair, database, prefix, tallies[pair])
         turn += 1
         if found:
             print(f"--seed {chosen.seed}, turn {turn}")
@@ -126,16 +123,11 @@ def run(chosen, database, prefix):
 
 
 def main():
-    model_test.leave_without_databases()
+    skip_without_databases()
     chosen = options()
     print(f"seed {chosen.seed}", flush=True)
-    prefix = bench.RegionalPrefix()
-    database = bench.Database()
-    try:
+    with contextlib.closing(RegionalPrefix()) as prefix, contextlib.closing(LiteralDatabase()) as database:
         tried, found = run(chosen, database, prefix)
-    finally:
-        database.close()
-        prefix.close()
     print(f"tried literal rows: {tried}, found: {found}")
     return 1 if found else 0
 

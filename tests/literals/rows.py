@@ -8,9 +8,11 @@ import uuid
 
 from settings import Refused, read_date, read_number
 
-# `unid` and what follows; the types of the column in the practice database's terms are in `create`.
+# Columns beside the key, and their types.
 COLUMNS = {"t": "varchar(4000)", "c": "char(12)", "i": "int", "s": "smallint", "f": "double precision",
            "m": "numeric(19, 4)", "b": "boolean", "g": "uuid", "d": "timestamp(3)"}
+ROUTINE_COLUMNS = {"q": "varchar(8000)", "l": "varchar(8000)", "r": "varchar(8000)", "w": "varchar(8000)", "n": "int",
+                   "d": "timestamp(3)"}
 PIECES = ["'", "''", '"', "\\", "\\'", "--", "/*", "*/", ";", "?", "{", "}", "{d '", "{fn now()}", "[x]", "]", "$$", "$1",
           "%", "_", ":x", "@p", "Null", "\r\n", "\n", "\t", "\x1a", "\x01", "\x7f", " ", "   ", "E'", "U&'", "N'", "go\n",
           "select top 1", "dateadd(s, 1, x)", "getdate()", "O'Brien", "é", "ß", "–", "€", "日本", "ー", "\u00a0", "\u200b",
@@ -86,34 +88,6 @@ def random_row(chance):
     """All columns, or one alone: a column that is refused takes the others with it."""
     wanted = list(COLUMNS) if chance.random() < 0.2 else [chance.choice("ttcisffmmbgddd")]
     return {name: MAKERS[name](chance) if name in wanted else None for name in COLUMNS}
-
-
-def literal(name, value):
-    """A value in the test's own SQL, which has nothing in common with the literals that are tried."""
-    if value is None:
-        return "null"
-    if name in "tc":
-        return f"convert_from('\\x{value.encode().hex()}', 'UTF8')"
-    if name == "d":
-        return f"'{value.isoformat(sep=' ', timespec='milliseconds')}'"
-    return f"'{value!r}'" if name == "f" else f"'{value}'"
-
-
-# The columns as texts that hold exactly what is stored, whatever the server's settings.
-EXACT = {"t": "encode(convert_to({0}::text, 'UTF8'), 'hex')", "c": "encode(convert_to({0}::text, 'UTF8'), 'hex')",
-         "d": "to_char({0}, 'YYYY-MM-DD HH24:MI:SS.MS')"}
-DECODERS = {"t": lambda text: bytes.fromhex(text).decode(), "c": lambda text: bytes.fromhex(text).decode().ljust(12),
-            "f": float, "m": decimal.Decimal, "b": lambda text: text == "true",
-            "d": datetime.datetime.fromisoformat, "g": str, "i": int, "s": int}
-
-
-def exact(name, kind):
-    """The SQL for column `name` of the kind of `kind`."""
-    return EXACT.get(kind, "{0}::text").format(name)
-
-
-def decode(kind, text):
-    return None if text is None else DECODERS[kind](text)
 
 
 def carried(name, value, region, server):

@@ -1,0 +1,90 @@
+"""Where literals are tried: a database of their own, and a Wine prefix of their own for the regional settings."""
+
+import os
+import subprocess
+
+from practice import BINARIES
+from rows import COLUMNS, ROUTINE_COLUMNS
+from side import Side
+from wine_prefix import Prefix
+
+DATABASE = "literals"
+LOG = "literals.log"
+TABLES = {"source": COLUMNS, "inserted": COLUMNS, "updated": COLUMNS, "routines": ROUTINE_COLUMNS}
+
+
+class LiteralDatabase:
+    """Source rows, and the tables into which the host copies them."""
+
+    def __init__(self):
+        self._server = Side.owned("postgres", os.environ)
+        self._server.sql(f"drop database if exists {DATABASE} with (force)")
+        self._server.sql(f"create database {DATABASE} template template0")
+        self._side = Side.owned(DATABASE, os.environ)
+        self._side.run_file("00_server_compat.sql")
+        for table, columns in TABLES.items():
+            declared = ", ".join(f"{name} {kind}" for name, kind in columns.items())
+            self._side.sql(f"create table literal_{table} (unid int primary key, {declared});"
+                           f"grant all on literal_{table} to quinmarkapp_user")
+
+    def read_dates_as(self, order):
+        """For connections from now on."""
+        self._server.sql(f"alter database {DATABASE} set datestyle = 'ISO, {order}'")
+
+    def fill(self, rows):
+        self._side.sql(f"truncate {', '.join(f'literal_{table}' for table in TABLES)};" +
+                       self._side.insertion("literal_source", [{"unid": key, **row} for key, row in enumerate(rows)]) +
+                       # Marked, so that an update to Null is seen.
+                       "insert into literal_updated (unid, t) select unid, 'former' from literal_source")
+
+    def read(self, table):
+        """The rows of a table by their keys."""
+        return {key: dict(zip(TABLES[table], values))
+                for key, *values in self._side.sql(f"select * from literal_{table}")}
+
+    def close(self):
+        self._side.disconnect()
+        self._server.sql(f"drop database {DATABASE}")
+
+
+class RegionalPrefix(Prefix):
+    """Where the host runs, as a user with other regional settings."""
+
+    def __init__(self):
+        super().__init__()
+        self.register(BINARIES / "adodb.dll")
+        self._region = None
+
+    def use(self, region):
+        if region is self._region:
+            return
+        self._region = region
+        file = self.path / "region.reg"
+        file.write_text(region.registry(), encoding="utf-16")
+        self.run("wine", "regedit", "/S", file.name, cwd=self.path)
+
+    def take_log(self):
+        """The log's lines so far, which is then gone."""
+        log = self.path / LOG
+        lines = log.read_text(encoding="cp1252").splitlines()
+        log.unlink()
+        return lines
+
+
+def copy_rows(prefix):
+    """Runs the host over all rows; the statements that were refused, as (key, table), with their errors."""
+    dsn = f"{os.environ['QUINMARK_OFFICE_DSN']};Database={DATABASE}"
+    # To a file: Wine's desktop holds on to a pipe for longer than the host lives.
+    output = prefix.path / "host.txt"
+    with output.open("wb") as file:
+        run = subprocess.run(["wine", BINARIES / "literal_host.exe", dsn, os.environ["QUINMARK_PASSWORD"], LOG],
+                             env=prefix.environment, cwd=prefix.path, stdout=file, stderr=subprocess.STDOUT,
+                             timeout=600, check=False)
+    lines = output.read_bytes().decode().replace("\r\n", "\n").split("\n")[:-1]
+    if run.returncode or lines[-1:] != ["done"]:
+        raise RuntimeError(f"the host has ended with {run.returncode}: {lines[-2:]}")
+    refused = {}
+    for line in lines[:-1]:
+        key, table, number, text = line.split("\t")
+        refused[int(key), table] = f"{int(number):#x} {text}"
+    return refused
