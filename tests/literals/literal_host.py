@@ -21,7 +21,7 @@ class LiteralDatabase:
         self._server.sql(f"drop database if exists {DATABASE} with (force)")
         self._server.sql(f"create database {DATABASE} template template0")
         self._side = Side.owned(DATABASE, os.environ)
-        self._side.run_file("00_server_compat.sql")
+        self._side.run_files("00_server_compat.sql")
         for table, columns in TABLES.items():
             declared = ", ".join(f"{name} {kind}" for name, kind in columns.items())
             self._side.sql(f"create table literal_{table} (unid int primary key, {declared});"

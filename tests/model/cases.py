@@ -5,10 +5,12 @@ A case is one base table perturbed twice, once for each side, so that the sides 
 
 import copy
 import decimal
+import json
+import re
 import uuid
 
 import rules
-from tables import TABLES
+from tables import TABLES, parsed, plain
 from values import (BIGINT, BIT, DATE, DAY, DOUBLE, GUID, INTEGER, MONEY, REAL, SECOND, SMALLINT, TEXT, ZERO_DATE,
                     date_of)
 
@@ -64,24 +66,20 @@ class Case:
         return copy.deepcopy(self)
 
     def to_json(self):
+        """Text, with a row to a line, without its Nulls."""
         fields = {name: getattr(self, name) for name in self.FIELDS}
-        fields["state"] = {side: {name: [_plain(TABLES[name], row) for row in rows] for name, rows in tables.items()}
+        fields["state"] = {side: {name: [{column: value for column, value in plain(TABLES[name], row).items()
+                                          if value is not None} for row in rows] for name, rows in tables.items()}
                            for side, tables in self.state.items()}
-        return fields
+        text = json.dumps(fields, ensure_ascii=False, indent=1)
+        return re.sub(r"{[^{}[\]]*}", lambda row: re.sub(r"\s*\n\s*", " ", row[0]), text)
 
     @classmethod
-    def from_json(cls, fields):
-        state = {side: {name: [_parsed(TABLES[name], row) for row in rows] for name, rows in tables.items()}
-                 for side, tables in fields["state"].items()}
-        return cls(**{**fields, "state": state})
-
-
-def _plain(table, row):
-    return {c.name: None if row[c.name] is None else c.type.plain(row[c.name]) for c in table.columns}
-
-
-def _parsed(table, row):
-    return {c.name: None if row[c.name] is None else c.type.parse(row[c.name]) for c in table.columns}
+    def from_json(cls, text):
+        fields = json.loads(text)
+        fields["state"] = {side: {name: [parsed(TABLES[name], row) for row in rows] for name, rows in tables.items()}
+                           for side, tables in fields["state"].items()}
+        return cls(**fields)
 
 
 class Generator:

@@ -1,8 +1,6 @@
 """Tries cases on the component and holds what it does against the model."""
 
 import datetime
-import os
-import pathlib
 
 from bed import Databases, Host
 from outcome import Actual, Expected, differences, tables_of
@@ -13,48 +11,53 @@ from values import EPOCH, MILLISECOND, ZERO_DATE, iso
 CLOCK_TOLERANCE = 60_000
 
 
-class Bench:
-    """Databases and hosts for many cases; a host for each site and role."""
+class Check:
+    """A pair of databases, and a component for each site and role, for many cases."""
 
-    def __init__(self, program, folder):
-        self.databases = Databases()
-        self._program = program
-        self._folder = pathlib.Path(folder)
+    def __init__(self, number, folder):
+        self._databases = Databases(number)
+        self._folder = folder
         self._hosts = {}
-        self.patient_key = self.databases.has_patient_key()
-        # Without a display a message box is over before anybody sees it.
-        self.shows_boxes = bool(os.environ.get("DISPLAY"))
+        self._patient_key = self._databases.has_patient_key()
 
-    def host(self, case):
+    def _host(self, case):
         key = (case.site, case.role)
         if key not in self._hosts:
-            self._hosts[key] = Host(self._program, *key, self._folder / f"model-{key[0]}-{key[1]}.log")
+            self._hosts[key] = Host(self._databases.names, *key, self._folder)
         return self._hosts[key]
 
-    def close(self):
-        for host in self._hosts.values():
-            host.close()
-        self.databases.close()
+    def faults(self, case):
+        """Where component and model differ in this case."""
+        self._databases.set(case.state, case.tables(), case.site, case.last)
+        expected = Expected(case, self._databases.names, self._patient_key)
+        actual = Actual(case, self._databases, self._host(case))
+        refused = expected.create()
+        found = differences({"create": refused}, {"create": actual.create()})
+        if found or refused:
+            return found
+        found, first = self._one_run(case, expected, actual)
+        if found or not case.again:
+            return [f"run 1: {line}" for line in found]
+        if case.again == "new":
+            expected.create()
+            actual.create()
+        found, second = self._one_run(case, expected, actual)
+        if not found and must_be_quiet(case, first):
+            found = differences(tables_of(first, case.tables()), tables_of(second, case.tables()), ".written again")
+        return [f"run 2: {line}" for line in found]
 
-
-def faults(case, bench):
-    """Where component and model differ in this case."""
-    bench.databases.set(case.state, case.tables(), case.site, case.last)
-    expected, actual = Expected(case, bench.patient_key), Actual(case, bench.databases, bench.host(case))
-    refused = expected.create()
-    found = differences({"create": refused}, {"create": actual.create()})
-    if found or refused:
-        return found
-    found, first = _one_run(case, expected, actual, bench)
-    if found or not case.again:
-        return [f"run 1: {line}" for line in found]
-    if case.again == "new":
-        expected.create()
-        actual.create()
-    found, second = _one_run(case, expected, actual, bench)
-    if not found and must_be_quiet(case, first):
-        found = differences(tables_of(first, case.tables()), tables_of(second, case.tables()), ".written again")
-    return [f"run 2: {line}" for line in found]
+    def _one_run(self, case, expected, actual):
+        # Rows in the order of storage, in which one side's rows are listed.
+        state = actual.state
+        expected.begin()
+        outcome = actual.run(iso(case.next), "0" if case.last == ZERO_DATE else iso(case.last))
+        self._patient_key = outcome["key"]
+        next_date = outcome.pop("next") if case.run else case.next
+        found = differences(expected.run(state, next_date, outcome["control"][2]), outcome)
+        now = (datetime.datetime.now() - EPOCH) // MILLISECOND
+        if case.run and abs(now - next_date) > CLOCK_TOLERANCE:
+            found.append(f"the interval ends at {iso(next_date)}, which is not now")
+        return found, outcome
 
 
 def must_be_quiet(case, first):
@@ -67,20 +70,3 @@ def must_be_quiet(case, first):
     keys = [row[plan["key_field"]] for plan in case.plans if plan["key_field"]
             for tables in case.state.values() for row in tables[plan["name"].lower()]]
     return not first["error"] and not moved and not any("'" in key for key in keys if isinstance(key, str))
-
-
-def _one_run(case, expected, actual, bench):
-    # Rows in the order of storage, in which one side's rows are listed.
-    state = bench.databases.read(case.tables(), case.site)
-    expected.begin()
-    outcome = actual.run(iso(case.next), "0" if case.last == ZERO_DATE else iso(case.last))
-    bench.patient_key = outcome["key"]
-    next_date = outcome.pop("next") if case.run else case.next
-    wanted = expected.run(state, next_date, outcome["control"][2])
-    if not bench.shows_boxes:
-        wanted["boxes"] = []
-    found = differences(wanted, outcome)
-    now = (datetime.datetime.now() - EPOCH) // MILLISECOND
-    if case.run and abs(now - next_date) > CLOCK_TOLERANCE:
-        found.append(f"the interval ends at {iso(next_date)}, which is not now")
-    return found, outcome

@@ -9,13 +9,11 @@ from server import Database, Failure
 from tables import TABLES
 from values import DATE, GUID, SECOND, date_literal
 
-PAIR = {"source": "model_office", "destination": "model_laptop"}
 
-
-def _pair(case, state, former):
+def _pair(case, names, state, former):
     """Both databases in `state`; what runs recorded comes from `former`, the local database before."""
-    databases = {side: Database(PAIR[side], {name: copy.deepcopy(state[side][name]) for name in case.tables()})
-                 for side in PAIR}
+    databases = {side: Database(names[side], {name: copy.deepcopy(state[side][name]) for name in case.tables()})
+                 for side in names}
     local = databases["source" if case.role == "SOURCE" else "destination"]
     local.error, local.counts, local.conflicts = former.error, former.counts, former.conflicts
     if case.run:
@@ -26,8 +24,9 @@ def _pair(case, state, former):
 class Expected:
     """The model's side of a case, run by run."""
 
-    def __init__(self, case, patient_key):
+    def __init__(self, case, names, patient_key):
         self._case = case
+        self._names = names
         self._key = dict(patient_key)
         self._last = case.last
         self._local = Database(None, {})
@@ -48,7 +47,7 @@ class Expected:
         """One run from `state`; `next_date` ends its interval. `half_second` is what the date text makes of it when it
         ends in half a second, which may go either way.
         """
-        pair = _pair(self._case, state, self._local)
+        pair = _pair(self._case, self._names, state, self._local)
         outcome = {"error": None, "run": None}
         try:
             for table in self.objects:
@@ -103,6 +102,7 @@ class Actual:
         self._databases = databases
         self._host = host
         self._side_of = "source" if case.role == "SOURCE" else "destination"
+        self.state = databases.read(case.tables(), case.site)
 
     def create(self):
         self._host.ask("clear")
@@ -133,7 +133,7 @@ class Actual:
 
     def _read(self):
         tables = self._case.tables()
-        state = self._databases.read(tables, self._case.site)
+        self.state = state = self._databases.read(tables, self._case.site)
         local = state[self._side_of]["control"]
         error = without_detail(local["error_message"]) if local["error_f"] else None
         return {"state": {side: {**{name: ordered(state[side][name]) for name in tables},
@@ -141,7 +141,7 @@ class Actual:
                                             for row in state[side]["replication_counts"] or []],
                                  "conflicts": conflicts(state[side])} for side in state},
                 "control": [local["ready_f"], error, date_of_json(local["last_timestamp"])],
-                "key": {side: bool(state[side]["key"]) for side in state}}
+                "key": {side: state[side]["key"] for side in state}}
 
 
 def date_of_json(text):

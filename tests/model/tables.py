@@ -63,5 +63,15 @@ NUMBER_KEYED = {"patient", "users", "procs", "chair_type", "procs_letter", "pati
 DENTIST = "create table dentist (dc_id integer, dentist_id integer, unique (dc_id, dentist_id));\n"
 
 
+def plain(table, row):
+    """A row's values as literals and files have them."""
+    return {c.name: None if row[c.name] is None else c.type.plain(row[c.name]) for c in table.columns}
+
+
+def parsed(table, row):
+    """The reverse; columns that are not there are Null."""
+    return {c.name: None if row.get(c.name) is None else c.type.parse(row[c.name]) for c in table.columns}
+
+
 def schema():
     return DENTIST + "".join(table.ddl() for table in TABLES.values())

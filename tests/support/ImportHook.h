@@ -1,13 +1,13 @@
 #pragma once
 
-/// Diverts what this program imports as `function` to `replacement` for as long as it lives. Calls between DLLs are not
+/// Diverts what a module imports as `function` to `replacement` for as long as it lives. Other modules' calls are not
 /// diverted.
 class ImportHook
 {
 public:
-    /// Both functions must have the same signature and calling convention. Throws std::runtime_error when the program
-    /// imports no such function.
-    ImportHook(const char* function, void* replacement);
+    /// Both functions must have the same signature and calling convention. `module` names a DLL that is loaded; the
+    /// program itself unless told. Throws std::runtime_error when the module imports no such function.
+    ImportHook(const char* function, void* replacement, const wchar_t* module = nullptr);
     ~ImportHook();
     ImportHook(const ImportHook&) = delete;
     ImportHook& operator=(const ImportHook&) = delete;

@@ -117,9 +117,13 @@ class Side:
             values = ", ".join(cursor.mogrify(marks, tuple(row.values())).decode() for row in rows)
         return f"insert into {table} ({', '.join(rows[0])}) values {values};"
 
-    def run_file(self, name, **variables):
-        """Runs a file of database/postgres, which is written for psql."""
-        command = ["psql", "-X", "-q", "-o", "/dev/null", "-v", "ON_ERROR_STOP=1", "-f", SQL_FILES / name]
+    def run_files(self, *names, login=None, **variables):
+        """Runs files of database/postgres, which are written for psql; as another login if told."""
+        command = ["psql", "-X", "-q", "-o", "/dev/null", "-v", "ON_ERROR_STOP=1"]
+        if login:
+            command += ["-c", f"set session authorization {login}"]
+        for name in names:
+            command += ["-f", SQL_FILES / name]
         for option, key in (("-h", "host"), ("-p", "port"), ("-U", "user"), ("-d", "dbname")):
             command += [option, self._where[key]]
         for variable, value in variables.items():
