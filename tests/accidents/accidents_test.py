@@ -5,7 +5,6 @@ The last lines say what was tried and how much was found; the exit status is 1 w
 PostgreSQL is not used. `--seed N --first K --accidents 1` repeats an accident.
 """
 
-import argparse
 import collections
 import contextlib
 import random
@@ -13,13 +12,14 @@ import subprocess
 import sys
 import time
 
+import drawing
 from fragile_practice import PATIENCE, FragilePractice
 from judgement import after_accident, after_good_run, settings_left
 from scene import Scene
 from side import skip_without_databases, wait_until
 
 ACCIDENTS_OF_A_SCENE = 16
-SHORT = 8
+SAMPLE = 8
 
 
 class Rehearsal:
@@ -138,26 +138,13 @@ class Trial:
         self.seen["settings left behind"] += bool(settings_left(rehearsal.before, seen, rehearsal.after))
 
 
-def options():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--seed", type=int, default=random.SystemRandom().randrange(2**32))
-    parser.add_argument("--minutes", type=float, help="how long to try")
-    parser.add_argument("--accidents", type=int, default=SHORT, help="how many, unless --minutes is given")
-    parser.add_argument("--first", type=int, default=0, help="the number of the first accident of the seed")
-    return parser.parse_args()
-
-
 def main():
     skip_without_databases()
-    chosen = options()
-    print(f"seed {chosen.seed}", flush=True)
+    chosen = drawing.parser(__doc__, "accidents", SAMPLE).parse_args()
     with contextlib.closing(FragilePractice()) as practice:
         trial = Trial(practice, chosen.seed)
-        end = time.monotonic() + (chosen.minutes or 0) * 60
-        number = chosen.first
-        while time.monotonic() < end if chosen.minutes else number < chosen.first + chosen.accidents:
+        for number in drawing.numbers(chosen):
             trial.one(number)
-            number += 1
     print("seen:", ", ".join(f"{what} {count}" for what, count in trial.seen.items()))
     for kind in sorted(trial.tried):
         print(f"tried {kind}: {trial.tried[kind]}, found: {trial.found[kind]}")

@@ -5,15 +5,15 @@ The last lines say what was tried and how much was found; the exit status is 1 w
 the databases is missing (1 with QUINMARK_REQUIRE_DATABASE=1). `--seed` repeats a run.
 """
 
-import argparse
+import collections
 import contextlib
 import datetime
 import random
 import sys
-import time
 
+import drawing
 from literal_host import LiteralDatabase, RegionalPrefix, copy_rows
-from rows import carried_row, random_row, routine_results
+from rows import COLUMNS, carried_row, random_row, routine_results
 from settings import PAIRS
 from side import skip_without_databases
 
@@ -22,51 +22,30 @@ SECOND = datetime.timedelta(seconds=1)
 ENOUGH = 10
 
 
-def options():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--seed", type=int, default=random.SystemRandom().randrange(2**32))
-    parser.add_argument("--minutes", type=float, help="how long to try; otherwise once with every pair of settings")
-    return parser.parse_args()
-
-
 def expectations(row, region, server):
     """What each table holds for a row; None where the statement is refused."""
     copy = carried_row(row, region, server)
     return {"inserted": copy, "updated": copy, "routines": routine_results(row, region, server)}
 
 
-class Tally:
-    """What was foretold under one pair of settings."""
-
-    def __init__(self):
-        self.equal = self.wrong = self.refused = 0
-
-    def count(self, wanted, row):
-        if wanted is None:
-            self.refused += 1
-        elif wanted["d"] and abs(wanted["d"] - row["d"]) > SECOND:
-            self.wrong += 1
-        else:
-            self.equal += 1
+def kind(wanted, row):
+    """What is foretold for a row."""
+    if wanted is None:
+        return "refused"
+    return "with a wrong date" if wanted["d"] and abs(wanted["d"] - row["d"]) > SECOND else "equal"
 
 
-def faults(key, row, wanted, stored, refused):
+def faults(key, wanted, stored, refused):
     """In words, what is not as foretold for one row."""
     for table, values in wanted.items():
         error = refused.get((key, table))
         arrived = stored[table].get(key)
-        if values is None and error is None:
-            yield f"{table} is not refused: {arrived}"
-        elif values is not None and error is not None:
-            yield f"{table} is refused: {error}"
-        elif values is not None and arrived != values:
-            names = [name for name in values if arrived is None or arrived[name] != values[name]]
-            yield f"{table}: expected {[values[n] for n in names]}, " \
-                  f"arrived {arrived and [arrived[n] for n in names]} of {names}"
-        elif values is None and table == "inserted" and arrived is not None:
-            yield "inserted is refused and there"
-        elif values is None and table == "updated" and arrived["t"] != "former":
-            yield "updated is refused and changed"
+        # Where a statement is refused, nothing is written.
+        left = {**dict.fromkeys(COLUMNS), "t": "former"} if values is None and table == "updated" else values
+        if (values is None) != (error is not None):
+            yield f"{table}: refused with {error}, expected {values}, arrived {arrived}"
+        elif arrived != left:
+            yield f"{table}: expected {left}, arrived {arrived}"
 
 
 def check_log(region, lines, begin):
@@ -81,7 +60,7 @@ def check_log(region, lines, begin):
 
 
 def try_pair(chance, pair, database, prefix, tally):
-    """Random rows under one pair of settings; how many differ."""
+    """Random rows under one pair of settings; how many differ. The tally counts what was foretold."""
     region, server = pair
     rows = [random_row(chance) for _ in range(ROWS)]
     database.fill(rows)
@@ -93,8 +72,8 @@ def try_pair(chance, pair, database, prefix, tally):
     stored = {table: database.read(table) for table in ("inserted", "updated", "routines")}
     for key, row in enumerate(rows):
         wanted = expectations(row, region, server)
-        tally.count(wanted["inserted"], row)
-        lines = list(faults(key, row, wanted, stored, refused))
+        tally[kind(wanted["inserted"], row)] += 1
+        lines = list(faults(key, wanted, stored, refused))
         if lines:
             found += 1
             if found <= ENOUGH:
@@ -104,28 +83,25 @@ def try_pair(chance, pair, database, prefix, tally):
 
 
 def run(chosen, database, prefix):
-    """Rows tried and found in all."""
-    end = time.monotonic() + (chosen.minutes or 0) * 60
-    tallies = {pair: Tally() for pair in PAIRS}
-    found = turn = 0
-    while turn == 0 or time.monotonic() < end:
+    """Rows tried and found in all: each turn has every pair of settings."""
+    tallies = {pair: collections.Counter() for pair in PAIRS}
+    tried = found = 0
+    for turn in drawing.numbers(chosen):
         for number, pair in enumerate(PAIRS):
             chance = random.Random(f"{chosen.seed} {turn} {number}")
             found += try_pair(chance, pair, database, prefix, tallies[pair])
-        turn += 1
+            tried += ROWS
         if found:
-            print(f"--seed {chosen.seed}, turn {turn}")
+            print(f"--seed {chosen.seed} --first {turn} --turns 1")
             break
     for (region, server), tally in tallies.items():
-        print(f"{region.name}, server reads {server}: {tally.equal} equal, {tally.refused} refused, "
-              f"{tally.wrong} with a wrong date")
-    return turn * len(PAIRS) * ROWS, found
+        print(f"{region.name}, server reads {server}:", ", ".join(f"{count} {name}" for name, count in tally.items()))
+    return tried, found
 
 
 def main():
     skip_without_databases()
-    chosen = options()
-    print(f"seed {chosen.seed}", flush=True)
+    chosen = drawing.parser(__doc__, "turns", 1).parse_args()
     with contextlib.closing(RegionalPrefix()) as prefix, contextlib.closing(LiteralDatabase()) as database:
         tried, found = run(chosen, database, prefix)
     print(f"tried literal rows: {tried}, found: {found}")

@@ -13,14 +13,14 @@ COLUMNS = {"t": "varchar(4000)", "c": "char(12)", "i": "int", "s": "smallint", "
            "m": "numeric(19, 4)", "b": "boolean", "g": "uuid", "d": "timestamp(3)"}
 ROUTINE_COLUMNS = {"q": "varchar(8000)", "l": "varchar(8000)", "r": "varchar(8000)", "w": "varchar(8000)", "n": "int",
                    "d": "timestamp(3)"}
-PIECES = ["'", "''", '"', "\\", "\\'", "--", "/*", "*/", ";", "?", "{", "}", "{d '", "{fn now()}", "[x]", "]", "$$", "$1",
-          "%", "_", ":x", "@p", "Null", "\r\n", "\n", "\t", "\x1a", "\x01", "\x7f", " ", "   ", "E'", "U&'", "N'", "go\n",
-          "select top 1", "dateadd(s, 1, x)", "getdate()", "O'Brien", "é", "ß", "–", "€", "日本", "ー", "\u00a0", "\u200b",
-          "\ufeff", "\U0001f9b7", "\U00020bb7", "е́", "؟"]
+PIECES = ["'", "''", '"', "\\", "\\'", "--", "/*", "*/", ";", "?", "{", "}", "{d '", "{fn now()}", "[x]", "]", "$$",
+          "$1", "%", "_", ":x", "@p", "Null", "\r\n", "\n", "\t", "\x1a", "\x01", "\x7f", " ", "   ", "E'", "U&'", "N'",
+          "go\n", "select top 1", "dateadd(s, 1, x)", "getdate()", "O'Brien", "é", "ß", "–", "€", "日本", "ー", "\u00a0",
+          "\u200b", "\ufeff", "\U0001f9b7", "\U00020bb7", "е́", "؟"]
 FIRST_DAY = datetime.datetime(100, 1, 1)
 LAST_DAY = datetime.datetime(9999, 12, 31)
-NEAR = [datetime.datetime(1899, 12, 29), datetime.datetime(1899, 12, 30), datetime.datetime(1899, 12, 31),
-        datetime.datetime(1900, 1, 1), datetime.datetime(1970, 1, 1), datetime.datetime(2000, 2, 29), FIRST_DAY, LAST_DAY]
+NEAR = [*map(datetime.datetime.fromisoformat, ("1899-12-29", "1899-12-30", "1899-12-31", "1900-01-01", "1970-01-01",
+                                               "2000-02-29")), FIRST_DAY, LAST_DAY]
 
 
 def random_text(chance, longest):

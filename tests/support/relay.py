@@ -1,12 +1,4 @@
-"""A TCP relay in front of a server, for tests of what a bad network does.
-
-As a module: Relay. As a program, steered by the lines that it reads, each answered with "ok":
-
-    relay.py 127.0.0.1:5432      prints its own port
-    cut | cut fin                ends all connections, with RST unless told, and refuses new ones
-    freeze                       passes nothing on; connections stay and new ones are accepted
-    heal                         forwards again; what is frozen goes on, what is cut stays so
-"""
+"""A TCP relay in front of a server, for tests of what a bad network does."""
 
 import asyncio
 import contextlib
@@ -14,7 +6,6 @@ import ctypes
 import selectors
 import socket
 import struct
-import sys
 import threading
 
 LOCALHOST = "127.0.0.1"
@@ -47,7 +38,7 @@ class Relay:
         self._call(self._cut(reset, refuse))
 
     def freeze(self):
-        """Keeps back whatever is sent from now on."""
+        """Keeps back whatever is sent from now on; connections stay and new ones are accepted."""
         self._call(self._set_flowing(False))
 
     def freeze_after(self, count):
@@ -60,7 +51,7 @@ class Relay:
         self._call(self._vanish())
 
     def heal(self):
-        """Forwards again, and without a freeze to come."""
+        """Forwards again, and without a freeze to come. What is frozen goes on, what is cut stays so."""
         self._until_freeze = None
         self._call(self._open())
 
@@ -191,18 +182,3 @@ class _Late:
                     break
                 self._writer.write(data)
                 await self._writer.drain()
-
-
-def main(address):
-    host, port = address.split(":")
-    with Relay(host, int(port)) as relay:
-        commands = {"cut": relay.cut, "cut fin": lambda: relay.cut(reset=False), "freeze": relay.freeze,
-                    "heal": relay.heal}
-        print(relay.port, flush=True)
-        for line in sys.stdin:
-            commands[line.strip()]()
-            print("ok", flush=True)
-
-
-if __name__ == "__main__":
-    main(sys.argv[1])
