@@ -113,7 +113,8 @@ class Clocks(unittest.TestCase):
             self.office.sql(f"insert into {name} ({', '.join([column, 'mod_date', *others])}) select s, {steps}"
                             + ", 'c'" * len(others) + " from generate_series(0, 299) s")
         self.practice.good_run()
-        queries = [f"select {column}, mod_date, xmin from {name} order by unid" for name, column, _ in (ONE_WAY, TWO_WAY)]
+        queries = [f"select {column}, mod_date, xmin from {name} order by unid"
+                   for name, column, _ in (ONE_WAY, TWO_WAY)]
         first = [side.sql(query) for side in (self.office, self.laptop) for query in queries]
         self.assertEqual([len(rows) for rows in first], [300] * 4)
         self.last_run(f"'{LAST_RUN}'")

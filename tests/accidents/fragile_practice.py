@@ -1,7 +1,5 @@
 """A practice whose server, network and hosts have accidents."""
 
-import random
-
 from own_server import OwnServer
 from scene import ALL, TABLES, snapshot
 

@@ -60,8 +60,7 @@ class Recovery(unittest.TestCase):
         self.assertNotEqual(stale, [])
         self.practice.good_run()
         self.assertEqual(self.stale_options(), stale)
-        self.office.sql(f"update chart_option set mod_date = getdate() where unid = any(%s::uuid[])",
-                        [stale])
+        self.office.sql("update chart_option set mod_date = getdate() where unid = any(%s::uuid[])", [stale])
         self.practice.good_run()
         self.assertEqual(self.stale_options(), [])
 

@@ -74,9 +74,9 @@ class WriterBesideRuns(unittest.TestCase):
         keys = {table: [uuid.UUID(int=dice.getrandbits(128)) for _ in range(ROWS)] for table in (SHORTCUT, COMBO)}
         self.practice.reset()
         for side in self.practice.sides.values():
-            side.sql("".join(side.insertion(name, [{"unid": str(key), column: "old", other: "old", "mod_date": "2026-01-01"}
-                                                   for key in keys[name, column, other]])
-                             for name, column, other in keys))
+            for (name, column, other), unids in keys.items():
+                row = {column: "old", other: "old", "mod_date": "2026-01-01"}
+                side.sql(side.insertion(name, [{"unid": str(unid), **row} for unid in unids]))
         self.office.sql("update replication_control set last_timestamp = date_trunc('second', getdate())")
         return keys
 

@@ -25,8 +25,9 @@ COMPANIONS = {"chart_option": ("chart_option_setting",), "dentist_company": ("ch
 EDGES = (0, 1, 299, -299, 600, -600, SECOND, -SECOND, 2 * SECOND, -2 * SECOND, 3 * SECOND, -3 * SECOND, DAY, -DAY)
 BETWEEN = (0, 1, 300, -300, 499, SECOND, 1499, 1501, -SECOND, 2 * SECOND, 2499, 2501, -2 * SECOND, 3 * SECOND,
            -3 * SECOND, 3499, -2501, 60 * SECOND, -60 * SECOND)
-TEXTS = ("Ada", "ada", "ADA", "Bela", "O'Brien", "'", "''", "", " ", "Ada ", "Ada  ", "Ä-Öß", "a\\b", "%", "50 %_[x]",
-         "null", "Null", "--", "/*", "{d '2025-01-01'}", "?", "[x]", "getdate()", "select top 1 x", "\u20ac", "a;b")
+TEXTS = ("Ada", "ada", "ADA", "Bela", "O'Brien", "'", "''", "", " ", "Ada ", "Ada  ", "Ä-Öß", "a\\b", "%",
+         "50 %_[x]", "null", "Null", "--", "/*", "{d '2025-01-01'}", "?", "[x]", "getdate()", "select top 1 x",
+         "\u20ac", "a;b")
 CODES = ("'", "''", "a''b", "A1", "a1", "A1 ", "B2", "C3", "D4", "12", "7", "O'Brien", "", "{x}", " 7")
 DOUBLES = (0.0, 1.0, -1.5, 0.1, 1 / 3, 1e15, 1e16, 123456789012345678.0, 5e-324, 2.2250738585072014e-308, 1e308,
            1.7976931348623157e308, -1e-7, 1e-5, 100000.0, 2.5e100)

@@ -4,7 +4,6 @@ The last lines say what was tried and how much was found; the exit status is 1 w
 the databases is missing (1 with QUINMARK_REQUIRE_DATABASE=1). `--seed` and `--first` repeat cases.
 """
 
-import argparse
 import itertools
 import multiprocessing
 import os
@@ -14,29 +13,16 @@ import sys
 import tempfile
 import time
 
+import drawing
 from cases import Case, Generator
 from check import Check
 from shrink import shrunk
 from side import skip_without_databases
 
-ENOUGH = 5
+SAMPLE, ENOUGH = 1500, 5
 # Numbers that are handed out at once, and how many cases lie between two lines that say how far it is.
 BATCH, TOLD = 100, 5000
 KEPT = pathlib.Path(__file__).parent / "cases"
-
-
-def options():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--seed", type=int, default=random.SystemRandom().randrange(2**32))
-    parser.add_argument("--cases", type=int, help="how many random cases; 1500 unless --minutes is given")
-    parser.add_argument("--minutes", type=float, help="how long to try random cases")
-    parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="how many processes")
-    parser.add_argument("--keep", action="store_true", help="put what is found, made small, into cases/")
-    parser.add_argument("--first", type=int, default=0, help="the number of the first case of the seed")
-    chosen = parser.parse_args()
-    if chosen.cases is None and chosen.minutes is None:
-        chosen.cases = 1500
-    return chosen
 
 
 class Worker:
@@ -45,13 +31,13 @@ class Worker:
     check = None
 
     @classmethod
-    def start(cls, numbers, folder):
-        cls.check = Check(numbers.get(), folder)
+    def start(cls, pairs, folder):
+        cls.check = Check(pairs.get(), folder)
 
     @classmethod
     def replay(cls, file):
-        return "\n  ".join([f"{file.name}:", *found]) if (found := cls.check.faults(
-            Case.from_json(file.read_text(encoding="utf-8")))) else ""
+        found = cls.check.faults(Case.from_json(file.read_text(encoding="utf-8")))
+        return "\n  ".join([f"{file.name}:", *found]) if found else ""
 
     @classmethod
     def try_random(cls, chosen, number):
@@ -59,7 +45,7 @@ class Worker:
         found = cls.check.faults(case)
         if not found:
             return ""
-        small = shrunk(case, lambda candidate: cls.check.faults(candidate))
+        small = shrunk(case, cls.check.faults)
         if chosen.keep:
             (KEPT / f"seed_{chosen.seed}_{number}.json").write_text(small.to_json() + "\n", encoding="utf-8")
         return "\n  ".join([f"--seed {chosen.seed} --first {number} --cases 1:", *found[:8],
@@ -75,13 +61,11 @@ def told(texts):
 
 def try_random(chosen, pool):
     """How many cases were tried and how many differ."""
-    end = time.monotonic() + chosen.minutes * 60 if chosen.minutes else float("inf")
+    numbers = drawing.numbers(chosen)
     tried = found = 0
-    while (chosen.cases is None or tried < chosen.cases) and time.monotonic() < end and found < ENOUGH:
-        count = BATCH if chosen.cases is None else min(BATCH, chosen.cases - tried)
-        numbers = range(chosen.first + tried, chosen.first + tried + count)
-        found += told(pool.starmap(Worker.try_random, zip(itertools.repeat(chosen), numbers), chunksize=1))
-        tried += count
+    while (batch := list(itertools.islice(numbers, BATCH))) and found < ENOUGH:
+        found += told(pool.starmap(Worker.try_random, zip(itertools.repeat(chosen), batch), chunksize=1))
+        tried += len(batch)
         if tried % TOLD == 0:
             print(f"{tried} tried; to go on from here: --seed {chosen.seed} --first {chosen.first + tried}", flush=True)
     return tried, found
@@ -89,13 +73,15 @@ def try_random(chosen, pool):
 
 def main():
     skip_without_databases()
-    chosen = options()
-    print(f"seed {chosen.seed}", flush=True)
-    numbers = multiprocessing.SimpleQueue()
+    parser = drawing.parser(__doc__, "cases", SAMPLE)
+    parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="how many processes")
+    parser.add_argument("--keep", action="store_true", help="put what is found, made small, into cases/")
+    chosen = parser.parse_args()
+    pairs = multiprocessing.SimpleQueue()
     for number in range(chosen.jobs):
-        numbers.put(number)
+        pairs.put(number)
     with tempfile.TemporaryDirectory() as folder, \
-            multiprocessing.Pool(chosen.jobs, Worker.start, (numbers, folder)) as pool:
+            multiprocessing.Pool(chosen.jobs, Worker.start, (pairs, folder)) as pool:
         start = time.monotonic()
         kept = sorted(KEPT.glob("*.json"))
         kept_found = told(pool.map(Worker.replay, kept, chunksize=1))

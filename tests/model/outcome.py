@@ -5,8 +5,7 @@ import re
 
 import rules
 from reports import log_lines
-from server import Database, Failure
-from tables import TABLES
+from server import Database, Failure, host_number, raised
 from values import DATE, GUID, SECOND, date_literal
 
 
@@ -84,7 +83,7 @@ class Expected:
 
     @staticmethod
     def _told(failure, source):
-        return [rules.host_number(rules.raised(failure.number)), source, failure.description]
+        return [host_number(raised(failure.number)), source, failure.description]
 
     @staticmethod
     def _side(database, pair):
@@ -159,9 +158,9 @@ def conflicts(state):
     for row in state["replication_conflict_data"] or []:
         data.setdefault(row["conflict_id"], []).append((row["field_name"], row["source_data"], row["destination_data"]))
 
-    return sorted(({"site": row["unique_key"], "next": date_of_json(row["last_replicate_date"]), "table": row["table_name"],
-                    "number": row["patient_id"], "guid": row["guid"] and GUID.text(row["guid"]),
-                    "kind": row["conflict_type"], "words": row["key_info"],
+    return sorted(({"site": row["unique_key"], "next": date_of_json(row["last_replicate_date"]),
+                    "table": row["table_name"], "number": row["patient_id"],
+                    "guid": row["guid"] and GUID.text(row["guid"]), "kind": row["conflict_type"], "words": row["key_info"],
                     "source date": date_of_json(row["source_mod_date"]),
                     "destination date": date_of_json(row["destination_mod_date"]),
                     "differences": data.get(row["unid"], [])} for row in state["replication_conflict"] or []), key=repr)

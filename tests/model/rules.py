@@ -2,31 +2,17 @@
 
 import itertools
 
+from conflict import BOTH, CHANGED_ON_DESTINATION, DELETED_ON_SOURCE, NEW_ON_DESTINATION, NEW_ON_SOURCE, Conflict
 from reports import delete_report, difference_report
-from server import Failure, description, is_number_keyed, no_row, null_used, parameter, row_values, skips
+from server import OWN_ERROR, Failure, no_row, null_used, raised, row_values
 from tables import TABLES
-from values import (DATE, DAY, GUID, NEW_YEAR_1900, Unsupported, ZERO_DATE, date_literal, literal_value, seconds,
-                    text_of)
+from values import GUID, Unsupported, ZERO_DATE, date_literal, seconds, text_of
 
 OFFICES, LAPTOP = 0, 1
 DELETE_ALL, ONE_WAY, ONE_WAY_DELETES, TWO_WAY, TWO_WAY_NO_DELETES, COMPUTER_TYPE, BY_KEY = range(1, 8)
 UNKNOWN, DELETE_WITH_UPDATES, SKIP_DELETES, ONLY_DELETES = range(1, 5)
-BOTH, NEW_ON_SOURCE, NEW_ON_DESTINATION, CHANGED_ON_DESTINATION, DELETED_ON_SOURCE = range(1, 6)
-OWN_ERROR = 1000
-OBJECT_ERROR = 0x80040000
 COUNTERS = ("source add", "source update", "source delete", "add", "update", "delete", "conflict", "error")
 UNCODED_TYPE = "ado type not coded, see debug"
-
-
-def raised(number):
-    """The number after a routine has passed an error on."""
-    if number == 1:
-        return OBJECT_ERROR + 1
-    return OBJECT_ERROR + number if number == 0 or 513 <= number < 0x80000000 else number
-
-
-def host_number(number):
-    return 0x800A0000 + number if number < 0x10000 else number
 
 
 class Pair:
@@ -275,63 +261,6 @@ class OneWay:
         if error is not None:
             self.run_object.count["error"] += 1
             self.pair.set_error(error)
-
-
-class Conflict:
-    """A row that was left alone, as it is written down. It is looked for by `unid`, whatever the key."""
-
-    def __init__(self, one_way, key, kind):
-        self.run_object = one_way.run_object
-        self.pair = one_way.pair
-        self.table = one_way.table
-        self.key = key
-        self.kind = kind
-        self.dates = [self._stored_date(one_way.source_date), self._stored_date(one_way.destination_date)]
-
-    @staticmethod
-    def _stored_date(date):
-        return None if date == ZERO_DATE or NEW_YEAR_1900 <= date < NEW_YEAR_1900 + DAY else date
-
-    def save(self):
-        """Whether there was a difference to be saved."""
-        source = self.pair.source.select(self.table, "unid", self.key)
-        destination = self.pair.destination.select(self.table, "unid", self.key)
-        described = self.pair.source if self.kind in (BOTH, NEW_ON_SOURCE) else self.pair.destination
-        words = description(described, self.table, self.key)
-        differences = self._differences(source, destination)
-        if differences:
-            self._check()
-            record = self._record(words)
-            self.pair.local.conflicts.append(record)
-            for name, *texts in differences:
-                record["differences"].append((name, *[parameter(text, 3500) for text in texts]))
-        return bool(differences)
-
-    def _differences(self, source, destination):
-        differences = []
-        for column in self.table.columns:
-            if skips(self.table, column, True):
-                continue
-            texts = [text_of(column.type, row[column.name]) if row else "" for row in (source, destination)]
-            if source is None or destination is None or texts[0] != texts[1]:
-                differences.append((column.name, *texts))
-        return differences
-
-    def _check(self):
-        message = ""
-        if self.run_object.next == NEW_YEAR_1900:
-            message += "Next replicate date not supplied.\r\n"
-        if is_number_keyed(self.table) and int(self.key) < 1:
-            message += "Patiend id or table guid not supplied\r\n"
-        if message:
-            raise Failure(raised(OWN_ERROR), f"Error saving conflict: {message}")
-
-    def _record(self, words):
-        by_number = is_number_keyed(self.table)
-        return {"site": self.pair.site, "next": self._stored_date(self.run_object.next),
-                "table": parameter(self.run_object.name, 50), "number": int(self.key) if by_number else 0,
-                "guid": None if by_number else self.key, "kind": self.kind, "words": parameter(words, 125),
-                "source date": self.dates[0], "destination date": self.dates[1], "differences": []}
 
 
 class TwoWay:

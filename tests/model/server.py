@@ -4,16 +4,17 @@ import contextlib
 import re
 import uuid
 
-from tables import NUMBER_KEYED, TABLES
-from values import GUID, INTEGER, TooLarge, Unsupported, literal_value, text_of
+from tables import NUMBER_KEYED
+from values import GUID, INTEGER, TooLarge, Unsupported, literal_value
 
 SYNTAX = 0x80040E14
 CONSTRAINT = 0x80040E2F
 FAILED = 0x80004005
 NO_ROW = 3021
-NO_COMMAND = 3001
 WRONG_VALUE = 3421
 INVALID_USE_OF_NULL = 94
+OWN_ERROR = 1000
+OBJECT_ERROR = 0x80040000
 
 
 class Failure(Exception):
@@ -23,6 +24,17 @@ class Failure(Exception):
         super().__init__(description)
         self.number = number
         self.description = description
+
+
+def raised(number):
+    """The number after a routine has passed an error on."""
+    if number == 1:
+        return OBJECT_ERROR + 1
+    return OBJECT_ERROR + number if number == 0 or 513 <= number < 0x80000000 else number
+
+
+def host_number(number):
+    return 0x800A0000 + number if number < 0x10000 else number
 
 
 def refused(number, message):
@@ -155,23 +167,3 @@ def skips(table, column, modification_date):
 def row_values(table, row):
     """The values that the literals of a copied row stand for."""
     return {c.name: literal_value(c.type, row[c.name]) for c in table.columns if not skips(table, c, False)}
-
-
-def description(database, table, text):
-    """The words for the row with this key, in the table's own way."""
-    parts = {
-        "users": ["user_name"], "procs": ["proc_name"], "shortcut": ["item_name"], "chart_option": ["option_name"],
-        "config": ["category", "config_name"], "combo_values": ["combo_name", "combo_value"],
-        "patient": ["full_name", "unid"],
-    }.get(table.name)
-    if parts is None:
-        # No statement is built, and a command without a text cannot be executed.
-        raise Failure(NO_COMMAND, "Arguments are of the wrong type, are out of acceptable range, or are in conflict "
-                                  "with one another.")
-    row = database.select(table, "unid", text)
-    if row is None:
-        raise no_row()
-    texts = [text_of(table.by_name[part].type, row[part]) for part in parts]
-    if any(row[part] is None for part in parts):
-        raise null_used()
-    return f"{texts[0]} ({texts[1][:6]})" if table.name == "patient" else ".".join(texts)

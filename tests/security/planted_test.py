@@ -1,6 +1,5 @@
 """Libraries planted in the working directory, each named like one that the programs load: none of them is loaded."""
 
-import os
 import re
 import shutil
 import subprocess

@@ -11,8 +11,8 @@ def parser(description, what, sample):
     options = argparse.ArgumentParser(description=description)
     options.add_argument("--seed", type=int, default=random.SystemRandom().randrange(2**32))
     options.add_argument("--first", type=int, default=0, help="the number of the first of the seed")
-    options.add_argument(f"--{what}", dest="count", type=int, default=sample, help="how many, unless --minutes is given")
-    options.add_argument("--minutes", type=float, help="how long to try")
+    options.add_argument(f"--{what}", dest="count", type=int, default=sample, help="how many")
+    options.add_argument("--minutes", type=float, help="how long to try, however many that are")
     return options
 
 

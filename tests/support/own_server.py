@@ -14,9 +14,23 @@ import zlib
 from practice import Practice
 from side import OTHERS, REPOSITORY, Side, SQL_FILES, data_sources, wait_until
 
+SCRIPTS = [REPOSITORY / "scripts" / name for name in ("devdb.sh", "lib.sh")]
 PATIENTS = 5
 # What has been made once is copied for every server after it.
 PREPARED = REPOSITORY / "build" / "own-server"
+
+
+def copy_scripts(root):
+    """What devdb.sh needs to have its server below this folder."""
+    (root / "scripts").mkdir(parents=True)
+    for script in SCRIPTS:
+        shutil.copy2(script, root / "scripts")
+    (root / "database").symlink_to(REPOSITORY / "database")
+
+
+def environment_of(state):
+    """What leads programs to the server whose devdb.sh has written this."""
+    return {**os.environ, **dict(re.findall(r"export (\w+)=(.*)", (state / "env.sh").read_text()))}
 
 
 def _devdb(root, *arguments):
@@ -26,18 +40,14 @@ def _devdb(root, *arguments):
 
 def _prepared():
     """A folder with a stopped server, which belongs to the scripts and the SQL as they are."""
-    files = [REPOSITORY / "scripts" / "devdb.sh", REPOSITORY / "scripts" / "lib.sh", *sorted(SQL_FILES.iterdir())]
-    sum_of_files = zlib.crc32(b"".join(file.read_bytes() for file in files))
+    sum_of_files = zlib.crc32(b"".join(file.read_bytes() for file in (*SCRIPTS, *sorted(SQL_FILES.iterdir()))))
     PREPARED.mkdir(parents=True, exist_ok=True)
     with open(PREPARED / "lock", "w", encoding="utf-8") as lock:
         fcntl.flock(lock, fcntl.LOCK_EX)
         root = PREPARED / f"{sum_of_files:08x}"
         if not (root / "ready").exists():
             shutil.rmtree(root, ignore_errors=True)
-            (root / "scripts").mkdir(parents=True)
-            for file in files[:2]:
-                shutil.copy2(file, root / "scripts")
-            (root / "database").symlink_to(REPOSITORY / "database")
+            copy_scripts(root)
             _devdb(root, "reset", str(PATIENTS), "--both")
             # What devdb.sh resets to; a copy of the whole is quicker.
             _devdb(root, "psql", "-c", "drop database office_template", "-c", "drop database laptop_template")
@@ -61,7 +71,7 @@ class OwnServer(Practice):
 
     def _server_environment(self, password):
         """What leads programs here, to data sources of their own: quinrep runs once for a data source on a machine."""
-        settings = dict(re.findall(r"export (\w+)=(.*)", (self._state / "env.sh").read_text()))
+        settings = environment_of(self._state)
         sources = data_sources(settings)
         port = (self._state / "port").read_text().strip()
         for name in ("QUINMARK_OFFICE_DSN", "QUINMARK_LAPTOP_DSN"):
@@ -75,7 +85,7 @@ class OwnServer(Practice):
             for database in ("office", "laptop"):
                 Side.owned(database, settings).sql(f"""alter role quinmarkapp_user password '{password}';
                     alter user mapping for public server peer options (set password '{password}')""")
-        return {**os.environ, **settings}
+        return settings
 
     def keep_what_is_committed(self):
         """Even if the server is killed."""
@@ -95,7 +105,8 @@ class OwnServer(Practice):
 
     def kill_backend(self, side, choose):
         """Kills one of the server's processes that serve a program; the server then ends all others and comes back."""
-        if pids := self.sides[side].column(f"select pid from pg_stat_activity where {OTHERS} order by backend_start, pid"):
+        query = f"select pid from pg_stat_activity where {OTHERS} order by backend_start, pid"
+        if pids := self.sides[side].column(query):
             _kill(choose(pids))
 
     def restore(self):
