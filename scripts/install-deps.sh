@@ -4,10 +4,10 @@
 #
 #   install-deps.sh [--tests|--bench]
 #
-# --tests also gets what some tests need and can be skipped for: Python's client of PostgreSQL, a browser and what drives
-# it (the latter into build/review-node_modules), a compiler for this machine with its sanitizers, and what checks the
-# source. Where that cannot be had it is only told, unless QUINMARK_REQUIRE_TOOLS is 1. --bench gets what the benches
-# compare with.
+# --tests also gets what some tests need and can be skipped for: modules for Python, a browser and what drives it (the
+# latter into build/review-node_modules), a compiler for this machine with its sanitizers, and what checks the source.
+# Where that cannot be had it is only told, unless QUINMARK_REQUIRE_TOOLS is 1. --bench gets what the benches compare
+# with.
 # Exit status: 0 all there, 1 failed, 4 root is needed.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
@@ -21,7 +21,8 @@ readonly kPackages=(
     libcli11-dev libtomlplusplus-dev nlohmann-json3-dev libfmt-dev wixl
 )
 readonly kTestPackages=(
-    chromium clang libclang-rt-14-dev clang-tidy cppcheck gcovr python3-jsonschema python3-psycopg2
+    chromium clang libclang-rt-14-dev clang-tidy cppcheck gcovr
+    python3-jsonschema python3-pexpect python3-psycopg2 python3-pyte
 )
 # MariaDB without its service: the benches start a server of their own.
 readonly kBenchPackages=(percona-toolkit mariadb-server-core mariadb-client-core)

@@ -33,7 +33,7 @@ class PracticeCase(unittest.TestCase):
     def terminal(self, *arguments, results=None):
         """quinrep at a terminal; its results in a file where one is named."""
         terminal = Terminal(self.practice.command(*arguments), self.practice.environment, results)
-        self.addCleanup(terminal.__exit__)
+        self.addCleanup(terminal.close)
         return terminal
 
     def waiting_run(self, *arguments, results=None):

@@ -2,7 +2,6 @@
 
 import os
 import re
-import unittest
 
 import practice
 from practice_case import PracticeCase
@@ -14,11 +13,6 @@ PROGRESS = ["[1/2] users running (TIME)", "[1/2] users done (TIME)", "[2/2] chai
 
 def without_times(lines):
     return [re.sub(r"\d+\.\d s", "TIME", line) for line in lines]
-
-
-class ScreenOfATerminal(unittest.TestCase):
-    def test_keeps_what_is_not_written_over(self):
-        self.assertEqual(screen("ab\x1b[K\x1b[1Ccd\rx\r\nnext \x1b[?25l"), ["xb cd", "next"])
 
 
 class QuinrepOnATerminal(PracticeCase):
