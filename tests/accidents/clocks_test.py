@@ -1,10 +1,9 @@
 """What the rules make of clocks: an hour apart, set back, the hour that comes twice in autumn, steps of 1/300 s; and
 which changes they lose while an application writes beside a run."""
 
-import unittest
 import uuid
 
-from fragile_practice import FragilePractice
+from fragile_practice import FragileCase
 from practice import LAST_RUN, main
 from side import wait_until
 
@@ -14,12 +13,8 @@ NEW_ON_SOURCE = 2
 LOCK_WAITERS = "select count(*) from pg_stat_activity where wait_event_type = 'Lock'"
 
 
-class Clocks(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.practice = FragilePractice("shortcut", "combo_values")
-        cls.addClassCleanup(cls.practice.close)
-        cls.office, cls.laptop = cls.practice.sides.values()
+class Clocks(FragileCase):
+    TABLES = ("shortcut", "combo_values")
 
     def setUp(self):
         self.practice.reset()

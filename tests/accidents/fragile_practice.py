@@ -1,5 +1,7 @@
 """A practice whose server, network and hosts have accidents."""
 
+import unittest
+
 from own_server import OwnServer
 from scene import ALL, TABLES, snapshot
 
@@ -34,3 +36,15 @@ class FragilePractice(OwnServer):
             status = process.wait(PATIENCE)
         if status not in (0, 2):
             raise AssertionError(f"the run fails: {self.said()}")
+
+
+class FragileCase(unittest.TestCase):
+    """Tests of one class share a practice; TABLES are quinrep's, all of them when there are none."""
+
+    TABLES = ()
+
+    @classmethod
+    def setUpClass(cls):
+        cls.practice = FragilePractice(*cls.TABLES)
+        cls.addClassCleanup(cls.practice.close)
+        cls.office, cls.laptop = cls.practice.sides.values()

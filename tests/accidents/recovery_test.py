@@ -5,9 +5,8 @@ import random
 import re
 import shlex
 import time
-import unittest
 
-from fragile_practice import FragilePractice
+from fragile_practice import FragileCase
 from practice import main
 from scene import DEPENDENTS, Scene, TABLES, snapshot
 from side import REPOSITORY, wait_until
@@ -17,13 +16,7 @@ NEW_ON_SOURCE = 2
 SECONDS_OF_SILENCE = "keepalives_idle=2 keepalives_interval=1 keepalives_count=2 tcp_user_timeout=3000"
 
 
-class Recovery(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.practice = FragilePractice()
-        cls.addClassCleanup(cls.practice.close)
-        cls.office, cls.laptop = cls.practice.sides.values()
-
+class Recovery(FragileCase):
     def setUp(self):
         self.practice.set(Scene(random.Random(5)))
 

@@ -4,10 +4,9 @@ that docs/replication.md says are lost."""
 import datetime
 import random
 import threading
-import unittest
 import uuid
 
-from fragile_practice import FragilePractice
+from fragile_practice import FragileCase
 from practice import main
 
 RUNS, MOST_RUNS = 5, 30
@@ -61,12 +60,8 @@ class Writer(threading.Thread):
         self.changes.append((table, name, str(key), text, date))
 
 
-class WriterBesideRuns(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.practice = FragilePractice("shortcut", "combo_values")
-        cls.addClassCleanup(cls.practice.close)
-        cls.office = cls.practice.office
+class WriterBesideRuns(FragileCase):
+    TABLES = ("shortcut", "combo_values")
 
     def fill(self, seed):
         """The same old rows on both sides; their keys by table."""

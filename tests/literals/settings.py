@@ -31,7 +31,8 @@ class Region:
         values = {"sShortDate": self.short_date, "sTimeFormat": self.time, "s1159": self.morning,
                   "s2359": self.afternoon, "sDecimal": self.decimal}
         lines = "".join(f'"{name}"="{value}"\r\n' for name, value in values.items())
-        return f"Windows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\Control Panel\\International]\r\n{lines}"
+        return ("Windows Registry Editor Version 5.00\r\n\r\n"
+                f"[HKEY_CURRENT_USER\\Control Panel\\International]\r\n{lines}")
 
     def text(self, moment):
         """A moment as users read it; midnight is a day alone."""

@@ -4,6 +4,7 @@ A case is one base table perturbed twice, once for each side, so that the sides 
 """
 
 import copy
+import dataclasses
 import decimal
 import json
 import re
@@ -42,17 +43,21 @@ DESCRIBING = {"user_name", "full_name", "proc_name", "category", "config_name", 
               "combo_value", "option_name"}
 
 
+@dataclasses.dataclass
 class Case:
     """One run of one or more tables, and perhaps a second one right after.
 
     `plans` are the table objects; `state` holds the rows of both sides; `again` is None, "same" (objects) or "new".
     """
-
-    FIELDS = ("site", "role", "run", "version", "last", "next", "again", "plans", "state")
-
-    def __init__(self, **fields):
-        for name in self.FIELDS:
-            setattr(self, name, fields[name])
+    site: int
+    role: str
+    run: bool
+    version: str
+    last: int
+    next: int
+    again: str
+    plans: list
+    state: dict
 
     def tables(self):
         names = {plan["name"].lower() for plan in self.plans}
@@ -68,7 +73,7 @@ class Case:
 
     def to_json(self):
         """Text, with a row to a line, without its Nulls."""
-        fields = {name: getattr(self, name) for name in self.FIELDS}
+        fields = dict(vars(self))
         fields["state"] = {side: {name: [{column: value for column, value in plain(TABLES[name], row).items()
                                           if value is not None} for row in rows] for name, rows in tables.items()}
                            for side, tables in self.state.items()}

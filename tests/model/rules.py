@@ -1,10 +1,11 @@
 """What a run of the component does with the tables of two databases, by the rules alone."""
 
+import dataclasses
 import itertools
 
 from conflict import BOTH, CHANGED_ON_DESTINATION, DELETED_ON_SOURCE, NEW_ON_DESTINATION, NEW_ON_SOURCE, Conflict
 from reports import delete_report, difference_report
-from server import OWN_ERROR, Failure, no_row, null_used, raised, row_values
+from server import OWN_ERROR, Database, Failure, no_row, null_used, raised, row_values
 from tables import TABLES
 from values import GUID, Unsupported, ZERO_DATE, date_literal, seconds, text_of
 
@@ -15,16 +16,15 @@ COUNTERS = ("source add", "source update", "source delete", "add", "update", "de
 UNCODED_TYPE = "ado type not coded, see debug"
 
 
+@dataclasses.dataclass
 class Pair:
     """The two databases of a run, its site and what it showed to a person."""
-
-    def __init__(self, source, destination, site, local):
-        self.source = source
-        self.destination = destination
-        self.site = site
-        self.local = local
-        self.boxes = []
-        self.log = []
+    source: Database
+    destination: Database
+    site: int
+    local: Database
+    boxes: list = dataclasses.field(default_factory=list)
+    log: list = dataclasses.field(default_factory=list)
 
     def set_error(self, message):
         self.local.error = message

@@ -1,14 +1,16 @@
 """The tables of the model's two databases. Names are the practice's where the rules know a name."""
 
-from values import BIGINT, BIT, DATE, DOUBLE, GUID, INTEGER, MONEY, REAL, SMALLINT, TEXT, char, varchar
+import dataclasses
+
+from values import BIGINT, BIT, DATE, DOUBLE, GUID, INTEGER, MONEY, REAL, SMALLINT, TEXT, Type, char, varchar
 
 
+@dataclasses.dataclass(frozen=True)
 class Column:
-    def __init__(self, name, column_type, unique=False, required=False):
-        self.name = name
-        self.type = column_type
-        self.unique = unique
-        self.required = required
+    name: str
+    type: Type
+    unique: bool = False
+    required: bool = False
 
     def ddl(self):
         return f"{self.name} {self.type.sql}{' not null' if self.required else ''}"

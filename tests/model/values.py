@@ -4,8 +4,10 @@ A value is None (Null) or: int, float, Decimal (money), bool, str (text; a GUID 
 whole number of milliseconds since 30 December 1899, 00:00.
 """
 
+import dataclasses
 import datetime
 import decimal
+import typing
 
 EPOCH = datetime.datetime(1899, 12, 30)
 MILLISECOND = datetime.timedelta(milliseconds=1)
@@ -19,11 +21,10 @@ class Unsupported:
     """The literal of a column type that rows cannot carry: no text at all."""
 
 
+@dataclasses.dataclass
 class TooLarge:
     """A number that the database refuses; `digits` as it writes them in its message."""
-
-    def __init__(self, digits):
-        self.digits = digits
+    digits: str
 
 
 def date_of(text):
@@ -75,15 +76,16 @@ def same(value):
     return value
 
 
+@dataclasses.dataclass(frozen=True)
 class Type:
-    """A column type: `sql` declares it; `text` is a value joined to an empty text; `carried` what a copied row has."""
-
-    def __init__(self, sql, text=str, carried=same, parse=same, plain=same):
-        self.sql = sql
-        self.text = text
-        self.carried = carried
-        self.parse = parse
-        self.plain = plain
+    """A column type: `sql` declares it; `text` is a value joined to an empty text; `carried` what a copied row has;
+    `parse` reads what `plain` or a database writes.
+    """
+    sql: str
+    text: typing.Callable = str
+    carried: typing.Callable = same
+    parse: typing.Callable = same
+    plain: typing.Callable = same
 
 
 def carry_double(value):
