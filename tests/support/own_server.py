@@ -46,7 +46,8 @@ def _prepared():
         fcntl.flock(lock, fcntl.LOCK_EX)
         root = PREPARED / f"{sum_of_files:08x}"
         if not (root / "ready").exists():
-            shutil.rmtree(root, ignore_errors=True)
+            for former in PREPARED.glob("*/"):
+                shutil.rmtree(former)
             copy_scripts(root)
             _devdb(root, "reset", str(PATIENTS), "--both")
             # What devdb.sh resets to; a copy of the whole is quicker.
