@@ -72,13 +72,14 @@ class Case:
         return copy.deepcopy(self)
 
     def to_json(self):
-        """Text, with a row to a line, without its Nulls."""
+        """Text, with a row to a line, without its Nulls; what is said of the run has one, too."""
         fields = dict(vars(self))
         fields["state"] = {side: {name: [{column: value for column, value in plain(TABLES[name], row).items()
                                           if value is not None} for row in rows] for name, rows in tables.items()}
                            for side, tables in self.state.items()}
         text = json.dumps(fields, ensure_ascii=False, indent=1)
-        return re.sub(r"{[^{}[\]]*}", lambda row: re.sub(r"\s*\n\s*", " ", row[0]), text)
+        text = re.sub(r"{[^{}[\]]*}", lambda row: re.sub(r"\s*\n\s*", " ", row[0]), text)
+        return re.sub(r',\n (?="(?!plans|state))', ", ", text)
 
     @classmethod
     def from_json(cls, text):
