@@ -28,28 +28,32 @@ KEPT = pathlib.Path(__file__).parent / "cases"
 class Worker:
     """One of the processes; what is found is told as text, which is empty when nothing is."""
 
-    check = None
-
     @classmethod
     def start(cls, pairs, folder):
-        cls.check = Check(pairs.get(), folder)
+        cls.pair, cls.folder, cls.check = pairs.get(), folder, None
+
+    @classmethod
+    def faults(cls, case):
+        # Not at the start, where a failure would have the process started again.
+        cls.check = cls.check or Check(cls.pair, cls.folder)
+        return cls.check.faults(case)
 
     @classmethod
     def replay(cls, file):
-        found = cls.check.faults(Case.from_json(file.read_text(encoding="utf-8")))
+        found = cls.faults(Case.from_json(file.read_text(encoding="utf-8")))
         return "\n  ".join([f"{file.name}:", *found]) if found else ""
 
     @classmethod
     def try_random(cls, chosen, number):
         case = Generator(random.Random(f"{chosen.seed} {number}")).case()
-        found = cls.check.faults(case)
+        found = cls.faults(case)
         if not found:
             return ""
-        small = shrunk(case, cls.check.faults)
+        small = shrunk(case, cls.faults)
         if chosen.keep:
             (KEPT / f"seed_{chosen.seed}_{number}.json").write_text(small.to_json() + "\n", encoding="utf-8")
         return "\n  ".join([f"--seed {chosen.seed} --first {number} --cases 1:", *found[:8],
-                            "small:", *cls.check.faults(small)[:8], small.to_json()])
+                            "small:", *cls.faults(small)[:8], small.to_json()])
 
 
 def told(texts):
