@@ -15,8 +15,9 @@ cd "$repoRoot"
 # File names beyond ASCII need a locale that knows them.
 export LC_ALL=C.UTF-8
 export WINEPREFIX="$repoRoot/build/wine" WINEARCH=win32 WINEDEBUG="${WINEDEBUG:--all}"
-# No offers to download browser or .NET engines.
-export WINEDLLOVERRIDES='mscoree,mshtml='
+# No offers to download browser or .NET engines. And no debugger for a program that crashed: having told where, it may
+# end it with status 0, which would pass for success.
+export WINEDLLOVERRIDES='mscoree,mshtml,winedbg.exe='
 
 # Runs a long command in a group of its own, so that a signal to the script ends it and all that it started at once.
 runInterruptible() {
