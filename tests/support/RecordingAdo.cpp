@@ -1,56 +1,65 @@
 #include "RecordingAdo.h"
 
+#include "RecordingObject.h"
 #include "com/error.h"
-#include "recording_classes.h"
+
+#include <algorithm>
 
 namespace {
 
 constexpr short kVarChar = 200;
 
+/// One of ADO's classes, and how an object of it is made.
+struct AdoClass
+{
+    CLSID id;
+    const wchar_t* name;
+    RecordingObject* (*create)(RecordingAdo&);
+};
+
+constexpr AdoClass kClasses[] = {{kAdoConnectionId, L"Connection", newConnection},
+                                 {kAdoCommandId, L"Command", newCommand},
+                                 {kAdoRecordsetId, L"Recordset", newRecordset}};
+
 /// Makes objects of one class, each as a call that is recorded and may fail.
-template <class Object>
-class RecordingFactory final : public com::UnknownObject<IClassFactory>
+class AdoClassObject final : public com::UnknownObject<IClassFactory>
 {
 public:
-    RecordingFactory(std::shared_ptr<RecordingJournal> journal, const wchar_t* className)
-        : journal_(std::move(journal)),
-          call_(std::wstring(L"create ") + className)
-    {
-    }
+    AdoClassObject(RecordingAdo& ado, const AdoClass& made) : ado_(ado), made_(made) {}
 
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown*, REFIID interfaceId, void** object) noexcept override
     {
         *object = nullptr;
-        Microsoft::WRL::ComPtr<Object> created;
+        const std::wstring call = std::wstring(L"create ") + made_.name;
+        _variant_t created;
         try {
-            journal_->perform(call_, call_, false, [&] { created = com::makeObject<Object>(journal_); });
+            ado_.perform(call, call, false, [&] { created = ownedObject(made_.create(ado_)); });
         }
         catch (const AdoFailure& failure) {
             return failure.code;
         }
-        return created->QueryInterface(interfaceId, object);
+        return created.pdispVal->QueryInterface(interfaceId, object);
     }
     HRESULT STDMETHODCALLTYPE LockServer(BOOL) noexcept override { return S_OK; }
 
 private:
-    std::shared_ptr<RecordingJournal> journal_;
-    std::wstring call_;
+    RecordingAdo& ado_;
+    const AdoClass& made_;
 };
 
-template <class Object>
-ReplacedClass replacement(const CLSID& id, const std::shared_ptr<RecordingJournal>& journal, const wchar_t* className)
+void throwAt(AdoMoment moment, const std::optional<AdoFailure>& failure)
 {
-    return ReplacedClass(id, com::makeObject<RecordingFactory<Object>>(journal, className).Get());
+    if (failure && failure->moment == moment)
+        throw AdoFailure(*failure);
 }
 
 } // namespace
 
-RecordingAdo::RecordingAdo() : journal_(std::make_shared<RecordingJournal>())
+RecordingAdo::RecordingAdo()
 {
     com::check(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
-    replaced_.push_back(replacement<RecordingConnection>(kAdoConnectionId, journal_, L"Connection"));
-    replaced_.push_back(replacement<RecordingCommand>(kAdoCommandId, journal_, L"Command"));
-    replaced_.push_back(replacement<RecordingRecordset>(kAdoRecordsetId, journal_, L"Recordset"));
+    for (const AdoClass& one : kClasses)
+        replaced_.emplace_back(one.id, com::makeObject<AdoClassObject>(*this, one).Get());
 }
 
 RecordingAdo::~RecordingAdo()
@@ -59,101 +68,105 @@ RecordingAdo::~RecordingAdo()
     CoUninitialize();
 }
 
-void RecordingAdo::answer(const std::wstring& statement, AdoAnswer answer)
-{
-    journal_->answer(L"", statement, std::move(answer));
-}
-
 void RecordingAdo::answerOn(const std::wstring& connection, const std::wstring& statement, AdoAnswer answer)
 {
-    journal_->answer(connection, statement, std::move(answer));
-}
-
-void RecordingAdo::answerOthers(std::function<AdoAnswer(const std::wstring&, const std::wstring&)> answer)
-{
-    journal_->answerOthers(std::move(answer));
-}
-
-void RecordingAdo::failCall(size_t n, AdoFailure failure)
-{
-    journal_->failCall(n, std::move(failure));
-}
-
-void RecordingAdo::failMember(const std::wstring& member, AdoFailure failure, size_t n)
-{
-    journal_->failMember(member, n, std::move(failure));
-}
-
-void RecordingAdo::failStatement(const std::wstring& statement, AdoFailure failure, size_t n)
-{
-    journal_->failStatement(L"", statement, n, std::move(failure));
-}
-
-void RecordingAdo::failStatementOn(const std::wstring& connection, const std::wstring& statement, AdoFailure failure,
-                                   size_t n)
-{
-    journal_->failStatement(connection, statement, n, std::move(failure));
-}
-
-void RecordingAdo::cut(const std::wstring& connection, AdoFailure failure)
-{
-    journal_->cut(connection, std::move(failure));
-}
-
-void RecordingAdo::whenExecuting(const std::wstring& statement, std::function<void()> action)
-{
-    journal_->whenExecuting(statement, std::move(action));
-}
-
-void RecordingAdo::setDefaultDatabase(const std::wstring& connection, const std::wstring& name)
-{
-    journal_->setDefaultDatabase(connection, name);
-}
-
-void RecordingAdo::setState(const std::wstring& connection, long state)
-{
-    journal_->setState(connection, state);
+    Answers& answers = answers_[{connection, statement}];
+    if (std::exchange(answers.repeated, false))
+        answers.queue.clear();
+    answers.queue.push_back(std::move(answer));
 }
 
 std::vector<std::wstring> RecordingAdo::calls() const
 {
-    return journal_->lines(false);
+    std::vector<std::wstring> texts;
+    for (const Line& line : lines_)
+        if (!line.read)
+            texts.push_back(line.text);
+    return texts;
 }
 
 std::vector<std::wstring> RecordingAdo::callsAndReads() const
 {
-    return journal_->lines(true);
-}
-
-std::vector<ULONGLONG> RecordingAdo::callTimes() const
-{
-    return journal_->callTimes();
-}
-
-std::vector<AdoStatement> RecordingAdo::statements() const
-{
-    return journal_->statements();
-}
-
-size_t RecordingAdo::callCount() const
-{
-    return journal_->callCount();
+    std::vector<std::wstring> texts;
+    for (const Line& line : lines_)
+        texts.push_back(line.text);
+    return texts;
 }
 
 void RecordingAdo::forget()
 {
-    journal_->forget();
+    lines_.clear();
+    statements_.clear();
+    callCount_ = 0;
 }
 
-long RecordingAdo::liveObjects() const
+com::Dispatch RecordingAdo::recordset(AdoRows rows)
 {
-    return journal_->liveObjects();
+    return com::Dispatch(ownedObject(newRecordset(*this, std::move(rows))).pdispVal);
 }
 
-com::Dispatch RecordingAdo::recordset(AdoRows rows) const
+std::wstring RecordingAdo::databaseOf(const std::wstring& connection) const
 {
-    const _variant_t object = ownedObject(new RecordingRecordset(journal_, std::move(rows)));
-    return com::Dispatch(object.pdispVal);
+    const auto name = databases_.find(connection);
+    return name == databases_.end() ? connection : name->second;
+}
+
+std::optional<long> RecordingAdo::stateOf(const std::wstring& connection) const
+{
+    const auto state = states_.find(connection);
+    return state == states_.end() ? std::nullopt : std::optional(state->second);
+}
+
+void RecordingAdo::perform(const std::wstring& member, const std::wstring& line, bool read,
+                           const std::function<void()>& action)
+{
+    ++callCount_;
+    lines_.push_back({line, read});
+    const std::optional<AdoFailure> failure = due({L"", member});
+    throwAt(AdoMoment::Before, failure);
+    action();
+    throwAt(AdoMoment::After, failure);
+}
+
+AdoAnswer RecordingAdo::run(const std::wstring& connection, const std::wstring& statement, const std::wstring& sent)
+{
+    statements_.emplace_back(connection, sent);
+    std::optional<AdoFailure> failure = due({L"|" + statement, connection + L"|" + statement});
+    if (const auto cut = cuts_.find(connection); cut != cuts_.end())
+        failure = cut->second;
+    throwAt(AdoMoment::Before, failure);
+    if (const auto action = actions_.find(statement); action != actions_.end())
+        action->second();
+    std::optional<AdoAnswer> answer = takeAnswer({connection, statement});
+    if (!answer)
+        answer = takeAnswer({L"", statement});
+    if (!answer && others_)
+        answer = others_(connection, statement);
+    throwAt(AdoMoment::After, failure);
+    return answer.value_or(AdoAnswer());
+}
+
+std::optional<AdoFailure> RecordingAdo::due(const std::vector<std::wstring>& events)
+{
+    std::optional<AdoFailure> found;
+    for (Pending& pending : failures_)
+        if (pending.left > 0 && std::ranges::count(events, pending.event) > 0 && --pending.left == 0)
+            found = pending.failure;
+    return found;
+}
+
+std::optional<AdoAnswer> RecordingAdo::takeAnswer(const AdoStatement& key)
+{
+    const auto found = answers_.find(key);
+    if (found == answers_.end())
+        return std::nullopt;
+    Answers& answers = found->second;
+    const AdoAnswer answer = answers.queue.front();
+    if (answers.queue.size() > 1)
+        answers.queue.erase(answers.queue.begin());
+    else
+        answers.repeated = true;
+    return answer;
 }
 
 _variant_t adoNull()
@@ -165,8 +178,7 @@ _variant_t adoNull()
 
 AdoAnswer adoTexts(const std::wstring& name, const std::vector<std::wstring>& values)
 {
-    AdoAnswer answer;
-    answer.rows.columns = {{name, kVarChar}};
+    AdoAnswer answer{{{{name, kVarChar}}, {}}, 0, {}};
     for (const std::wstring& value : values)
         answer.rows.rows.push_back({_variant_t(value.c_str())});
     return answer;
@@ -185,7 +197,5 @@ AdoRows adoRow(const std::vector<std::pair<std::wstring, _variant_t>>& values)
 
 AdoAnswer adoAffected(long rows)
 {
-    AdoAnswer answer;
-    answer.affected = rows;
-    return answer;
+    return {{}, rows, {}};
 }

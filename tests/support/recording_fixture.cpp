@@ -14,38 +14,19 @@ namespace {
 
 const bool kAttached = attachComponent(nullptr);
 
-std::wstring newDirectory()
+std::filesystem::path newDirectory()
 {
     static int number = 0;
-    wchar_t temporary[MAX_PATH + 1];
-    GetTempPathW(MAX_PATH, temporary);
-    const std::wstring path = std::wstring(temporary) + L"quinmark-" + std::to_wstring(GetCurrentProcessId()) + L"-" +
-                              std::to_wstring(++number);
-    CreateDirectoryW(path.c_str(), nullptr);
+    const std::filesystem::path path =
+        std::filesystem::temp_directory_path() /
+        (L"quinmark-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++number));
+    std::filesystem::create_directory(path);
     return path;
-}
-
-std::string ansiText(const std::wstring& text)
-{
-    std::string ansi(text.size() * 2 + 1, '\0');
-    const int length = WideCharToMultiByte(CP_ACP, 0, text.data(), static_cast<int>(text.size()), ansi.data(),
-                                           static_cast<int>(ansi.size()), nullptr, nullptr);
-    ansi.resize(static_cast<size_t>(length));
-    return ansi;
-}
-
-std::wstring wideText(const std::string& text)
-{
-    std::wstring wide(text.size(), L'\0');
-    const int length = MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()), wide.data(),
-                                           static_cast<int>(wide.size()));
-    wide.resize(static_cast<size_t>(length));
-    return wide;
 }
 
 } // namespace
 
-RecordingTest::RecordingTest() : directory_(newDirectory()), logFile_(directory_ + L"\\replication.log")
+RecordingTest::RecordingTest() : directory_(newDirectory()), logFile_(directory_ / L"replication.log")
 {
     if (!kAttached)
         ADD_FAILURE() << "no thread slot for the settings";
@@ -57,8 +38,8 @@ RecordingTest::~RecordingTest()
 {
     releaseConnections();
     detachThreadSettings();
-    DeleteFileW(logFile_.c_str());
-    RemoveDirectoryW(directory_.c_str());
+    std::error_code ignored;
+    std::filesystem::remove_all(directory_, ignored);
 }
 
 void RecordingTest::connectedSettings(const ConnectOptions& options)
@@ -77,12 +58,12 @@ void RecordingTest::releaseConnections()
 long RecordingTest::closedResults() const
 {
     const std::vector<std::wstring> calls = ado_.calls();
-    return static_cast<long>(std::count(calls.begin(), calls.end(), L"Recordset.Close()"));
+    return static_cast<long>(std::ranges::count(calls, L"Recordset.Close()"));
 }
 
 std::string RecordingTest::logBytes() const
 {
-    std::ifstream file(ansiText(logFile_), std::ios::binary);
+    std::ifstream file(std::filesystem::path(logFile_), std::ios::binary);
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
@@ -90,20 +71,20 @@ std::vector<std::wstring> RecordingTest::logEntries() const
 {
     // An empty line, the date with the time unless that is midnight, and ": ".
     static const std::wregex head(LR"((^|\r\n)\r\n\d+/\d+/\d+( \d+:\d\d:\d\d [AP]M)?: )");
-    const std::wstring text = wideText(logBytes());
+    const std::string bytes = logBytes();
+    std::wstring text(bytes.size(), L'\0');
+    text.resize(static_cast<size_t>(MultiByteToWideChar(CP_ACP, 0, bytes.data(), static_cast<int>(bytes.size()),
+                                                        text.data(), static_cast<int>(text.size()))));
     std::vector<std::wstring> entries;
-    size_t begin = std::wstring::npos;
-    for (std::wsregex_iterator at(text.begin(), text.end(), head), end; at != end; ++at) {
-        if (begin != std::wstring::npos)
-            entries.push_back(text.substr(begin, static_cast<size_t>(at->position()) - begin));
-        begin = static_cast<size_t>(at->position() + at->length());
+    for (std::wsregex_iterator at(text.begin(), text.end(), head), end; at != end;) {
+        const auto begin = (*at)[0].second;
+        ++at;
+        entries.emplace_back(begin, at == end ? text.end() - 2 : (*at)[0].first);
     }
-    if (begin != std::wstring::npos)
-        entries.push_back(text.substr(begin, text.size() - begin - 2));
     return entries;
 }
 
-AdoFailure connectionLost(AdoMoment moment)
+AdoFailure connectionLost()
 {
-    return {E_FAIL, L"Connection lost", L"Test provider", moment};
+    return {E_FAIL, L"Connection lost"};
 }

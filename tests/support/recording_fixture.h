@@ -2,6 +2,7 @@
 
 #include "RecordingAdo.h"
 
+#include <filesystem>
 #include <gtest/gtest.h>
 
 /// What a connected test was initialised with. The DSNs are "source" and "destination", and so are the labels of the
@@ -41,9 +42,9 @@ protected:
 
 private:
     RecordingAdo ado_;
-    std::wstring directory_;
+    std::filesystem::path directory_;
     std::wstring logFile_;
 };
 
 /// A provider's failure for tests that only need one: 0x80004005 "Connection lost".
-AdoFailure connectionLost(AdoMoment moment = AdoMoment::Before);
+AdoFailure connectionLost();

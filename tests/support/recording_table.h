@@ -7,19 +7,30 @@
 #include <functional>
 #include <vector>
 
-/// A table object that keeps which of its members were called, and does what the test lays down.
+/// A table object that keeps which of its members were called, and does what the test lays down. It is served from the
+/// type library as the real one is, so that a test sees what a late-bound call arrives as.
 class RecordingTable final : public com::AutomationObject<_clsReplicateTable>
 {
 public:
     std::vector<std::wstring> calls;
     /// Runs within `go`, on the caller's own dates; what it throws is the failure of `go`.
     std::function<void(DATE& last, DATE& next)> whenRun;
-    /// Thrown by every replication routine when set.
+    /// Thrown by `init` and every replication routine when set.
     std::function<void()> failure;
+    /// Whether `init` leaves the method 7 and the table "left" in its arguments.
+    bool writesArguments = false;
 
-    HRESULT STDMETHODCALLTYPE init(enumReplicationMethod*, BSTR*, BSTR*, BSTR*, enumReplicateDeletes*) noexcept override
+    HRESULT STDMETHODCALLTYPE init(enumReplicationMethod* method, BSTR* table, BSTR* dependent, BSTR* key,
+                                   enumReplicateDeletes* deletes) noexcept override
     {
-        return E_NOTIMPL;
+        const HRESULT result =
+            run(L"init(" + std::to_wstring(*method) + L", " + com::fromBstr(*table) + L", " +
+                com::fromBstr(*dependent) + L", " + com::fromBstr(*key) + L", " + std::to_wstring(*deletes) + L")");
+        if (writesArguments) {
+            *method = ONE_WAY_WITH_PK_FIELD;
+            SysReAllocString(table, L"left");
+        }
+        return result;
     }
     HRESULT STDMETHODCALLTYPE go(DATE* last, DATE* next, VARIANT* result) noexcept override
     {
@@ -55,10 +66,10 @@ public:
     HRESULT STDMETHODCALLTYPE get_lCntError(long*) noexcept override { return E_NOTIMPL; }
 
 private:
-    HRESULT run(const wchar_t* routine) noexcept
+    HRESULT run(const std::wstring& call) noexcept
     {
         return com::comBoundary([&] {
-            calls.emplace_back(routine);
+            calls.push_back(call);
             if (failure)
                 failure();
         });

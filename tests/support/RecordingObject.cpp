@@ -1,16 +1,13 @@
-#include "recording_object.h"
+#include "RecordingObject.h"
 
 #include "com/convert.h"
 #include "com/error.h"
 
+#include <algorithm>
 #include <new>
-
-using Microsoft::WRL::ComPtr;
+#include <stdexcept>
 
 namespace {
-
-// {5E0E7B0C-6A3D-4B0E-9C5A-6F1F6C0B7D11}: asks an object for its C++ self.
-constexpr IID kSelfId = {0x5e0e7b0c, 0x6a3d, 0x4b0e, {0x9c, 0x5a, 0x6f, 0x1f, 0x6c, 0x0b, 0x7d, 0x11}};
 
 constexpr WORD kPutFlags = DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF;
 
@@ -47,64 +44,39 @@ const wchar_t* adoText(long number)
 
 } // namespace
 
-VARIANT& RecordingArguments::at(size_t index) const
-{
-    static thread_local _variant_t left;
-    left = com::missing();
-    return index < count() ? params_.rgvarg[count() - 1 - index] : left;
-}
-
-long RecordingArguments::number(size_t index) const
-{
-    return com::toInt32(at(index));
-}
-
-std::wstring RecordingArguments::text(size_t index) const
-{
-    return com::toText(at(index));
-}
-
-bool RecordingArguments::isMissing(size_t index) const
-{
-    return com::isMissing(at(index));
-}
-
-RecordingObject::RecordingObject(std::shared_ptr<RecordingJournal> journal, const wchar_t* className, DISPID firstId)
-    : journal_(std::move(journal)),
+RecordingObject::RecordingObject(RecordingAdo& ado, const wchar_t* className, DISPID firstId, const std::wstring& title)
+    : ado_(ado),
       class_(className),
-      firstId_(firstId)
+      firstId_(firstId),
+      title_(title)
 {
-    journal_->objectMade();
+    ado_.live().insert(this);
 }
 
 RecordingObject::~RecordingObject()
 {
-    journal_->objectGone();
-}
-
-void* RecordingObject::find(REFIID interfaceId) noexcept
-{
-    return interfaceId == kSelfId ? this : LateObject::find(interfaceId);
+    ado_.live().erase(this);
 }
 
 HRESULT RecordingObject::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) noexcept
 {
-    ids[0] = DISPID_UNKNOWN;
-    for (size_t index = 0; index < members_.size() && count == 1; ++index)
-        if (lstrcmpiW(members_[index].name, names[0]) == 0)
-            ids[0] = firstId_ + static_cast<DISPID>(index);
-    return ids[0] == DISPID_UNKNOWN ? DISP_E_UNKNOWNNAME : S_OK;
+    const auto found = std::ranges::find_if(
+        members_, [&](const Member& member) { return count == 1 && lstrcmpiW(member.name.c_str(), names[0]) == 0; });
+    const bool known = found != members_.end();
+    ids[0] = known ? firstId_ + static_cast<DISPID>(found - members_.begin()) : DISPID_UNKNOWN;
+    return known ? S_OK : DISP_E_UNKNOWNNAME;
 }
 
 HRESULT RecordingObject::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* params, VARIANT* result,
                                 EXCEPINFO* exception, UINT*) noexcept
 {
-    const ComPtr<RecordingObject> self(this);
+    const Microsoft::WRL::ComPtr<RecordingObject> self(this);
     if (id < firstId_ || static_cast<size_t>(id - firstId_) >= members_.size())
         return DISP_E_MEMBERNOTFOUND;
     try {
-        const Member& member = members_[static_cast<size_t>(id - firstId_)];
-        _variant_t value = use(member, flags, RecordingArguments(*params));
+        const Arguments arguments(std::reverse_iterator(params->rgvarg + params->cArgs),
+                                  std::reverse_iterator(params->rgvarg));
+        _variant_t value = use(members_[static_cast<size_t>(id - firstId_)], flags, arguments);
         if (result)
             *result = value.Detach();
         return S_OK;
@@ -115,19 +87,22 @@ HRESULT RecordingObject::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS*
     catch (const com::Error& error) {
         return com::errorResult(error.number);
     }
+    catch (const std::out_of_range&) {
+        return DISP_E_BADPARAMCOUNT;
+    }
     catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
     }
 }
 
-_variant_t RecordingObject::use(const Member& member, WORD flags, const RecordingArguments& arguments)
+_variant_t RecordingObject::use(const Member& member, WORD flags, const Arguments& arguments)
 {
     const bool put = (flags & kPutFlags) && member.put;
     const bool read = (flags & DISPATCH_PROPERTYGET) && member.get;
     if (!put && !read && !((flags & DISPATCH_METHOD) && member.call))
         throw AdoFailure{DISP_E_MEMBERNOTFOUND, L""};
     _variant_t value;
-    journal_->perform(class_ + L"." + member.name, line(member, flags, arguments), read, [&] {
+    ado_.perform(class_ + L"." + member.name, line(member, flags, arguments), read, [&] {
         if (put)
             member.put(arguments.at(0));
         else
@@ -136,14 +111,14 @@ _variant_t RecordingObject::use(const Member& member, WORD flags, const Recordin
     return value;
 }
 
-std::wstring RecordingObject::line(const Member& member, WORD flags, const RecordingArguments& arguments) const
+std::wstring RecordingObject::line(const Member& member, WORD flags, const Arguments& arguments) const
 {
-    const std::wstring name = title() + L"." + member.name;
-    if (flags & kPutFlags)
-        return (flags & DISPATCH_PROPERTYPUTREF ? L"set " : L"") + name + L" = " + recordedText(arguments.at(0));
+    const std::wstring name = title_ + L"." + member.name;
     std::wstring list;
-    for (size_t index = 0; index < arguments.count(); ++index)
-        list += (index == 0 ? L"" : L", ") + recordedText(arguments.at(index));
+    for (const _variant_t& argument : arguments)
+        list += (list.empty() ? L"" : L", ") + text(argument);
+    if (flags & kPutFlags)
+        return (flags & DISPATCH_PROPERTYPUTREF ? L"set " : L"") + name + L" = " + list;
     return member.call || !list.empty() ? name + L"(" + list + L")" : name;
 }
 
@@ -152,37 +127,32 @@ void RecordingObject::property(const wchar_t* name, Getter get, Setter put)
     members_.push_back({name, std::move(get), std::move(put), nullptr});
 }
 
-void RecordingObject::property(const wchar_t* name, _variant_t& value)
+void RecordingObject::stored(const wchar_t* name, const _variant_t& initial)
 {
+    _variant_t& kept = value(name) = initial;
     property(
-        name, [&value](const RecordingArguments&) { return value; }, [&value](const VARIANT& given) { value = given; });
+        name, [&kept](const Arguments&) { return kept; }, [&kept](const _variant_t& given) { kept = given; });
 }
 
-void RecordingObject::method(const wchar_t* name, Method call)
+void RecordingObject::method(const wchar_t* name, Getter call)
 {
     members_.push_back({name, nullptr, nullptr, std::move(call)});
 }
 
-RecordingObject* RecordingObject::behind(const VARIANT& value)
+RecordingObject* RecordingObject::recordingObject(const VARIANT& value) const
 {
-    ComPtr<IUnknown> self;
-    if (value.vt != VT_DISPATCH || !value.pdispVal ||
-        FAILED(value.pdispVal->QueryInterface(kSelfId, reinterpret_cast<void**>(self.GetAddressOf()))))
-        return nullptr;
-    return static_cast<RecordingObject*>(static_cast<IDispatch*>(self.Get()));
+    const bool own = value.vt == VT_DISPATCH && ado_.live().contains(value.pdispVal);
+    return own ? static_cast<RecordingObject*>(value.pdispVal) : nullptr;
 }
 
-std::wstring recordedText(const VARIANT& value)
+std::wstring RecordingObject::text(const VARIANT& value) const
 {
     if (com::isMissing(value))
         return L"missing";
-    if (value.vt & VT_BYREF) {
-        _variant_t direct;
-        VariantCopyInd(&direct, const_cast<VARIANT*>(&value));
-        return L"ref " + recordedText(direct);
-    }
-    if (const RecordingObject* object = RecordingObject::behind(value))
-        return object->title();
+    if (value.vt & VT_BYREF)
+        return L"ref " + text(com::copyValue(value));
+    if (const RecordingObject* object = recordingObject(value))
+        return object->title_;
     switch (value.vt) {
     case VT_EMPTY:
         return L"Empty";
