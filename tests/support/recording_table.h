@@ -55,7 +55,11 @@ public:
     {
         return run(L"replicateOneWayWithPKField");
     }
-    HRESULT STDMETHODCALLTYPE get_sTable(BSTR*) noexcept override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE get_sTable(BSTR* value) noexcept override
+    {
+        *value = SysAllocString(L"recorded");
+        return run(L"sTable");
+    }
     HRESULT STDMETHODCALLTYPE get_lCntSourceAdd(long*) noexcept override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE get_lCntSourceUpdate(long*) noexcept override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE get_lCntSourceDelete(long*) noexcept override { return E_NOTIMPL; }

@@ -1,368 +1,297 @@
 #include "com/invoke.h"
 
 #include "com/convert.h"
-#include "com/error.h"
+#include "conflicts/ConflictFace.h"
+#include "control/FactoryFace.h"
 #include "support/LateCall.h"
-#include "support/RecordingFaces.h"
+#include "support/recording_fixture.h"
+#include "support/recording_table.h"
 
-#include <gtest/gtest.h>
-
+using namespace quinmark;
 using Microsoft::WRL::ComPtr;
 
 namespace com {
 namespace {
 
-const _variant_t kNull = [] {
-    _variant_t value;
-    value.ChangeType(VT_NULL);
-    return value;
-}();
+constexpr HRESULT kFailed = static_cast<HRESULT>(0x800403E8);
+constexpr DISPID kSTable = 8;
+constexpr DISPID kInit = 16;
+constexpr DISPID kDeleteAll = 18;
 
-_variant_t text(const wchar_t* value)
+_variant_t objectVariant(IDispatch* object)
 {
-    return textVariant(value);
+    return object;
 }
 
-_variant_t int16(short value)
-{
-    return value;
-}
-
-class Invoke : public testing::Test
+/// Late-bound calls of objects that are served from the type library.
+class Invoke : public RecordingTest
 {
 protected:
-    std::wstring tableCall(std::vector<_variant_t> arguments, HRESULT expected = S_OK)
+    LateResult init(std::vector<_variant_t> arguments) { return lateCall(table_.Get(), L"init", std::move(arguments)); }
+
+    /// Calls a member of the table that takes no arguments, and asks for no exception record.
+    HRESULT invokePlain(DISPID id, WORD flags, REFIID reserved = IID_NULL)
     {
-        const LateResult result = lateCall(factory.Get(), L"createReplicationTable", std::move(arguments));
-        EXPECT_EQ(result.code, expected);
-        return factory->lastCall;
+        DISPPARAMS none{};
+        return table_->Invoke(id, reserved, 0, flags, &none, nullptr, nullptr, nullptr);
     }
 
-    LateResult setError(const _variant_t& flag, const _variant_t& message)
+    void failTable()
     {
-        return lateCall(factory.Get(), L"setError", {flag, message});
+        table_->failure = [] { throw Error{kFailed, L"Recording.source", L"Recorded failure"}; };
     }
 
-    ComPtr<RecordingFactory> factory = makeObject<RecordingFactory>();
+    const ComPtr<RecordingTable> table_ = makeObject<RecordingTable>();
+    const ComPtr<ConflictFace> conflict_ = makeObject<ConflictFace>(clsConflict());
+    const ComPtr<FactoryFace> factory_ = makeObject<FactoryFace>();
 };
 
-TEST_F(Invoke, LiteralsArriveInTheDeclaredForm)
+struct Arriving
 {
-    EXPECT_EQ(tableCall({int16(3), text(L"patient"), text(L"child"), text(L"key"), 4L}),
-              L"createReplicationTable(3, patient, child, key, 4)");
-    EXPECT_EQ(tableCall({text(L"3"), 12L, _variant_t(), _variant_t(true), 2.0}),
-              L"createReplicationTable(3, 12, , True, 2)");
-}
+    std::vector<_variant_t> arguments;
+    std::wstring call;
+};
 
-TEST_F(Invoke, LeftOutOptionalsGetTheirDefaults)
+TEST_F(Invoke, ArgumentsArriveInTheDeclaredForm)
 {
-    EXPECT_EQ(tableCall({2L, text(L"patient"), text(L"")}), L"createReplicationTable(2, patient, , , 1)");
-    EXPECT_EQ(tableCall({2L, text(L"patient"), text(L""), text(L"key")}),
-              L"createReplicationTable(2, patient, , key, 1)");
-    EXPECT_EQ(tableCall({2L, text(L"patient"), text(L""), missing(), 3L}),
-              L"createReplicationTable(2, patient, , , 3)");
-    EXPECT_EQ(tableCall({2L, text(L"patient"), text(L""), missing(), missing()}),
-              L"createReplicationTable(2, patient, , , 1)");
-}
-
-TEST_F(Invoke, VariablesOfAScriptArriveInTheDeclaredForm)
-{
-    _variant_t method(int16(2));
-    _variant_t table = text(L"patient");
-    EXPECT_EQ(tableCall({byReference(method), byReference(table), text(L"")}),
-              L"createReplicationTable(2, patient, , , 1)");
-}
-
-TEST_F(Invoke, VariablesOfAScriptAreWrittenBackInTheDeclaredForm)
-{
-    factory->textLeftBehind = L"after";
-    _variant_t flag(0L);
-    _variant_t message(7L);
-    EXPECT_EQ(setError(byReference(flag), byReference(message)).code, S_OK);
-    EXPECT_EQ(factory->lastCall, L"setError(false, 7)");
-    EXPECT_EQ(flag, _variant_t(true));
-    EXPECT_EQ(message, text(L"after"));
-}
-
-TEST_F(Invoke, LiteralsAreNotWrittenTo)
-{
-    factory->textLeftBehind = L"after";
-    const _variant_t message = text(L"before");
-    EXPECT_EQ(setError(true, message).code, S_OK);
-    EXPECT_EQ(message, text(L"before"));
-}
-
-TEST_F(Invoke, VariableBehindAVariableIsReadAndWritten)
-{
-    factory->textLeftBehind = L"after";
-    _variant_t inner = text(L"before");
-    VARIANT outer = byReference(inner);
-    EXPECT_EQ(setError(true, byReference(outer)).code, S_OK);
-    EXPECT_EQ(factory->lastCall, L"setError(true, before)");
-    EXPECT_EQ(toText(inner), L"after");
-}
-
-TEST_F(Invoke, TypedVariableBehindAVariableIsReadAndWritten)
-{
-    factory->textLeftBehind = L"after";
-    BSTR inner = SysAllocString(L"before");
-    VARIANT outer = byReference(VT_BSTR, &inner);
-    EXPECT_EQ(setError(true, byReference(outer)).code, S_OK);
-    EXPECT_EQ(factory->lastCall, L"setError(true, before)");
-    EXPECT_EQ(fromBstr(inner), L"after");
-    VariantClear(&outer);
-    SysFreeString(inner);
-}
-
-TEST_F(Invoke, TypedVariableIsHandedOverItself)
-{
-    factory->textLeftBehind = L"after";
-    VARIANT_BOOL flag = VARIANT_TRUE;
-    BSTR message = SysAllocString(L"before");
-    EXPECT_EQ(setError(byReference(VT_BOOL, &flag), byReference(VT_BSTR, &message)).code, S_OK);
-    EXPECT_EQ(factory->lastCall, L"setError(true, before)");
-    EXPECT_EQ(flag, VARIANT_FALSE);
-    EXPECT_EQ(fromBstr(message), L"after");
-    SysFreeString(message);
-}
-
-TEST_F(Invoke, VariableOfAnotherTypeIsConverted)
-{
-    long number = 1;
-    double method = 6.0;
-    EXPECT_EQ(setError(byReference(VT_I4, &number), byReference(VT_R8, &method)).code, S_OK);
-    EXPECT_EQ(factory->lastCall, L"setError(true, 6)");
-    EXPECT_EQ(number, 1);
-}
-
-TEST_F(Invoke, ReferenceThatLeadsNowhereIsATypeMismatch)
-{
-    for (const VARTYPE type : {VT_VARIANT, VT_BSTR, VT_I4, VT_DISPATCH}) {
-        const LateResult result = setError(true, byReference(static_cast<VARTYPE>(type), nullptr));
-        EXPECT_EQ(result.code, DISP_E_TYPEMISMATCH) << type;
-        EXPECT_EQ(result.badArgument, 0U) << type;
+    _variant_t method(static_cast<short>(2));
+    _variant_t table(L"patient");
+    const Arriving cases[] = {
+        {{static_cast<short>(3), L"patient", L"child", L"key", 4L}, L"init(3, patient, child, key, 4)"},
+        {{L"3", 12L, _variant_t(), true, 2.0}, L"init(3, 12, , True, 2)"},
+        {{byReference(method), byReference(table), L""}, L"init(2, patient, , , 1)"},
+        // Those left out get their defaults.
+        {{2L, L"patient", L""}, L"init(2, patient, , , 1)"},
+        {{2L, L"patient", L"", L"key"}, L"init(2, patient, , key, 1)"},
+        {{2L, L"patient", L"", missing(), 3L}, L"init(2, patient, , , 3)"},
+        {{2L, L"patient", L"", missing(), missing()}, L"init(2, patient, , , 1)"},
+    };
+    for (const auto& [arguments, call] : cases) {
+        EXPECT_EQ(init(arguments).code, S_OK);
+        EXPECT_EQ(table_->calls.back(), call);
     }
-    EXPECT_EQ(lateCall(factory.Get(), L"setLogLevel", {byReference(VT_VARIANT, nullptr)}).code, DISP_E_TYPEMISMATCH);
-    EXPECT_EQ(factory->lastCall, L"");
 }
 
-TEST_F(Invoke, VariableThatRefersToItselfIsATypeMismatch)
+/// The table leaves the method 7 and the text "left" in its arguments.
+class InvokeWrites : public Invoke
+{
+protected:
+    InvokeWrites() { table_->writesArguments = true; }
+
+    void initialise(const _variant_t& method, const _variant_t& text)
+    {
+        EXPECT_EQ(init({method, text, L""}).code, S_OK);
+        EXPECT_EQ(table_->calls.back(), L"init(2, before, , , 1)");
+    }
+};
+
+TEST_F(InvokeWrites, VariablesOfAScriptInTheDeclaredForm)
+{
+    _variant_t method(L"2");
+    _variant_t text(L"before");
+    initialise(byReference(method), byReference(text));
+    EXPECT_EQ(method, _variant_t(7L));
+    EXPECT_EQ(text, _variant_t(L"left"));
+}
+
+TEST_F(InvokeWrites, VariableThatAVariableRefersTo)
+{
+    _variant_t text(L"before");
+    VARIANT outer = byReference(text);
+    initialise(2L, byReference(outer));
+    EXPECT_EQ(text, _variant_t(L"left"));
+}
+
+TEST_F(InvokeWrites, TypedVariablesThemselves)
+{
+    long method = 2;
+    BSTR text = SysAllocString(L"before");
+    initialise(byReference(VT_I4, &method), byReference(VT_BSTR, &text));
+    EXPECT_EQ(method, 7);
+    EXPECT_EQ(fromBstr(text), L"left");
+    SysReAllocString(&text, L"before");
+    VARIANT outer = byReference(VT_BSTR, &text);
+    initialise(2L, byReference(outer));
+    EXPECT_EQ(takeBstr(text), L"left");
+}
+
+TEST_F(InvokeWrites, NeitherLiteralsNorVariablesOfAnotherType)
+{
+    double method = 2;
+    const _variant_t text(L"before");
+    initialise(byReference(VT_R8, &method), text);
+    EXPECT_EQ(method, 2);
+    EXPECT_EQ(text, _variant_t(L"before"));
+}
+
+TEST_F(InvokeWrites, VariablesOfAFailedMember)
+{
+    failTable();
+    _variant_t text(L"before");
+    EXPECT_EQ(init({2L, byReference(text), L""}).scode, kFailed);
+    EXPECT_EQ(text, _variant_t(L"left"));
+}
+
+struct Refused
+{
+    std::vector<_variant_t> arguments;
+    HRESULT code;
+    UINT badArgument = kNoBadArgument;
+};
+
+TEST_F(Invoke, ArgumentsThatDoNotFitAreRefusedByTheirIndex)
 {
     VARIANT circle;
     circle.vt = VT_BYREF | VT_VARIANT;
     circle.pvarVal = &circle;
-    EXPECT_EQ(setError(true, byReference(circle)).code, DISP_E_TYPEMISMATCH);
-}
-
-TEST_F(Invoke, ValueThatHasNoSuchFormNamesItsIndex)
-{
-    const LateResult first = setError(text(L"perhaps"), text(L"m"));
-    EXPECT_EQ(first.code, DISP_E_TYPEMISMATCH);
-    EXPECT_EQ(first.badArgument, 1U);
-    const LateResult null = setError(true, kNull);
-    EXPECT_EQ(null.code, DISP_E_TYPEMISMATCH);
-    EXPECT_EQ(null.badArgument, 0U);
-    const LateResult object = setError(true, _variant_t(factory.Get()));
-    EXPECT_EQ(object.code, DISP_E_TYPEMISMATCH);
-    EXPECT_EQ(object.badArgument, 0U);
-    const LateResult nothing = setError(_variant_t(static_cast<IDispatch*>(nullptr)), text(L"m"));
-    EXPECT_EQ(nothing.code, DISP_E_TYPEMISMATCH);
-    EXPECT_EQ(nothing.badArgument, 1U);
-    EXPECT_EQ(factory->lastCall, L"");
-}
-
-TEST_F(Invoke, NumberThatDoesNotFitOverflowsWithItsIndex)
-{
-    const LateResult result = lateCall(
-        factory.Get(), L"init",
-        {0L, text(L"SOURCE"), text(L""), text(L""), text(L""), text(L""), text(L""), text(L""), 32768L, text(L"")});
-    EXPECT_EQ(result.code, DISP_E_OVERFLOW);
-    EXPECT_EQ(result.badArgument, 1U);
-}
-
-TEST_F(Invoke, SurplusArgumentIsABadCount)
-{
-    EXPECT_EQ(lateCall(factory.Get(), L"disconnect", {1L}).code, DISP_E_BADPARAMCOUNT);
-    EXPECT_EQ(lateCall(factory.Get(), L"setError", {true, text(L"m"), 1L}).code, DISP_E_BADPARAMCOUNT);
-    EXPECT_EQ(tableCall({2L, text(L"p"), text(L""), text(L""), 1L, 1L}, DISP_E_BADPARAMCOUNT), L"");
-}
-
-TEST_F(Invoke, MissingArgumentIsNotOptional)
-{
-    EXPECT_EQ(tableCall({2L, text(L"patient")}, DISP_E_PARAMNOTOPTIONAL), L"");
-    EXPECT_EQ(tableCall({}, DISP_E_PARAMNOTOPTIONAL), L"");
-    EXPECT_EQ(tableCall({2L, missing(), text(L"")}, DISP_E_PARAMNOTOPTIONAL), L"");
-    EXPECT_EQ(lateCall(factory.Get(), L"setLogLevel").code, DISP_E_PARAMNOTOPTIONAL);
+    const Refused cases[] = {
+        {{L"perhaps", L"t", L""}, DISP_E_TYPEMISMATCH, 2},
+        {{2L, adoNull(), L""}, DISP_E_TYPEMISMATCH, 1},
+        {{2L, L"t", objectVariant(table_.Get())}, DISP_E_TYPEMISMATCH, 0},
+        {{objectVariant(nullptr), L"t", L""}, DISP_E_TYPEMISMATCH, 2},
+        {{2147483648.0, L"t", L""}, DISP_E_OVERFLOW, 2},
+        // references that lead nowhere
+        {{2L, byReference(VT_VARIANT, nullptr), L""}, DISP_E_TYPEMISMATCH, 1},
+        {{2L, byReference(VT_BSTR, nullptr), L""}, DISP_E_TYPEMISMATCH, 1},
+        {{2L, byReference(VT_I4, nullptr), L""}, DISP_E_TYPEMISMATCH, 1},
+        {{2L, byReference(VT_DISPATCH, nullptr), L""}, DISP_E_TYPEMISMATCH, 1},
+        {{2L, byReference(circle), L""}, DISP_E_TYPEMISMATCH, 1},
+        // too many or too few
+        {{2L, L"t", L"", L"", 1L, 1L}, DISP_E_BADPARAMCOUNT},
+        {{2L, L"t"}, DISP_E_PARAMNOTOPTIONAL},
+        {{}, DISP_E_PARAMNOTOPTIONAL},
+        {{2L, missing(), L""}, DISP_E_PARAMNOTOPTIONAL, 1},
+    };
+    for (const Refused& one : cases) {
+        const LateResult result = init(one.arguments);
+        EXPECT_EQ(result.code, one.code) << &one - cases;
+        EXPECT_EQ(result.badArgument, one.badArgument) << &one - cases;
+    }
+    EXPECT_EQ(lateCall(table_.Get(), L"replicateComputerType", {1L}).code, DISP_E_BADPARAMCOUNT);
+    EXPECT_EQ(table_->calls, std::vector<std::wstring>());
+    EXPECT_EQ(latePut(conflict_.Get(), L"vGuid", byReference(VT_VARIANT, nullptr)).code, DISP_E_TYPEMISMATCH);
 }
 
 TEST_F(Invoke, NamedArgumentsFindTheirPlaces)
 {
-    const LateArguments arguments{{5L}, {{4, 2L}, {2, text(L"child")}, {1, text(L"patient")}}};
-    EXPECT_EQ(lateInvoke(factory.Get(), L"createReplicationTable", DISPATCH_METHOD, arguments).code, S_OK);
-    EXPECT_EQ(factory->lastCall, L"createReplicationTable(5, patient, child, , 2)");
+    const LateArguments arguments{{5L}, {{4, 2L}, {2, L"child"}, {1, L"patient"}}};
+    EXPECT_EQ(lateInvoke(table_.Get(), L"init", DISPATCH_METHOD, arguments).code, S_OK);
+    EXPECT_EQ(table_->calls.back(), L"init(5, patient, child, , 2)");
 }
 
-TEST_F(Invoke, NamedArgumentThatIsUnknownOrGivenTwiceNamesItsIndex)
+TEST_F(Invoke, NamedArgumentThatIsUnknownOrGivenTwiceIsRefusedByItsIndex)
 {
-    const LateArguments twice{{true}, {{0, false}}};
-    const LateResult again = lateInvoke(factory.Get(), L"setError", DISPATCH_METHOD, twice);
-    EXPECT_EQ(again.code, DISP_E_PARAMNOTFOUND);
-    EXPECT_EQ(again.badArgument, 1U);
-    const LateArguments stranger{{true}, {{17, text(L"m")}}};
-    const LateResult strange = lateInvoke(factory.Get(), L"setError", DISPATCH_METHOD, stranger);
-    EXPECT_EQ(strange.code, DISP_E_PARAMNOTFOUND);
-    EXPECT_EQ(strange.badArgument, 0U);
-    EXPECT_EQ(factory->lastCall, L"");
+    const LateResult twice = lateInvoke(table_.Get(), L"init", DISPATCH_METHOD, {{2L}, {{0, 3L}}});
+    EXPECT_EQ(twice.code, DISP_E_PARAMNOTFOUND);
+    EXPECT_EQ(twice.badArgument, 1U);
+    const LateResult stranger = lateInvoke(table_.Get(), L"init", DISPATCH_METHOD, {{2L}, {{17, L"t"}}});
+    EXPECT_EQ(stranger.code, DISP_E_PARAMNOTFOUND);
+    EXPECT_EQ(stranger.badArgument, 0U);
 }
 
 TEST_F(Invoke, NamesOfParametersAreTheirPositions)
 {
-    LPOLESTR names[] = {const_cast<LPOLESTR>(L"CREATEREPLICATIONTABLE"), const_cast<LPOLESTR>(L"sPKField"),
+    LPOLESTR names[] = {const_cast<LPOLESTR>(L"INIT"), const_cast<LPOLESTR>(L"sPKField"),
                         const_cast<LPOLESTR>(L"iReplicationMethod")};
     DISPID ids[3] = {};
-    EXPECT_EQ(factory->GetIDsOfNames(IID_NULL, names, 3, LOCALE_USER_DEFAULT, ids), S_OK);
-    EXPECT_EQ(ids[0], 2);
+    EXPECT_EQ(table_->GetIDsOfNames(IID_NULL, names, 3, LOCALE_USER_DEFAULT, ids), S_OK);
+    EXPECT_EQ(ids[0], kInit);
     EXPECT_EQ(ids[1], 3);
     EXPECT_EQ(ids[2], 0);
 }
 
-TEST_F(Invoke, RestrictedMemberIsNotCallable)
+TEST_F(Invoke, MemberThatIsRestrictedUnknownOrOfAnotherKindIsNotFound)
 {
     constexpr DISPID kConnectDatabases = 8;
-    EXPECT_EQ(lateInvokeId(factory.Get(), kConnectDatabases, DISPATCH_METHOD, {{true}, {}}).code,
+    EXPECT_EQ(lateInvokeId(factory_.Get(), kConnectDatabases, DISPATCH_METHOD, {{true}, {}}).code,
               DISP_E_MEMBERNOTFOUND);
-    EXPECT_EQ(factory->lastCall, L"");
-}
-
-TEST_F(Invoke, UnknownMemberIsNotFound)
-{
-    EXPECT_EQ(lateInvokeId(factory.Get(), 999, DISPATCH_METHOD).code, DISP_E_MEMBERNOTFOUND);
-    EXPECT_EQ(lateCall(factory.Get(), L"noSuchMember").code, DISP_E_UNKNOWNNAME);
-}
-
-TEST_F(Invoke, ReadOnlyPropertyCannotBePut)
-{
-    EXPECT_EQ(latePut(factory.Get(), L"Version", text(L"1")).code, DISP_E_MEMBERNOTFOUND);
+    EXPECT_EQ(lateInvokeId(table_.Get(), 999, DISPATCH_METHOD).code, DISP_E_MEMBERNOTFOUND);
+    EXPECT_EQ(lateCall(table_.Get(), L"noSuchMember").code, DISP_E_UNKNOWNNAME);
+    EXPECT_EQ(latePut(factory_.Get(), L"Version", L"1").code, DISP_E_MEMBERNOTFOUND) << "is read only";
+    EXPECT_EQ(latePut(conflict_.Get(), L"sTable", L"x", DISPATCH_PROPERTYPUTREF).code, DISP_E_MEMBERNOTFOUND);
 }
 
 TEST_F(Invoke, CallsThatAreMalformedAreRefused)
 {
-    DISPPARAMS none{};
-    EXPECT_EQ(factory->Invoke(6, IID_NULL, 0, DISPATCH_METHOD, nullptr, nullptr, nullptr, nullptr), E_INVALIDARG);
-    EXPECT_EQ(factory->Invoke(6, IID_IUnknown, 0, DISPATCH_METHOD, &none, nullptr, nullptr, nullptr),
-              DISP_E_UNKNOWNINTERFACE);
+    EXPECT_EQ(table_->Invoke(kInit, IID_NULL, 0, DISPATCH_METHOD, nullptr, nullptr, nullptr, nullptr), E_INVALIDARG);
+    EXPECT_EQ(invokePlain(kDeleteAll, DISPATCH_METHOD, IID_IUnknown), DISP_E_UNKNOWNINTERFACE);
     LPOLESTR name = const_cast<LPOLESTR>(L"init");
     DISPID id = 0;
-    EXPECT_EQ(factory->GetIDsOfNames(IID_IUnknown, &name, 1, 0, &id), DISP_E_UNKNOWNINTERFACE);
-    EXPECT_EQ(factory->GetIDsOfNames(IID_NULL, nullptr, 1, 0, &id), E_INVALIDARG);
-    EXPECT_EQ(factory->GetIDsOfNames(IID_NULL, &name, 1, 0, nullptr), E_INVALIDARG);
-    EXPECT_EQ(factory->lastCall, L"");
+    EXPECT_EQ(table_->GetIDsOfNames(IID_IUnknown, &name, 1, 0, &id), DISP_E_UNKNOWNINTERFACE);
+    EXPECT_EQ(table_->GetIDsOfNames(IID_NULL, nullptr, 1, 0, &id), E_INVALIDARG);
+    EXPECT_EQ(table_->GetIDsOfNames(IID_NULL, &name, 1, 0, nullptr), E_INVALIDARG);
+    EXPECT_EQ(table_->calls, std::vector<std::wstring>());
 }
 
 TEST_F(Invoke, ResultsAreOptional)
 {
-    DISPPARAMS none{};
-    EXPECT_EQ(factory->Invoke(6, IID_NULL, 0, DISPATCH_METHOD, &none, nullptr, nullptr, nullptr), S_OK);
-    EXPECT_EQ(factory->lastCall, L"disconnect()");
-    EXPECT_EQ(factory->Invoke(12, IID_NULL, 0, DISPATCH_PROPERTYGET, &none, nullptr, nullptr, nullptr), S_OK);
-    EXPECT_EQ(factory->lastCall, L"Version");
-}
-
-TEST_F(Invoke, FailureCarriesNumberSourceAndDescription)
-{
-    factory->failure = static_cast<HRESULT>(0x800403E8);
-    const LateResult result = lateCall(factory.Get(), L"disconnect");
-    EXPECT_EQ(result.code, DISP_E_EXCEPTION);
-    EXPECT_EQ(result.scode, static_cast<SCODE>(0x800403E8));
-    EXPECT_EQ(result.source, L"Recording.source");
-    EXPECT_EQ(result.description, L"Recorded failure");
-}
-
-TEST_F(Invoke, FailureWithoutAnExceptionRecordIsTheCode)
-{
-    factory->failure = static_cast<HRESULT>(0x800403E8);
-    DISPPARAMS none{};
-    EXPECT_EQ(factory->Invoke(6, IID_NULL, 0, DISPATCH_METHOD, &none, nullptr, nullptr, nullptr),
-              static_cast<HRESULT>(0x800403E8));
-}
-
-TEST_F(Invoke, FailedMemberHasItsVariablesWrittenBack)
-{
-    factory->failure = static_cast<HRESULT>(0x800403E8);
-    factory->textLeftBehind = L"after";
-    _variant_t message = text(L"before");
-    EXPECT_EQ(setError(true, byReference(message)).scode, static_cast<SCODE>(0x800403E8));
-    EXPECT_EQ(message, text(L"after"));
-}
-
-/// A script's variable that takes no value: it holds an array that is in use.
-class LockedVariable
-{
-public:
-    LockedVariable()
-    {
-        variable_.parray = SafeArrayCreateVector(VT_I4, 0, 1);
-        variable_.vt = VT_ARRAY | VT_I4;
-        check(SafeArrayLock(variable_.parray));
-    }
-    ~LockedVariable() { SafeArrayUnlock(variable_.parray); }
-    LockedVariable(const LockedVariable&) = delete;
-    LockedVariable& operator=(const LockedVariable&) = delete;
-
-    _variant_t reference() { return byReference(variable_); }
-
-private:
-    _variant_t variable_;
-};
-
-TEST_F(Invoke, VariableThatTakesNoValueFailsASuccessfulCall)
-{
-    LockedVariable level;
-    EXPECT_EQ(lateCall(factory.Get(), L"setLogLevel", {level.reference()}).code, DISP_E_ARRAYISLOCKED);
-}
-
-TEST_F(Invoke, VariableThatTakesNoValueDoesNotHideTheFailureOfTheMember)
-{
-    factory->failure = static_cast<HRESULT>(0x800403E8);
-    LockedVariable level;
-    const LateResult result = lateCall(factory.Get(), L"setLogLevel", {level.reference()});
-    EXPECT_EQ(result.code, DISP_E_EXCEPTION);
-    EXPECT_EQ(result.scode, static_cast<SCODE>(0x800403E8));
-    EXPECT_EQ(result.source, L"Recording.source");
-    EXPECT_EQ(result.description, L"Recorded failure");
-
-    constexpr DISPID kSetLogLevel = 7;
-    _variant_t argument = level.reference();
-    DISPPARAMS params{&argument, nullptr, 1, 0};
-    EXPECT_EQ(factory->Invoke(kSetLogLevel, IID_NULL, 0, DISPATCH_METHOD, &params, nullptr, nullptr, nullptr),
-              static_cast<HRESULT>(0x800403E8));
+    EXPECT_EQ(invokePlain(kDeleteAll, DISPATCH_METHOD), S_OK);
+    EXPECT_EQ(invokePlain(kSTable, DISPATCH_PROPERTYGET), S_OK);
+    EXPECT_EQ(table_->calls, (std::vector<std::wstring>{L"replicateOneWayDeleteAll", L"sTable"}));
 }
 
 TEST_F(Invoke, PropertyIsReadAsScriptsReadIt)
 {
-    EXPECT_EQ(lateGet(factory.Get(), L"Version").value, text(L"recorded"));
-    EXPECT_EQ(lateInvoke(factory.Get(), L"version", DISPATCH_PROPERTYGET | DISPATCH_METHOD).value, text(L"recorded"));
-    EXPECT_EQ(lateGet(factory.Get(), L"sErrorMessage").value, text(L"recorded"));
-    EXPECT_EQ(lateCall(factory.Get(), L"ensureReplication").value, _variant_t(true));
+    EXPECT_EQ(lateGet(table_.Get(), L"sTable").value, _variant_t(L"recorded"));
+    EXPECT_EQ(lateInvoke(table_.Get(), L"stable", DISPATCH_PROPERTYGET | DISPATCH_METHOD).value,
+              _variant_t(L"recorded"));
 }
 
-TEST_F(Invoke, EveryMemberOfTheEntryObjectIsReached)
+TEST_F(Invoke, FailureCarriesNumberSourceAndDescription)
 {
-    const auto called = [&](const wchar_t* member, std::vector<_variant_t> arguments) {
-        EXPECT_EQ(lateCall(factory.Get(), member, std::move(arguments)).code, S_OK);
-        return factory->lastCall;
+    failTable();
+    const LateResult result = lateCall(table_.Get(), L"replicateOneWayDeleteAll");
+    EXPECT_EQ(result.code, DISP_E_EXCEPTION);
+    EXPECT_EQ(result.scode, kFailed);
+    EXPECT_EQ(result.source, L"Recording.source");
+    EXPECT_EQ(result.description, L"Recorded failure");
+    EXPECT_EQ(invokePlain(kDeleteAll, DISPATCH_METHOD), kFailed) << "without an exception record";
+}
+
+TEST_F(Invoke, VariableThatTakesNoValueFailsASuccessfulCallOnly)
+{
+    // It holds an array that is in use.
+    const auto callWithLocked = [&](const wchar_t* member) {
+        VARIANT variable{};
+        variable.parray = SafeArrayCreateVector(VT_I4, 0, 1);
+        variable.vt = VT_ARRAY | VT_I4;
+        SAFEARRAY* const array = variable.parray;
+        check(SafeArrayLock(array));
+        LateResult result = lateCall(factory_.Get(), member, {byReference(variable)});
+        SafeArrayUnlock(array);
+        SafeArrayDestroy(array);
+        return result;
     };
-    EXPECT_EQ(called(L"createReplication", {}), L"createReplication()");
-    EXPECT_EQ(called(L"createConflict", {text(L"id")}), L"createConflict(id)");
-    EXPECT_EQ(called(L"init", {int16(1), text(L"SOURCE"), text(L"a."), text(L"b"), text(L"c"), text(L"d."), text(L"e"),
-                               text(L"f"), int16(2), text(L"log")}),
-              L"init(1, SOURCE, a., b, c, d., e, f, 2, log)");
-    EXPECT_EQ(called(L"disconnect", {}), L"disconnect()");
-    EXPECT_EQ(called(L"setLogLevel", {kNull}), L"setLogLevel()");
-    EXPECT_EQ(called(L"setLogLevel", {text(L"5")}), L"setLogLevel(5)");
-    EXPECT_EQ(called(L"closeConnection", {}), L"closeConnection()");
-    EXPECT_EQ(called(L"setError", {true, text(L"m")}), L"setError(true, m)");
-    EXPECT_EQ(called(L"resetError", {}), L"resetError()");
+    EXPECT_EQ(callWithLocked(L"createConflict").code, DISP_E_ARRAYISLOCKED);
+    const LateResult failed = callWithLocked(L"setLogLevel");
+    EXPECT_EQ(failed.code, DISP_E_EXCEPTION);
+    EXPECT_EQ(failed.source, L"QuinmarkRepDLL");
+    EXPECT_EQ(failed.description, L"Type mismatch");
+}
+
+TEST_F(Invoke, ValueOfAPropertyMayBeInAVariable)
+{
+    _variant_t variable(L"17");
+    EXPECT_EQ(latePut(conflict_.Get(), L"lPatientId", byReference(variable)).code, S_OK);
+    EXPECT_EQ(lateGet(conflict_.Get(), L"lPatientId").value, _variant_t(17L));
+    EXPECT_EQ(lateInvoke(conflict_.Get(), L"sTable", DISPATCH_PROPERTYPUT).code, DISP_E_PARAMNOTOPTIONAL);
+}
+
+TEST_F(Invoke, ObjectIsSetByReferenceOrByPlainAssignment)
+{
+    _variant_t object = objectVariant(table_.Get());
+    IDispatch* typed = table_.Get();
+    const _variant_t unknown(static_cast<IUnknown*>(typed));
+    for (const WORD flags : {WORD{DISPATCH_PROPERTYPUTREF}, WORD{DISPATCH_PROPERTYPUT},
+                             WORD{DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF}})
+        for (const _variant_t& form : {object, byReference(object), byReference(VT_DISPATCH, &typed), unknown}) {
+            EXPECT_EQ(latePut(conflict_.Get(), L"colData", objectVariant(nullptr), flags).code, S_OK);
+            EXPECT_EQ(lateGet(conflict_.Get(), L"colData").value.pdispVal, nullptr);
+            EXPECT_EQ(latePut(conflict_.Get(), L"colData", form, flags).code, S_OK) << form.vt;
+            EXPECT_EQ(lateGet(conflict_.Get(), L"colData").value, object) << form.vt;
+        }
+    for (const _variant_t& plain : {_variant_t(L"rs"), _variant_t()})
+        EXPECT_EQ(latePut(conflict_.Get(), L"colData", plain, DISPATCH_PROPERTYPUTREF).code, DISP_E_TYPEMISMATCH);
 }
 
 } // namespace
