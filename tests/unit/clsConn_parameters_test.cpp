@@ -1,26 +1,17 @@
-#include "db/clsConn.h"
-
+#include "ConnectionFixture.h"
 #include "ado/constants.h"
 #include "com/convert.h"
-#include "support/RecordingAdo.h"
-#include "support/recording_error.h"
-#include "version.h"
 
 #include <algorithm>
 
 namespace {
 
-using com::Error;
-using Lines = std::vector<std::wstring>;
-
 constexpr DATE kJanuary1 = 2; // 1 January 1900
 
 /// The parameter table, seen by what a stored procedure is sent.
-class ParametersTest : public ::testing::Test
+class ParametersTest : public ConnectionTest
 {
 protected:
-    ParametersTest() { conn_.openConnection(L"office", L""); }
-
     std::wstring sent()
     {
         ado_.forget();
@@ -28,91 +19,44 @@ protected:
         return ado_.statements().at(0).second;
     }
 
-    /// What is set on the parameters once they are bound.
-    Lines scalesSent()
+    /// The calls by which the parameters were made, or set once they are bound, when they were sent last.
+    Lines parameterCalls(const std::wstring& title) const
     {
-        sent();
         Lines calls = ado_.calls();
-        std::erase_if(calls, [](const std::wstring& call) { return !call.starts_with(L"Parameter("); });
+        std::erase_if(calls, [&](const std::wstring& call) { return !call.starts_with(title); });
         return calls;
     }
 
+    void number(short index, long value) { conn_.Parameters(index, ado::adInteger, ado::adParamInput, value); }
+    void text(const _variant_t& value, const _variant_t& size = _variant_t())
+    {
+        conn_.Parameters(0, ado::adVarChar, ado::adParamInput, value, size);
+    }
+    void timeStamp(const _variant_t& value) { conn_.Parameters(0, ado::adDBTimeStamp, ado::adParamInputOutput, value); }
     void scaled(short index, short scale)
     {
         conn_.Parameters(index, ado::adCurrency, ado::adParamInput, 1.5, 8L, scale);
     }
-
-    std::wstring sentTimeStamp(const _variant_t& value)
-    {
-        conn_.Parameters(0, ado::adDBTimeStamp, ado::adParamInput, value);
-        return sent();
-    }
-
-    void number(short index, long value) { conn_.Parameters(index, ado::adInteger, ado::adParamInput, value); }
-
-    RecordingAdo ado_;
-    clsConn conn_;
 };
 
-TEST_F(ParametersTest, AreBoundInTheOrderOfTheirIndices)
+TEST_F(ParametersTest, AreBoundInTheOrderOfTheirIndicesUntilTheyAreCleared)
 {
-    number(0, 10);
-    number(1, 11);
-    number(2, 12);
-    EXPECT_EQ(sent(), L"p(10, 11, 12)");
-}
-
-TEST_F(ParametersTest, StayForTheNextCall)
-{
-    number(0, 10);
-    EXPECT_EQ(sent(), L"p(10)");
-    EXPECT_EQ(sent(), L"p(10)");
-}
-
-TEST_F(ParametersTest, IndexZeroClearsTheTable)
-{
-    for (short index = 0; index < 5; ++index)
+    for (short index = 0; index < 3; ++index)
         number(index, index);
-    number(0, 99);
+    EXPECT_EQ(sent(), L"p(0, 1, 2)");
+    EXPECT_EQ(sent(), L"p(0, 1, 2)");
+    number(0, 99); // clears the others
     EXPECT_EQ(sent(), L"p(99)");
-}
-
-TEST_F(ParametersTest, ResetClearsTheTable)
-{
-    number(0, 10);
     conn_.resetParms();
     EXPECT_EQ(sent(), L"p()");
 }
 
-TEST_F(ParametersTest, ScaleOfZeroKeepsTheOneOfBefore)
-{
-    number(0, 10);
-    scaled(1, 2);
-    scaled(1, 0);
-    EXPECT_EQ(scalesSent(), (Lines{L"Parameter(\"1\").Precision = 18", L"Parameter(\"1\").NumericScale = 2"}));
-}
-
-TEST_F(ParametersTest, ClearingTakesTheScalesToo)
-{
-    number(0, 10);
-    scaled(1, 2);
-    number(0, 10);
-    scaled(1, 0);
-    EXPECT_EQ(scalesSent(), Lines());
-}
-
-TEST_F(ParametersTest, GapEndsTheList)
+TEST_F(ParametersTest, GapOrTypeZeroEndsTheList)
 {
     number(0, 10);
     number(2, 12);
     EXPECT_EQ(sent(), L"p(10)");
-}
-
-TEST_F(ParametersTest, EntryOfTypeZeroEndsTheList)
-{
-    number(0, 10);
     conn_.Parameters(1, 0, ado::adParamInput, 11L);
-    number(2, 12);
     EXPECT_EQ(sent(), L"p(10)");
 }
 
@@ -127,114 +71,88 @@ TEST_F(ParametersTest, FullTableBindsOnlyItsFirstEntry)
 
 TEST_F(ParametersTest, IndexOutsideTheTableRaises9)
 {
-    const Error subscript{9, kComponentName, L"Subscript out of range"};
-    EXPECT_EQ(raised([&] { number(51, 0); }), subscript);
-    EXPECT_EQ(raised([&] { number(-1, 0); }), subscript);
+    for (const short index : {short{51}, short{-1}})
+        EXPECT_EQ(raised([&] { number(index, 0); }), (Error{9, L"QuinmarkRepDLL", L"Subscript out of range"}));
 }
 
-TEST_F(ParametersTest, EmptyTextIsSentAsNull)
+TEST_F(ParametersTest, ScaleOfZeroKeepsTheOneOfBeforeUntilTheTableIsCleared)
 {
-    conn_.Parameters(0, ado::adVarChar, ado::adParamInput, L"");
+    number(0, 10);
+    scaled(1, 2);
+    scaled(1, 0);
+    sent();
+    EXPECT_EQ(parameterCalls(L"Parameter("),
+              (Lines{L"Parameter(\"1\").Precision = 18", L"Parameter(\"1\").NumericScale = 2"}));
+    number(0, 10);
+    scaled(1, 0);
+    sent();
+    EXPECT_EQ(parameterCalls(L"Parameter("), Lines());
+}
+
+TEST_F(ParametersTest, ValuesAreStoredUnchangedButAnEmptyTextAsNull)
+{
+    text(L"");
     conn_.Parameters(1, ado::adInteger, ado::adParamInput, L"");
-    EXPECT_EQ(sent(), L"p(Null, Null)");
+    conn_.Parameters(2, ado::adVarChar, ado::adParamInput, adoNull());
+    conn_.Parameters(3, ado::adVarChar, ado::adParamInput, L"O'Brien");
+    conn_.Parameters(4, ado::adInteger, ado::adParamInput, L"12");
+    conn_.Parameters(5, ado::adVarChar, ado::adParamInput, 0L);
+    conn_.Parameters(6, ado::adVarChar, ado::adParamInput, _variant_t(kJanuary1, VT_DATE)); // no time stamp
+    EXPECT_EQ(sent(), L"p(Null, Null, Null, \"O'Brien\", \"12\", 0, #1/1/1900#)");
 }
 
-TEST_F(ParametersTest, NullStaysNull)
+TEST_F(ParametersTest, TimeStampOfTheFirstOfJanuary1900OrOfTheZeroDateIsSentAsNull)
 {
-    conn_.Parameters(0, ado::adVarChar, ado::adParamInput, adoNull());
-    EXPECT_EQ(sent(), L"p(Null)");
+    const std::pair<_variant_t, std::wstring> stamps[] = {
+        {_variant_t(kJanuary1, VT_DATE), L"p(Null)"},
+        {_variant_t(kJanuary1 + 0.75, VT_DATE), L"p(Null)"},
+        {L"1/1/1900", L"p(Null)"},
+        {L"1/1/1900 11:59:59 PM", L"p(Null)"},
+        {_variant_t(0.0, VT_DATE), L"p(Null)"},
+        {L"12:00:00 AM", L"p(Null)"},
+        {L"", L"p(Null)"},
+        {_variant_t(kJanuary1 + 1, VT_DATE), L"p(#1/2/1900#)"},
+        {_variant_t(kJanuary1 - 1, VT_DATE), L"p(#12/31/1899#)"},
+        {L"1/2/1900", L"p(\"1/2/1900\")"},
+        {_variant_t(0.5, VT_DATE), L"p(#12:00:00 PM#)"},
+    };
+    for (const auto& [stamp, expected] : stamps) {
+        timeStamp(stamp);
+        EXPECT_EQ(sent(), expected);
+    }
 }
 
-TEST_F(ParametersTest, ValuesAreStoredUnchanged)
+TEST_F(ParametersTest, TimeStampThatIsNoneIsRefusedAndItsEntryCountsAsUsed)
 {
-    conn_.Parameters(0, ado::adVarChar, ado::adParamInput, L"O'Brien");
-    conn_.Parameters(1, ado::adInteger, ado::adParamInput, L"12");
-    conn_.Parameters(2, ado::adVarChar, ado::adParamInput, 0L);
-    EXPECT_EQ(sent(), L"p(\"O'Brien\", \"12\", 0)");
-}
-
-TEST_F(ParametersTest, FirstOfJanuary1900IsSentAsNullAtAnyTime)
-{
-    EXPECT_EQ(sentTimeStamp(_variant_t(kJanuary1, VT_DATE)), L"p(Null)");
-    EXPECT_EQ(sentTimeStamp(_variant_t(kJanuary1 + 0.75, VT_DATE)), L"p(Null)");
-    EXPECT_EQ(sentTimeStamp(L"1/1/1900"), L"p(Null)");
-    EXPECT_EQ(sentTimeStamp(L"1/1/1900 11:59:59 PM"), L"p(Null)");
-}
-
-TEST_F(ParametersTest, ZeroDateIsSentAsNull)
-{
-    EXPECT_EQ(sentTimeStamp(_variant_t(0.0, VT_DATE)), L"p(Null)");
-    EXPECT_EQ(sentTimeStamp(L"12:00:00 AM"), L"p(Null)");
-}
-
-TEST_F(ParametersTest, EmptyTextTimeStampIsSentAsNull)
-{
-    EXPECT_EQ(sentTimeStamp(L""), L"p(Null)");
-}
-
-TEST_F(ParametersTest, OtherTimeStampsAreSentAsGiven)
-{
-    EXPECT_EQ(sentTimeStamp(_variant_t(kJanuary1 + 1, VT_DATE)), L"p(#1/2/1900#)");
-    EXPECT_EQ(sentTimeStamp(_variant_t(kJanuary1 - 1, VT_DATE)), L"p(#12/31/1899#)");
-    EXPECT_EQ(sentTimeStamp(L"1/2/1900"), L"p(\"1/2/1900\")");
-    EXPECT_EQ(sentTimeStamp(_variant_t(0.5, VT_DATE)), L"p(#12:00:00 PM#)");
-}
-
-TEST_F(ParametersTest, FirstOfJanuary1900OfAnotherTypeIsSentAsGiven)
-{
-    conn_.Parameters(0, ado::adVarChar, ado::adParamInput, _variant_t(kJanuary1, VT_DATE));
-    EXPECT_EQ(sent(), L"p(#1/1/1900#)");
-}
-
-TEST_F(ParametersTest, NullTimeStampRaises94)
-{
-    EXPECT_EQ(raised([&] { sentTimeStamp(adoNull()); }), (Error{94, kComponentName, L"Invalid use of Null"}));
-}
-
-TEST_F(ParametersTest, EntryRefusedForItsValueCountsAsUsed)
-{
-    raised([&] { conn_.Parameters(0, ado::adDBTimeStamp, ado::adParamInputOutput, adoNull()); });
+    EXPECT_EQ(raised([&] { timeStamp(L"yesterday"); }), (Error{13, L"QuinmarkRepDLL", L"Type mismatch"}));
+    EXPECT_EQ(raised([&] { timeStamp(adoNull()); }), (Error{94, L"QuinmarkRepDLL", L"Invalid use of Null"}));
     EXPECT_EQ(sent(), L"p(Empty)");
-    EXPECT_EQ(ado_.calls()[5], L"Command(office).CreateParameter(\"0\", 135, 3, 0, Empty)");
+    EXPECT_EQ(parameterCalls(L"Command(office).CreateParameter"),
+              (Lines{L"Command(office).CreateParameter(\"0\", 135, 3, 0, Empty)"}));
 }
 
-TEST_F(ParametersTest, EntryRefusedForItsSizeCountsAsUsed)
+TEST_F(ParametersTest, SizeIsConvertedTo16BitsAndZeroWhenItIsLess)
 {
-    raised([&] { conn_.Parameters(0, ado::adVarChar, ado::adParamInputOutput, L"a", 40000L); });
-    EXPECT_EQ(sent(), L"p(\"a\")");
-    EXPECT_EQ(ado_.calls()[5], L"Command(office).CreateParameter(\"0\", 200, 3, 0, \"a\")");
-}
-
-TEST_F(ParametersTest, TimeStampThatIsNoDateRaises13)
-{
-    EXPECT_EQ(raised([&] { sentTimeStamp(L"yesterday"); }), (Error{13, kComponentName, L"Type mismatch"}));
-}
-
-TEST_F(ParametersTest, SizeIsConvertedTo16Bits)
-{
-    conn_.Parameters(0, ado::adVarChar, ado::adParamInput, L"a", L"40");
-    conn_.executeSP(L"p");
-    const Lines calls = ado_.calls();
-    EXPECT_NE(std::find(calls.begin(), calls.end(), L"Command(office).CreateParameter(\"0\", 200, 1, 40, \"a\")"),
-              calls.end());
-    EXPECT_EQ(raised([&] { conn_.Parameters(0, ado::adVarChar, ado::adParamInput, L"a", 40000L); }).number, 6);
-    EXPECT_EQ(raised([&] { conn_.Parameters(0, ado::adVarChar, ado::adParamInput, L"a", L"x"); }).number, 13);
-    EXPECT_EQ(raised([&] { conn_.Parameters(0, ado::adVarChar, ado::adParamInput, L"a", adoNull()); }).number, 94);
+    const std::pair<_variant_t, std::wstring> sizes[] = {{L"40", L"40"}, {-1L, L"0"}, {_variant_t(), L"0"}};
+    for (const auto& [size, expected] : sizes) {
+        text(L"a", size);
+        sent();
+        EXPECT_EQ(parameterCalls(L"Command(office).CreateParameter"),
+                  (Lines{L"Command(office).CreateParameter(\"0\", 200, 1, " + expected + L", \"a\")"}));
+    }
+    EXPECT_EQ(raised([&] { text(L"a", L"x"); }).number, 13);
+    EXPECT_EQ(raised([&] { text(L"a", adoNull()); }).number, 94);
+    EXPECT_EQ(raised([&] { text(L"a", 40000L); }).number, 6);
+    EXPECT_EQ(sent(), L"p(\"a\")") << "the refused entry counts as used";
 }
 
 TEST_F(ParametersTest, GuidGetsItsBraces)
 {
-    EXPECT_EQ(conn_.addGuidBrackets(L"abc"), _variant_t(L"{abc}"));
-    EXPECT_EQ(conn_.addGuidBrackets(L"{abc}"), _variant_t(L"{abc}"));
-    EXPECT_EQ(conn_.addGuidBrackets(L"{abc"), _variant_t(L"{abc"));
-    EXPECT_EQ(conn_.addGuidBrackets(L"abc}"), _variant_t(L"{abc}}"));
-    EXPECT_EQ(conn_.addGuidBrackets(12L), _variant_t(L"{12}"));
-}
-
-TEST_F(ParametersTest, EmptyGuidIsAnEmptyVariant)
-{
-    EXPECT_EQ(conn_.addGuidBrackets(L"").vt, VT_EMPTY);
-    EXPECT_EQ(conn_.addGuidBrackets(_variant_t()).vt, VT_EMPTY);
+    const std::pair<_variant_t, _variant_t> guids[] = {
+        {L"abc", L"{abc}"}, {L"{abc}", L"{abc}"}, {L"{abc", L"{abc"},          {L"abc}", L"{abc}}"},
+        {12L, L"{12}"},     {L"", _variant_t()},  {_variant_t(), _variant_t()}};
+    for (const auto& [given, braced] : guids)
+        EXPECT_EQ(conn_.addGuidBrackets(given), braced);
 }
 
 } // namespace

@@ -1,33 +1,14 @@
-#include "db/clsConn.h"
-
+#include "ConnectionFixture.h"
 #include "ado/constants.h"
 #include "com/convert.h"
-#include "support/recording_error.h"
-#include "support/recording_fixture.h"
 
 namespace {
 
-using com::Error;
-using Lines = std::vector<std::wstring>;
-using Statements = std::vector<AdoStatement>;
-
-constexpr long kKeyset = 1;
-constexpr long kDynamic = 2;
-constexpr long kStatic = 3;
-constexpr long kOptimistic = 3;
-constexpr long kPessimistic = 2;
-
-class ClsConnTest : public ::testing::Test
+class ClsConnTest : public ConnectionTest
 {
 protected:
-    void open()
-    {
-        conn_.openConnection(L"office", L"secret");
-        ado_.forget();
-    }
-
-    /// Lines of the command that every text statement starts with.
-    Lines textCommand(const std::wstring& text, const Lines& rest)
+    /// Lines of the command that every text statement starts with, and what follows them.
+    static Lines textCommand(const std::wstring& text, const Lines& rest)
     {
         Lines lines{L"create Command", L"Command.CommandTimeout = 300",
                     L"set Command.ActiveConnection = Connection(office)", L"Command(office).CommandType = 1",
@@ -35,97 +16,60 @@ protected:
         lines.insert(lines.end(), rest.begin(), rest.end());
         return lines;
     }
-
-    /// The lines of a query that is opened and let go at once.
-    Lines query(long lockType, long cursorType, long cursorLocation)
-    {
-        ado_.forget();
-        conn_.execSqlRs(L"select", lockType, cursorType, cursorLocation);
-        return ado_.calls();
-    }
-
-    /// The lines of a query that opens its recordset; `before` is done to it first.
-    Lines opened(const std::wstring& openArguments, const Lines& before = {})
-    {
-        return queried(before, {L"Recordset.Open(Command(office), missing, " + openArguments + L", -1)",
-                                L"release Command(office)", L"release Recordset"});
-    }
-
-    /// The lines of a query that is the command's own result; `before` is done to the recordset that is not needed.
-    Lines executed(const Lines& before = {})
-    {
-        return queried(before, {L"Command(office).Execute(missing, missing, -1)", L"release Recordset",
-                                L"release Command(office)", L"release Recordset"});
-    }
-
-    Lines queried(const Lines& before, const Lines& after)
-    {
-        Lines rest{L"create Recordset"};
-        rest.insert(rest.end(), before.begin(), before.end());
-        rest.insert(rest.end(), after.begin(), after.end());
-        return textCommand(L"select", rest);
-    }
-
-    RecordingAdo ado_;
-    clsConn conn_;
 };
 
 TEST_F(ClsConnTest, OpensWithTimeoutServerCursorAndFixedLogin)
 {
-    conn_.openConnection(L"office", L"se;cret");
+    clsConn().openConnection(L"office", L"se;cret");
     EXPECT_EQ(ado_.calls(),
               (Lines{L"create Connection", L"Connection.CursorLocation = 2", L"Connection.ConnectionTimeout = 20",
-                     L"Connection.Open(\"DSN=office;UID=quinmarkapp_user;PWD=se;cret\", \"\", \"\", -1)"}));
+                     L"Connection.Open(\"DSN=office;UID=quinmarkapp_user;PWD=se;cret\", \"\", \"\", -1)",
+                     L"release Connection(office)"}));
 }
 
 TEST_F(ClsConnTest, OpeningAgainReleasesThePreviousConnection)
 {
-    conn_.openConnection(L"office", L"");
     conn_.openConnection(L"laptop", L"");
     EXPECT_EQ(ado_.liveObjects(), 1);
     EXPECT_EQ(conn_.getConn().state(), ado::adStateOpen);
 }
 
-TEST_F(ClsConnTest, RefusedConnectionRaisesTheDatabasesError)
+struct OpenFailure
 {
-    ado_.failMember(L"Connection.Open", {static_cast<HRESULT>(0x80040E4D), L"Login failed", L"Provider"});
-    EXPECT_EQ(raised([&] { conn_.openConnection(L"office", L"wrong"); }),
-              (Error{static_cast<long>(0x80040E4D), L"clsConnopenConnection", L"Login failed"}));
-}
+    const wchar_t* member;
+    AdoFailure failure;
+    long number;
+    const wchar_t* description;
+};
 
-TEST_F(ClsConnTest, AdosOwnRefusalToOpenIsMovedAmongTheObjectsErrors)
+TEST_F(ClsConnTest, FailureToOpenIsRaisedUnderTheNameWithoutItsDot)
 {
-    ado_.failMember(L"Connection.Open", {static_cast<HRESULT>(0x800A0E7A), L"Provider cannot be found", L"ADODB"});
-    EXPECT_EQ(raised([&] { conn_.openConnection(L"office", L""); }),
-              (Error{static_cast<long>(0x80040000) + 3706, L"clsConnopenConnection", L"Provider cannot be found"}));
-}
-
-TEST_F(ClsConnTest, EveryFailureOfOpeningHasTheSourceWithoutItsDot)
-{
-    for (size_t call = 1; call <= 4; ++call) {
-        ado_.failCall(call, {E_FAIL, L"Provider's text"});
-        EXPECT_EQ(raised([&] { conn_.openConnection(L"office", L""); }).source, L"clsConnopenConnection") << call;
+    const OpenFailure failures[] = {
+        {L"create Connection", {REGDB_E_CLASSNOTREG, L""}, 429, L"ActiveX component can't create object"},
+        {L"Connection.CursorLocation", {E_FAIL, L"No cursor"}, E_FAIL, L"No cursor"},
+        {L"Connection.ConnectionTimeout", {E_FAIL, L"No timeout"}, E_FAIL, L"No timeout"},
+        {L"Connection.Open", {E_FAIL, L"Login failed"}, E_FAIL, L"Login failed"},
+        // ADO's own refusal is moved among the objects' errors
+        {L"Connection.Open", {static_cast<HRESULT>(0x800A0E7A), L"No provider"}, -2147221504 + 3706, L"No provider"},
+    };
+    for (const auto& [member, failure, number, description] : failures) {
+        ado_.failMember(member, failure);
+        EXPECT_EQ(raised([&] { conn_.openConnection(L"office", L""); }),
+                  (Error{number, L"clsConnopenConnection", description}));
     }
-}
-
-TEST_F(ClsConnTest, MissingAdoRaisesCannotCreateObject)
-{
-    ado_.failMember(L"create Connection", {REGDB_E_CLASSNOTREG, L""});
-    EXPECT_EQ(raised([&] { conn_.openConnection(L"office", L""); }),
-              (Error{429, L"clsConnopenConnection", L"ActiveX component can't create object"}));
 }
 
 TEST_F(ClsConnTest, HasNoConnectionUntilItIsOpened)
 {
-    EXPECT_FALSE(conn_.getConn());
-    EXPECT_EQ(raised([&] { conn_.getConn().state(); }).number, 91);
+    const clsConn conn;
+    EXPECT_FALSE(conn.getConn());
+    EXPECT_EQ(raised([&] { conn.getConn().state(); }).number, 91);
 }
 
 TEST_F(ClsConnTest, UsesAConnectionHandedIn)
 {
     ado::Connection handedIn = ado::Connection::create();
     handedIn.open(L"DSN=laptop");
-    open();
     conn_.setConn(handedIn, com::Dispatch());
     EXPECT_EQ(ado_.liveObjects(), 1);
     EXPECT_EQ(conn_.getConn().object().get(), handedIn.object().get());
@@ -137,66 +81,64 @@ TEST_F(ClsConnTest, KeepsTheCompanionAsLongAsTheConnection)
 {
     {
         clsConn other;
-        other.setConn(ado::Connection(), com::Dispatch(ado_.recordset({})));
-        EXPECT_EQ(ado_.liveObjects(), 1);
+        other.setConn(ado::Connection(), ado_.recordset({}));
+        EXPECT_EQ(ado_.liveObjects(), 2);
     }
-    EXPECT_EQ(ado_.liveObjects(), 0);
+    EXPECT_EQ(ado_.liveObjects(), 1);
 }
 
-TEST_F(ClsConnTest, ForwardOnlyQueryIsTheCommandsOwnResult)
+/// A query at a depth of transactions, and how its recordset is opened; empty when it is the command's own result.
+struct Query
 {
-    open();
-    EXPECT_EQ(query(ado::adLockReadOnly, ado::adOpenForwardOnly, ado::adUseServer), executed());
-}
+    long lockType;
+    long cursorType;
+    long cursorLocation;
+    int depth;
+    std::wstring opened;
+};
 
-TEST_F(ClsConnTest, ForwardOnlyQueryBelowDepthZeroIsTheCommandsOwnResult)
+TEST_F(ClsConnTest, QueryIsTheCommandsOwnResultWhenItReadsForwardOutsideATransaction)
 {
-    open();
-    conn_.Rollback(false);
-    EXPECT_EQ(query(ado::adLockReadOnly, ado::adOpenForwardOnly, ado::adUseServer), executed());
-}
-
-TEST_F(ClsConnTest, ClientCursorOfAForwardOnlyQueryIsSetInVain)
-{
-    open();
-    EXPECT_EQ(query(ado::adLockReadOnly, ado::adOpenForwardOnly, ado::adUseClient),
-              executed({L"Recordset.CursorLocation = 3"}));
-}
-
-TEST_F(ClsConnTest, ForwardOnlyQueryInATransactionIsAKeysetWithoutLockType)
-{
-    open();
-    conn_.BeginTrans();
-    EXPECT_EQ(query(ado::adLockReadOnly, ado::adOpenForwardOnly, ado::adUseServer), opened(L"1, -1"));
-    conn_.CommitTrans();
-    EXPECT_EQ(query(ado::adLockReadOnly, ado::adOpenForwardOnly, ado::adUseServer).size(), 10U);
-}
-
-TEST_F(ClsConnTest, UpdatableLockMakesAKeysetWhateverTheCursor)
-{
-    open();
-    EXPECT_EQ(query(kOptimistic, ado::adOpenForwardOnly, ado::adUseServer), opened(L"1, 3"));
-    EXPECT_EQ(query(kPessimistic, kStatic, ado::adUseServer), opened(L"1, 2"));
-}
-
-TEST_F(ClsConnTest, OtherCursorsAreOpenedAsAsked)
-{
-    open();
-    EXPECT_EQ(query(ado::adLockReadOnly, kStatic, ado::adUseServer), opened(L"3, 1"));
-    EXPECT_EQ(query(ado::adLockReadOnly, kDynamic, ado::adUseServer), opened(L"2, 1"));
-    EXPECT_EQ(query(ado::adLockUnspecified, kKeyset, ado::adUseServer), opened(L"1, -1"));
-}
-
-TEST_F(ClsConnTest, ClientCursorIsSetBeforeOpening)
-{
-    open();
-    EXPECT_EQ(query(ado::adLockReadOnly, kStatic, ado::adUseClient),
-              opened(L"3, 1", {L"Recordset.CursorLocation = 3"}));
+    constexpr long kKeyset = 1, kDynamic = 2, kStatic = 3, kPessimistic = 2, kOptimistic = 3;
+    using namespace ado;
+    const Query queries[] = {
+        {adLockReadOnly, adOpenForwardOnly, adUseServer, 0, L""},
+        {adLockReadOnly, adOpenForwardOnly, adUseServer, -1, L""},
+        {adLockReadOnly, adOpenForwardOnly, adUseClient, 0, L""}, // a client cursor is set in vain
+        // in a transaction a keyset without a lock type
+        {adLockReadOnly, adOpenForwardOnly, adUseServer, 1, L"1, -1"},
+        // an updatable lock makes a keyset whatever the cursor
+        {kOptimistic, adOpenForwardOnly, adUseServer, 0, L"1, 3"},
+        {kPessimistic, kStatic, adUseServer, 0, L"1, 2"},
+        // other cursors are opened as asked
+        {adLockReadOnly, kStatic, adUseServer, 0, L"3, 1"},
+        {adLockReadOnly, kDynamic, adUseServer, 0, L"2, 1"},
+        {adLockUnspecified, kKeyset, adUseServer, 0, L"1, -1"},
+        {adLockReadOnly, kStatic, adUseClient, 0, L"3, 1"},
+    };
+    for (const auto& [lockType, cursorType, cursorLocation, depth, opened] : queries) {
+        clsConn conn;
+        conn.openConnection(L"office", L"");
+        if (depth > 0)
+            conn.BeginTrans();
+        if (depth < 0)
+            conn.Rollback(false);
+        ado_.forget();
+        conn.execSqlRs(L"select", lockType, cursorType, cursorLocation);
+        Lines rest{L"create Recordset"};
+        if (cursorLocation == adUseClient)
+            rest.push_back(L"Recordset.CursorLocation = 3");
+        if (opened.empty())
+            rest.insert(rest.end(), {L"Command(office).Execute(missing, missing, -1)", L"release Recordset"});
+        else
+            rest.push_back(L"Recordset.Open(Command(office), missing, " + opened + L", -1)");
+        rest.insert(rest.end(), {L"release Command(office)", L"release Recordset"});
+        EXPECT_EQ(ado_.calls(), textCommand(L"select", rest)) << lockType << cursorType << cursorLocation << depth;
+    }
 }
 
 TEST_F(ClsConnTest, QueryDeliversItsRowsAndKeepsNothingAlive)
 {
-    open();
     ado_.answer(L"select", adoTexts(L"id", {L"a", L"b"}));
     {
         ado::Recordset rs = conn_.execSqlRs(L"select", ado::adLockReadOnly, ado::adOpenForwardOnly, ado::adUseServer);
@@ -208,29 +150,14 @@ TEST_F(ClsConnTest, QueryDeliversItsRowsAndKeepsNothingAlive)
     EXPECT_EQ(ado_.liveObjects(), 1);
 }
 
-TEST_F(ClsConnTest, EveryFailureOfAQueryIsRaisedUnderItsName)
-{
-    open();
-    ado_.forget();
-    conn_.execSqlRs(L"select", ado::adLockReadOnly, kStatic, ado::adUseClient);
-    const size_t calls = ado_.callCount();
-    EXPECT_EQ(calls, 8U);
-    for (size_t call = 1; call <= calls; ++call) {
-        ado_.failCall(call, {static_cast<HRESULT>(0x80040E14), L"Syntax error"});
-        const Error error = raised([&] { conn_.execSqlRs(L"select", ado::adLockReadOnly, kStatic, ado::adUseClient); });
-        EXPECT_EQ(error.source, L"clsConn.execSqlRS") << call;
-        EXPECT_EQ(error.number, static_cast<long>(0x80040E14)) << call;
-        EXPECT_EQ(ado_.liveObjects(), 1) << call;
-    }
-}
-
 TEST_F(ClsConnTest, StatementWithoutConnectionRaisesAdosRefusal)
 {
+    clsConn conn;
     constexpr long kRefused = static_cast<long>(0x80040000) + 3709;
     const std::wstring text =
         L"The connection cannot be used to perform this operation. It is either closed or invalid in this context.";
-    EXPECT_EQ(raised([&] { conn_.execSqlRs(L"select", 1, 0, 2); }), (Error{kRefused, L"clsConn.execSqlRS", text}));
-    EXPECT_EQ(raised([&] { conn_.execute(L"update", false); }), (Error{kRefused, L"clsConn.execute", text}));
+    EXPECT_EQ(raised([&] { conn.execSqlRs(L"select", 1, 0, 2); }), (Error{kRefused, L"clsConn.execSqlRS", text}));
+    EXPECT_EQ(raised([&] { conn.execute(L"update", false); }), (Error{kRefused, L"clsConn.execute", text}));
 }
 
 TEST_F(ClsConnTest, EmptyStatementTouchesNothing)
@@ -239,19 +166,13 @@ TEST_F(ClsConnTest, EmptyStatementTouchesNothing)
     EXPECT_EQ(ado_.callCount(), 0U);
 }
 
-TEST_F(ClsConnTest, ExecuteWithCountReturnsTheRowsAffected)
+TEST_F(ClsConnTest, ExecuteReturnsTheRowsAffectedOnlyWhenAskedFor)
 {
-    open();
     ado_.answer(L"update", adoAffected(3));
     EXPECT_EQ(conn_.execute(L"update", true), 3);
     EXPECT_EQ(ado_.calls(), textCommand(L"update", {L"Command(office).Execute(ref 0, missing, -1)",
                                                     L"release Recordset", L"release Command(office)"}));
-}
-
-TEST_F(ClsConnTest, ExecuteWithoutCountReturnsZero)
-{
-    open();
-    ado_.answer(L"update", adoAffected(3));
+    ado_.forget();
     EXPECT_EQ(conn_.execute(L"update", false), 0);
     EXPECT_EQ(ado_.calls(), textCommand(L"update", {L"Command(office).Execute(missing, missing, -1)",
                                                     L"release Recordset", L"release Command(office)"}));
@@ -259,25 +180,90 @@ TEST_F(ClsConnTest, ExecuteWithoutCountReturnsZero)
 
 TEST_F(ClsConnTest, ExecuteIgnoresPendingParameters)
 {
-    open();
     conn_.Parameters(0, ado::adInteger, ado::adParamInput, 1L);
     conn_.execute(L"update", false);
     EXPECT_EQ(ado_.statements(), (Statements{{L"office", L"update"}}));
 }
 
-TEST_F(ClsConnTest, EveryFailureOfExecuteIsRaisedUnderItsName)
+TEST_F(ClsConnTest, EveryFailureIsRaisedUnderTheOperationsName)
 {
-    open();
-    conn_.execute(L"update", true);
-    const size_t calls = ado_.callCount();
-    EXPECT_EQ(calls, 6U);
-    for (size_t call = 1; call <= calls; ++call) {
-        ado_.failCall(call, {static_cast<HRESULT>(0x80040E14), L"Syntax error"});
-        const Error error = raised([&] { conn_.execute(L"update", true); });
-        EXPECT_EQ(error.source, L"clsConn.execute") << call;
-        EXPECT_EQ(error.number, static_cast<long>(0x80040E14)) << call;
-        EXPECT_EQ(conn_.retrieveCommandParms(), call == 1 ? L"" : L",'No Parms'") << call;
-        EXPECT_EQ(ado_.liveObjects(), 1) << call;
+    expectEveryFailureFrom(L"clsConn.execSqlRS", 8, [&] { conn_.execSqlRs(L"select", 1, 3, 3); });
+    expectEveryFailureFrom(L"clsConn.execute", 6, [&] { conn_.execute(L"update", true); });
+}
+
+class TransactionsTest : public ConnectionTest
+{
+protected:
+    /// Takes steps on a connection: (B)egin, (C)ommit, (R)ollback if open, (U)nguarded rollback.
+    static void take(clsConn& conn, const std::string& steps)
+    {
+        for (const char step : steps) {
+            if (step == 'B')
+                conn.BeginTrans();
+            else if (step == 'C')
+                conn.CommitTrans();
+            else
+                conn.Rollback(step == 'R');
+        }
+    }
+
+    /// What reached the database.
+    std::wstring reached() const
+    {
+        std::wstring all;
+        for (const std::wstring& call : ado_.calls())
+            all += call.substr(call.find(L'.') + 1);
+        return all;
+    }
+};
+
+TEST_F(TransactionsTest, OnlyTheOutermostOneReachesTheDatabaseAndTheDepthIsNotGuarded)
+{
+    const std::pair<const char*, const wchar_t*> transactions[] = {
+        {"BBC", L"BeginTrans()"},
+        {"BBCC", L"BeginTrans()CommitTrans()"},
+        {"BBR", L"BeginTrans()"},
+        {"BBRR", L"BeginTrans()RollbackTrans()"},
+        {"R", L""},
+        {"C", L"CommitTrans()"},
+        {"CBR", L"CommitTrans()BeginTrans()"},
+        {"UBR", L"RollbackTrans()BeginTrans()"},
+        {"UR", L"RollbackTrans()RollbackTrans()"},
+    };
+    for (const auto& [steps, expected] : transactions) {
+        clsConn conn;
+        conn.openConnection(L"office", L"");
+        ado_.forget();
+        take(conn, steps);
+        EXPECT_EQ(reached(), expected) << steps;
+    }
+}
+
+struct RefusedStep
+{
+    const wchar_t* member;
+    const char* before;
+    const char* refused;
+    const char* after;
+    const wchar_t* reached;
+};
+
+TEST_F(TransactionsTest, RefusalPassesAsItIsAndOnlyABeginIsNotCounted)
+{
+    const RefusedStep cases[] = {
+        {L"Connection.BeginTrans", "", "B", "R", L"BeginTrans()"},
+        {L"Connection.CommitTrans", "B", "C", "R", L"BeginTrans()CommitTrans()"},
+        {L"Connection.RollbackTrans", "", "U", "BR", L"RollbackTrans()BeginTrans()"},
+    };
+    for (const auto& [member, before, refused, after, expected] : cases) {
+        clsConn conn;
+        conn.openConnection(L"office", L"");
+        ado_.forget();
+        take(conn, before);
+        ado_.failMember(member, refused_);
+        EXPECT_EQ(raised([&] { take(conn, refused); }), (Error{refused_.code, L"Provider", L"Refused"}));
+        take(conn, after);
+        EXPECT_EQ(reached(), expected);
     }
 }
 
