@@ -8,97 +8,68 @@ namespace {
 
 using com::Error;
 
-Error raisedFor(long number, const std::wstring& description = L"text")
+struct Raised
 {
-    return raised([&] { Common::RaiseError(L"class.routine", number, description); });
+    long number;
+    const wchar_t* description;
+    long raisedNumber;
+    const wchar_t* raisedDescription;
+};
+
+TEST(RaiseError, MovesNumbersByTheirRange)
+{
+    constexpr long kLargest = std::numeric_limits<long>::max();
+    constexpr long kLeast = std::numeric_limits<long>::min();
+    const Raised cases[] = {
+        // into the range of the objects' errors: 0, 1 and from 513 on
+        {0, L"text", -2147221504, L"text"},
+        {1, L"text", -2147221503, L"text"},
+        {1, L"Exiting method", -2147221503, L"Exiting method"},
+        {513, L"text", -2147220991, L"text"},
+        {1000, L"text", -2147220504, L"text"},
+        {kLargest, L"text", 262143, L"text"},
+        // all else keeps its value
+        {2, L"text", 2, L"text"},
+        {512, L"text", 512, L"text"},
+        {-1, L"text", -1, L"text"},
+        {-2147467259, L"text", -2147467259, L"text"},
+        {kLeast, L"text", kLeast, L"text"},
+        // and so does any number but 1 with this description, which tells of the error in flight
+        {0, L"Exiting method", 0, L"Error: 0\r\nDesc:"},
+        {1000, L"Exiting method", 1000, L"Error: 0\r\nDesc:"},
+        {91, L"exiting method", 91, L"exiting method"},
+    };
+    for (const auto& [number, description, raisedNumber, raisedDescription] : cases)
+        EXPECT_EQ(raised([&] { Common::RaiseError(L"class.routine", number, description); }),
+                  (Error{raisedNumber, L"class.routine", raisedDescription}));
 }
 
-TEST(RaiseError, NumberOneBecomesTheObjectErrorBasePlusOne)
+/// The error that `handle` raises while another is in flight.
+template <class Handler>
+Error raisedHandling(const Error& inFlight, Handler handle)
 {
-    EXPECT_EQ(raisedFor(1), (Error{static_cast<long>(0x80040001), L"class.routine", L"text"}));
-    EXPECT_EQ(raisedFor(1, L"Exiting method"), (Error{-2147221503, L"class.routine", L"Exiting method"}));
-}
-
-TEST(RaiseError, NumberZeroBecomesTheObjectErrorBase)
-{
-    EXPECT_EQ(raisedFor(0), (Error{-2147221504, L"class.routine", L"text"}));
-}
-
-TEST(RaiseError, RuntimeNumbersKeepTheirValue)
-{
-    EXPECT_EQ(raisedFor(2), (Error{2, L"class.routine", L"text"}));
-    EXPECT_EQ(raisedFor(5), (Error{5, L"class.routine", L"text"}));
-    EXPECT_EQ(raisedFor(512), (Error{512, L"class.routine", L"text"}));
-}
-
-TEST(RaiseError, NumbersFrom513AreMovedIntoTheObjectErrorRange)
-{
-    EXPECT_EQ(raisedFor(513), (Error{static_cast<long>(0x80040201), L"class.routine", L"text"}));
-    EXPECT_EQ(raisedFor(1000), (Error{-2147220504, L"class.routine", L"text"}));
-}
-
-TEST(RaiseError, LargestNumberDoesNotOverflowTheNegativeBase)
-{
-    const long largest = std::numeric_limits<long>::max();
-    EXPECT_EQ(raisedFor(largest), (Error{static_cast<long>(0x80040000) + largest, L"class.routine", L"text"}));
-}
-
-TEST(RaiseError, NegativeNumbersKeepTheirValue)
-{
-    EXPECT_EQ(raisedFor(-2147467259), (Error{-2147467259, L"class.routine", L"text"}));
-    EXPECT_EQ(raisedFor(-1), (Error{-1, L"class.routine", L"text"}));
-    EXPECT_EQ(raisedFor(std::numeric_limits<long>::min()), (Error{-2147483647L - 1, L"class.routine", L"text"}));
+    return raised([&] {
+        try {
+            throw Error(inFlight);
+        }
+        catch (...) {
+            handle();
+        }
+    });
 }
 
 TEST(RaiseError, ExitingMethodTellsOfTheErrorInFlight)
 {
-    const Error error = raised([] {
-        try {
-            com::raiseRuntimeError(com::kObjectNotSet);
-        }
-        catch (...) {
-            Common::RaiseError(L"class.routine", 91, L"Exiting method");
-        }
-    });
-    EXPECT_EQ(error,
-              (Error{91, L"class.routine", L"Error: 91\r\nDesc:Object variable or With block variable not set"}));
-}
-
-TEST(RaiseError, ExitingMethodKeepsNumbersThatWouldBeMoved)
-{
-    EXPECT_EQ(raisedFor(0, L"Exiting method"), (Error{0, L"class.routine", L"Error: 0\r\nDesc:"}));
-    EXPECT_EQ(raisedFor(1000, L"Exiting method"), (Error{1000, L"class.routine", L"Error: 0\r\nDesc:"}));
-}
-
-TEST(RaiseError, ExitingMethodIsComparedWithCase)
-{
-    EXPECT_EQ(raisedFor(91, L"exiting method"), (Error{91, L"class.routine", L"exiting method"}));
+    EXPECT_EQ(raisedHandling({13, L"inner.routine", L"Type mismatch"},
+                             [] { Common::RaiseError(L"class.routine", 91, L"Exiting method"); }),
+              (Error{91, L"class.routine", L"Error: 13\r\nDesc:Type mismatch"}));
 }
 
 TEST(Reraise, KeepsNumberAndDescriptionUnderTheNewSource)
 {
-    const Error error = raised([] {
-        try {
-            throw Error{-2147217900, L"inner.routine", L"Syntax error"};
-        }
-        catch (...) {
-            Common::reraise(L"outer.routine");
-        }
-    });
-    EXPECT_EQ(error, (Error{-2147217900, L"outer.routine", L"Syntax error"}));
-}
-
-TEST(Reraise, PassesAClimbingErrorOnUnchangedAfterItWasMovedOnce)
-{
-    const Error error = raised([] {
-        try {
-            Common::RaiseError(L"inner.routine", Common::kOwnError, L"text");
-        }
-        catch (...) {
-            Common::reraise(L"outer.routine");
-        }
-    });
-    EXPECT_EQ(error, (Error{kOwnErrorRaised, L"outer.routine", L"text"}));
+    for (const long number : {-2147217900L, kOwnErrorRaised})
+        EXPECT_EQ(raisedHandling({number, L"inner.routine", L"text"}, [] { Common::reraise(L"outer.routine"); }),
+                  (Error{number, L"outer.routine", L"text"}));
 }
 
 } // namespace

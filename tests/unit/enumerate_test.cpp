@@ -1,10 +1,10 @@
 #include "com/boundary.h"
 #include "com/dispatch.h"
 #include "com/enumerate.h"
-#include "conflicts/Collection.h"
 #include "support/Apartment.h"
-#include "support/Raised.h"
+#include "support/LateCall.h"
 #include "support/ScriptedObject.h"
+#include "support/recording_error.h"
 
 #include <gtest/gtest.h>
 
@@ -21,12 +21,7 @@ std::wstring walk(const VARIANT& collection)
     return all;
 }
 
-_variant_t objectVariant(IDispatch* object)
-{
-    return _variant_t(object);
-}
-
-/// An array of `type` with lower bound `first`; its elements are put by the test.
+/// An array of `type` with lower bound `first`.
 _variant_t arrayVariant(VARTYPE type, LONG first, ULONG count)
 {
     _variant_t value;
@@ -35,118 +30,89 @@ _variant_t arrayVariant(VARTYPE type, LONG first, ULONG count)
     return value;
 }
 
-void put(_variant_t& array, LONG index, const _variant_t& element)
+/// The array of two variants 1 and "two", whose lower bound is 5.
+_variant_t oneAndTwo()
 {
-    _variant_t copy = element;
-    check(SafeArrayPutElement(array.parray, &index, &copy));
+    _variant_t array = arrayVariant(VT_VARIANT, 5, 2);
+    LONG index = 5;
+    for (_variant_t element : {_variant_t(1L), _variant_t(L"two")}) {
+        check(SafeArrayPutElement(array.parray, &index, &element));
+        ++index;
+    }
+    return array;
+}
+
+/// An object whose enumerator is `enumerator`.
+_variant_t enumerable(const _variant_t& enumerator)
+{
+    const auto object = makeObject<ScriptedObject>();
+    object->answers[DISPID_NEWENUM] = [enumerator](WORD, DISPPARAMS&, VARIANT* result, EXCEPINFO*) {
+        return VariantCopy(result, const_cast<_variant_t*>(&enumerator));
+    };
+    return _variant_t(static_cast<IDispatch*>(object.Get()));
 }
 
 TEST(ForEach, WalksAnArrayOfVariantsFromItsLowerBound)
 {
-    _variant_t array = arrayVariant(VT_VARIANT, 5, 2);
-    put(array, 5, _variant_t(1L));
-    put(array, 6, textVariant(L"two"));
+    _variant_t array = oneAndTwo();
     EXPECT_EQ(walk(array), L"1 two");
-}
-
-TEST(ForEach, FollowsReferencesToAnArray)
-{
-    _variant_t array = arrayVariant(VT_VARIANT, 0, 1);
-    put(array, 0, _variant_t(1L));
-    VARIANT variable{};
-    variable.vt = VT_BYREF | VT_VARIANT;
-    variable.pvarVal = &array;
-    EXPECT_EQ(walk(variable), L"1");
-    VARIANT typed{};
-    typed.vt = VT_BYREF | VT_ARRAY | VT_VARIANT;
-    typed.pparray = &array.parray;
-    EXPECT_EQ(walk(typed), L"1");
+    EXPECT_EQ(walk(byReference(array)), L"1 two");
+    EXPECT_EQ(walk(byReference(VT_ARRAY | VT_VARIANT, &array.parray)), L"1 two");
+    EXPECT_EQ(walk(arrayVariant(VT_VARIANT, 0, 0)), L"");
 }
 
 TEST(ForEach, WalksAnArrayOfObjectsWithoutLosingReferences)
 {
-    const auto object = makeObject<quinmark::Collection>();
-    object->AddRef();
-    const ULONG before = object->Release();
+    const auto object = makeObject<ScriptedObject>();
+    const auto references = [&] {
+        object->AddRef();
+        return object->Release();
+    };
+    const ULONG before = references();
     {
         _variant_t array = arrayVariant(VT_DISPATCH, 0, 2);
         for (LONG index : {0L, 1L})
             check(SafeArrayPutElement(array.parray, &index, static_cast<IDispatch*>(object.Get())));
-        int seen = 0;
-        forEach(array, [&](const _variant_t& element) {
-            EXPECT_EQ(element, objectVariant(object.Get()));
-            ++seen;
-        });
-        EXPECT_EQ(seen, 2);
+        std::vector<IDispatch*> seen;
+        forEach(array, [&](const _variant_t& element) { seen.push_back(element.pdispVal); });
+        EXPECT_EQ(seen, std::vector<IDispatch*>(2, object.Get()));
     }
-    object->AddRef();
-    EXPECT_EQ(object->Release(), before);
-}
-
-TEST(ForEach, EmptyArrayHasNoElements)
-{
-    EXPECT_EQ(walk(arrayVariant(VT_VARIANT, 0, 0)), L"");
-}
-
-TEST(ForEach, ArrayOfPlainValuesIsError13)
-{
-    EXPECT_EQ(raised([] { walk(arrayVariant(VT_I4, 0, 1)); }).number, 13);
-    EXPECT_EQ(raised([] { walk(arrayVariant(VT_BSTR, 0, 1)); }).number, 13);
-}
-
-TEST(ForEach, ArrayOfTwoDimensionsIsError13)
-{
-    SAFEARRAYBOUND bounds[] = {{1, 0}, {1, 0}};
-    _variant_t array;
-    array.parray = SafeArrayCreate(VT_VARIANT, 2, bounds);
-    array.vt = VT_ARRAY | VT_VARIANT;
-    EXPECT_EQ(raised([&] { walk(array); }).number, 13);
+    EXPECT_EQ(references(), before);
 }
 
 TEST(ForEach, WalksTheKeysOfADictionaryInOrder)
 {
     const Apartment apartment;
     const Dispatch dictionary = Dispatch::create(L"Scripting.Dictionary");
-    dictionary.call(L"Add", {textVariant(L"b"), _variant_t(1L)});
-    dictionary.call(L"Add", {textVariant(L"a"), _variant_t(2L)});
-    EXPECT_EQ(walk(objectVariant(dictionary.get())), L"b a");
+    dictionary.call(L"Add", {L"b", 1L});
+    dictionary.call(L"Add", {L"a", 2L});
+    EXPECT_EQ(walk(_variant_t(dictionary.get())), L"b a");
 }
 
-TEST(ForEach, NothingIsError91)
+TEST(ForEach, ValueThatHasNoElementsIsRefused)
 {
-    const Error error = raised([] { walk(objectVariant(nullptr)); });
-    EXPECT_EQ(error.number, 91);
-    EXPECT_EQ(error.description, L"Object variable or With block variable not set");
-}
-
-TEST(ForEach, PlainValueIsError13)
-{
-    EXPECT_EQ(raised([] { walk(_variant_t(5L)); }).number, 13);
-    EXPECT_EQ(raised([] { walk(_variant_t()); }).number, 13);
-    EXPECT_EQ(raised([] { walk(textVariant(L"patient")); }).number, 13);
-}
-
-TEST(ForEach, ObjectThatCannotBeEnumeratedIsError438)
-{
-    const auto object = makeObject<ScriptedObject>();
-    const Error error = raised([&] { walk(objectVariant(object.Get())); });
-    EXPECT_EQ(error.number, 438);
-    EXPECT_EQ(error.description, L"Object doesn't support this property or method");
-}
-
-TEST(ForEach, EnumeratorThatIsNoneIsError438)
-{
-    const auto object = makeObject<ScriptedObject>();
-    const auto answer = [&](const _variant_t& enumerator) {
-        object->answers[DISPID_NEWENUM] = [enumerator](WORD, DISPPARAMS&, VARIANT* result, EXCEPINFO*) {
-            return VariantCopy(result, const_cast<_variant_t*>(&enumerator));
-        };
-        return raised([&] { walk(objectVariant(object.Get())); }).number;
+    SAFEARRAYBOUND bounds[] = {{1, 0}, {1, 0}};
+    _variant_t plane;
+    plane.parray = SafeArrayCreate(VT_VARIANT, 2, bounds);
+    plane.vt = VT_ARRAY | VT_VARIANT;
+    const auto plain = makeObject<ScriptedObject>();
+    const _variant_t object(static_cast<IDispatch*>(plain.Get()));
+    const std::pair<_variant_t, long> refused[] = {
+        {5L, 13},
+        {_variant_t(), 13},
+        {L"patient", 13},
+        {arrayVariant(VT_I4, 0, 1), 13},
+        {arrayVariant(VT_BSTR, 0, 1), 13},
+        {plane, 13}, // of two dimensions
+        {_variant_t(static_cast<IDispatch*>(nullptr)), 91},
+        {object, 438},
+        // enumerators that are none
+        {enumerable(5L), 438},
+        {enumerable(_variant_t(static_cast<IUnknown*>(nullptr))), 438},
+        {enumerable(object), 438},
     };
-    EXPECT_EQ(answer(_variant_t(5L)), 438);
-    EXPECT_EQ(answer(_variant_t(static_cast<IUnknown*>(nullptr))), 438);
-    const auto other = makeObject<ScriptedObject>();
-    EXPECT_EQ(answer(objectVariant(other.Get())), 438);
+    for (const auto& [value, number] : refused)
+        EXPECT_EQ(raised([&] { walk(value); }).number, number);
 }
 
 /// Delivers one element, then fails with an error object or without.
@@ -158,12 +124,8 @@ public:
     HRESULT STDMETHODCALLTYPE Next(ULONG, VARIANT* value, ULONG* fetched) noexcept override
     {
         *fetched = delivered_ ? 0 : 1;
-        if (!delivered_) {
-            delivered_ = true;
-            value->vt = VT_I4;
-            value->lVal = 1;
-            return S_OK;
-        }
+        if (!std::exchange(delivered_, true))
+            return VariantCopy(value, &element_);
         if (!withErrorObject_)
             return DISP_E_OVERFLOW;
         return comBoundary([] { throw Error{static_cast<long>(0x80040E14), L"the list", L"It broke off"}; });
@@ -173,57 +135,76 @@ public:
     HRESULT STDMETHODCALLTYPE Clone(IEnumVARIANT**) noexcept override { return E_NOTIMPL; }
 
 private:
+    _variant_t element_{1L};
     bool withErrorObject_;
     bool delivered_ = false;
 };
 
-ComPtr<ScriptedObject> failingCollection(bool withErrorObject)
-{
-    const auto object = makeObject<ScriptedObject>();
-    object->answers[DISPID_NEWENUM] = [=](WORD, DISPPARAMS&, VARIANT* result, EXCEPINFO*) {
-        result->vt = VT_UNKNOWN;
-        result->punkVal = makeObject<FailingEnumerator>(withErrorObject).Detach();
-        return S_OK;
-    };
-    return object;
-}
-
 TEST(ForEach, ErrorOfTheEnumeratorPassesThroughAfterWhatItDelivered)
 {
-    const auto object = failingCollection(true);
-    int seen = 0;
-    const Error error = raised([&] { forEach(objectVariant(object.Get()), [&](const _variant_t&) { ++seen; }); });
-    EXPECT_EQ(seen, 1);
-    EXPECT_EQ(error.number, static_cast<long>(0x80040E14));
-    EXPECT_EQ(error.source, L"the list");
-    EXPECT_EQ(error.description, L"It broke off");
-}
-
-TEST(ForEach, FailureWithoutAnErrorObjectGetsTheRuntimesText)
-{
-    const Error stale{5, L"stale", L"of an earlier call"};
-    EXPECT_NE(comBoundary([&] { throw stale; }), S_OK);
-    const auto object = failingCollection(false);
-    const Error error = raised([&] { walk(objectVariant(object.Get())); });
-    EXPECT_EQ(error.number, 6);
-    EXPECT_EQ(error.source, L"QuinmarkRepDLL");
-    EXPECT_EQ(error.description, L"Overflow");
+    comBoundary([] { throw Error{5, L"stale", L"of an earlier call"}; });
+    const std::pair<bool, Error> failures[] = {
+        {false, {6, L"QuinmarkRepDLL", L"Overflow"}},
+        {true, {static_cast<long>(0x80040E14), L"the list", L"It broke off"}},
+    };
+    for (const auto& [withErrorObject, expected] : failures) {
+        const auto enumerator = makeObject<FailingEnumerator>(withErrorObject);
+        const _variant_t object = enumerable(_variant_t(static_cast<IUnknown*>(enumerator.Get())));
+        int seen = 0;
+        EXPECT_EQ(raised([&] { forEach(object, [&](const _variant_t&) { ++seen; }); }), expected);
+        EXPECT_EQ(seen, 1);
+    }
 }
 
 TEST(ForEach, ErrorOfTheVisitorEndsTheWalk)
 {
-    const auto list = makeObject<quinmark::Collection>();
-    list->add(_variant_t(1L));
-    list->add(_variant_t(2L));
     int seen = 0;
     const Error error = raised([&] {
-        forEach(objectVariant(list.Get()), [&](const _variant_t&) {
+        forEach(oneAndTwo(), [&](const _variant_t&) {
             ++seen;
             raiseRuntimeError(kOverflow);
         });
     });
     EXPECT_EQ(seen, 1);
     EXPECT_EQ(error.number, 6);
+}
+
+/// What Next(count) delivers, and its code.
+std::pair<std::wstring, HRESULT> next(IEnumVARIANT& walk, ULONG count)
+{
+    std::vector<_variant_t> values(count);
+    ULONG fetched = 99;
+    const HRESULT code = walk.Next(count, values.data(), &fetched);
+    std::wstring all;
+    for (ULONG index = 0; index < fetched; ++index)
+        all += toText(values[index]);
+    return {all, code};
+}
+
+TEST(Enumerator, DeliversSkipsAndBeginsAgain)
+{
+    using Delivered = std::pair<std::wstring, HRESULT>;
+    const ComPtr<IEnumVARIANT> letters = enumeratorOf({L"a", L"b", L"c"});
+    EXPECT_EQ(next(*letters.Get(), 2), Delivered(L"ab", S_OK));
+    ComPtr<IEnumVARIANT> clone;
+    ASSERT_EQ(letters->Clone(&clone), S_OK);
+    EXPECT_EQ(next(*letters.Get(), 2), Delivered(L"c", S_FALSE));
+    EXPECT_EQ(next(*clone.Get(), 1), Delivered(L"c", S_OK)) << "stands where it was made";
+    EXPECT_EQ(letters->Skip(1), S_FALSE);
+    EXPECT_EQ(letters->Reset(), S_OK);
+    EXPECT_EQ(letters->Skip(2), S_OK);
+    EXPECT_EQ(next(*letters.Get(), 1), Delivered(L"c", S_OK));
+}
+
+TEST(Enumerator, RefusesNullPointers)
+{
+    const ComPtr<IEnumVARIANT> walk = enumeratorOf({L"a", L"b"});
+    _variant_t values[2];
+    ULONG fetched = 0;
+    EXPECT_EQ(walk->Next(1, nullptr, &fetched), E_POINTER);
+    EXPECT_EQ(walk->Next(2, values, nullptr), E_POINTER);
+    EXPECT_EQ(walk->Next(1, values, nullptr), S_OK);
+    EXPECT_EQ(walk->Clone(nullptr), E_POINTER);
 }
 
 } // namespace

@@ -1,94 +1,64 @@
 #include "db/sql_literals.h"
 
-#include "com/convert.h"
+#include "support/RecordingAdo.h"
 #include "support/recording_error.h"
-#include "version.h"
 
 namespace Common {
 namespace {
 
-constexpr DATE kNovember15 = 46341; // 15 November 2026
-
-TEST(SqlDate, ZeroDateIsNull)
+TEST(SqlDate, LeavesMidnightOutAndGivesNullForTheZeroDate)
 {
-    EXPECT_EQ(SqlDate(0), L"Null");
-    EXPECT_EQ(SqlDate(-0.0), L"Null");
+    constexpr DATE kNovember15 = 46341; // 15 November 2026
+    const std::pair<DATE, const wchar_t*> literals[] = {
+        {0, L"Null"},
+        {-0.0, L"Null"},
+        {0.5, L"'12:00:00 PM'"},
+        {kNovember15, L"'11/15/2026'"},
+        {kNovember15 + 0.25, L"'11/15/2026 6:00:00 AM'"},
+        {kNovember15 + 86399.0 / 86400.0, L"'11/15/2026 11:59:59 PM'"},
+    };
+    for (const auto& [date, literal] : literals)
+        EXPECT_EQ(SqlDate(date), literal);
 }
 
-TEST(SqlDate, MidnightHasNoTime)
+struct Quoted
 {
-    EXPECT_EQ(SqlDate(kNovember15), L"'11/15/2026'");
-}
+    const wchar_t* text;
+    bool leading;
+    bool trailing;
+    const wchar_t* literal;
+    const wchar_t* pattern;
+};
 
-TEST(SqlDate, OtherTimesFollowTheDate)
+TEST(SqlQuote, DoublesApostrophesAndPutsWildcardsAround)
 {
-    EXPECT_EQ(SqlDate(kNovember15 + 0.25), L"'11/15/2026 6:00:00 AM'");
-    EXPECT_EQ(SqlDate(kNovember15 + 86399.0 / 86400.0), L"'11/15/2026 11:59:59 PM'");
-}
-
-TEST(SqlDate, TimeWithoutDateIsTheTimeAlone)
-{
-    EXPECT_EQ(SqlDate(0.5), L"'12:00:00 PM'");
-}
-
-TEST(SqlQuote, EmptyTextIsNull)
-{
-    EXPECT_EQ(SqlQuote(L"", false, false), L"Null");
-}
-
-TEST(SqlQuote, TextStandsBetweenApostrophes)
-{
-    EXPECT_EQ(SqlQuote(L"abc", false, false), L"'abc'");
-    EXPECT_EQ(SqlQuote(L" ", false, false), L"' '");
-    EXPECT_EQ(SqlQuote(L"50% [a]_", false, false), L"'50% [a]_'");
-}
-
-TEST(SqlQuote, ApostrophesAreDoubled)
-{
-    EXPECT_EQ(SqlQuote(L"O'Brien", false, false), L"'O''Brien'");
-    EXPECT_EQ(SqlQuote(L"'", false, false), L"''''");
-    EXPECT_EQ(SqlQuote(L"''a'", false, false), L"'''''a'''");
-}
-
-TEST(SqlQuote, WildcardFlagsMakeAPattern)
-{
-    EXPECT_EQ(SqlQuote(L"ab'c", true, false), L"'%ab''c'");
-    EXPECT_EQ(SqlQuote(L"ab'c", false, true), L"'ab''c%'");
-    EXPECT_EQ(SqlQuote(L"", true, false), L"'%'");
-    EXPECT_EQ(SqlQuote(L"", false, true), L"'%'");
-}
-
-TEST(SqlLikePattern, FlagsPutWildcardsBeforeAndBehind)
-{
-    EXPECT_EQ(SqlLikePattern(L"ab'c", true, true), L"'%ab''c%'");
-    EXPECT_EQ(SqlLikePattern(L"ab'c", false, false), L"'ab''c'");
-}
-
-TEST(SqlLikePattern, EmptyTextMatchesEverythingWhateverTheFlags)
-{
-    EXPECT_EQ(SqlLikePattern(L"", false, false), L"'%'");
-    EXPECT_EQ(SqlLikePattern(L"", true, true), L"'%'");
-}
-
-TEST(SqlLikePattern, WildcardsInsideTheTextStayWildcards)
-{
-    EXPECT_EQ(SqlLikePattern(L"5%_[x]", false, true), L"'5%_[x]%'");
+    const Quoted texts[] = {
+        {L"", false, false, L"Null", L"'%'"},
+        {L"", true, false, L"'%'", L"'%'"},
+        {L"", false, true, L"'%'", L"'%'"},
+        {L"", true, true, L"'%'", L"'%'"},
+        {L" ", false, false, L"' '", L"' '"},
+        {L"O'Brien", false, false, L"'O''Brien'", L"'O''Brien'"},
+        {L"'", false, false, L"''''", L"''''"},
+        {L"''a'", false, false, L"'''''a'''", L"'''''a'''"},
+        {L"ab'c", true, false, L"'%ab''c'", L"'%ab''c'"},
+        {L"ab'c", false, true, L"'ab''c%'", L"'ab''c%'"},
+        {L"ab'c", true, true, L"'%ab''c%'", L"'%ab''c%'"},
+        {L"5%_[x]", false, false, L"'5%_[x]'", L"'5%_[x]'"}, // stay wildcards
+    };
+    for (const auto& [text, leading, trailing, literal, pattern] : texts) {
+        EXPECT_EQ(SqlQuote(text, leading, trailing), literal);
+        EXPECT_EQ(SqlLikePattern(text, leading, trailing), pattern);
+    }
 }
 
 TEST(SqlQuoteOnly, ValueStandsBetweenApostrophesAsItIs)
 {
-    EXPECT_EQ(SqlQuoteOnly(12L), L"'12'");
-    EXPECT_EQ(SqlQuoteOnly(L"O'Brien"), L"'O'Brien'");
-    EXPECT_EQ(SqlQuoteOnly(L""), L"''");
-    EXPECT_EQ(SqlQuoteOnly(L"{ABC}"), L"'{ABC}'");
-}
-
-TEST(SqlQuoteOnly, NullFails)
-{
-    _variant_t null;
-    null.vt = VT_NULL;
-    EXPECT_EQ(raised([&] { SqlQuoteOnly(null); }),
-              (com::Error{com::kInvalidUseOfNull, kComponentName, L"Invalid use of Null"}));
+    const std::pair<_variant_t, const wchar_t*> literals[] = {
+        {12L, L"'12'"}, {L"O'Brien", L"'O'Brien'"}, {L"", L"''"}, {L"{ABC}", L"'{ABC}'"}};
+    for (const auto& [value, literal] : literals)
+        EXPECT_EQ(SqlQuoteOnly(value), literal);
+    EXPECT_EQ(raised([] { SqlQuoteOnly(adoNull()); }), (com::Error{94, L"QuinmarkRepDLL", L"Invalid use of Null"}));
 }
 
 TEST(SqlBit, TrueIsOneAndFalseIsZero)
