@@ -6,7 +6,6 @@
 #include "support/MessageBoxes.h"
 #include "support/recording_error.h"
 #include "support/recording_fixture.h"
-#include "version.h"
 
 using namespace quinmark;
 
@@ -20,21 +19,26 @@ class WriteLogTest : public RecordingTest
 protected:
     WriteLogTest() { settings().sLogFile = logFile(); }
 
-    void setLevel(short level) { settings().iLogLevel = level; }
+    static void setLevel(short level) { settings().iLogLevel = level; }
 
-    Error failedWrite(const std::wstring& path)
+    /// Writes an entry that cannot be written or recorded, and gives the texts of the boxes it shows.
+    Entries boxesOfFailedWrite(const std::wstring& path, short level = LOG_INFO)
     {
         settings().sLogFile = path;
-        return raised([] { Utils::WriteLog(LOG_INFO, L"text"); });
+        EXPECT_EQ(raised([&] { Utils::WriteLog(level, L"text"); }),
+                  (Error{static_cast<long>(0x80040001), L"Utils.WriteLog", L"Exiting method"}));
+        return boxes_.texts();
     }
 
-    const Error exitingMethod_{static_cast<long>(0x80040001), L"Utils.WriteLog", L"Exiting method"};
+    MessageBoxes boxes_;
+    const std::wstring missing_ = logFile() + L"\\missing\\file.log";
 };
 
 TEST_F(WriteLogTest, EntryBelowTheThresholdDoesNotTouchTheFile)
 {
     setLevel(3);
     Utils::WriteLog(LOG_STAT, L"unseen");
+    Utils::WriteLog(LOG_STAT, L"raw", true);
     EXPECT_EQ(GetFileAttributesW(logFile().c_str()), INVALID_FILE_ATTRIBUTES);
 }
 
@@ -47,42 +51,26 @@ TEST_F(WriteLogTest, EntryAtTheThresholdHasAnEmptyLineAndADate)
     ASSERT_EQ(text.substr(0, 2), "\r\n");
     ASSERT_NE(mark, std::string::npos);
     EXPECT_EQ(mark + std::string(": INFO : message\r\n").size(), text.size());
-    const DATE stamp =
-        com::toDate(_variant_t(std::wstring(text.begin() + 2, text.begin() + static_cast<long>(mark)).c_str()));
+    const std::wstring stamp(text.begin() + 2, text.begin() + static_cast<long>(mark));
     SYSTEMTIME time;
     GetLocalTime(&time);
     DATE now = 0;
     SystemTimeToVariantTime(&time, &now);
-    EXPECT_NEAR(stamp, now, 60.0 / 86400.0);
+    EXPECT_NEAR(com::toDate(com::textVariant(stamp)), now, 60.0 / 86400.0);
 }
 
-TEST_F(WriteLogTest, EveryLevelHasItsTag)
-{
-    setLevel(1);
-    for (const short level : {LOG_DEBUG, LOG_STAT, LOG_INFO, LOG_WARN})
-        Utils::WriteLog(level, L"x");
-    EXPECT_EQ(logEntries(), (Entries{L"DEBUG: x", L"STAT : x", L"INFO : x", L"WARN : x"}));
-}
-
-TEST_F(WriteLogTest, LevelOutsideTheTableHasNoTag)
+TEST_F(WriteLogTest, LevelsOfTheTableHaveTheirTags)
 {
     setLevel(-1);
-    Utils::WriteLog(0, L"zero");
-    Utils::WriteLog(-1, L"minus one");
-    EXPECT_EQ(logEntries(), (Entries{L"zero", L"minus one"}));
+    for (const short level : {short{-1}, short{0}, short{LOG_DEBUG}, short{LOG_STAT}, short{LOG_INFO}, short{LOG_WARN}})
+        Utils::WriteLog(level, L"x");
+    EXPECT_EQ(logEntries(), (Entries{L"x", L"x", L"DEBUG: x", L"STAT : x", L"INFO : x", L"WARN : x"}));
 }
 
-TEST_F(WriteLogTest, RawMessageIsOneLineAndNothingElse)
+TEST_F(WriteLogTest, RawMessageIsOneLineInTheAnsiCodePageAndNothingElse)
 {
-    Utils::WriteLog(LOG_INFO, L"raw", true);
-    EXPECT_EQ(logBytes(), "raw\r\n");
-}
-
-TEST_F(WriteLogTest, RawMessageBelowTheThresholdIsNotWritten)
-{
-    setLevel(3);
-    Utils::WriteLog(LOG_STAT, L"raw", true);
-    EXPECT_EQ(logBytes(), "");
+    Utils::WriteLog(LOG_INFO, L"Z\u00FCrich", true);
+    EXPECT_EQ(logBytes(), "Z\xFCrich\r\n");
 }
 
 TEST_F(WriteLogTest, EntriesAreAppendedInCallOrder)
@@ -94,12 +82,6 @@ TEST_F(WriteLogTest, EntriesAreAppendedInCallOrder)
     EXPECT_EQ(logEntries(), (Entries{L"INFO : first\r\nbody 1\r\nbody 2", L"WARN : two\r\nlines"}));
 }
 
-TEST_F(WriteLogTest, TextIsInTheAnsiCodePage)
-{
-    Utils::WriteLog(LOG_INFO, L"Z\u00FCrich", true);
-    EXPECT_EQ(logBytes(), "Z\xFCrich\r\n");
-}
-
 TEST_F(WriteLogTest, FileIsFreeBetweenEntries)
 {
     Utils::WriteLog(LOG_INFO, L"gone", true);
@@ -108,20 +90,32 @@ TEST_F(WriteLogTest, FileIsFreeBetweenEntries)
     EXPECT_EQ(logBytes(), "anew\r\n");
 }
 
-TEST_F(WriteLogTest, ErrorIsWrittenAndRecordedAsTheRunsError)
+struct LoggedLevel
 {
-    connectedSettings();
-    Utils::WriteLog(LOG_ERROR, L"row lost");
-    EXPECT_EQ(logEntries(), (Entries{L"ERROR: row lost"}));
-    EXPECT_EQ(ado().statements(), (std::vector<AdoStatement>{{L"source", L"SetReplicationError(0, 1, \"row lost\")"}}));
-}
+    short threshold;
+    short level;
+    Entries entries;
+    bool recorded;
+};
 
-TEST_F(WriteLogTest, LevelAboveErrorIsRecordedToo)
+TEST_F(WriteLogTest, ErrorThatIsWrittenIsRecordedAsTheRunsError)
 {
     connectedSettings();
-    Utils::WriteLog(6, L"row lost");
-    EXPECT_EQ(logEntries(), (Entries{L"row lost"}));
-    EXPECT_EQ(ado().statements(), (std::vector<AdoStatement>{{L"source", L"SetReplicationError(0, 1, \"row lost\")"}}));
+    const LoggedLevel levels[] = {
+        {1, LOG_WARN, {L"WARN : row lost"}, false},
+        {1, LOG_ERROR, {L"ERROR: row lost"}, true},
+        {1, 6, {L"row lost"}, true},
+        {6, LOG_ERROR, {}, false},
+    };
+    for (const auto& [threshold, level, entries, recorded] : levels) {
+        setLevel(threshold);
+        Utils::WriteLog(level, L"row lost");
+        EXPECT_EQ(logEntries(), entries);
+        const std::vector<AdoStatement> statement{{L"source", L"SetReplicationError(0, 1, \"row lost\")"}};
+        EXPECT_EQ(ado().statements(), recorded ? statement : std::vector<AdoStatement>()) << level;
+        ado().forget();
+        DeleteFileW(logFile().c_str());
+    }
 }
 
 TEST_F(WriteLogTest, ErrorIsWrittenBeforeItIsRecorded)
@@ -133,81 +127,37 @@ TEST_F(WriteLogTest, ErrorIsWrittenBeforeItIsRecorded)
     EXPECT_EQ(written, "row lost\r\n");
 }
 
-TEST_F(WriteLogTest, ErrorBelowTheThresholdIsNeitherWrittenNorRecorded)
+TEST_F(WriteLogTest, FileThatCannotBeWrittenShowsOneBoxWithItsReasonAndRaises)
 {
-    ConnectOptions options;
-    options.logLevel = 6;
-    connectedSettings(options);
-    Utils::WriteLog(LOG_ERROR, L"row lost");
-    EXPECT_EQ(logBytes(), "");
-    EXPECT_EQ(ado().statements(), std::vector<AdoStatement>());
-}
-
-TEST_F(WriteLogTest, LesserEntriesAreNotRecorded)
-{
-    connectedSettings();
-    Utils::WriteLog(LOG_WARN, L"careful");
-    EXPECT_EQ(ado().statements(), std::vector<AdoStatement>());
-}
-
-TEST_F(WriteLogTest, MissingDirectoryShowsOneBoxAndRaises)
-{
-    MessageBoxes boxes;
-    EXPECT_EQ(failedWrite(logFile() + L"\\missing\\file.log"), exitingMethod_);
-    EXPECT_EQ(boxes.shown(), (std::vector<ShownBox>{{kComponentName, L"Utils.WriteLog: Path not found", {L"OK"}}}));
-}
-
-TEST_F(WriteLogTest, DirectoryInPlaceOfTheFileShowsItsOwnReason)
-{
-    MessageBoxes boxes;
+    boxesOfFailedWrite(missing_);
+    EXPECT_EQ(boxes_.shown(), (std::vector<ShownBox>{{L"QuinmarkRepDLL", L"Utils.WriteLog: Path not found", {L"OK"}}}));
+    EXPECT_EQ(boxesOfFailedWrite(L"").size(), 2U);
     const std::wstring directory = logFile().substr(0, logFile().rfind(L'\\'));
-    EXPECT_EQ(failedWrite(directory), exitingMethod_);
-    EXPECT_EQ(boxes.texts(), (Entries{L"Utils.WriteLog: Path/File access error"}));
-}
-
-TEST_F(WriteLogTest, FileHeldByAnotherShowsItsOwnReason)
-{
-    MessageBoxes boxes;
+    EXPECT_EQ(boxesOfFailedWrite(directory).at(2), L"Utils.WriteLog: Path/File access error");
     const HANDLE held =
         CreateFileW(logFile().c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    EXPECT_EQ(failedWrite(logFile()), exitingMethod_);
+    EXPECT_EQ(boxesOfFailedWrite(logFile()).at(3), L"Utils.WriteLog: Permission denied");
     CloseHandle(held);
-    EXPECT_EQ(boxes.texts(), (Entries{L"Utils.WriteLog: Permission denied"}));
 }
 
-TEST_F(WriteLogTest, EmptyPathShowsABoxAndRaises)
+TEST_F(WriteLogTest, ErrorThatCannotBeRecordedShowsABoxAndRaises)
 {
-    MessageBoxes boxes;
-    EXPECT_EQ(failedWrite(L""), exitingMethod_);
-    EXPECT_EQ(boxes.shown().size(), 1U);
-}
-
-TEST_F(WriteLogTest, FailureToRecordTheErrorShowsABoxAndRaises)
-{
-    MessageBoxes boxes;
+    EXPECT_EQ(boxesOfFailedWrite(logFile(), LOG_ERROR),
+              (Entries{L"Utils.WriteLog: Object variable or With block variable not set"}));
     connectedSettings();
     ado().failStatement(L"SetReplicationError", connectionLost());
-    EXPECT_EQ(raised([] { Utils::WriteLog(LOG_ERROR, L"row lost"); }), exitingMethod_);
-    EXPECT_EQ(boxes.texts(), (Entries{L"Utils.WriteLog: Connection lost"}));
-    EXPECT_EQ(logEntries(), (Entries{L"ERROR: row lost"}));
-}
-
-TEST_F(WriteLogTest, ErrorWithoutAnyConnectionShowsABoxAndRaises)
-{
-    MessageBoxes boxes;
-    EXPECT_EQ(raised([] { Utils::WriteLog(LOG_ERROR, L"row lost"); }), exitingMethod_);
-    EXPECT_EQ(boxes.texts(), (Entries{L"Utils.WriteLog: Object variable or With block variable not set"}));
+    EXPECT_EQ(boxesOfFailedWrite(logFile(), LOG_ERROR).at(1), L"Utils.WriteLog: Connection lost");
+    EXPECT_EQ(logEntries(), (Entries{L"ERROR: text", L"ERROR: text"}));
 }
 
 TEST_F(WriteLogTest, HostsWindowsTakeNoInputWhileTheBoxIsUp)
 {
-    MessageBoxes boxes;
     const HWND window = CreateWindowW(L"STATIC", L"host", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 100, 100, nullptr,
                                       nullptr, nullptr, nullptr);
     ASSERT_NE(window, nullptr);
     BOOL enabled = TRUE;
-    boxes.whileShown([&] { enabled = IsWindowEnabled(window); });
-    EXPECT_EQ(failedWrite(L""), exitingMethod_);
+    boxes_.whileShown([&] { enabled = IsWindowEnabled(window); });
+    boxesOfFailedWrite(missing_);
     EXPECT_FALSE(enabled);
     EXPECT_TRUE(IsWindowEnabled(window));
     DestroyWindow(window);
@@ -215,11 +165,9 @@ TEST_F(WriteLogTest, HostsWindowsTakeNoInputWhileTheBoxIsUp)
 
 TEST_F(WriteLogTest, HostMayDisconnectWhileTheBoxIsUp)
 {
-    MessageBoxes boxes;
     connectedSettings();
-    boxes.whileShown([] { Factory().disconnect(); });
-    EXPECT_EQ(failedWrite(logFile() + L"\\missing\\file.log"), exitingMethod_);
-    EXPECT_EQ(boxes.shown().size(), 1U);
+    boxes_.whileShown([] { Factory().disconnect(); });
+    EXPECT_EQ(boxesOfFailedWrite(missing_).size(), 1U);
     EXPECT_EQ(ado().liveObjects(), 0);
 }
 

@@ -8,70 +8,48 @@ using namespace quinmark;
 
 namespace {
 
-class SettingsTest : public RecordingTest
-{
-};
+using SettingsTest = RecordingTest;
 
 TEST_F(SettingsTest, AreEmptyOnANewThread)
 {
-    const Settings& fresh = settings();
+    Settings& fresh = settings();
     EXPECT_EQ(fresh.iLogLevel, 0);
-    EXPECT_EQ(fresh.sLogFile, L"");
     EXPECT_EQ(fresh.iReplicationUniqueId, OFFICES);
-    EXPECT_EQ(fresh.sLocalConnection, L"");
-    EXPECT_EQ(fresh.sSourceDB, L"");
-    EXPECT_EQ(fresh.sSourceDSN, L"");
-    EXPECT_EQ(fresh.sSourcePswd, L"");
-    EXPECT_EQ(fresh.sDestinationDB, L"");
-    EXPECT_EQ(fresh.sDestinationDSN, L"");
-    EXPECT_EQ(fresh.sDestinationPswd, L"");
+    for (const std::wstring* text :
+         {&fresh.sLogFile, &fresh.sLocalConnection, &fresh.sSourceDB, &fresh.sSourceDSN, &fresh.sSourcePswd,
+          &fresh.sDestinationDB, &fresh.sDestinationDSN, &fresh.sDestinationPswd})
+        EXPECT_EQ(*text, L"");
+    EXPECT_FALSE(fresh.localConnection()->getConn());
+    EXPECT_FALSE(fresh.remoteConnection()->getConn());
 }
 
 TEST_F(SettingsTest, AreOneSetPerThread)
 {
+    connectedSettings();
     settings().sLogFile = L"mine";
-    const Settings* mine = &settings();
-    EXPECT_EQ(&settings(), mine);
-    const Settings* other = nullptr;
-    std::wstring seen;
+    std::wstring seen = L"nothing";
+    bool connected = true;
     std::thread([&] {
-        other = &settings();
         seen = settings().sLogFile;
+        connected = static_cast<bool>(settings().localConnection()->getConn());
         settings().sLogFile = L"theirs";
         detachThreadSettings();
     }).join();
-    EXPECT_NE(other, mine);
     EXPECT_EQ(seen, L"");
+    EXPECT_FALSE(connected);
     EXPECT_EQ(settings().sLogFile, L"mine");
-}
-
-TEST_F(SettingsTest, ConnectionsAreNotSharedBetweenThreads)
-{
-    connectedSettings();
-    bool otherHasConnection = true;
-    std::thread([&] {
-        otherHasConnection = static_cast<bool>(settings().localConnection()->getConn());
-        detachThreadSettings();
-    }).join();
-    EXPECT_FALSE(otherHasConnection);
     EXPECT_TRUE(settings().localConnection()->getConn());
 }
 
-TEST_F(SettingsTest, HoldersAreMadeOnDemandAndKept)
+TEST_F(SettingsTest, HoldersAreKeptUntilTheyAreReleased)
 {
+    connectedSettings();
     const std::shared_ptr<clsConn> local = settings().localConnection();
-    ASSERT_TRUE(local);
     EXPECT_EQ(settings().localConnection(), local);
     EXPECT_NE(settings().remoteConnection(), local);
-    EXPECT_FALSE(local->getConn());
-}
-
-TEST_F(SettingsTest, ReleasedHolderIsReplacedByAnEmptyOne)
-{
-    connectedSettings();
     settings().releaseRemoteConnection();
     EXPECT_FALSE(settings().remoteConnection()->getConn());
-    EXPECT_TRUE(settings().localConnection()->getConn());
+    EXPECT_EQ(settings().localConnection(), local);
     EXPECT_EQ(ado().liveObjects(), 1);
 }
 
@@ -100,12 +78,10 @@ TEST_F(SettingsTest, EndOfAThreadMakesNoCallIntoItsConnections)
 
 TEST_F(SettingsTest, LocalIsSourceOnlyForTheRoleSource)
 {
-    settings().sLocalConnection = L"sOuRcE";
-    EXPECT_TRUE(settings().localIsSource());
-    settings().sLocalConnection = L"Destination";
-    EXPECT_FALSE(settings().localIsSource());
-    settings().sLocalConnection = L"";
-    EXPECT_FALSE(settings().localIsSource());
+    for (const auto& [role, isSource] : {std::pair(L"sOuRcE", true), {L"Destination", false}, {L"", false}}) {
+        settings().sLocalConnection = role;
+        EXPECT_EQ(settings().localIsSource(), isSource) << role;
+    }
 }
 
 } // namespace
