@@ -43,17 +43,13 @@ bool isNoticed(volatile char* at)
     return !intact;
 }
 
-TEST(CheckedBuild, NoticesAWriteBehindABlock)
+TEST(CheckedBuild, NoticesAWriteAfterABlockAndIntoAFreedOne)
 {
     const auto block = std::make_unique<char[]>(13);
     EXPECT_TRUE(isNoticed(block.get() + 13));
-}
-
-TEST(CheckedBuild, NoticesAWriteIntoAFreedBlock)
-{
-    auto block = std::make_unique<char[]>(40);
-    volatile char* inside = block.get() + 20;
-    block.reset();
+    auto freed = std::make_unique<char[]>(40);
+    volatile char* inside = freed.get() + 20;
+    freed.reset();
     EXPECT_TRUE(isNoticed(inside));
 }
 
@@ -95,13 +91,9 @@ DWORD WINAPI useWrongIndex(void*)
     return kEndedNormally;
 }
 
-TEST(CheckedBuild, TrapsOverflow)
+TEST(CheckedBuild, TrapsOverflowAndAbortsAtAWrongIndex)
 {
     EXPECT_EQ(kTrapped, endOf(overflow));
-}
-
-TEST(CheckedBuild, AbortsAtAWrongIndex)
-{
     EXPECT_EQ(kAborted, endOf(useWrongIndex));
 }
 
