@@ -2,32 +2,16 @@
 
 #include "com/convert.h"
 
-namespace {
-
-std::wstring take(BSTR text)
-{
-    const _bstr_t owner(text, false);
-    return com::fromBstr(text);
-}
-
-/// `value` as an element of an argument array, which borrows it.
-VARIANTARG borrowed(const _variant_t& value)
-{
-    return value;
-}
-
-} // namespace
-
 LateResult lateInvokeId(IDispatch* object, DISPID id, WORD flags, const LateArguments& arguments)
 {
     std::vector<DISPID> names;
-    std::vector<VARIANTARG> values;
+    std::vector<VARIANTARG> values; // borrowed
     for (auto named = arguments.named.rbegin(); named != arguments.named.rend(); ++named) {
         names.push_back(named->first);
-        values.push_back(borrowed(named->second));
+        values.push_back(named->second);
     }
     for (auto value = arguments.positional.rbegin(); value != arguments.positional.rend(); ++value)
-        values.push_back(borrowed(*value));
+        values.push_back(*value);
     DISPPARAMS params{values.data(), names.data(), static_cast<UINT>(values.size()), static_cast<UINT>(names.size())};
 
     LateResult result;
@@ -36,8 +20,8 @@ LateResult lateInvokeId(IDispatch* object, DISPID id, WORD flags, const LateArgu
     result.code = object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &params, &result.value, &exception,
                                  &result.badArgument);
     result.scode = exception.scode;
-    result.source = take(exception.bstrSource);
-    result.description = take(exception.bstrDescription);
+    result.source = com::takeBstr(exception.bstrSource);
+    result.description = com::takeBstr(exception.bstrDescription);
     return result;
 }
 
