@@ -151,6 +151,11 @@ TEST_F(FactoryTest, RunObjectIsNewAndEmptyAndNeedsNoConnection)
     EXPECT_EQ(ado().callCount(), 0U);
 }
 
+TEST_F(FactoryTest, TableObjectIsConfigured)
+{
+    EXPECT_EQ(factory_.createReplicationTable(ONE_WAY, L"patient", L"", L"", UNKNOWN)->sTable(), L"patient");
+}
+
 TEST_F(FactoryTest, LocalConnectionIsOpenedFirst)
 {
     init(L"source");
