@@ -1,57 +1,46 @@
 #include "conflicts/resolution_policy.h"
 
 #include <gtest/gtest.h>
-#include <string>
 
 using namespace quinmark;
 
 namespace {
 
-using Step = ResolutionStep;
+using enum ResolutionStep;
 
 struct ResolutionCase
 {
-    const char* name;
     long iResolutionType;
     long iConflictType;
-    Step atOffices;
-    Step atLaptop;
+    ResolutionStep atOffices;
+    ResolutionStep atLaptop;
 };
 
 constexpr ResolutionCase kCases[] = {
-    {"SourceChangedOnBoth", USE_SOURCE, CHANGED_ON_BOTH, Step::Keep, Step::CopyFromSource},
-    {"SourceNewOnSource", USE_SOURCE, NEW_ON_source, Step::Keep, Step::Keep},
-    {"SourceNewOnDestination", USE_SOURCE, NEW_ON_DEST, Step::Keep, Step::Keep},
-    {"SourceChangedOnDestination", USE_SOURCE, CHANGED_ON_DEST, Step::Keep, Step::Keep},
-    {"SourceDeletedOnSource", USE_SOURCE, DELETED_ON_SOURCE, Step::Keep, Step::DeleteAtDestination},
-    {"SourceUnknownConflict", USE_SOURCE, 0, Step::Keep, Step::Keep},
-    {"DestinationChangedOnBoth", USE_DESTINATION, CHANGED_ON_BOTH, Step::RefuseToReplicateBack,
-     Step::AcceptDestination},
-    {"DestinationNewOnSource", USE_DESTINATION, NEW_ON_source, Step::RefuseToReplicateBack, Step::AcceptDestination},
-    {"DestinationNewOnDestination", USE_DESTINATION, NEW_ON_DEST, Step::RefuseToReplicateBack, Step::AcceptDestination},
-    {"DestinationChangedOnDestination", USE_DESTINATION, CHANGED_ON_DEST, Step::RefuseToReplicateBack,
-     Step::AcceptDestination},
-    {"DestinationDeletedOnSource", USE_DESTINATION, DELETED_ON_SOURCE, Step::RefuseToReplicateBack,
-     Step::AcceptDestination},
-    {"LaterChangedOnBoth", WORK_LATER, CHANGED_ON_BOTH, Step::Keep, Step::Keep},
-    {"LaterDeletedOnSource", WORK_LATER, DELETED_ON_SOURCE, Step::Keep, Step::Keep},
-    {"NeverSet", 0, CHANGED_ON_BOTH, Step::RefuseUnknown, Step::RefuseUnknown},
-    {"Four", 4, CHANGED_ON_BOTH, Step::RefuseUnknown, Step::RefuseUnknown},
-    {"Negative", -1, DELETED_ON_SOURCE, Step::RefuseUnknown, Step::RefuseUnknown},
+    {USE_SOURCE, CHANGED_ON_BOTH, Keep, CopyFromSource},
+    {USE_SOURCE, NEW_ON_source, Keep, Keep},
+    {USE_SOURCE, NEW_ON_DEST, Keep, Keep},
+    {USE_SOURCE, CHANGED_ON_DEST, Keep, Keep},
+    {USE_SOURCE, DELETED_ON_SOURCE, Keep, DeleteAtDestination},
+    {USE_SOURCE, 0, Keep, Keep},
+    {USE_DESTINATION, CHANGED_ON_BOTH, RefuseToReplicateBack, AcceptDestination},
+    {USE_DESTINATION, NEW_ON_source, RefuseToReplicateBack, AcceptDestination},
+    {USE_DESTINATION, NEW_ON_DEST, RefuseToReplicateBack, AcceptDestination},
+    {USE_DESTINATION, CHANGED_ON_DEST, RefuseToReplicateBack, AcceptDestination},
+    {USE_DESTINATION, DELETED_ON_SOURCE, RefuseToReplicateBack, AcceptDestination},
+    {WORK_LATER, CHANGED_ON_BOTH, Keep, Keep},
+    {WORK_LATER, DELETED_ON_SOURCE, Keep, Keep},
+    {0, CHANGED_ON_BOTH, RefuseUnknown, RefuseUnknown},
+    {4, CHANGED_ON_BOTH, RefuseUnknown, RefuseUnknown},
+    {-1, DELETED_ON_SOURCE, RefuseUnknown, RefuseUnknown},
 };
 
-class ResolutionPolicy : public testing::TestWithParam<ResolutionCase>
+TEST(ResolutionPolicy, IsDecidedBySiteResolutionAndKind)
 {
-};
-
-TEST_P(ResolutionPolicy, IsDecidedBySiteResolutionAndKind)
-{
-    const ResolutionCase& given = GetParam();
-    EXPECT_EQ(decideResolution(OFFICES, given.iResolutionType, given.iConflictType), given.atOffices);
-    EXPECT_EQ(decideResolution(LAPTOP, given.iResolutionType, given.iConflictType), given.atLaptop);
+    for (const auto& [resolution, kind, atOffices, atLaptop] : kCases) {
+        EXPECT_EQ(decideResolution(OFFICES, resolution, kind), atOffices) << resolution << " " << kind;
+        EXPECT_EQ(decideResolution(LAPTOP, resolution, kind), atLaptop) << resolution << " " << kind;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Matrix, ResolutionPolicy, testing::ValuesIn(kCases),
-                         [](const auto& info) { return info.param.name; });
 
 } // namespace

@@ -1,132 +1,69 @@
 #include "replication/row_policy.h"
 
 #include <gtest/gtest.h>
-#include <string>
 
 using namespace quinmark;
 
 namespace {
 
-using testing::TestWithParam;
-using testing::ValuesIn;
+constexpr Site kSites[] = {Site::Offices, Site::Laptop};
 
-struct CommonRowCase
+TEST(CommonRowPolicy, IsDecidedBySiteAndDates)
 {
-    const char* name;
-    CommonDates dates; // equal, source after, destination after, source newer, destination newer
-    CommonRow atOffices;
-    CommonRow atLaptop;
-};
-
-constexpr CommonRowCase kCommonRows[] = {
-    {"EqualBothBeforeLastRun", {true, false, false, true, false}, CommonRow::Leave, CommonRow::Leave},
-    {"EqualSourceAfterLastRun", {true, true, false, true, false}, CommonRow::Leave, CommonRow::Leave},
-    {"EqualDestinationAfterLastRun", {true, false, true, false, true}, CommonRow::Leave, CommonRow::Leave},
-    {"EqualBothAfterSourceNewer", {true, true, true, true, false}, CommonRow::Leave, CommonRow::Leave},
-    {"EqualBothAfterDestinationNewer", {true, true, true, false, true}, CommonRow::Leave, CommonRow::Leave},
-    {"EqualToTheTick", {true, true, true, false, false}, CommonRow::Leave, CommonRow::Leave},
-    {"BothAfterSourceNewer",
-     {false, true, true, true, false},
-     CommonRow::ReportChangedOnBoth,
-     CommonRow::ReportChangedOnBoth},
-    {"BothAfterDestinationNewer",
-     {false, true, true, false, true},
-     CommonRow::ReportChangedOnBoth,
-     CommonRow::ReportChangedOnBoth},
-    {"OnlySourceAfter", {false, true, false, true, false}, CommonRow::Update, CommonRow::Update},
-    {"BothBeforeSourceNewer", {false, false, false, true, false}, CommonRow::Update, CommonRow::Update},
-    {"OnlyDestinationAfter",
-     {false, false, true, false, true},
-     CommonRow::ReportChangedOnDestination,
-     CommonRow::Leave},
-    {"BothBeforeDestinationNewer",
-     {false, false, false, false, true},
-     CommonRow::ReportChangedOnDestination,
-     CommonRow::Leave},
-};
-
-class CommonRowPolicy : public TestWithParam<CommonRowCase>
-{
-};
-
-TEST_P(CommonRowPolicy, IsDecidedBySiteAndDates)
-{
-    EXPECT_EQ(decideCommonRow(Site::Offices, GetParam().dates), GetParam().atOffices);
-    EXPECT_EQ(decideCommonRow(Site::Laptop, GetParam().dates), GetParam().atLaptop);
+    using enum CommonRow;
+    struct
+    {
+        CommonDates dates; // equal, source after, destination after, source newer, destination newer
+        CommonRow atOffices;
+        CommonRow atLaptop;
+    } constexpr kCases[] = {
+        {{true, false, false, true, false}, Leave, Leave},
+        {{true, true, false, true, false}, Leave, Leave},
+        {{true, false, true, false, true}, Leave, Leave},
+        {{true, true, true, true, false}, Leave, Leave},
+        {{true, true, true, false, true}, Leave, Leave},
+        {{true, true, true, false, false}, Leave, Leave},
+        {{false, true, true, true, false}, ReportChangedOnBoth, ReportChangedOnBoth},
+        {{false, true, true, false, true}, ReportChangedOnBoth, ReportChangedOnBoth},
+        {{false, true, false, true, false}, Update, Update},
+        {{false, false, false, true, false}, Update, Update},
+        {{false, false, true, false, true}, ReportChangedOnDestination, Leave},
+        {{false, false, false, false, true}, ReportChangedOnDestination, Leave},
+    };
+    for (const auto& given : kCases) {
+        EXPECT_EQ(decideCommonRow(Site::Offices, given.dates), given.atOffices) << &given - kCases;
+        EXPECT_EQ(decideCommonRow(Site::Laptop, given.dates), given.atLaptop) << &given - kCases;
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(Matrix, CommonRowPolicy, ValuesIn(kCommonRows),
-                         [](const auto& info) { return info.param.name; });
-
-struct SourceOnlyCase
+TEST(SourceOnlyPolicy, IsDecidedBySiteAndDate)
 {
-    const char* name;
-    Site site;
-    Modified modified;
-    SourceOnlyRow expected;
-};
-
-constexpr SourceOnlyCase kSourceOnlyRows[] = {
-    {"OfficesSince", Site::Offices, Modified::SinceLastRun, SourceOnlyRow::Insert},
-    {"OfficesBefore", Site::Offices, Modified::BeforeLastRun, SourceOnlyRow::ReportDeletedInDestination},
-    {"LaptopSince", Site::Laptop, Modified::SinceLastRun, SourceOnlyRow::Insert},
-    {"LaptopBefore", Site::Laptop, Modified::BeforeLastRun, SourceOnlyRow::Leave},
-};
-
-class SourceOnlyPolicy : public TestWithParam<SourceOnlyCase>
-{
-};
-
-TEST_P(SourceOnlyPolicy, IsDecidedBySiteAndDate)
-{
-    EXPECT_EQ(decideSourceOnlyRow(GetParam().site, GetParam().modified), GetParam().expected);
+    using enum SourceOnlyRow;
+    for (const Site site : kSites)
+        EXPECT_EQ(decideSourceOnlyRow(site, Modified::SinceLastRun), Insert);
+    EXPECT_EQ(decideSourceOnlyRow(Site::Offices, Modified::BeforeLastRun), ReportDeletedInDestination);
+    EXPECT_EQ(decideSourceOnlyRow(Site::Laptop, Modified::BeforeLastRun), Leave);
 }
 
-INSTANTIATE_TEST_SUITE_P(Matrix, SourceOnlyPolicy, ValuesIn(kSourceOnlyRows),
-                         [](const auto& info) { return info.param.name; });
-
-struct DestinationOnlyCase
+TEST(DestinationOnlyPolicy, IsDecidedBySiteDateAndDeletes)
 {
-    const char* name;
-    Site site;
-    Modified modified;
-    bool deletesAllowed;
-    DestinationOnlyRow expected;
-};
-
-constexpr DestinationOnlyCase kDestinationOnlyRows[] = {
-    {"OfficesSinceWithDeletes", Site::Offices, Modified::SinceLastRun, true, DestinationOnlyRow::ReportNew},
-    {"OfficesSinceWithoutDeletes", Site::Offices, Modified::SinceLastRun, false, DestinationOnlyRow::ReportNew},
-    {"OfficesBeforeWithDeletes", Site::Offices, Modified::BeforeLastRun, true, DestinationOnlyRow::Delete},
-    {"OfficesBeforeWithoutDeletes", Site::Offices, Modified::BeforeLastRun, false,
-     DestinationOnlyRow::ReportNewOrDeletedFromSource},
-    {"LaptopSinceWithDeletes", Site::Laptop, Modified::SinceLastRun, true, DestinationOnlyRow::Leave},
-    {"LaptopSinceWithoutDeletes", Site::Laptop, Modified::SinceLastRun, false, DestinationOnlyRow::Leave},
-    {"LaptopBeforeWithDeletes", Site::Laptop, Modified::BeforeLastRun, true,
-     DestinationOnlyRow::ReportDeletedFromSource},
-    {"LaptopBeforeWithoutDeletes", Site::Laptop, Modified::BeforeLastRun, false,
-     DestinationOnlyRow::ReportDeletedFromSource},
-};
-
-class DestinationOnlyPolicy : public TestWithParam<DestinationOnlyCase>
-{
-};
-
-TEST_P(DestinationOnlyPolicy, IsDecidedBySiteDateAndDeletes)
-{
-    const DestinationOnlyCase& given = GetParam();
-    EXPECT_EQ(decideDestinationOnlyRow(given.site, given.modified, given.deletesAllowed), given.expected);
+    using enum DestinationOnlyRow;
+    for (const bool deletes : {false, true}) {
+        EXPECT_EQ(decideDestinationOnlyRow(Site::Offices, Modified::SinceLastRun, deletes), ReportNew);
+        EXPECT_EQ(decideDestinationOnlyRow(Site::Laptop, Modified::SinceLastRun, deletes), Leave);
+        EXPECT_EQ(decideDestinationOnlyRow(Site::Laptop, Modified::BeforeLastRun, deletes), ReportDeletedFromSource);
+    }
+    EXPECT_EQ(decideDestinationOnlyRow(Site::Offices, Modified::BeforeLastRun, true), Delete);
+    EXPECT_EQ(decideDestinationOnlyRow(Site::Offices, Modified::BeforeLastRun, false), ReportNewOrDeletedFromSource);
 }
-
-INSTANTIATE_TEST_SUITE_P(Matrix, DestinationOnlyPolicy, ValuesIn(kDestinationOnlyRows),
-                         [](const auto& info) { return info.param.name; });
 
 TEST(TwoWayPolicy, LaterRowWinsUnlessBothAreOfTheSameSecond)
 {
-    EXPECT_EQ(decideTwoWayRow(true, true), TwoWayRow::Leave);
-    EXPECT_EQ(decideTwoWayRow(true, false), TwoWayRow::Leave);
-    EXPECT_EQ(decideTwoWayRow(false, true), TwoWayRow::UpdateDestination);
-    EXPECT_EQ(decideTwoWayRow(false, false), TwoWayRow::UpdateSource);
+    using enum TwoWayRow;
+    EXPECT_EQ(decideTwoWayRow(true, true), Leave);
+    EXPECT_EQ(decideTwoWayRow(true, false), Leave);
+    EXPECT_EQ(decideTwoWayRow(false, true), UpdateDestination);
+    EXPECT_EQ(decideTwoWayRow(false, false), UpdateSource);
 }
 
 } // namespace
