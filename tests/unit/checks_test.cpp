@@ -22,194 +22,129 @@ class ChecksTest : public RecordingTest
 protected:
     ChecksTest() { connectedSettings(); }
 
-    void versions(const Texts& source, const Texts& destination)
+    void hold(const wchar_t* sql, const Texts& source, const Texts& destination)
     {
-        ado().answerOn(L"source", kVersionsSql, adoTexts(L"id", source));
-        ado().answerOn(L"destination", kVersionsSql, adoTexts(L"id", destination));
-    }
-
-    void offices(const Texts& source, const Texts& destination)
-    {
-        ado().answerOn(L"source", kOfficeSql, adoTexts(L"id", source));
-        ado().answerOn(L"destination", kOfficeSql, adoTexts(L"id", destination));
+        ado().answerOn(L"source", sql, adoTexts(L"id", source));
+        ado().answerOn(L"destination", sql, adoTexts(L"id", destination));
     }
 
     void nullOn(const std::wstring& connection, const std::wstring& statement)
     {
-        ado().answerOn(connection, statement, {{{{L"id", 200}}, {{adoNull()}}}, 0, {}});
+        ado().answerOn(connection, statement, {adoRow({{L"id", adoNull()}}), 0, {}});
     }
 
-    /// The check's failure, which must also have been recorded in the local database.
+    /// A check that passes, after these statements.
     template <class Check>
-    Error recordedFailure(Check check)
+    void expectPassed(Check check, const Statements& statements)
     {
         ado().forget();
-        const Error error = raised(check);
-        const Statements sent = ado().statements();
-        EXPECT_EQ(sent.empty() ? AdoStatement() : sent.back(),
-                  AdoStatement(L"source", L"SetReplicationError(0, 1, \"" + error.description + L"\")"));
-        return error;
+        check();
+        EXPECT_EQ(ado().statements(), statements);
+        EXPECT_EQ(closedResults(), static_cast<long>(statements.size()));
+        EXPECT_EQ(ado().liveObjects(), 2);
     }
 
-    Error versionsError() { return recordedFailure(Utils::checkVersions); }
-    Error officeError() { return recordedFailure(Utils::checkOffice); }
-    Error programError(const std::wstring& version)
+    /// A failure, which is also recorded in the local database.
+    template <class Check>
+    void expectFailure(Check check, const std::wstring& sSource, const std::wstring& description)
     {
-        return recordedFailure([&] { Utils::checkProgramVersion(version); });
+        EXPECT_EQ(raised(check), (Error{kCheckFailed, sSource, description}));
+        EXPECT_EQ(ado().statements().back(),
+                  AdoStatement(L"source", L"SetReplicationError(0, 1, \"" + description + L"\")"));
+    }
+
+    void expectProgramFails(const std::wstring& version, const std::wstring& description)
+    {
+        expectFailure([&] { Utils::checkProgramVersion(version); }, L"Utils.checkProgramVersion", description);
+    }
+    void expectVersionsFail(const std::wstring& description)
+    {
+        expectFailure(Utils::checkVersions, L"Utils.checkVersions", description);
+    }
+    void expectOfficesFail(const std::wstring& description)
+    {
+        expectFailure(Utils::checkOffice, L"Utils.checkOffice", description);
     }
 };
 
-TEST_F(ChecksTest, ProgramVersionIsReadFromTheLocalDatabaseAndTrimmed)
+TEST_F(ChecksTest, FirstProgramVersionOfTheLocalDatabaseIsTrimmedAndComparedExactly)
 {
-    ado().answer(kProgramSql, adoTexts(L"id", {L"  3.46 "}));
-    Utils::checkProgramVersion(L"3.46");
-    EXPECT_EQ(ado().statements(), (Statements{{L"source", kProgramSql}}));
-    EXPECT_EQ(closedResults(), 1);
-    EXPECT_EQ(ado().liveObjects(), 2);
+    ado().answer(kProgramSql, adoTexts(L"id", {L"  3.46a ", L"3.47"}));
+    expectPassed([] { Utils::checkProgramVersion(L"3.46a"); }, {{L"source", kProgramSql}});
+    for (const wchar_t* program : {L"3.46", L"3.46A", L"3.46a ", L"3.47"})
+        expectProgramFails(program, L"The version of the program does not match the version of the database.\r\n"
+                                    L"Program version:  " +
+                                        std::wstring(program) + L"  Database Version: 3.46a");
 }
 
-TEST_F(ChecksTest, FirstOfSeveralProgramVersionsCounts)
+TEST_F(ChecksTest, NullProgramVersionReadsAsEmptyAndAMissingOneIsTold)
 {
-    ado().answer(kProgramSql, adoTexts(L"id", {L"3.46", L"3.47"}));
-    Utils::checkProgramVersion(L"3.46");
-    EXPECT_EQ(programError(L"3.47").number, kCheckFailed);
-}
-
-TEST_F(ChecksTest, ProgramVersionIsComparedExactly)
-{
-    ado().answer(kProgramSql, adoTexts(L"id", {L"3.46a"}));
-    EXPECT_EQ(programError(L"3.46"),
-              (Error{kCheckFailed, L"Utils.checkProgramVersion",
-                     L"The version of the program does not match the version of the database.\r\n"
-                     L"Program version:  3.46  Database Version: 3.46a"}));
-    EXPECT_EQ(programError(L"3.46A").description,
-              L"The version of the program does not match the version of the database.\r\n"
-              L"Program version:  3.46A  Database Version: 3.46a");
-    EXPECT_EQ(programError(L"3.46a ").number, kCheckFailed) << "only the database's version is trimmed";
-}
-
-TEST_F(ChecksTest, NullProgramVersionReadsAsEmpty)
-{
+    expectProgramFails(L"3.46", L"No version information found on the database for ReplicationVersion");
+    EXPECT_EQ(closedResults(), 0);
     nullOn(L"source", kProgramSql);
     Utils::checkProgramVersion(L"");
-    EXPECT_EQ(programError(L"3.46").description,
-              L"The version of the program does not match the version of the database.\r\n"
-              L"Program version:  3.46  Database Version: ");
 }
 
-TEST_F(ChecksTest, MissingProgramVersionIsToldAsSuch)
+TEST_F(ChecksTest, EqualVersionsPassAndSoDoNone)
 {
-    EXPECT_EQ(programError(L"3.46"), (Error{kCheckFailed, L"Utils.checkProgramVersion",
-                                            L"No version information found on the database for ReplicationVersion"}));
-    EXPECT_EQ(closedResults(), 0);
-}
-
-TEST_F(ChecksTest, EqualVersionsPass)
-{
-    versions({L" 5", L"3.46"}, {L"5 ", L"3.46"});
-    Utils::checkVersions();
-    EXPECT_EQ(ado().statements(), (Statements{{L"source", kVersionsSql}, {L"destination", kVersionsSql}}));
-    EXPECT_EQ(closedResults(), 2);
-    EXPECT_EQ(ado().liveObjects(), 2);
-}
-
-TEST_F(ChecksTest, VersionsMissingOnBothSidesPass)
-{
-    Utils::checkVersions();
-    EXPECT_EQ(ado().statements().size(), 2U);
-}
-
-TEST_F(ChecksTest, SourceIsAskedFirstWhateverTheRole)
-{
+    const Statements asked{{L"source", kVersionsSql}, {L"destination", kVersionsSql}};
+    expectPassed(Utils::checkVersions, asked);
+    hold(kVersionsSql, {L" 5", L"3.46"}, {L"5 ", L"3.46"});
+    expectPassed(Utils::checkVersions, asked);
     releaseConnections();
-    ConnectOptions options;
-    options.role = L"DESTINATION";
-    connectedSettings(options);
-    Utils::checkVersions();
-    EXPECT_EQ(ado().statements(), (Statements{{L"source", kVersionsSql}, {L"destination", kVersionsSql}}));
+    connectedSettings({.role = L"DESTINATION"});
+    expectPassed(Utils::checkVersions, asked);
 }
 
-TEST_F(ChecksTest, DifferentPatInfoVerFails)
+TEST_F(ChecksTest, DifferentVersionsFail)
 {
-    versions({L"5", L"3.46"}, {L"6", L"3.46"});
-    EXPECT_EQ(versionsError(), (Error{kCheckFailed, L"Utils.checkVersions",
-                                      L"Database Versions (PatInfoVer) out of sync.  Source = 5, Destination = 6"}));
-}
-
-TEST_F(ChecksTest, DifferentVersionFails)
-{
-    versions({L"5", L"3.46"}, {L"5", L"3.47"});
-    EXPECT_EQ(versionsError(),
-              (Error{kCheckFailed, L"Utils.checkVersions",
-                     L"Database Versions (Quinmark Version) out of sync.  Source = 3.46, Destination = 3.47"}));
-}
-
-TEST_F(ChecksTest, OnlyPatInfoVerIsToldWhenBothDiffer)
-{
-    versions({L"5", L"3.46"}, {L"6", L"3.47"});
-    EXPECT_EQ(versionsError().description, L"Database Versions (PatInfoVer) out of sync.  Source = 5, Destination = 6");
-}
-
-TEST_F(ChecksTest, MissingRowShiftsTheLaterValues)
-{
-    versions({L"5"}, {L"5", L"3.46"});
-    EXPECT_EQ(versionsError().description,
-              L"Database Versions (PatInfoVer) out of sync.  Source = 5, Destination = 3.46");
-}
-
-TEST_F(ChecksTest, FifthVersionRowIsOutOfRange)
-{
-    versions({L"5", L"3.46", L"x"}, {L"5", L"3.46"});
-    EXPECT_EQ(versionsError(), (Error{kCheckFailed, L"Utils.checkVersions", L"Subscript out of range"}));
-}
-
-TEST_F(ChecksTest, NullVersionIsInvalidUseOfNull)
-{
+    struct
+    {
+        Texts source;
+        Texts destination;
+        const wchar_t* sDescription;
+    } const kCases[] = {
+        {{L"5", L"3.46"}, {L"6", L"3.47"}, L"Database Versions (PatInfoVer) out of sync.  Source = 5, Destination = 6"},
+        {{L"5", L"3.46"},
+         {L"5", L"3.47"},
+         L"Database Versions (Quinmark Version) out of sync.  Source = 3.46, Destination = 3.47"},
+        // A missing row shifts the later values, a fifth one has no place.
+        {{L"5"}, {L"5", L"3.46"}, L"Database Versions (PatInfoVer) out of sync.  Source = 5, Destination = 3.46"},
+        {{L"5", L"3.46", L"x"}, {L"5", L"3.46"}, L"Subscript out of range"},
+    };
+    for (const auto& [source, destination, sDescription] : kCases) {
+        hold(kVersionsSql, source, destination);
+        expectVersionsFail(sDescription);
+    }
     nullOn(L"destination", kVersionsSql);
-    EXPECT_EQ(versionsError(), (Error{kCheckFailed, L"Utils.checkVersions", L"Invalid use of Null"}));
+    expectVersionsFail(L"Invalid use of Null");
 }
 
-TEST_F(ChecksTest, EqualOfficesPass)
+TEST_F(ChecksTest, EqualOfficesPassAndOthersAreOutOfRange)
 {
-    offices({L"7 "}, {L"7"});
-    Utils::checkOffice();
-    EXPECT_EQ(ado().statements(), (Statements{{L"source", kOfficeSql}, {L"destination", kOfficeSql}}));
-    EXPECT_EQ(closedResults(), 2);
-    EXPECT_EQ(ado().liveObjects(), 2);
-}
-
-TEST_F(ChecksTest, DifferentOfficesAreToldAsOutOfRange)
-{
-    offices({L"7"}, {L"8"});
-    EXPECT_EQ(officeError(), (Error{kCheckFailed, L"Utils.checkOffice", L"Subscript out of range"}));
-}
-
-TEST_F(ChecksTest, ThirdOfficeRowIsOutOfRange)
-{
-    offices({L"7", L"7"}, {L"7"});
-    EXPECT_EQ(officeError(), (Error{kCheckFailed, L"Utils.checkOffice", L"Subscript out of range"}));
-}
-
-TEST_F(ChecksTest, NullOfficeIsInvalidUseOfNull)
-{
+    hold(kOfficeSql, {L"7 "}, {L"7"});
+    expectPassed(Utils::checkOffice, {{L"source", kOfficeSql}, {L"destination", kOfficeSql}});
+    hold(kOfficeSql, {L"7"}, {L"8"});
+    expectOfficesFail(L"Subscript out of range");
+    hold(kOfficeSql, {L"7", L"7"}, {L"7"});
+    expectOfficesFail(L"Subscript out of range");
     nullOn(L"source", kOfficeSql);
-    EXPECT_EQ(officeError(), (Error{kCheckFailed, L"Utils.checkOffice", L"Invalid use of Null"}));
+    expectOfficesFail(L"Invalid use of Null");
 }
 
 TEST_F(ChecksTest, DatabaseFailureLosesItsNumberAndKeepsItsText)
 {
     ado().failStatementOn(L"destination", kVersionsSql, connectionLost());
-    EXPECT_EQ(versionsError(), (Error{kCheckFailed, L"Utils.checkVersions", L"Connection lost"}));
+    expectVersionsFail(L"Connection lost");
     ado().failStatement(kOfficeSql, connectionLost());
-    EXPECT_EQ(officeError(), (Error{kCheckFailed, L"Utils.checkOffice", L"Connection lost"}));
+    expectOfficesFail(L"Connection lost");
     ado().failStatement(kProgramSql, connectionLost());
-    EXPECT_EQ(programError(L"3.46"), (Error{kCheckFailed, L"Utils.checkProgramVersion", L"Connection lost"}));
+    expectProgramFails(L"3.46", L"Connection lost");
 }
 
 TEST_F(ChecksTest, FailureIsRaisedThoughItCannotBeRecordedOnAClosedConnection)
 {
     settings().localConnection()->getConn().close();
-    ado().forget();
     EXPECT_EQ(raised(Utils::checkVersions),
               (Error{kCheckFailed, L"Utils.checkVersions", L"Local database not available as Source"}));
     EXPECT_EQ(ado().statements(), Statements());
@@ -217,46 +152,31 @@ TEST_F(ChecksTest, FailureIsRaisedThoughItCannotBeRecordedOnAClosedConnection)
 
 TEST_F(ChecksTest, FailureToRecordTakesTheChecksPlace)
 {
-    offices({L"7"}, {L"8"});
+    hold(kOfficeSql, {L"7"}, {L"8"});
     ado().failStatement(L"SetReplicationError", connectionLost());
     EXPECT_EQ(raised(Utils::checkOffice), (Error{E_FAIL, L"Utils.setError", L"Connection lost"}));
 }
 
-TEST_F(ChecksTest, EnsureReplicationRunsBothChecks)
+TEST_F(ChecksTest, EnsureReplicationRunsBothChecksAndKeepsItsMessage)
 {
-    versions({L"5", L"3.46"}, {L"5", L"3.46"});
-    offices({L"7"}, {L"7"});
     Factory factory;
+    hold(kVersionsSql, {L"5", L"1"}, {L"6", L"1"});
+    EXPECT_FALSE(factory.ensureReplication());
+    EXPECT_TRUE(factory.sErrorMessage().starts_with(L"Database Versions (PatInfoVer) out of sync."));
+    EXPECT_EQ(ado().statements().size(), 3U) << "the office is not asked for";
+    hold(kVersionsSql, {L"5", L"1"}, {L"5", L"1"});
+    hold(kOfficeSql, {L"7"}, {L"8"});
+    EXPECT_FALSE(factory.ensureReplication());
+    EXPECT_EQ(factory.sErrorMessage(), L"Subscript out of range");
+    hold(kOfficeSql, {L"7"}, {L"7"});
+    ado().forget();
     EXPECT_TRUE(factory.ensureReplication());
-    EXPECT_EQ(factory.sErrorMessage(), L"");
+    EXPECT_EQ(factory.sErrorMessage(), L"Subscript out of range");
     EXPECT_EQ(ado().statements(), (Statements{{L"source", kVersionsSql},
                                               {L"destination", kVersionsSql},
                                               {L"source", kOfficeSql},
                                               {L"destination", kOfficeSql}}));
-}
-
-TEST_F(ChecksTest, EnsureReplicationStopsAtDifferentVersions)
-{
-    versions({L"5", L"3.46"}, {L"6", L"3.46"});
-    Factory factory;
-    EXPECT_FALSE(factory.ensureReplication());
-    const std::wstring text = L"Database Versions (PatInfoVer) out of sync.  Source = 5, Destination = 6";
-    EXPECT_EQ(factory.sErrorMessage(), text);
-    EXPECT_EQ(ado().statements(), (Statements{{L"source", kVersionsSql},
-                                              {L"destination", kVersionsSql},
-                                              {L"source", L"SetReplicationError(0, 1, \"" + text + L"\")"}}));
-}
-
-TEST_F(ChecksTest, EnsureReplicationTellsOfDifferentOfficesAndKeepsItsMessage)
-{
-    ado().answerOn(L"source", kOfficeSql, adoTexts(L"id", {L"7"}));
-    ado().answerOn(L"destination", kOfficeSql, adoTexts(L"id", {L"8"}));
-    ado().answerOn(L"destination", kOfficeSql, adoTexts(L"id", {L"7"}));
-    Factory factory;
-    EXPECT_FALSE(factory.ensureReplication());
-    EXPECT_EQ(factory.sErrorMessage(), L"Subscript out of range");
-    EXPECT_TRUE(factory.ensureReplication());
-    EXPECT_EQ(factory.sErrorMessage(), L"Subscript out of range");
+    EXPECT_EQ(Factory().sErrorMessage(), L"");
 }
 
 TEST_F(ChecksTest, EnsureReplicationNeverRaises)
@@ -271,10 +191,6 @@ TEST_F(ChecksTest, EnsureReplicationNeverRaises)
         EXPECT_NE(factory.sErrorMessage(), L"") << call;
         EXPECT_EQ(ado().liveObjects(), 2) << call;
     }
-}
-
-TEST_F(ChecksTest, EnsureReplicationWithoutConnectionsIsFalse)
-{
     releaseConnections();
     Factory factory;
     EXPECT_FALSE(factory.ensureReplication());

@@ -1,5 +1,6 @@
-#include "control/Factory.h"
 #include "control/error_state.h"
+
+#include "control/Factory.h"
 #include "control/settings.h"
 #include "support/recording_error.h"
 #include "support/recording_fixture.h"
@@ -15,126 +16,73 @@ using Statements = std::vector<AdoStatement>;
 class ErrorStateTest : public RecordingTest
 {
 protected:
-    void connectedAt(long site, const std::wstring& role = L"SOURCE")
+    ErrorStateTest() { connectedSettings({.site = 1, .role = L"DESTINATION"}); }
+
+    /// Name, type, direction, size and value of every parameter sent since the last time.
+    Lines parameters()
     {
-        ConnectOptions options;
-        options.site = site;
-        options.role = role;
-        connectedSettings(options);
+        Lines found;
+        for (const std::wstring& call : ado().calls())
+            if (const size_t at = call.find(L".CreateParameter("); at != std::wstring::npos)
+                found.push_back(call.substr(call.find(L'(', at)));
+        ado().forget();
+        return found;
     }
 };
 
-TEST_F(ErrorStateTest, ErrorIsRecordedBySiteFlagAndText)
+TEST_F(ErrorStateTest, ErrorIsRecordedInTheLocalDatabaseBySiteFlagAndText)
 {
-    connectedAt(1);
     Utils::setError(true, L"row lost");
-    EXPECT_EQ(
-        ado().calls(),
-        (Lines{L"create Command", L"Command.CommandTimeout = 300", L"set Command.ActiveConnection = Connection(source)",
-               L"Command(source).CommandType = 4", L"Command(source).CommandText = \"SetReplicationError\"",
-               L"Command(source).CreateParameter(\"0\", 2, 1, 0, 1)", L"Command.Parameters.Append(Parameter(\"0\"))",
-               L"Command(source).CreateParameter(\"1\", 16, 1, 0, 1)", L"Command.Parameters.Append(Parameter(\"1\"))",
-               L"Command(source).CreateParameter(\"2\", 200, 1, 8, \"row lost\")",
-               L"Command.Parameters.Append(Parameter(\"2\"))", L"Command(source).Execute(missing, missing, -1)",
-               L"release Recordset", L"release Command(source)"}));
-}
-
-TEST_F(ErrorStateTest, ErrorIsRecordedInTheLocalDatabase)
-{
-    connectedAt(0, L"DESTINATION");
-    Utils::setError(false, L"x");
-    EXPECT_EQ(ado().statements(), (Statements{{L"destination", L"SetReplicationError(0, 0, \"x\")"}}));
-}
-
-TEST_F(ErrorStateTest, EmptyTextIsRecordedAsNull)
-{
-    connectedAt(0);
-    Utils::setError(true, L"");
-    EXPECT_EQ(ado().statements(), (Statements{{L"source", L"SetReplicationError(0, 1, Null)"}}));
-    EXPECT_EQ(ado().calls()[9], L"Command(source).CreateParameter(\"2\", 200, 1, 0, Null)");
-}
-
-TEST_F(ErrorStateTest, NothingIsRecordedWhileTheLocalConnectionIsClosed)
-{
-    connectedAt(0);
-    settings().localConnection()->getConn().close();
-    ado().forget();
-    Utils::setError(true, L"x");
-    EXPECT_EQ(ado().callsAndReads(), (Lines{L"Connection(source).State"}));
-}
-
-TEST_F(ErrorStateTest, NothingIsRecordedWhileTheLocalConnectionExecutes)
-{
-    connectedAt(0);
-    ado().setState(L"source", 5);
-    Utils::setError(true, L"x");
-    EXPECT_EQ(ado().callsAndReads(), (Lines{L"Connection(source).State"}));
-}
-
-TEST_F(ErrorStateTest, RecordingWithoutAnyConnectionRaises91)
-{
-    const std::wstring text = L"Object variable or With block variable not set";
-    EXPECT_EQ(raised([] { Utils::setError(true, L"x"); }), (Error{91, L"Utils.setError", text}));
-}
-
-TEST_F(ErrorStateTest, ResetSendsNoErrorAndNull)
-{
-    connectedAt(1);
+    EXPECT_EQ(ado().statements(), (Statements{{L"destination", L"SetReplicationError(1, 1, \"row lost\")"}}));
+    EXPECT_EQ(parameters(),
+              (Lines{L"(\"0\", 2, 1, 0, 1)", L"(\"1\", 16, 1, 0, 1)", L"(\"2\", 200, 1, 8, \"row lost\")"}));
+    Utils::setError(false, L"");
+    EXPECT_EQ(parameters(), (Lines{L"(\"0\", 2, 1, 0, 1)", L"(\"1\", 16, 1, 0, 0)", L"(\"2\", 200, 1, 0, Null)"}));
     Utils::resetError();
-    EXPECT_EQ(
-        ado().calls(),
-        (Lines{L"create Command", L"Command.CommandTimeout = 300", L"set Command.ActiveConnection = Connection(source)",
-               L"Command(source).CommandType = 4", L"Command(source).CommandText = \"setReplicationError\"",
-               L"Command(source).CreateParameter(\"0\", 2, 1, 0, 1)", L"Command.Parameters.Append(Parameter(\"0\"))",
-               L"Command(source).CreateParameter(\"1\", 16, 1, 0, 0)", L"Command.Parameters.Append(Parameter(\"1\"))",
-               L"Command(source).CreateParameter(\"2\", 200, 1, 1, Null)",
-               L"Command.Parameters.Append(Parameter(\"2\"))", L"Command(source).Execute(missing, missing, -1)",
-               L"release Recordset", L"release Command(source)"}));
+    EXPECT_EQ(ado().statements(), (Statements{{L"destination", L"setReplicationError(1, 0, Null)"}}));
+    EXPECT_EQ(parameters(), (Lines{L"(\"0\", 2, 1, 0, 1)", L"(\"1\", 16, 1, 0, 0)", L"(\"2\", 200, 1, 1, Null)"}));
 }
 
-TEST_F(ErrorStateTest, ResetDoesNotLookAtTheConnection)
+TEST_F(ErrorStateTest, ErrorIsRecordedOnAnOpenConnectionOnlyAndResetOnAny)
 {
-    connectedAt(0);
-    settings().localConnection()->getConn().close();
-    EXPECT_EQ(raised([] { Utils::resetError(); }).source, L"Utils.resetError");
-    EXPECT_EQ(ado().statements(), Statements());
+    for (const long state : {0, 5}) {
+        ado().setState(L"destination", state);
+        ado().forget();
+        Utils::setError(true, L"x");
+        EXPECT_EQ(ado().callsAndReads(), Lines{L"Connection(destination).State"});
+        Utils::resetError();
+        EXPECT_EQ(ado().statements().size(), 1U);
+    }
+    releaseConnections();
+    EXPECT_EQ(raised([] { Utils::setError(true, L"x"); }),
+              (Error{91, L"Utils.setError", L"Object variable or With block variable not set"}));
 }
 
 TEST_F(ErrorStateTest, EveryFailureIsRaisedUnderTheRoutinesName)
 {
-    connectedAt(0);
-    Utils::setError(true, L"x");
-    const size_t calls = ado().callCount();
-    ASSERT_EQ(calls, 14U);
-    for (size_t call = 1; call <= calls; ++call) {
-        ado().failCall(call, connectionLost());
-        const Error error = raised([] { Utils::setError(true, L"x"); });
-        EXPECT_EQ(error.source, L"Utils.setError") << call;
-        EXPECT_EQ(error.number, E_FAIL) << call;
-    }
-    for (size_t call = 1; call < calls; ++call) {
-        ado().failCall(call, connectionLost());
-        const Error error = raised([] { Utils::resetError(); });
-        EXPECT_EQ(error.source, L"Utils.resetError") << call;
-        EXPECT_EQ(error.number, E_FAIL) << call;
-    }
+    const auto expectFailures = [&](const std::function<void()>& routine, const wchar_t* sSource) {
+        ado().forget();
+        routine();
+        const size_t calls = ado().callCount();
+        ASSERT_GT(calls, 10U);
+        for (size_t call = 1; call <= calls; ++call) {
+            ado().failCall(call, connectionLost());
+            const Error error = raised(routine);
+            EXPECT_EQ(error.source, sSource) << call;
+            EXPECT_EQ(error.number, E_FAIL) << call;
+        }
+    };
+    expectFailures([] { Utils::setError(true, L"x"); }, L"Utils.setError");
+    expectFailures(Utils::resetError, L"Utils.resetError");
 }
 
 TEST_F(ErrorStateTest, EntryObjectRecordsAndResets)
 {
-    connectedAt(0);
     Factory().setError(true, L"stopped by host");
-    Factory().setError(false, L"");
     Factory().resetError();
-    EXPECT_EQ(ado().statements(), (Statements{{L"source", L"SetReplicationError(0, 1, \"stopped by host\")"},
-                                              {L"source", L"SetReplicationError(0, 0, Null)"},
-                                              {L"source", L"setReplicationError(0, 0, Null)"}}));
-}
-
-TEST_F(ErrorStateTest, EntryObjectRaisesUnderItsOwnName)
-{
-    connectedAt(0);
-    ado().cut(L"source", connectionLost());
+    EXPECT_EQ(ado().statements(), (Statements{{L"destination", L"SetReplicationError(1, 1, \"stopped by host\")"},
+                                              {L"destination", L"setReplicationError(1, 0, Null)"}}));
+    ado().cut(L"destination", connectionLost());
     EXPECT_EQ(raised([] { Factory().setError(true, L"x"); }), (Error{E_FAIL, L"Factory.setError", L"Connection lost"}));
     EXPECT_EQ(raised([] { Factory().resetError(); }), (Error{E_FAIL, L"Factory.resetError", L"Connection lost"}));
 }

@@ -13,110 +13,65 @@ using com::Error;
 class PairingTest : public RecordingTest
 {
 protected:
-    void connectedAs(const std::wstring& role, long site = 0)
+    void connectAs(const std::wstring& role)
     {
-        ConnectOptions options;
-        options.role = role;
-        options.site = site;
-        connectedSettings(options);
+        releaseConnections();
+        connectedSettings({.site = 1, .role = role});
     }
 
-    static void closeLocal() { settings().localConnection()->getConn().close(); }
-    static void closeRemote() { settings().remoteConnection()->getConn().close(); }
-    static Error sourceError()
+    static void expectErrors(long number, const std::wstring& source, const std::wstring& destination)
     {
-        return raised([] { Utils::getConnSource(); });
-    }
-    static Error destinationError()
-    {
-        return raised([] { Utils::getConnDest(); });
+        EXPECT_EQ(raised([] { Utils::getConnSource(); }), (Error{number, L"Utils.getConnSource", source}));
+        EXPECT_EQ(raised([] { Utils::getConnDest(); }), (Error{number, L"Utils.getConnDest", destination}));
     }
 };
 
-TEST_F(PairingTest, LocalSourceMakesTheRemoteTheDestination)
+TEST_F(PairingTest, RoleAloneSaysWhichSideTheLocalConnectionIs)
 {
-    for (const wchar_t* role : {L"SOURCE", L"source", L"Source"}) {
+    connectAs(L"SOURCE");
+    const auto local = settings().localConnection();
+    const auto remote = settings().remoteConnection();
+    for (const wchar_t* role : {L"SOURCE", L"Source"}) {
         settings().sLocalConnection = role;
-        settings().localConnection()->openConnection(L"a", L"");
-        settings().remoteConnection()->openConnection(L"b", L"");
-        EXPECT_EQ(Utils::getConnSource(), settings().localConnection());
-        EXPECT_EQ(Utils::getConnDest(), settings().remoteConnection());
+        EXPECT_EQ(Utils::getConnSource(), local);
+        EXPECT_EQ(Utils::getConnDest(), remote);
     }
-}
-
-TEST_F(PairingTest, AnyOtherRoleMakesTheLocalTheDestination)
-{
-    for (const wchar_t* role : {L"DESTINATION", L"Destination", L"", L"SOURCE "}) {
+    for (const wchar_t* role : {L"DESTINATION", L"", L"SOURCE "}) {
         settings().sLocalConnection = role;
-        settings().localConnection()->openConnection(L"a", L"");
-        settings().remoteConnection()->openConnection(L"b", L"");
-        EXPECT_EQ(Utils::getConnSource(), settings().remoteConnection());
-        EXPECT_EQ(Utils::getConnDest(), settings().localConnection());
+        EXPECT_EQ(Utils::getConnSource(), remote);
+        EXPECT_EQ(Utils::getConnDest(), local);
     }
+    local->getConn().close();
+    EXPECT_EQ(Utils::getConnLocal(), local) << "open or not";
+    EXPECT_EQ(Utils::getConnSource(), remote) << "the other connection does not matter";
 }
 
-TEST_F(PairingTest, SiteDoesNotMatter)
+TEST_F(PairingTest, ConnectionThatIsClosedOrExecutesIsNotAvailable)
 {
-    connectedAs(L"SOURCE", 1);
-    EXPECT_EQ(Utils::getConnSource(), settings().localConnection());
-    EXPECT_EQ(Utils::getConnDest(), settings().remoteConnection());
-}
-
-TEST_F(PairingTest, ClosedLocalConnectionIsNotAvailable)
-{
-    connectedAs(L"SOURCE");
-    closeLocal();
-    EXPECT_EQ(sourceError(), (Error{-2147220504, L"Utils.getConnSource", L"Local database not available as Source"}));
-    EXPECT_EQ(Utils::getConnDest(), settings().remoteConnection());
-}
-
-TEST_F(PairingTest, ClosedLocalDestinationIsNotAvailable)
-{
-    connectedAs(L"DESTINATION");
-    closeLocal();
-    EXPECT_EQ(destinationError(),
-              (Error{-2147220504, L"Utils.getConnDest", L"Local database not available as Destination"}));
-    EXPECT_EQ(Utils::getConnSource(), settings().remoteConnection());
-}
-
-TEST_F(PairingTest, ClosedRemoteConnectionIsNotAvailable)
-{
-    connectedAs(L"SOURCE");
-    closeRemote();
-    EXPECT_EQ(destinationError(),
-              (Error{-2147220504, L"Utils.getConnDest", L"Remote database not available as Destination"}));
-}
-
-TEST_F(PairingTest, ClosedRemoteSourceIsNotAvailable)
-{
-    connectedAs(L"DESTINATION");
-    closeRemote();
-    EXPECT_EQ(sourceError(), (Error{-2147220504, L"Utils.getConnSource", L"Remote database not available as Source"}));
-}
-
-TEST_F(PairingTest, ConnectionThatExecutesIsNotAvailable)
-{
-    connectedAs(L"SOURCE");
-    ado().setState(L"source", 5);
-    ado().setState(L"destination", 5);
-    EXPECT_EQ(sourceError().description, L"Local database not available as Source");
-    EXPECT_EQ(destinationError().description, L"Remote database not available as Destination");
+    for (const long state : {0, 5}) {
+        ado().setState(L"source", state);
+        ado().setState(L"destination", state);
+        connectAs(L"SOURCE");
+        expectErrors(kOwnErrorRaised, L"Local database not available as Source",
+                     L"Remote database not available as Destination");
+        connectAs(L"DESTINATION");
+        expectErrors(kOwnErrorRaised, L"Remote database not available as Source",
+                     L"Local database not available as Destination");
+    }
 }
 
 TEST_F(PairingTest, ConnectionNeverOpenedRaises91)
 {
     const std::wstring text = L"Object variable or With block variable not set";
-    EXPECT_EQ(sourceError(), (Error{91, L"Utils.getConnSource", text}));
-    EXPECT_EQ(destinationError(), (Error{91, L"Utils.getConnDest", text}));
+    expectErrors(91, text, text);
 }
 
 TEST_F(PairingTest, FailureToReadTheStateIsRaisedUnderTheRoutinesName)
 {
-    connectedAs(L"SOURCE");
+    connectAs(L"SOURCE");
     ado().failMember(L"Connection.State", connectionLost());
-    EXPECT_EQ(sourceError(), (Error{E_FAIL, L"Utils.getConnSource", L"Connection lost"}));
-    ado().failMember(L"Connection.State", connectionLost());
-    EXPECT_EQ(destinationError(), (Error{E_FAIL, L"Utils.getConnDest", L"Connection lost"}));
+    ado().failMember(L"Connection.State", connectionLost(), 2);
+    expectErrors(E_FAIL, L"Connection lost", L"Connection lost");
 }
 
 } // namespace
