@@ -2,29 +2,25 @@
 
 #include "com/convert.h"
 
+#include <bit>
+
 namespace {
 
-constexpr short kVarChar = 200;
-constexpr short kTimeStamp = 135;
+using CounterValues = std::array<long, sizeof(Counters) / sizeof(long)>;
 
-std::wstring twoDigits(int number)
+AdoAnswer answerOf(const Lines& names, const std::vector<std::vector<_variant_t>>& rows)
 {
-    return (number < 10 ? L"0" : L"") + std::to_wstring(number);
+    constexpr short kVarChar = 200;
+    constexpr short kTimeStamp = 135;
+    AdoAnswer answer{{{}, rows}, 0, {}};
+    for (const std::wstring& name : names)
+        answer.rows.columns.push_back({name, name.ends_with(L"mod_date") ? kTimeStamp : kVarChar});
+    return answer;
 }
 
-std::wstring quoted(const std::wstring& text)
+bool isLoggedStatement(const std::wstring& entry)
 {
-    return L"\"" + text + L"\"";
-}
-
-_variant_t dateValue(DATE date)
-{
-    return _variant_t(date, VT_DATE);
-}
-
-std::wstring recordedDate(const std::wstring& date)
-{
-    return date.empty() ? L"Null" : L"#" + date + L"#";
+    return entry.starts_with(L"DEBUG: Conn");
 }
 
 } // namespace
@@ -33,49 +29,26 @@ namespace quinmark {
 
 bool operator==(const Counters& left, const Counters& right)
 {
-    return left.lCntSourceUpdate == right.lCntSourceUpdate && left.lCntSourceAdd == right.lCntSourceAdd &&
-           left.lCntSourceDelete == right.lCntSourceDelete && left.lCntDestUpdate == right.lCntDestUpdate &&
-           left.lCntDestAdd == right.lCntDestAdd && left.lCntDestDelete == right.lCntDestDelete &&
-           left.lCntConflict == right.lCntConflict && left.lCntError == right.lCntError;
+    return std::bit_cast<CounterValues>(left) == std::bit_cast<CounterValues>(right);
 }
 
 void PrintTo(const Counters& counters, std::ostream* out)
 {
-    *out << "source updates " << counters.lCntSourceUpdate << " adds " << counters.lCntSourceAdd << " deletes "
-         << counters.lCntSourceDelete << ", destination updates " << counters.lCntDestUpdate << " adds "
-         << counters.lCntDestAdd << " deletes " << counters.lCntDestDelete << ", conflicts " << counters.lCntConflict
-         << ", errors " << counters.lCntError;
+    *out << "source updates, adds, deletes, destination updates, adds, deletes, conflicts, errors: "
+         << testing::PrintToString(std::bit_cast<CounterValues>(counters));
 }
 
 } // namespace quinmark
 
-std::wstring clockText(int seconds)
+void ReplicationTest::connectAt(long site)
 {
-    const int time = 12 * 3600 + seconds;
-    const int hour = time / 3600;
-    return L"11/15/2026 " + std::to_wstring(hour % 12 == 0 ? 12 : hour % 12) + L":" + twoDigits(time / 60 % 60) + L":" +
-           twoDigits(time % 60) + (hour < 12 ? L" AM" : L" PM");
-}
-
-Statements joined(std::initializer_list<Statements> parts)
-{
-    Statements all;
-    for (const Statements& part : parts)
-        all.insert(all.end(), part.begin(), part.end());
-    return all;
-}
-
-void ReplicationTest::connectAt(long site, short logLevel)
-{
-    ConnectOptions options;
-    options.site = site;
-    options.role = site == OFFICES ? L"SOURCE" : L"DESTINATION";
-    options.logLevel = logLevel;
-    site_ = std::to_wstring(site);
-    connectedSettings(options);
+    releaseConnections();
+    connectedSettings({.site = site, .role = site == OFFICES ? L"SOURCE" : L"DESTINATION"});
     ado().setDefaultDatabase(L"source", L"OfficeDB");
     ado().setDefaultDatabase(L"destination", L"LaptopDB");
     ado().answer(L"InsertReplicationConflict", {{}, 0, {{0, L"{C1}"}}});
+    ado().answerOthers(
+        [this](const auto& connection, const auto& statement) { return answerTo(connection, statement); });
 }
 
 void ReplicationTest::useTable(const std::wstring& sTable, const std::wstring& sKey)
@@ -84,57 +57,53 @@ void ReplicationTest::useTable(const std::wstring& sTable, const std::wstring& s
     sKey_ = sKey;
 }
 
-void ReplicationTest::bothHave(const std::wstring& key, double sourceSeconds, double destinationSeconds)
+void ReplicationTest::row(const std::wstring& key, Seconds source, Seconds destination)
 {
-    both_.push_back({_variant_t(key.c_str()), dateValue(at(sourceSeconds)), dateValue(at(destinationSeconds))});
+    Row found{_variant_t(key.c_str())};
+    for (const Seconds& seconds : {source, destination})
+        if (seconds)
+            found.emplace_back(at(*seconds), VT_DATE);
+    (source && destination ? both_ : source ? sourceOnly_ : destinationOnly_).push_back(found);
+    if (source)
+        holds(L"source", key, L"S", *source);
+    if (destination)
+        holds(L"destination", key, L"D", *destination);
 }
 
-void ReplicationTest::onlySourceHas(const std::wstring& key, double seconds)
+void ReplicationTest::rowOfEachKind()
 {
-    sourceOnly_.push_back({_variant_t(key.c_str()), dateValue(at(seconds))});
-}
-
-void ReplicationTest::onlyDestinationHas(const std::wstring& key, double seconds)
-{
-    destinationOnly_.push_back({_variant_t(key.c_str()), dateValue(at(seconds))});
-}
-
-void ReplicationTest::sourceHolds(const std::wstring& key, const std::wstring& name, double seconds)
-{
-    holds(L"source", key, name, seconds);
-}
-
-void ReplicationTest::destinationHolds(const std::wstring& key, const std::wstring& name, double seconds)
-{
-    holds(L"destination", key, name, seconds);
+    row(L"K1", 10, -10);
+    row(L"K2", 10, 20);
+    row(L"K3", -20, 30);
+    row(L"K4", 40, kNone);
+    row(L"K5", -50, kNone);
+    row(L"K6", kNone, 60);
+    row(L"K7", kNone, -70);
 }
 
 void ReplicationTest::holds(const std::wstring& connection, const std::wstring& key, const std::wstring& name,
                             double seconds)
 {
-    AdoAnswer answer{{{{L"unid", kVarChar}, {L"item_name", kVarChar}, {L"mod_date", kTimeStamp}}, {}}, 0, {}};
-    if (!name.empty())
-        answer.rows.rows.push_back({_variant_t(key.c_str()), _variant_t(name.c_str()), dateValue(at(seconds))});
-    const std::wstring byUnid = L"Select * from " + sTable_ + L" where unid = '" + key + L"'";
-    ado().answerOn(connection, byUnid, answer);
-    if (select(key) != byUnid)
-        ado().answerOn(connection, select(key), answer);
-    ado().answerOn(connection, selectDumped(key), answer);
-    ado().answerOn(connection, L"Select * from office." + sTable_ + L" where unid = '" + key + L"'", answer);
-    ado().answerOn(connection, L"select item_name from shortcut where unid = '" + key + L"'",
-                   adoTexts(L"item_name", {L"Item " + key}));
+    held_[{connection, key}] = {_variant_t(key.c_str()), _variant_t(name.c_str()), _variant_t(at(seconds), VT_DATE)};
 }
 
-void ReplicationTest::answerComparisons()
+AdoAnswer ReplicationTest::answerTo(const std::wstring& connection, const std::wstring& statement) const
 {
-    const auto dates = [](const wchar_t* source, const wchar_t* destination, const std::wstring& key) {
-        return std::vector<AdoColumn>{{key, kVarChar}, {source, kTimeStamp}, {destination, kTimeStamp}};
-    };
-    const std::vector<AdoColumn> keyAndDate{{sKey_, kVarChar}, {L"mod_date", kTimeStamp}};
-    ado().answer(changedSql(), {{dates(L"src_mod_date", L"dest_mod_date", sKey_), both_}, 0, {}});
-    ado().answer(twoWayChangedSql(), {{dates(L"nrv_mod_date", L"zt_mod_date", sKey_), both_}, 0, {}});
-    ado().answer(sourceOnlySql(), {{keyAndDate, sourceOnly_}, 0, {}});
-    ado().answer(destinationOnlySql(), {{keyAndDate, destinationOnly_}, 0, {}});
+    if (statement.starts_with(L"select dest."))
+        return answerOf({sKey_, L"src_mod_date", L"dest_mod_date"}, both_);
+    if (statement.starts_with(L"select zt."))
+        return answerOf({sKey_, L"nrv_mod_date", L"zt_mod_date"}, both_);
+    if (const size_t lacks = statement.find(L" not in ("); lacks != std::wstring::npos)
+        return answerOf({sKey_, L"mod_date"}, statement.find(L"office.") < lacks ? sourceOnly_ : destinationOnly_);
+    const size_t key = statement.find(L" = '");
+    if (key == std::wstring::npos || !(statement.starts_with(L"Select ") || statement.starts_with(L"select ")))
+        return {};
+    const std::wstring sKey = statement.substr(key + 4, statement.size() - key - 5);
+    if (statement.starts_with(L"select item_name "))
+        return adoTexts(L"item_name", {L"Item " + sKey});
+    const auto held = held_.find({connection, sKey});
+    return answerOf({L"unid", L"item_name", L"mod_date"},
+                    held == held_.end() ? std::vector<Row>() : std::vector<Row>{held->second});
 }
 
 void ReplicationTest::init(long method, const std::wstring& sDependentTable, long deletes)
@@ -144,111 +113,75 @@ void ReplicationTest::init(long method, const std::wstring& sDependentTable, lon
 
 void ReplicationTest::go()
 {
-    answerComparisons();
     table_->go(kLast, kNext, *face_.Get());
+}
+
+void ReplicationTest::runAt(long site, long method, const std::wstring& sDependentTable, long deletes)
+{
+    connectAt(site);
+    init(method, sDependentTable, deletes);
+    go();
 }
 
 com::Error ReplicationTest::goError()
 {
-    return raised([&] { go(); });
+    return raised([this] { go(); });
 }
 
-Statements ReplicationTest::on(const std::wstring& connection, const Lines& texts)
+Lines ReplicationTest::sent()
 {
-    Statements statements;
-    for (const std::wstring& text : texts)
-        statements.emplace_back(connection, text);
-    return statements;
+    Lines lines;
+    for (const auto& [connection, statement] : ado().statements())
+        lines.push_back(connection + L": " + statement);
+    return lines;
 }
 
-std::wstring ReplicationTest::changedSql() const
+Lines ReplicationTest::transcript()
 {
-    return L"select dest." + sKey_ + L", src.mod_date src_mod_date, dest.mod_date dest_mod_date from laptop." +
-           sTable_ + L" dest join office." + sTable_ + L" src on src." + sKey_ + L" = dest." + sKey_ +
-           L" where src.mod_date <> dest.mod_date and ( src.mod_date > '" + clockText(0) + L"' or dest.mod_date > '" +
-           clockText(0) + L"')";
+    Lines log = logEntries();
+    std::erase_if(log, [](const std::wstring& entry) { return !isLoggedStatement(entry); });
+    auto entry = log.begin();
+    Lines lines;
+    for (const auto& [connection, statement] : ado().statements()) {
+        const bool isLogged = entry != log.end() && entry->ends_with(L": " + statement);
+        entry += isLogged;
+        lines.push_back(connection + (isLogged ? L", logged: " : L": ") + statement);
+    }
+    EXPECT_EQ(log.end() - entry, 0) << "logged, but not sent";
+    return lines;
 }
 
-std::wstring ReplicationTest::twoWayChangedSql() const
+Lines ReplicationTest::written()
 {
-    return L"select zt.unid, nrv.mod_date nrv_mod_date, zt.mod_date zt_mod_date from laptop." + sTable_ +
-           L" zt join office." + sTable_ + L" nrv on nrv.unid = zt.unid where nrv.mod_date <> zt.mod_date and ( " +
-           L"nrv.mod_date > '" + clockText(0) + L"' or zt.mod_date > '" + clockText(0) + L"')";
+    Lines lines = sent();
+    std::erase_if(lines, [](const std::wstring& line) {
+        const std::wstring statement = line.substr(line.find(L": ") + 2);
+        return statement.starts_with(L"Select ") || statement.starts_with(L"select ") ||
+               statement.starts_with(L"insert into replication_counts ");
+    });
+    return lines;
 }
 
-std::wstring ReplicationTest::missingSql(const std::wstring& has, const std::wstring& lacks) const
+Lines ReplicationTest::logHeads()
 {
-    return L"select " + sKey_ + L", mod_date from " + has + sTable_ + L" where " + sKey_ + L" not in (select " + sKey_ +
-           L" from " + lacks + sTable_ + L")";
+    Lines heads = logEntries();
+    std::erase_if(heads, isLoggedStatement);
+    for (std::wstring& head : heads)
+        head.resize(std::min(head.size(), head.find(L"\r\n")));
+    return heads;
 }
 
-std::wstring ReplicationTest::select(const std::wstring& key) const
+void ReplicationTest::expectEveryFailureEndsTheRun(const std::wstring& description, const Lines& atEnd)
 {
-    return L"Select * from " + sTable_ + L" where " + sKey_ + L" = '" + key + L"'";
-}
-
-std::wstring ReplicationTest::selectDumped(const std::wstring& key) const
-{
-    return L"select * from " + sTable_ + L" where " + sKey_ + L" = '" + key + L"'";
-}
-
-std::wstring ReplicationTest::insert(const std::wstring& key, const std::wstring& name, int seconds) const
-{
-    return L"Insert into " + sTable_ + L" (unid, item_name, mod_date) values ('" + key + L"', '" + name + L"', '" +
-           clockText(seconds) + L"')";
-}
-
-std::wstring ReplicationTest::update(const std::wstring& key, const std::wstring& name, int seconds) const
-{
-    return L"Update " + sTable_ + L" set unid = '" + key + L"', item_name = '" + name + L"', mod_date = '" +
-           clockText(seconds) + L"' where " + sKey_ + L" = '" + key + L"'";
-}
-
-std::wstring ReplicationTest::remove(const std::wstring& key) const
-{
-    return L"delete from " + sTable_ + L" where " + sKey_ + L" = '" + key + L"'";
-}
-
-Statements ReplicationTest::compared(const std::wstring& key, bool describedBySource) const
-{
-    const std::wstring byUnid = L"Select * from " + sTable_ + L" where unid = '" + key + L"'";
-    return joined({onSource({byUnid}), onDestination({byUnid}),
-                   on(describedBySource ? L"source" : L"destination",
-                      {L"select item_name from shortcut where unid = '" + key + L"'"})});
-}
-
-Statements ReplicationTest::recorded(const std::wstring& key, long kind, const std::wstring& sourceDate,
-                                     const std::wstring& destinationDate, const Lines& names) const
-{
-    Lines calls{L"InsertReplicationConflict(Null, " + site_ + L", #11/16/2026 12:00:00 PM#, " + quoted(sTable_) +
-                L", 0, " + quoted(key) + L", " + std::to_wstring(kind) + L", " + quoted(L"Item " + key) + L", " +
-                recordedDate(sourceDate) + L", " + recordedDate(destinationDate) + L")"};
-    for (const std::wstring& name : names)
-        calls.push_back(L"InsertReplicationConflictData(\"{C1}\", " + name + L")");
-    return joined({compared(key, kind == CHANGED_ON_BOTH || kind == NEW_ON_source), onLocal(calls)});
-}
-
-Statements ReplicationTest::marked(const std::wstring& message) const
-{
-    return onLocal({L"SetReplicationError(" + site_ + L", 1, " + quoted(message) + L")"});
-}
-
-Statements ReplicationTest::counted(const Counters& counters) const
-{
-    const std::wstring head =
-        L"insert into replication_counts (unique_key, count_name, count_value) values (" + site_ + L",'" + sTable_;
-    return onLocal({head + L" updates'," + std::to_wstring(counters.lCntDestUpdate) + L");" + head + L" adds'," +
-                    std::to_wstring(counters.lCntDestAdd) + L");" + head + L" deletes'," +
-                    std::to_wstring(counters.lCntDestDelete) + L");" + head + L" conflicts'," +
-                    std::to_wstring(counters.lCntConflict) + L");" + head + L" errors'," +
-                    std::to_wstring(counters.lCntError) + L")"});
-}
-
-std::wstring ReplicationTest::summary(const Counters& counters, const std::wstring& sTitle) const
-{
-    return L"STAT : Replicated table: " + sTitle + L"\r\n\tAdds to destination: " +
-           std::to_wstring(counters.lCntDestAdd) + L"\r\n\tUpdates to destination: " +
-           std::to_wstring(counters.lCntDestUpdate) + L"\r\n\tDeletes to destination: " +
-           std::to_wstring(counters.lCntDestDelete) + L"\r\n\tConflicts: " + std::to_wstring(counters.lCntConflict) +
-           L"\r\n\tErrors: " + std::to_wstring(counters.lCntError);
+    go();
+    const Lines good = sent();
+    for (size_t failing = 0; failing < good.size(); ++failing) {
+        ado().forget();
+        ado().failMember(L"Command.Execute", connectionLost(), failing + 1);
+        EXPECT_EQ(goError(), (com::Error{E_FAIL, L"clsReplicateTable.go", description}));
+        Lines expected(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(failing));
+        expected.insert(expected.end(), atEnd.begin(), atEnd.end());
+        EXPECT_EQ(sent(), expected) << good[failing];
+        EXPECT_EQ(ado().liveObjects(), 2);
+    }
 }

@@ -1,214 +1,193 @@
 #include "support/ReplicationFixture.h"
 
+#include <gmock/gmock.h>
+
 namespace {
 
-constexpr wchar_t kChanged[] = L"Changed on both databases - Destination(LaptopDB) changes are not allowed";
-
-/// Rows that both sides have.
 class OneWayTest : public ReplicationTest
 {
-protected:
-    void runAt(long site)
-    {
-        connectAt(site);
-        init(ONE_WAY);
-        go();
-    }
-
-    /// A row whose copies differ in its name.
-    void changed(double sourceSeconds, double destinationSeconds)
-    {
-        bothHave(L"K1", sourceSeconds, destinationSeconds);
-        sourceHolds(L"K1", L"S", sourceSeconds);
-        destinationHolds(L"K1", L"D", destinationSeconds);
-    }
-
-    /// The statements between the query for changed rows and those for missing ones.
-    Statements wholeRun(const Statements& common, const Counters& counters) const
-    {
-        return joined(
-            {onLocal({changedSql()}), common, onLocal({sourceOnlySql(), destinationOnlySql()}), counted(counters)});
-    }
 };
 
-TEST_F(OneWayTest, TablesThatAgreeAreOnlyCompared)
+TEST_F(OneWayTest, EachKindOfRowIsTreatedInItsOrder)
 {
-    for (const long site : {OFFICES, LAPTOP}) {
-        runAt(site);
-        EXPECT_EQ(ado().statements(), wholeRun({}, {}));
-        EXPECT_EQ(counters(), Counters());
-        releaseConnections();
-    }
+    rowOfEachKind();
+    runAt(OFFICES, ONE_WAY_ALLOW_DELETES, L"chart_option_setting");
+    EXPECT_EQ(
+        transcript(),
+        (Lines{
+            L"source, logged: select dest.unid, src.mod_date src_mod_date, dest.mod_date dest_mod_date from "
+            L"laptop.shortcut dest join office.shortcut src on src.unid = dest.unid where src.mod_date <> "
+            L"dest.mod_date and ( src.mod_date > '11/15/2026 12:00:00 PM' or dest.mod_date > "
+            L"'11/15/2026 12:00:00 PM')",
+            // K1
+            L"source, logged: Select * from shortcut where unid = 'K1'",
+            L"destination, logged: Update shortcut set unid = 'K1', item_name = 'S', mod_date = "
+            L"'11/15/2026 12:00:10 PM' where unid = 'K1'",
+            L"destination, logged: delete from chart_option_setting where chart_option_id = 'K1'; insert into "
+            L"chart_option_setting select * from office.chart_option_setting where chart_option_id = 'K1'",
+            // K2
+            L"source: Select * from shortcut where unid = 'K2'",
+            L"destination: Select * from shortcut where unid = 'K2'",
+            L"source: select item_name from shortcut where unid = 'K2'",
+            L"source: InsertReplicationConflict(Null, 0, #11/16/2026 12:00:00 PM#, \"shortcut\", 0, \"K2\", 1, "
+            L"\"Item K2\", #11/15/2026 12:00:10 PM#, #11/15/2026 12:00:20 PM#)",
+            L"source: InsertReplicationConflictData(\"{C1}\", \"item_name\", \"S\", \"D\")",
+            L"destination: Select * from shortcut where unid = 'K2'",
+            L"source: Select * from shortcut where unid = 'K2'",
+            L"source: SetReplicationError(0, 1, \"Changed on both databases - Destination(LaptopDB) changes are not "
+            L"allowed\")",
+            // K3
+            L"source: Select * from shortcut where unid = 'K3'",
+            L"destination: Select * from shortcut where unid = 'K3'",
+            L"destination: select item_name from shortcut where unid = 'K3'",
+            L"source: InsertReplicationConflict(Null, 0, #11/16/2026 12:00:00 PM#, \"shortcut\", 0, \"K3\", 4, "
+            L"\"Item K3\", #11/15/2026 11:59:40 AM#, #11/15/2026 12:00:30 PM#)",
+            L"source: InsertReplicationConflictData(\"{C1}\", \"item_name\", \"S\", \"D\")",
+            L"source: SetReplicationError(0, 1, \"Changed on both databases - Destination(LaptopDB) changes are not "
+            L"allowed\")",
+            L"source, logged: select unid, mod_date from office.shortcut where unid not in (select unid from "
+            L"laptop.shortcut)",
+            // K4
+            L"source, logged: Select * from shortcut where unid = 'K4'",
+            L"destination, logged: Insert into shortcut (unid, item_name, mod_date) values ('K4', 'S', "
+            L"'11/15/2026 12:00:40 PM')",
+            L"destination, logged: delete from chart_option_setting where chart_option_id = 'K4'; insert into "
+            L"chart_option_setting select * from office.chart_option_setting where chart_option_id = 'K4'",
+            // K5
+            L"source: Select * from shortcut where unid = 'K5'",
+            L"destination: Select * from shortcut where unid = 'K5'",
+            L"source: select item_name from shortcut where unid = 'K5'",
+            L"source: InsertReplicationConflict(Null, 0, #11/16/2026 12:00:00 PM#, \"shortcut\", 0, \"K5\", 2, "
+            L"\"Item K5\", #11/15/2026 11:59:10 AM#, #11/15/2026 12:00:30 PM#)",
+            L"source: InsertReplicationConflictData(\"{C1}\", \"unid\", \"K5\", Null)",
+            L"source: InsertReplicationConflictData(\"{C1}\", \"item_name\", \"S\", Null)",
+            L"source: select * from shortcut where unid = 'K5'",
+            L"source: SetReplicationError(0, 1, \"Deleted in destination(LaptopDB) - Destination deletes will not "
+            L"replicate properly\")",
+            L"source, logged: select unid, mod_date from laptop.shortcut where unid not in (select unid from "
+            L"office.shortcut)",
+            // K6: the conflict is recorded with the source's date of the row before.
+            L"source: Select * from shortcut where unid = 'K6'",
+            L"destination: Select * from shortcut where unid = 'K6'",
+            L"destination: select item_name from shortcut where unid = 'K6'",
+            L"source: InsertReplicationConflict(Null, 0, #11/16/2026 12:00:00 PM#, \"shortcut\", 0, \"K6\", 3, "
+            L"\"Item K6\", #11/15/2026 11:59:10 AM#, #11/15/2026 12:01:00 PM#)",
+            L"source: InsertReplicationConflictData(\"{C1}\", \"unid\", Null, \"K6\")",
+            L"source: InsertReplicationConflictData(\"{C1}\", \"item_name\", Null, \"D\")",
+            L"destination: select * from shortcut where unid = 'K6'",
+            L"source: SetReplicationError(0, 1, \"New in destination(LaptopDB) - Destination adds are not allowed\")",
+            // K7
+            L"destination, logged: delete from shortcut where unid = 'K7'",
+            L"destination, logged: delete from chart_option_setting where chart_option_id = 'K7'; insert into "
+            L"chart_option_setting select * from office.chart_option_setting where chart_option_id = 'K7'",
+            L"source: insert into replication_counts (unique_key, count_name, count_value) values (0,'shortcut "
+            L"updates',1);insert into replication_counts (unique_key, count_name, count_value) values (0,'shortcut "
+            L"adds',1);insert into replication_counts (unique_key, count_name, count_value) values (0,'shortcut "
+            L"deletes',1);insert into replication_counts (unique_key, count_name, count_value) values (0,'shortcut "
+            L"conflicts',4);insert into replication_counts (unique_key, count_name, count_value) values (0,'shortcut "
+            L"errors',4)"}));
+    EXPECT_EQ(
+        counters(),
+        (Counters{.lCntDestUpdate = 1, .lCntDestAdd = 1, .lCntDestDelete = 1, .lCntConflict = 4, .lCntError = 4}));
+    const std::wstring ruler = L"WARN : --------------------------------------------------";
+    EXPECT_EQ(logHeads(), (Lines{L"DEBUG: Select * from shortcut where unid = 'K2'",
+                                 L"WARN : Replication Discrepancy (mismatch) on table: shortcut --> Unid: K2", ruler,
+                                 L"DEBUG: Select * from shortcut where unid = 'K3'",
+                                 L"DEBUG: Select * from shortcut where unid = 'K5'",
+                                 L"WARN : Replication Discrepancy (delete) on table: shortcut --> Unid: K5", ruler,
+                                 L"DEBUG: Select * from shortcut where unid = 'K6'",
+                                 L"WARN : Replication Discrepancy (delete) on table: shortcut --> Unid: K6", ruler,
+                                 L"STAT : Replicated table: shortcut"}));
+    EXPECT_EQ(logEntries().back(), L"STAT : Replicated table: shortcut\r\n\tAdds to destination: 1\r\n\tUpdates to "
+                                   L"destination: 1\r\n\tDeletes to destination: 1\r\n\tConflicts: 4\r\n\tErrors: 4");
+    EXPECT_EQ(ado().liveObjects(), 2);
 }
 
-TEST_F(OneWayTest, QueriesAndSummaryAreLogged)
+TEST_F(OneWayTest, DeleteAsksForTheRowsAffectedAndCountsItself)
 {
-    runAt(OFFICES);
-    EXPECT_EQ(logEntries(), (Lines{L"DEBUG: ConnLocal: " + changedSql(), L"DEBUG: ConnLocal: " + sourceOnlySql(),
-                                   L"DEBUG: ConnLocal: " + destinationOnlySql(), summary({}, L"shortcut")}));
+    row(L"K1", kNone, -1);
+    runAt(OFFICES, ONE_WAY_ALLOW_DELETES);
+    EXPECT_THAT(ado().calls(), testing::Contains(L"Command(destination).Execute(ref 0, missing, -1)").Times(1));
+    EXPECT_EQ(counters(), Counters{.lCntDestDelete = 1});
 }
 
-TEST_F(OneWayTest, RowChangedInTheSourceIsUpdatedAtBothSites)
+TEST_F(OneWayTest, LaptopReportsChangesOnBothSidesAndDeletionsAlone)
 {
-    changed(10, -100);
-    for (const long site : {OFFICES, LAPTOP}) {
-        runAt(site);
-        const Counters updated{.lCntDestUpdate = 1};
-        EXPECT_EQ(ado().statements(),
-                  wholeRun(joined({onSource({select(L"K1")}), onDestination({update(L"K1", L"S", 10)})}), updated));
-        EXPECT_EQ(counters(), updated);
-        releaseConnections();
-    }
+    rowOfEachKind();
+    runAt(LAPTOP, ONE_WAY_ALLOW_DELETES);
+    EXPECT_EQ(
+        written(),
+        (Lines{
+            L"destination: Update shortcut set unid = 'K1', item_name = 'S', mod_date = '11/15/2026 12:00:10 PM' where "
+            L"unid = 'K1'",
+            L"destination: InsertReplicationConflict(Null, 1, #11/16/2026 12:00:00 PM#, \"shortcut\", 0, \"K2\", 1, "
+            L"\"Item K2\", #11/15/2026 12:00:10 PM#, #11/15/2026 12:00:20 PM#)",
+            L"destination: InsertReplicationConflictData(\"{C1}\", \"item_name\", \"S\", \"D\")",
+            L"destination: Insert into shortcut (unid, item_name, mod_date) values ('K4', 'S', "
+            L"'11/15/2026 12:00:40 PM')",
+            L"destination: InsertReplicationConflict(Null, 1, #11/16/2026 12:00:00 PM#, \"shortcut\", 0, \"K7\", 5, "
+            L"\"Item K7\", #11/15/2026 11:59:10 AM#, #11/15/2026 11:58:50 AM#)",
+            L"destination: InsertReplicationConflictData(\"{C1}\", \"unid\", Null, \"K7\")",
+            L"destination: InsertReplicationConflictData(\"{C1}\", \"item_name\", Null, \"D\")",
+            L"destination: SetReplicationError(1, 1, \"Deleted from source(OfficeDB)\")"}));
+    EXPECT_EQ(counters(), (Counters{.lCntDestUpdate = 1, .lCntDestAdd = 1, .lCntConflict = 2, .lCntError = 1}));
+    EXPECT_THAT(logHeads(),
+                testing::IsSupersetOf({L"WARN : Replication Discrepancy (mismatch) on table: shortcut --> Unid: K2",
+                                       L"WARN : Replication Discrepancy (delete) on table: shortcut --> Unid: K7"}));
 }
 
-TEST_F(OneWayTest, UpdateIsLoggedWithItsConnections)
+TEST_F(OneWayTest, OldRowOfTheDestinationIsReportedAtOfficesWhereDeletesAreNotAllowed)
 {
-    changed(10, -100);
-    runAt(OFFICES);
-    EXPECT_EQ(logEntries(),
-              (Lines{L"DEBUG: ConnLocal: " + changedSql(), L"DEBUG: ConnSource: " + select(L"K1"),
-                     L"DEBUG: ConnDestination: " + update(L"K1", L"S", 10), L"DEBUG: ConnLocal: " + sourceOnlySql(),
-                     L"DEBUG: ConnLocal: " + destinationOnlySql(), summary({.lCntDestUpdate = 1}, L"shortcut")}));
+    row(L"K1", kNone, -1);
+    runAt(OFFICES, ONE_WAY);
+    EXPECT_EQ(written(),
+              (Lines{L"source: InsertReplicationConflict(Null, 0, #11/16/2026 12:00:00 PM#, \"shortcut\", 0, \"K1\", "
+                     L"3, \"Item K1\", Null, #11/15/2026 11:59:59 AM#)",
+                     L"source: InsertReplicationConflictData(\"{C1}\", \"unid\", Null, \"K1\")",
+                     L"source: InsertReplicationConflictData(\"{C1}\", \"item_name\", Null, \"D\")",
+                     L"source: SetReplicationError(0, 1, \"New in destination(LaptopDB) -OR- Deleted from "
+                     L"source(OfficeDB)\")"}));
+    EXPECT_EQ(logHeads()[1], L"WARN : Replication Discrepancy (delete) on table: shortcut --> Unid: K1");
 }
 
-TEST_F(OneWayTest, SourceNewerThanTheDestinationButOldIsUpdatedAsWell)
+TEST_F(OneWayTest, RowsThatNeedNothingAreLeftAlone)
 {
-    changed(-10, -100);
-    runAt(OFFICES);
-    EXPECT_EQ(counters(), (Counters{.lCntDestUpdate = 1}));
-}
-
-TEST_F(OneWayTest, RowChangedOnBothSidesIsAConflictAndAnErrorAtOffices)
-{
-    changed(10, 20);
-    runAt(OFFICES);
-    const Counters reported{.lCntConflict = 1, .lCntError = 1};
-    EXPECT_EQ(ado().statements(),
-              wholeRun(joined({recorded(L"K1", CHANGED_ON_BOTH, clockText(10), clockText(20),
-                                        {L"\"item_name\", \"S\", \"D\""}),
-                               onDestination({select(L"K1")}), onSource({select(L"K1")}), marked(kChanged)}),
-                       reported));
-    EXPECT_EQ(counters(), reported);
-}
-
-TEST_F(OneWayTest, RowChangedOnBothSidesIsOnlyAConflictAtLaptop)
-{
-    changed(20, 10);
-    runAt(LAPTOP);
-    const Counters reported{.lCntConflict = 1};
-    EXPECT_EQ(ado().statements(), wholeRun(joined({recorded(L"K1", CHANGED_ON_BOTH, clockText(20), clockText(10),
-                                                            {L"\"item_name\", \"S\", \"D\""}),
-                                                   onDestination({select(L"K1")}), onSource({select(L"K1")})}),
-                                           reported));
-    EXPECT_EQ(counters(), reported);
-}
-
-TEST_F(OneWayTest, RowChangedOnBothSidesIsDumped)
-{
-    changed(10, 20);
-    runAt(OFFICES);
-    const auto line = [](const std::wstring& name, const std::wstring& primary, const std::wstring& secondary) {
-        const std::wstring padding(50, L' ');
-        return L"\r\n" + (name + padding).substr(0, 20) + (primary + padding).substr(0, 50) +
-               (secondary + padding).substr(0, 50);
-    };
-    EXPECT_EQ(logEntries(),
-              (Lines{L"DEBUG: ConnLocal: " + changedSql(), L"DEBUG: " + select(L"K1"),
-                     L"WARN : Replication Discrepancy (mismatch) on table: shortcut --> Unid: K1\r\n"
-                     L"Field               Primary                                           Secondary\r\n"
-                     L"------------------- ----------                                        ----------" +
-                         line(L"item_name", L"D", L"S") + line(L"mod_date", clockText(20), clockText(10)),
-                     L"WARN : --------------------------------------------------",
-                     L"DEBUG: ConnLocal: " + sourceOnlySql(), L"DEBUG: ConnLocal: " + destinationOnlySql(),
-                     summary({.lCntConflict = 1, .lCntError = 1}, L"shortcut")}));
-}
-
-TEST_F(OneWayTest, DestinationNewerIsAConflictAndAnErrorWithoutADumpAtOffices)
-{
-    changed(-10, 20);
-    runAt(OFFICES);
-    const Counters reported{.lCntConflict = 1, .lCntError = 1};
-    EXPECT_EQ(ado().statements(), wholeRun(joined({recorded(L"K1", CHANGED_ON_DEST, clockText(-10), clockText(20),
-                                                            {L"\"item_name\", \"S\", \"D\""}),
-                                                   marked(kChanged)}),
-                                           reported));
-    EXPECT_EQ(counters(), reported);
-    EXPECT_EQ(logEntries().size(), 5U);
-}
-
-TEST_F(OneWayTest, DestinationNewerIsLeftAloneAtLaptop)
-{
-    changed(-10, 20);
-    runAt(LAPTOP);
-    EXPECT_EQ(ado().statements(), wholeRun({}, {}));
+    row(L"K1", 2, 0);
+    runAt(OFFICES, ONE_WAY);
+    EXPECT_EQ(sent().size(), 4U);
     EXPECT_EQ(counters(), Counters());
-}
-
-TEST_F(OneWayTest, DatesTwoSecondsApartAreNeverCopied)
-{
-    for (const double seconds : {1.0, 2.0, -1.0, -2.0, 0.5, 2.4})
-        for (const double from : {-1000.0, -1.0, 0.0, 10.0})
-            bothHave(L"K1", from + seconds, from);
-    runAt(OFFICES);
-    EXPECT_EQ(ado().statements(), wholeRun({}, {}));
-    EXPECT_EQ(counters(), Counters());
-}
-
-TEST_F(OneWayTest, DatesThreeSecondsApartAreCopied)
-{
-    changed(3, 0);
-    runAt(OFFICES);
-    EXPECT_EQ(counters(), (Counters{.lCntDestUpdate = 1}));
-}
-
-TEST_F(OneWayTest, SourceChangedAtTheLastRunsOwnTimeIsNotChangedOnBothSides)
-{
-    changed(0, 10);
-    runAt(OFFICES);
-    const Counters reported{.lCntConflict = 1, .lCntError = 1};
-    EXPECT_EQ(ado().statements(), wholeRun(joined({recorded(L"K1", CHANGED_ON_DEST, clockText(0), clockText(10),
-                                                            {L"\"item_name\", \"S\", \"D\""}),
-                                                   marked(kChanged)}),
-                                           reported));
-    EXPECT_EQ(counters(), reported);
-}
-
-TEST_F(OneWayTest, DestinationChangedAtTheLastRunsOwnTimeIsOverwritten)
-{
-    changed(10, 0);
-    runAt(OFFICES);
-    EXPECT_EQ(counters(), (Counters{.lCntDestUpdate = 1}));
 }
 
 TEST_F(OneWayTest, ConflictThatShowsNoDifferenceCountsForNothing)
 {
-    bothHave(L"K1", 10, 20);
-    sourceHolds(L"K1", L"same", 10);
-    destinationHolds(L"K1", L"same", 20);
-    runAt(OFFICES);
-    EXPECT_EQ(ado().statements(), wholeRun(compared(L"K1", true), {}));
+    row(L"K1", 10, 20);
+    row(L"K2", -20, 20);
+    row(L"K3", kNone, -20);
+    for (const wchar_t* key : {L"K1", L"K2", L"K3"})
+        for (const wchar_t* side : {L"source", L"destination"})
+            holds(side, key, L"same");
+    runAt(OFFICES, ONE_WAY);
+    EXPECT_EQ(written(), Lines());
     EXPECT_EQ(counters(), Counters());
 }
 
 TEST_F(OneWayTest, ConflictsAddUpOverTwoCallsAndTheRestStartsAnew)
 {
-    changed(10, 20);
-    bothHave(L"K2", 50, -50);
-    sourceHolds(L"K2", L"S2", 50);
-    connectAt(OFFICES);
-    init(ONE_WAY);
-    go();
-    EXPECT_EQ(counters(), (Counters{.lCntDestUpdate = 1, .lCntConflict = 1, .lCntError = 1}));
+    row(L"K1", 10, 20);
+    row(L"K2", 50, -50);
+    runAt(OFFICES, ONE_WAY);
     go();
     EXPECT_EQ(counters(), (Counters{.lCntDestUpdate = 1, .lCntConflict = 2, .lCntError = 1}));
-    EXPECT_EQ(ado().statements().back(), counted(counters()).back());
 }
 
-TEST_F(OneWayTest, EverythingIsReleasedAtTheEnd)
+TEST_F(OneWayTest, ComputerTypesRewriteTheirDependentRowsWithoutDeletesToo)
 {
-    changed(10, 20);
-    runAt(OFFICES);
-    EXPECT_EQ(ado().liveObjects(), 2);
+    useTable(L"computer_type");
+    row(L"K1", 10, -10);
+    runAt(OFFICES, ONE_WAY, L"chart_option_setting");
+    EXPECT_EQ(written()[1],
+              L"destination: delete from chart_option_setting where chart_option_id = 'K1'; insert into "
+              L"chart_option_setting select * from office.chart_option_setting where chart_option_id = 'K1'");
 }
 
 } // namespace

@@ -1,12 +1,15 @@
 #include "support/ReplicationFixture.h"
 
+#include <gmock/gmock.h>
+
 namespace {
 
-constexpr wchar_t kChanged[] = L"Changed on both databases - Destination(LaptopDB) changes are not allowed";
-constexpr wchar_t kDeletedInDestination[] =
-    L"Deleted in destination(LaptopDB) - Destination deletes will not replicate properly";
-constexpr wchar_t kNewInDestination[] = L"New in destination(LaptopDB) - Destination adds are not allowed";
-constexpr wchar_t kDeletedFromSource[] = L"Deleted from source(OfficeDB)";
+using com::Error;
+
+constexpr wchar_t kNoKeyField[] = L"source: SetReplicationError(0, 1, \"PKField not set for "
+                                  L"replicateOneWayWithPKField()\")";
+constexpr wchar_t kNoDeleteMethod[] = L"source: SetReplicationError(0, 1, \"enumReplicatDeletes not set for "
+                                      L"replicateOneWayWithPKField()\")";
 
 /// Rows matched by the column `code`.
 class KeyFieldTest : public ReplicationTest
@@ -16,251 +19,150 @@ protected:
 
     void runAt(long site, long deletes = DELETE_WITH_UPDATES)
     {
-        connectAt(site);
-        init(ONE_WAY_WITH_PK_FIELD, L"", deletes);
-        go();
-    }
-
-    void changed(double sourceSeconds, double destinationSeconds)
-    {
-        bothHave(L"K1", sourceSeconds, destinationSeconds);
-        sourceHolds(L"K1", L"S", sourceSeconds);
-        destinationHolds(L"K1", L"D", destinationSeconds);
-    }
-
-    void inSource(double seconds)
-    {
-        onlySourceHas(L"K1", seconds);
-        sourceHolds(L"K1", L"S", seconds);
-        destinationHolds(L"K1");
-    }
-
-    void inDestination(double seconds)
-    {
-        onlyDestinationHas(L"K1", seconds);
-        sourceHolds(L"K1");
-        destinationHolds(L"K1", L"D", seconds);
-    }
-
-    /// One row of every kind: to update, to insert and to delete.
-    void oneOfEach()
-    {
-        bothHave(L"K1", 10, -10);
-        sourceHolds(L"K1", L"S", 10);
-        onlySourceHas(L"K2", 10);
-        sourceHolds(L"K2", L"S", 10);
-        onlyDestinationHas(L"K3", -10);
-    }
-
-    Statements wholeRun(const Statements& common, const Statements& sourceOnly, const Statements& destinationOnly) const
-    {
-        return joined({onLocal({changedSql()}), common, onLocal({sourceOnlySql()}), sourceOnly,
-                       onLocal({destinationOnlySql()}), destinationOnly, counted(counters())});
-    }
-
-    static std::wstring title(int deletes)
-    {
-        return L"shortcut with PKField: code and delete method: " + std::to_wstring(deletes);
+        ReplicationTest::runAt(site, ONE_WAY_WITH_PK_FIELD, L"", deletes);
     }
 };
 
-TEST_F(KeyFieldTest, StatementsUseTheKeyColumn)
+TEST_F(KeyFieldTest, RowsAreReportedByUnidAndElseAddressedByTheKey)
 {
-    runAt(OFFICES);
-    EXPECT_EQ(ado().statements(),
-              joined({onLocal({L"select dest.code, src.mod_date src_mod_date, dest.mod_date dest_mod_date from "
-                               L"laptop.shortcut dest join office.shortcut src on src.code = dest.code where "
-                               L"src.mod_date <> dest.mod_date and ( src.mod_date > '11/15/2026 12:00:00 PM' or "
-                               L"dest.mod_date > '11/15/2026 12:00:00 PM')",
-                               L"select code, mod_date from office.shortcut where code not in (select code from "
-                               L"laptop.shortcut)",
-                               L"select code, mod_date from laptop.shortcut where code not in (select code from "
-                               L"office.shortcut)"}),
-                      counted({})}));
+    rowOfEachKind();
+    runAt(LAPTOP);
+    EXPECT_EQ(
+        transcript(),
+        (Lines{
+            L"destination, logged: select dest.code, src.mod_date src_mod_date, dest.mod_date dest_mod_date from "
+            L"laptop.shortcut dest join office.shortcut src on src.code = dest.code where src.mod_date <> "
+            L"dest.mod_date and ( src.mod_date > '11/15/2026 12:00:00 PM' or dest.mod_date > "
+            L"'11/15/2026 12:00:00 PM')",
+            L"source, logged: Select * from shortcut where code = 'K1'",
+            L"destination, logged: Update shortcut set unid = 'K1', item_name = 'S', mod_date = "
+            L"'11/15/2026 12:00:10 PM' where code = 'K1'",
+            L"source: Select * from shortcut where unid = 'K2'",
+            L"destination: Select * from shortcut where unid = 'K2'",
+            L"source: select item_name from shortcut where unid = 'K2'",
+            L"destination: InsertReplicationConflict(Null, 1, #11/16/2026 12:00:00 PM#, \"shortcut\", 0, \"K2\", 1, "
+            L"\"Item K2\", #11/15/2026 12:00:10 PM#, #11/15/2026 12:00:20 PM#)",
+            L"destination: InsertReplicationConflictData(\"{C1}\", \"item_name\", \"S\", \"D\")",
+            L"destination: Select * from shortcut where code = 'K2'",
+            L"source: Select * from shortcut where code = 'K2'",
+            L"destination, logged: select code, mod_date from office.shortcut where code not in (select code from "
+            L"laptop.shortcut)",
+            L"source, logged: Select * from shortcut where code = 'K4'",
+            L"destination, logged: Insert into shortcut (unid, item_name, mod_date) values ('K4', 'S', "
+            L"'11/15/2026 12:00:40 PM')",
+            L"destination, logged: select code, mod_date from laptop.shortcut where code not in (select code from "
+            L"office.shortcut)",
+            L"source: Select * from shortcut where unid = 'K7'",
+            L"destination: Select * from shortcut where unid = 'K7'",
+            L"destination: select item_name from shortcut where unid = 'K7'",
+            L"destination: InsertReplicationConflict(Null, 1, #11/16/2026 12:00:00 PM#, \"shortcut\", 0, \"K7\", 5, "
+            L"\"Item K7\", #11/15/2026 11:59:10 AM#, #11/15/2026 11:58:50 AM#)",
+            L"destination: InsertReplicationConflictData(\"{C1}\", \"unid\", Null, \"K7\")",
+            L"destination: InsertReplicationConflictData(\"{C1}\", \"item_name\", Null, \"D\")",
+            L"destination: select * from shortcut where code = 'K7'",
+            L"destination: SetReplicationError(1, 1, \"Deleted from source(OfficeDB)\")",
+            L"destination: insert into replication_counts (unique_key, count_name, count_value) values (1,'shortcut "
+            L"updates',1);insert into replication_counts (unique_key, count_name, count_value) values (1,'shortcut "
+            L"adds',1);insert into replication_counts (unique_key, count_name, count_value) values (1,'shortcut "
+            L"deletes',0);insert into replication_counts (unique_key, count_name, count_value) values (1,'shortcut "
+            L"conflicts',2);insert into replication_counts (unique_key, count_name, count_value) values (1,'shortcut "
+            L"errors',1)"}));
+    EXPECT_EQ(counters(), (Counters{.lCntDestUpdate = 1, .lCntDestAdd = 1, .lCntConflict = 2, .lCntError = 1}));
+    EXPECT_EQ(logHeads().back(), L"STAT : Replicated table: shortcut with PKField: code and delete method: 2");
 }
 
-TEST_F(KeyFieldTest, RefusedInitHasReplacedKeyFieldAndDeleteHandling)
+TEST_F(KeyFieldTest, DeleteMethodSaysWhichPassesAreMade)
 {
-    connectAt(OFFICES);
-    table().init(ONE_WAY_WITH_PK_FIELD, L"shortcut", L"", L"unid", DELETE_WITH_UPDATES);
-    raised([&] { init(ONE_WAY_WITH_PK_FIELD, L"child", SKIP_DELETES); });
-    go();
-    EXPECT_EQ(logEntries().back(), summary({}, title(SKIP_DELETES)));
+    rowOfEachKind();
+    runAt(OFFICES, SKIP_DELETES);
+    EXPECT_EQ(counters(), (Counters{.lCntDestUpdate = 1, .lCntDestAdd = 1, .lCntConflict = 3, .lCntError = 3}));
+    EXPECT_EQ(logHeads().back(), L"STAT : Replicated table: shortcut with PKField: code and delete method: 3");
+    runAt(OFFICES, ONLY_DELETES);
+    EXPECT_EQ(counters(), (Counters{.lCntDestDelete = 1, .lCntConflict = 4, .lCntError = 1}));
 }
 
-TEST_F(KeyFieldTest, MissingKeyFieldOnlyMarksTheRunAsFailed)
+TEST_F(KeyFieldTest, MissingKeyFieldOrDeleteMethodOnlyMarksTheRunAsFailed)
 {
-    useTable(L"shortcut");
-    oneOfEach();
-    runAt(OFFICES);
-    EXPECT_EQ(ado().statements(), marked(L"PKField not set for replicateOneWayWithPKField()"));
-    EXPECT_EQ(logBytes(), "");
-    EXPECT_EQ(counters(), Counters());
-}
-
-TEST_F(KeyFieldTest, MissingKeyFieldIsToldBeforeAMissingDeleteMethod)
-{
-    useTable(L"shortcut");
-    runAt(LAPTOP, UNKNOWN);
-    EXPECT_EQ(ado().statements(), marked(L"PKField not set for replicateOneWayWithPKField()"));
-}
-
-TEST_F(KeyFieldTest, UnknownDeleteMethodOnlyMarksTheRunAsFailed)
-{
-    oneOfEach();
+    rowOfEachKind();
     runAt(OFFICES, UNKNOWN);
-    EXPECT_EQ(ado().statements(), marked(L"enumReplicatDeletes not set for replicateOneWayWithPKField()"));
+    EXPECT_EQ(sent(), Lines{kNoDeleteMethod});
+    useTable(L"shortcut");
+    for (const long deletes : {UNKNOWN, DELETE_WITH_UPDATES}) {
+        runAt(OFFICES, deletes);
+        EXPECT_EQ(sent(), Lines{kNoKeyField});
+    }
     EXPECT_EQ(logBytes(), "");
     EXPECT_EQ(counters(), Counters());
 }
 
 TEST_F(KeyFieldTest, FailedChecksLeaveTheCountersAsTheyAre)
 {
-    oneOfEach();
-    runAt(OFFICES);
-    init(ONE_WAY_WITH_PK_FIELD, L"", UNKNOWN);
-    go();
-    EXPECT_EQ(counters(), (Counters{.lCntDestUpdate = 1, .lCntDestAdd = 1, .lCntDestDelete = 1}));
+    rowOfEachKind();
+    runAt(LAPTOP);
+    runAt(LAPTOP, UNKNOWN);
+    EXPECT_EQ(counters(), (Counters{.lCntDestUpdate = 1, .lCntDestAdd = 1, .lCntConflict = 2, .lCntError = 1}));
 }
 
-TEST_F(KeyFieldTest, DeleteWithUpdatesRunsAllSteps)
+TEST_F(KeyFieldTest, RefusedInitHasReplacedKeyFieldAndDeleteMethod)
 {
-    oneOfEach();
-    runAt(OFFICES, DELETE_WITH_UPDATES);
-    EXPECT_EQ(ado().statements(),
-              wholeRun(joined({onSource({select(L"K1")}), onDestination({update(L"K1", L"S", 10)})}),
-                       joined({onSource({select(L"K2")}), onDestination({insert(L"K2", L"S", 10)})}),
-                       onDestination({remove(L"K3")})));
-    const Counters all{.lCntDestUpdate = 1, .lCntDestAdd = 1, .lCntDestDelete = 1};
-    EXPECT_EQ(counters(), all);
-    EXPECT_EQ(logEntries(),
-              (Lines{L"DEBUG: ConnLocal: " + changedSql(), L"DEBUG: ConnSource: " + select(L"K1"),
-                     L"DEBUG: ConnDestination: " + update(L"K1", L"S", 10), L"DEBUG: ConnLocal: " + sourceOnlySql(),
-                     L"DEBUG: ConnSource: " + select(L"K2"), L"DEBUG: ConnDestination: " + insert(L"K2", L"S", 10),
-                     L"DEBUG: ConnLocal: " + destinationOnlySql(), L"DEBUG: ConnDestination: " + remove(L"K3"),
-                     summary(all, title(2))}));
-}
-
-TEST_F(KeyFieldTest, SkipDeletesDoesNotLookForRowsInTheDestinationOnly)
-{
-    oneOfEach();
-    runAt(OFFICES, SKIP_DELETES);
-    EXPECT_EQ(ado().statements(),
-              joined({onLocal({changedSql()}), onSource({select(L"K1")}), onDestination({update(L"K1", L"S", 10)}),
-                      onLocal({sourceOnlySql()}), onSource({select(L"K2")}), onDestination({insert(L"K2", L"S", 10)}),
-                      counted(counters())}));
-    EXPECT_EQ(counters(), (Counters{.lCntDestUpdate = 1, .lCntDestAdd = 1}));
-    EXPECT_EQ(logEntries().back(), summary(counters(), title(3)));
-}
-
-TEST_F(KeyFieldTest, OnlyDeletesLooksForRowsInTheDestinationOnly)
-{
-    oneOfEach();
-    runAt(OFFICES, ONLY_DELETES);
-    EXPECT_EQ(ado().statements(), joined({onLocal({destinationOnlySql()}), onDestination({remove(L"K3")}),
-                                          counted({.lCntDestDelete = 1})}));
-    EXPECT_EQ(counters(), (Counters{.lCntDestDelete = 1}));
-    EXPECT_EQ(logEntries().back(), summary(counters(), title(4)));
-}
-
-TEST_F(KeyFieldTest, AnyOtherDeleteMethodSkipsDeletes)
-{
-    for (const long deletes : {0L, 5L, -1L, 70000L}) {
-        connectAt(OFFICES);
-        init(ONE_WAY_WITH_PK_FIELD, L"", deletes);
-        go();
-        EXPECT_EQ(ado().statements(), joined({onLocal({changedSql(), sourceOnlySql()}), counted({})}));
-        EXPECT_EQ(logEntries().back(), summary({}, title(static_cast<int>(deletes))));
-        releaseConnections();
-    }
-}
-
-TEST_F(KeyFieldTest, RowChangedOnBothSidesIsReportedByUnidAndDumpedByKey)
-{
-    changed(10, 20);
-    runAt(OFFICES);
-    EXPECT_EQ(ado().statements(),
-              wholeRun(joined({recorded(L"K1", CHANGED_ON_BOTH, clockText(10), clockText(20),
-                                        {L"\"item_name\", \"S\", \"D\""}),
-                               onDestination({select(L"K1")}), onSource({select(L"K1")}), marked(kChanged)}),
-                       {}, {}));
-    EXPECT_EQ(counters(), (Counters{.lCntConflict = 1, .lCntError = 1}));
-}
-
-TEST_F(KeyFieldTest, DestinationNewerIsAnErrorAtOfficesAndNothingAtLaptop)
-{
-    changed(-10, 20);
-    runAt(OFFICES);
-    EXPECT_EQ(counters(), (Counters{.lCntConflict = 1, .lCntError = 1}));
-    EXPECT_EQ(ado().statements()[6], marked(kChanged)[0]);
-    releaseConnections();
     connectAt(LAPTOP);
+    table().init(ONE_WAY_WITH_PK_FIELD, L"shortcut", L"", L"unid", DELETE_WITH_UPDATES);
+    raised([&] { init(ONE_WAY_WITH_PK_FIELD, L"child", SKIP_DELETES); });
     go();
-    EXPECT_EQ(counters(), (Counters{.lCntConflict = 1}));
-    EXPECT_EQ(ado().statements(), wholeRun({}, {}, {}));
-}
-
-TEST_F(KeyFieldTest, DatesTwoSecondsApartAreEqual)
-{
-    changed(2, 0);
-    runAt(OFFICES);
-    EXPECT_EQ(counters(), Counters());
-}
-
-TEST_F(KeyFieldTest, OldSourceRowWasDeletedInTheDestination)
-{
-    inSource(-1);
-    runAt(OFFICES);
-    EXPECT_EQ(ado().statements(), wholeRun({},
-                                           joined({recorded(L"K1", NEW_ON_source, clockText(-1), L"",
-                                                            {L"\"unid\", \"K1\", Null", L"\"item_name\", \"S\", Null"}),
-                                                   onSource({selectDumped(L"K1")}), marked(kDeletedInDestination)}),
-                                           {}));
-    EXPECT_EQ(counters(), (Counters{.lCntConflict = 1, .lCntError = 1}));
-}
-
-TEST_F(KeyFieldTest, NewDestinationRowIsAnErrorAtOfficesAndNothingAtLaptop)
-{
-    inDestination(0);
-    runAt(OFFICES, ONLY_DELETES);
-    EXPECT_EQ(ado().statements(),
-              joined({onLocal({destinationOnlySql()}),
-                      recorded(L"K1", NEW_ON_DEST, L"", clockText(0),
-                               {L"\"unid\", Null, \"K1\"", L"\"item_name\", Null, \"D\""}),
-                      onDestination({selectDumped(L"K1")}), marked(kNewInDestination), counted(counters())}));
-    EXPECT_EQ(counters(), (Counters{.lCntConflict = 1, .lCntError = 1}));
-    releaseConnections();
-    runAt(LAPTOP, ONLY_DELETES);
-    EXPECT_EQ(counters(), (Counters{.lCntConflict = 1}));
-}
-
-TEST_F(KeyFieldTest, OldDestinationRowIsAConflictAtLaptop)
-{
-    inDestination(-1);
-    runAt(LAPTOP, ONLY_DELETES);
-    EXPECT_EQ(ado().statements(),
-              joined({onLocal({destinationOnlySql()}),
-                      recorded(L"K1", DELETED_ON_SOURCE, L"", clockText(-1),
-                               {L"\"unid\", Null, \"K1\"", L"\"item_name\", Null, \"D\""}),
-                      onDestination({selectDumped(L"K1")}), marked(kDeletedFromSource), counted(counters())}));
-    EXPECT_EQ(counters(), (Counters{.lCntConflict = 1, .lCntError = 1}));
+    EXPECT_EQ(logHeads().back(), L"STAT : Replicated table: shortcut with PKField: code and delete method: 3");
 }
 
 TEST_F(KeyFieldTest, DeletingACompanyClearsItInTheComments)
 {
-    for (const wchar_t* company : {L"dentist_company", L"DENTIST_COMPANY", L"Dentist_Company"}) {
+    row(L"K1", kNone, -10);
+    for (const wchar_t* company : {L"dentist_company", L"Dentist_Company"}) {
         useTable(company, L"dc_id");
-        if (company[0] == L'd')
-            onlyDestinationHas(L"7", -10);
         runAt(OFFICES, ONLY_DELETES);
-        const std::wstring clear = L"update chart_comment_info set dc_id = null where dc_id = '7'";
-        EXPECT_EQ(ado().statements(), joined({onLocal({destinationOnlySql()}), onDestination({clear, remove(L"7")}),
-                                              counted({.lCntDestDelete = 1})}));
-        const Lines entries = logEntries();
-        EXPECT_EQ(entries[entries.size() - 3], L"DEBUG: ConnDestination: " + clear);
-        EXPECT_EQ(entries[entries.size() - 2], L"DEBUG: ConnDestination: " + remove(L"7"));
-        releaseConnections();
+        EXPECT_EQ(written(), (Lines{L"destination: update chart_comment_info set dc_id = null where dc_id = 'K1'",
+                                    std::wstring(L"destination: delete from ") + company + L" where dc_id = 'K1'"}));
     }
+    EXPECT_THAT(logEntries(), testing::Contains(L"DEBUG: ConnDestination: update chart_comment_info set dc_id = null "
+                                                L"where dc_id = 'K1'"));
+}
+
+TEST_F(KeyFieldTest, ComputerTypesHaveNoDependentRows)
+{
+    useTable(L"computer_type", L"code");
+    row(L"K1", kNone, -10);
+    ReplicationTest::runAt(OFFICES, ONE_WAY_WITH_PK_FIELD, L"chart_option_setting", ONLY_DELETES);
+    EXPECT_EQ(written(), Lines{L"destination: delete from computer_type where code = 'K1'"});
+}
+
+TEST_F(KeyFieldTest, FailureIsMarkedAndNamesRoutineAndTable)
+{
+    connectAt(OFFICES);
+    init(ONE_WAY_WITH_PK_FIELD, L"", ONLY_DELETES);
+    ado().failMember(L"Command.Execute", connectionLost());
+    EXPECT_EQ(raised([&] { table().replicateOneWayWithPKField(); }),
+              (Error{E_FAIL, L"clsReplicateTable.replicateOneWayWithPKField(shortcut)",
+                     L"clsReplicateTable.replicateOneWayWithPKField(shortcut): Connection lost"}));
+    EXPECT_EQ(sent(),
+              Lines{L"source: SetReplicationError(0, 1, \"clsReplicateTable.replicateOneWayWithPKField: Connection "
+                    L"lost\")"});
+}
+
+TEST_F(KeyFieldTest, FailureToMarkAFailedCheckIsTheRoutinesFailure)
+{
+    connectAt(OFFICES);
+    init(ONE_WAY_WITH_PK_FIELD);
+    ado().failStatement(L"SetReplicationError", connectionLost());
+    EXPECT_EQ(goError(), (Error{E_FAIL, L"clsReplicateTable.go",
+                                L"clsReplicateTable.replicateOneWayWithPKField(shortcut): Connection lost"}));
+}
+
+TEST_F(KeyFieldTest, KeyColumnThatIsNotThereEndsTheRunAtItsFirstRow)
+{
+    connectAt(OFFICES);
+    init(ONE_WAY_WITH_PK_FIELD, L"", ONLY_DELETES);
+    ado().answer(L"select code, mod_date from laptop.shortcut where code not in (select code from office.shortcut)",
+                 {adoRow({{L"unid", L"K7"}, {L"mod_date", L"11/14/2026"}}), 0, {}});
+    EXPECT_EQ(goError().number, static_cast<long>(0x80040000) + 3265);
+    EXPECT_EQ(counters(), Counters());
 }
 
 } // namespace
