@@ -31,7 +31,7 @@ struct TableConfiguration
     std::string keyColumn() const { return method == ONE_WAY_WITH_PK_FIELD ? key : "unid"; }
 };
 
-/// What a run does about an error that the last one recorded for conflicts alone.
+/// How a run treats an error that the last run recorded for conflicts alone.
 enum class OnConflicts
 {
     /// It waits for a person.

@@ -49,7 +49,7 @@ bool isGuidText(const std::wstring& text)
     return SUCCEEDED(IIDFromString((text.starts_with(L'{') ? text : L"{" + text + L"}").c_str(), &guid));
 }
 
-/// What saving would fail at.
+/// The reason for which saving would fail.
 std::string saveFailure(FoundConflict& found)
 {
     clsConflict& conflict = found.conflict;

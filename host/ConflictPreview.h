@@ -4,7 +4,7 @@
 
 #include <string>
 
-/// What a run would make of a row that it reports.
+/// The result of reporting a row in a run.
 struct ConflictPreview
 {
     /// Whether a conflict would be recorded; rows whose copies agree but for their date are none.

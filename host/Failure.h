@@ -17,5 +17,5 @@ struct Failure
 /// An error of the component or of ADO as the "error" of a result.
 nlohmann::ordered_json errorJson(const com::Error& error);
 
-/// What is in flight, seen from a handler.
+/// The exception that is being handled.
 Failure currentFailure();

@@ -13,9 +13,9 @@ enum ExitCode : int
     kFailed = 1,
     /// Done, but conflicts or errors were recorded.
     kRecorded = 2,
-    /// The command line or the configuration is wrong.
+    /// The command line or the configuration is wrong, or a file cannot be written.
     kUsage = 3,
-    /// The site is not ready, or its last run is in error.
+    /// The site is not ready or in error, another run goes on, or check found something wrong.
     kNotReady = 4,
     /// The look ahead stopped the run before anything was written.
     kGuarded = 7,
@@ -43,7 +43,7 @@ private:
 /// The failure code that stands for an error, as 0x and eight digits.
 std::string hexNumber(const com::Error& error);
 
-/// What to do about a control record that is not there, and about one that begins no interval.
+/// Advice for a control record that is not there, and for one that begins no interval.
 inline constexpr char kInsertControlRecord[] = "Insert the site's row into replication_control of the local database.";
 inline constexpr char kSetLastTimestamp[] =
     "Set last_timestamp of the site's control record to a date before all changes that are to be replicated.";
@@ -51,5 +51,5 @@ inline constexpr char kSetLastTimestamp[] =
 /// The failure of what needs the site's control record and finds none.
 HostError missingControlRecord();
 
-/// What to do about an error; empty when nothing is known.
+/// Advice for an error; empty when nothing is known.
 std::string advice(const com::Error& error);

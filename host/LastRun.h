@@ -5,8 +5,8 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-/// What the last run of a site left behind, kept in a file beside the component's log: the control record tells no
-/// cause and no time of an error.
+/// The record of a site's last run, in a file beside the component's log: the control record tells no cause and no
+/// time of an error.
 class LastRun
 {
 public:

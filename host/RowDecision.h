@@ -6,7 +6,7 @@
 #include <oaidl.h>
 #include <optional>
 
-/// What a run does with one row.
+/// The action of a run on one row.
 enum class RowAction
 {
     Leave,
@@ -37,7 +37,7 @@ struct RowDecision
     bool announced = false;
 };
 
-/// What the method makes of a row that its comparison queries list, by the component's own decision tables. Full copies
+/// The method's action on a row that its comparison queries list, by the component's own decision tables. Full copies
 /// compare no rows: for them nothing is decided.
 RowDecision decideRow(const quinmark::MethodPlan& plan, quinmark::Site site, const RowCopy& source,
                       const RowCopy& destination, DATE dLastReplicate);

@@ -39,7 +39,7 @@ long long countRows(clsConn& conn, const std::wstring& table)
     return rows;
 }
 
-/// What two-way replication does with a row that it announces.
+/// Describes what two-way replication does with a row that it announces.
 std::string notice(RowAction action)
 {
     const auto then = [action] {
@@ -93,8 +93,7 @@ public:
             compare();
         }
         catch (const com::Error& error) {
-            // What the server says of this table, the run would hear too; a server that is gone is no matter of a
-            // table.
+            // An error of the table would end the run too; a lost server is not the table's.
             if (!databases_.answer())
                 throw;
             stops_.add(StopReason::WillFail, "The table cannot be compared: " + errorText(errorJson(error)));

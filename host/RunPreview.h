@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-/// What a run would do with one table.
+/// The effect of a run on one table.
 struct TablePreview
 {
     std::string name;
@@ -28,8 +28,7 @@ struct TablePreview
     std::vector<RunStop> stops;
 };
 
-/// What a run of the configuration would do, found by the component's own comparison queries and decisions; nothing is
-/// changed.
+/// Looks ahead at a run of the configuration, by the component's own comparison queries and decisions; changes nothing.
 class RunPreview
 {
 public:
@@ -56,5 +55,5 @@ private:
 /// The start of the interval that the next run of this site has. Raises HostError(kNotReady) when there is none.
 DATE lastReplicateDate(const Configuration& configuration, Databases& databases);
 
-/// Whom the rules of the decision tables take the site for.
+/// The site, as the decision tables name it.
 quinmark::Site siteOf(const Configuration& configuration);

@@ -26,7 +26,7 @@ struct RunStop
 {
     StopReason reason;
     std::string table;
-    /// What would happen, and what to do.
+    /// The consequence, and advice.
     std::string text;
     /// Each with its key; the first also with their descriptions, where they have one.
     nlohmann::ordered_json rows = nlohmann::ordered_json::array();

@@ -115,7 +115,7 @@ try {
     return true;
 }
 catch (const HostError& error) {
-    // What the checks say of the rows that they have read; all else is the connections'.
+    // The checks say these texts about rows that they have read. Any other text is of the connections.
     const std::string_view reason = error.what();
     const auto isTold = [reason](const char* text) { return reason.find(text) != std::string_view::npos; };
     return std::ranges::any_of(std::array{"Database Versions (", "Subscript out of range", "Invalid use of Null"},

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-/// What a command found or did: the one object that --json prints, and how the program ends.
+/// The result of a command: the one object that --json prints, and how the program ends.
 struct Outcome
 {
     nlohmann::ordered_json result;

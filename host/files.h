@@ -13,6 +13,6 @@ void requireWritable(const std::string& what, const std::string& path, const std
 /// Now, in UTC, as 2026-11-21T09:48:34Z.
 std::string utcNow();
 
-/// What to do about a log, or a file beside it, that cannot be written.
+/// Advice for a log, or a file beside it, that cannot be written.
 inline constexpr char kNameAnotherLog[] =
     "Name a file in a folder that exists and may be written to: file under [log], or --log-file.";

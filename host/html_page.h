@@ -6,8 +6,8 @@
 /// Text as HTML, for elements and quoted attributes alike.
 std::string escapeHtml(std::string_view text);
 
-/// What an HTML page may load: its own style sheet, known by the nonce, and nothing else. Forms go to the page's own
-/// origin only.
+/// The content policy of a page: it loads its own style sheet, known by the nonce, and nothing else. Forms go to the
+/// page's own origin only.
 std::string contentPolicy(const std::string& nonce);
 
 /// A whole page with the one style sheet of all pages. `title` is text, `body` is HTML.

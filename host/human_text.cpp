@@ -270,7 +270,7 @@ std::string conflict(const ordered_json& result)
            resultText(conflict["next_run"]) + "\n";
 }
 
-/// What a decision does, in numbers.
+/// The effects of a decision in numbers.
 std::string counts(const ordered_json& counts)
 {
     std::string text;

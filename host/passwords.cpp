@@ -13,7 +13,7 @@
 
 namespace {
 
-/// What some editors put in front of UTF-8.
+/// The mark that some editors put before UTF-8.
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 [[noreturn]] void fail(const std::string& source, const std::string& reason)

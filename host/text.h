@@ -7,7 +7,7 @@
 std::string toUtf8(std::wstring_view text);
 std::wstring toWide(std::string_view text);
 
-/// Without white space at its end, which drivers leave behind their messages.
+/// Without the white space at its end that drivers leave.
 std::string trimmed(std::string text);
 
 bool isUtf8(std::string_view text);

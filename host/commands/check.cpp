@@ -108,7 +108,7 @@ void checkSides(const Configuration& configuration, Databases& databases, const 
     checkPrefix(databases.local(), "destination", configuration.destination.prefix, table);
 }
 
-/// What of a table's method and columns ends a run, or makes it wait for a person, once there are rows for it.
+/// Warns of methods and columns that end a run, or make it wait for a person, once there are rows for it.
 void warnOfTable(Findings& findings, Databases& databases, const TableConfiguration& table)
 {
     const std::string what = "table " + table.name;

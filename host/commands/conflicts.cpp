@@ -17,7 +17,7 @@ bool isChangedSince(Databases& databases, const ConflictedRow& row)
     return !isStillAsRecorded(row, recordedColumns(databases.local(), row));
 }
 
-/// What is done with a row: one that is no longer as it was found is not overwritten or deleted unseen.
+/// The choice for a row: one that is no longer as it was found is not overwritten or deleted unseen.
 Choice choiceFor(const Configuration& configuration, Databases& databases, const ResolveOptions& options,
                  const ConflictedRow& row)
 {
@@ -30,7 +30,7 @@ Choice choiceFor(const Configuration& configuration, Databases& databases, const
     return choice;
 }
 
-/// What a decision would do with each row, without doing it.
+/// Says what a decision would do with each row.
 template <class Explain>
 ordered_json planned(const std::vector<ConflictedRow>& rows, Explain explain)
 {

@@ -29,7 +29,7 @@ bool wait(Seconds time)
     return !cancellation();
 }
 
-/// Runs again and again, and knows what the last attempt left behind.
+/// Runs again and again, and knows what the last attempt left.
 class Watch
 {
 public:

@@ -41,7 +41,7 @@ enum class RowState
     Unknown,
 };
 
-/// What the next run does with a row that no conflict protects.
+/// The next run's action on a row that no conflict protects.
 enum class NextRun
 {
     LeavesIt,
@@ -89,14 +89,14 @@ struct ConflictFilter
     /// All records of the rows that these are about; any when empty.
     std::vector<std::string> ids = {};
     std::string table = {};
-    /// A word of kConflictKinds; empty for any.
+    /// One of kindWords(); empty for any.
     std::string kind = {};
     /// In the table's name, the kind or the description, in any case of letters.
     std::string contains = {};
     /// Only rows that were last found before this day, as 2026-11-21.
     std::string before = {};
 
-    /// What of the filter can be said of one conflict in words; `day` as in `before`.
+    /// Whether a conflict fits the filter by table, kind, description and day; `day` as in `before`.
     bool fits(const std::string& tableName, long conflictKind, const std::string& keyInfo,
               const std::string& day) const;
     /// Raises HostError(kUsage) when `before` is no day.

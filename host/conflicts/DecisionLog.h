@@ -6,9 +6,9 @@
 #include <string>
 #include <windows.h>
 
-/// What was decided about conflicts, in a file beside the component's log: a JSON object for each decision, in a line
-/// of its own. A line is written before the decision is carried out and completed with its outcome afterwards, so that
-/// what a broken-off decision was about can be read too. Nobody else decides while one of these lives.
+/// A file beside the component's log with one JSON object in a line for each decision about conflicts. A line is
+/// written before the decision is carried out and completed with its outcome afterwards, so that a decision that was
+/// broken off can be read too. Nobody else decides while one of these lives.
 class DecisionLog
 {
 public:

@@ -60,7 +60,7 @@ Choice deleteAtDestination(enumResolution use, const ConflictedRow& row)
     return {use, true, Effect::Deletes, "Deletes the row at the destination too."};
 }
 
-/// What the next run does, and what a person does to have it otherwise.
+/// Tells the next run's action and how to prevent it.
 std::string atTheOffices(enumResolution use, const ConflictedRow& row)
 {
     const std::string next = nextRunText(row.next);

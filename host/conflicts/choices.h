@@ -6,7 +6,7 @@
 
 #include <string>
 
-/// What becomes of a row and its conflicts.
+/// The effect on a row and its conflicts.
 enum class Effect
 {
     /// The destination's row is overwritten, or deleted; its conflicts are closed.
@@ -25,15 +25,15 @@ struct Choice
     /// Whether it would be done, and then something would happen.
     bool possible;
     Effect effect;
-    /// What it does, or why it is not possible and what to do instead.
+    /// The effect, or the obstacle and the other way.
     std::string explanation;
 };
 
-/// What the component would do with a row's conflicts at the site, by its own decision, by the kind of the row's key
-/// and by what both sides hold today.
+/// Describes a resolution of a row's conflicts at the site, by the component's own decision, the kind of the row's key
+/// and both sides' rows of today.
 Choice describeChoice(enumReplicationUniqueId site, enumResolution use, const ConflictedRow& row);
 
-/// What a dismissal leads to.
+/// Describes a dismissal.
 std::string describeDismissal(const ConflictedRow& row);
 
 /// The word for a resolution on the command line and in forms.

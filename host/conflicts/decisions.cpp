@@ -140,7 +140,7 @@ private:
     Decided tryOut(const ConflictedRow& row)
     try {
         const ComPtr<_clsConflict> latest = createConflict(component_, row.latest().id);
-        // What decides about the row's data is in the record. Accepting the destination's row needs only the id.
+        // The record decides about the row's data. Accepting the destination's row needs only the id.
         if (use_ != USE_DESTINATION)
             loadConflict(databases_.local(), row.latest().id, *latest.Get());
         std::string refused = resolveConflict(*latest.Get(), use_);

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-/// What a person wants done with rows.
+/// A person's decision about rows.
 struct Decision
 {
     /// Takes their conflicts off the list; `use` says nothing then.
@@ -34,7 +34,7 @@ enum class Loss
 
 Loss lossBy(const Decision& decision, enumReplicationUniqueId site, const ConflictedRow& row);
 
-/// What was done, in words that follow the row's name.
+/// The outcome, in words that follow the row's name.
 std::string whatHappened(const Decision& decision, Effect effect, const ConflictedRow& row);
 
 /// Another text as soon as anything that a decision about the row rests on is another.

@@ -50,7 +50,7 @@ HttpResponse page(int status, const std::string& title, const std::string& body)
             htmlPage(title, nonce, body)};
 }
 
-/// What to show of the failure in flight.
+/// The text of the failure that is being handled.
 std::string failureText()
 {
     try {
@@ -200,7 +200,7 @@ std::vector<ConflictedRow> ReviewSite::chosenRows(Databases& databases, const Fo
     return rows;
 }
 
-/// What was on the screen as it is now needs no further look, nor what changes nothing.
+/// A row that is still as shown needs no confirmation, nor does a decision that changes nothing.
 bool ReviewSite::mayBeDoneAtOnce(Databases& databases, const std::vector<ConflictedRow>& rows, const Decision& decision,
                                  const std::string& seen) const
 {
@@ -235,7 +235,7 @@ void ReviewSite::carryOut(Databases& databases, const std::vector<ConflictedRow>
     }
 }
 
-/// What the next page tells, and a trouble of its own.
+/// The messages of the next page, and one more trouble.
 std::string ReviewSite::messages(const std::string& trouble) const
 {
     std::vector<std::string> troubles = troubles_;

@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-/// What the review's server answers: the conflicts of a configuration's local database, to whoever knows the token.
+/// Answers the review's requests: shows the conflicts of a configuration's local database to whoever knows the token.
 class ReviewSite
 {
 public:
@@ -19,7 +19,7 @@ public:
     std::string address() const { return origin_ + root_; }
     /// Whether the person ended the review.
     bool ended() const { return ended_; }
-    /// What was decided or refused, each as `conflicts resolve` tells it.
+    /// All decisions and refusals, as `conflicts resolve` tells them.
     const nlohmann::ordered_json& resolved() const { return resolved_; }
 
     /// Raises HttpError for a request that has no business here.
@@ -52,9 +52,9 @@ private:
     std::string root_;
     bool ended_ = false;
     nlohmann::ordered_json resolved_ = nlohmann::ordered_json::array();
-    /// What waits to be confirmed: the last that was asked.
+    /// The last plan that waits for confirmation.
     std::optional<Plan> plan_;
-    /// What the next page tells, once.
+    /// Messages for the next page, told once.
     std::vector<std::string> notices_;
     std::vector<std::string> troubles_;
 };

@@ -5,7 +5,7 @@
 
 #include <string>
 
-/// What the person looks at: kept in the page's address.
+/// The filter and the row that are shown, kept in the page's address.
 struct ReviewView
 {
     /// By table, kind, text and day.

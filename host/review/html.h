@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-/// What a row is called for people.
+/// A row's name for people.
 std::string rowName(const ConflictedRow& row);
 
 std::string hiddenField(const std::string& name, const std::string& value);
