@@ -140,12 +140,28 @@ TEST_F(Registration, WritesEveryClassAndNothingElse)
                           }));
 }
 
-TEST_F(Registration, RemovalFinishesWhatIsHalfGone)
+TEST_F(Registration, RemovalLeavesWhatOthersWrote)
+{
+    for (const wchar_t* key :
+         {L"CLSID\\{00000000-0000-0000-0000-000000000001}", L"Other.Class", L"TypeLib", L"Interface"})
+        ASSERT_EQ(RegSetKeyValueW(root, key, L"mine", REG_SZ, L"x", 2 * sizeof(wchar_t)), 0);
+    const auto before = contents();
+    ASSERT_EQ(registerServer(kWithLibrary), S_OK);
+    ASSERT_NE(contents(), before);
+    EXPECT_EQ(unregisterServer(kWithLibrary), S_OK);
+    EXPECT_EQ(contents(), before);
+}
+
+TEST_F(Registration, SecondTimeChangesNothingAndRemovalFinishesWhatIsHalfGone)
 {
     ASSERT_EQ(registerServer(kPlain), S_OK);
+    const auto once = contents();
+    EXPECT_EQ(registerServer(kPlain), S_OK);
+    EXPECT_EQ(contents(), once);
     ASSERT_EQ(RegDeleteTreeW(root, L"Test.First"), 0);
     EXPECT_EQ(unregisterServer(kPlain), S_OK);
     EXPECT_EQ(contents(), std::vector<std::wstring>{L"CLSID"});
+    EXPECT_EQ(unregisterServer(kPlain), S_OK);
 }
 
 TEST_F(Registration, FailureUndoesItself)
