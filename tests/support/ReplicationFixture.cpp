@@ -175,6 +175,7 @@ void ReplicationTest::expectEveryFailureEndsTheRun(const std::wstring& descripti
 {
     go();
     const Lines good = sent();
+    ASSERT_GE(good.size(), 10U);
     for (size_t failing = 0; failing < good.size(); ++failing) {
         ado().forget();
         ado().failMember(L"Command.Execute", connectionLost(), failing + 1);

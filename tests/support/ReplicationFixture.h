@@ -62,7 +62,7 @@ protected:
     Lines sent();
     /// The same, "source, logged: text" where the log tells of it.
     Lines transcript();
-    /// The same without queries and the table's counts.
+    /// Every statement sent but queries and the table's counts.
     Lines written();
     /// The first lines of all log entries but those of statements.
     Lines logHeads();
