@@ -138,8 +138,10 @@ TEST_F(ConflictsCommand, NumericKeysAreNeverTakenFromTheSource)
     addRecord(recordId(1), 1, L"users", L"1, null", CHANGED_ON_BOTH);
     addRecord(recordId(2), 1, L"users", L"2, null", DELETED_ON_SOURCE);
     EXPECT_THAT(refusal(L"--all --use source"), HasSubstr("a table with numeric keys"));
-    EXPECT_THAT(users(destination()), ElementsAre(L"1|D", L"2|deleted at the office"));
     EXPECT_EQ(recordCount(), 2);
+    EXPECT_EQ(quinrep(L"conflicts resolve --all --use destination").exitCode, kDone);
+    EXPECT_EQ(recordCount(), 0);
+    EXPECT_THAT(users(destination()), ElementsAre(L"1|D", L"2|deleted at the office"));
 }
 
 TEST_F(ConflictsCommand, RowIsDeletedUnlessTheSourceHasItAgain)
