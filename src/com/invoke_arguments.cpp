@@ -149,10 +149,6 @@ HRESULT InvokeArguments::useDefault(Parameter& parameter)
     const PARAMDESC& description = *parameter.description;
     if (!(description.wParamFlags & PARAMFLAG_FOPT))
         return DISP_E_PARAMNOTOPTIONAL;
-    if (parameter.type == VT_VARIANT) {
-        parameter.value = missing();
-        return S_OK;
-    }
     // A type library cannot hold a text behind a pointer as default; the empty text is the only one declared.
     if (parameter.type == VT_BSTR || !(description.wParamFlags & PARAMFLAG_FHASDEFAULT)) {
         parameter.value = changeType(_variant_t(), parameter.type);
