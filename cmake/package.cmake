@@ -12,6 +12,7 @@ install(FILES
     README.md CHANGELOG.md
     DESTINATION . COMPONENT product)
 install(DIRECTORY docs DESTINATION . COMPONENT product)
+install(FILES host/quinrep.schema.json DESTINATION host COMPONENT product)
 install(DIRECTORY database/sqlserver DESTINATION database COMPONENT product)
 install(FILES database/README.md DESTINATION database COMPONENT product)
 install(DIRECTORY examples DESTINATION . COMPONENT product PATTERN demo EXCLUDE)

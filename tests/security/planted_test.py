@@ -52,7 +52,7 @@ class Planted(unittest.TestCase):
             shutil.copy2(BINARIES / "canary.dll", folder / name)
         # Wine would take its own library wherever it finds one of that name; Windows takes what it finds.
         modules = ",".join(name.removesuffix(".dll") for name in names - UNMOVABLE)
-        self.environment["WINEDLLOVERRIDES"] = f"mscoree,mshtml=;{modules}=n,b"
+        self.environment["WINEDLLOVERRIDES"] = f"mscoree,mshtml,winedbg.exe=;{modules}=n,b"
 
     def told_paths(self):
         return self.told.read_bytes().decode("utf-16-le").split() if self.told.exists() else []

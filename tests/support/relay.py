@@ -1,9 +1,7 @@
 """A TCP relay in front of a server, for tests of what a bad network does."""
 
 import asyncio
-import contextlib
 import ctypes
-import selectors
 import socket
 import struct
 import threading
@@ -13,13 +11,10 @@ SO_ATTACH_FILTER = 26
 
 
 class Relay:
-    """Forwards a port of its own to a server, in a thread of its own. Its methods return when it is done. `delay` is
-    how long everything is under way, in seconds, each way.
-    """
+    """Forwards a port of its own to a server, in a thread of its own. Its methods return when it is done."""
 
-    def __init__(self, host, port, delay=0):
+    def __init__(self, host, port):
         self._server = (host, port)
-        self._delay = delay
         self._writers = set()
         self._connections = set()
         self._listener = None
@@ -27,8 +22,7 @@ class Relay:
         self.frozen = threading.Event()
         self.passed = 0
         self.port = 0
-        # select waits to the microsecond; what the loop has by default rounds up to a millisecond.
-        self._loop = asyncio.SelectorEventLoop(selectors.SelectSelector()) if delay else asyncio.new_event_loop()
+        self._loop = asyncio.new_event_loop()
         self._thread = threading.Thread(target=self._loop.run_forever, daemon=True)
         self._thread.start()
         self._call(self._open())
@@ -125,16 +119,15 @@ class Relay:
         self._writers.discard(server_writer)
 
     async def _pump(self, reader, writer):
-        async with _Late(writer, self._delay) if self._delay else contextlib.nullcontext(writer) as sent:
-            try:
-                while data := await reader.read(65536):
-                    await self._flowing.wait()
-                    data = await self._pass_until_freeze(data, sent)
-                    sent.write(data)
-                    await sent.drain()
-                    self.passed += len(data)
-            except OSError:
-                pass  # the other pump sees its end of it
+        try:
+            while data := await reader.read(65536):
+                await self._flowing.wait()
+                data = await self._pass_until_freeze(data, writer)
+                writer.write(data)
+                await writer.drain()
+                self.passed += len(data)
+        except OSError:
+            pass  # the other pump sees its end of it
         writer.close()
 
     async def _pass_until_freeze(self, data, writer):
@@ -149,36 +142,3 @@ class Relay:
         self.frozen.set()
         await self._flowing.wait()
         return data[first:]
-
-
-class _Late:
-    """A writer that passes on what it is given a time later, in order, however much is under way."""
-
-    def __init__(self, writer, delay):
-        self._writer = writer
-        self._delay = delay
-        self._under_way = asyncio.Queue()
-
-    async def __aenter__(self):
-        self._sender = asyncio.create_task(self._send())
-        return self
-
-    async def __aexit__(self, *_):
-        self.write(b"")
-        await self._sender
-
-    def write(self, data):
-        self._under_way.put_nowait((asyncio.get_running_loop().time() + self._delay, data))
-
-    async def drain(self):
-        pass
-
-    async def _send(self):
-        with contextlib.suppress(OSError):
-            while True:
-                due, data = await self._under_way.get()
-                await asyncio.sleep(due - asyncio.get_running_loop().time())
-                if not data:
-                    break
-                self._writer.write(data)
-                await self._writer.drain()
