@@ -107,11 +107,11 @@ TEST_F(Quinrep, SecondRunAtTheSameTimeIsRefused)
 TEST_F(Quinrep, WatchRunsWhenDueAndNotBefore)
 {
     addUser(source(), 1, L"new", kNew);
-    ChildProcess watch(commandLine(L"run --watch"));
+    ChildProcess watch(commandLine(L"run --watch --ready"));
     for (int tries = 0; tries < 400 && destination().count(L"users") == 0; ++tries)
         Sleep(50);
     addUser(source(), 2, L"later", kNew);
-    Sleep(2500);
+    Sleep(5000);
     EXPECT_THAT(users(destination()), ElementsAre(L"1|new"));
 }
 
