@@ -29,6 +29,7 @@ class Planted(unittest.TestCase):
     def setUp(self):
         practice = Practice({"users": "method = 'one_way'"})
         self.addCleanup(practice.close)
+        practice.reset()
         self.check = practice.command("check")[1:]
         self.folder = practice.folder
         self.told = self.folder / "told.txt"
