@@ -15,7 +15,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 DOCUMENTS = [*sorted((ROOT / "docs").glob("*.md")), ROOT / "README.md", ROOT / "database/README.md"]
 SOURCES = ["bench", "cmake", "database", "examples", "host", "packaging", "scripts", "src", "tests", "wine"]
 # Names of Windows and of SQL Server that nothing here has to mention.
-PLATFORM = {"CLSCTX_LOCAL_SERVER", "QUOTED_IDENTIFIER"}
+PLATFORM = {"CLSCTX_LOCAL_SERVER", "HKEY_LOCAL_MACHINE", "QUOTED_IDENTIFIER"}
 STRANGER = "no_such_name"
 QUINREP = os.environ["QUINREP"]
 

@@ -1,10 +1,10 @@
 // What needs no platform, built for the build machine under the sanitizers and fed by libFuzzer. The first byte says
 // which part gets the rest.
 
-#include "Page.h"
-#include "commands/Pauses.h"
+#include "commands/RetryBackoff.h"
 #include "commands/report.h"
 #include "db/sql_text.h"
+#include "html_page.h"
 #include "random.h"
 #include "replication/row_policy.h"
 #include "review/HttpRequest.h"
@@ -151,17 +151,18 @@ void tryPolicy(uint8_t bits)
     require(decideTwoWayRow(true, bit(0)) == TwoWayRow::Leave, "rows of one second stay");
 }
 
-void tryPauses(std::string_view text)
+void tryBackoff(std::string_view text)
 {
-    Pauses pauses;
-    Pauses::Seconds last{0};
+    RetryBackoff pauses;
+    RetryBackoff::Seconds last{0};
     for (const char c : text) {
         if (c % 8 == 0) {
             pauses.reset();
-            last = Pauses::Seconds(0);
+            last = RetryBackoff::Seconds(0);
         }
-        const Pauses::Seconds next = pauses.next();
-        require(next >= Pauses::kFirst && next >= last && next <= Pauses::kLongest, "pauses grow up to the longest");
+        const RetryBackoff::Seconds next = pauses.next();
+        require(next >= RetryBackoff::kFirst && next >= last && next <= RetryBackoff::kLongest,
+                "pauses grow up to the longest");
         last = next;
     }
 }
@@ -190,7 +191,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         tryLiteral(text);
         break;
     case 5:
-        tryPauses(text);
+        tryBackoff(text);
         break;
     default:
         for (const char c : text)

@@ -16,7 +16,7 @@ while [[ $# -gt 0 ]]; do
     shift 2
 done
 
-readonly sources=(tests/native/fuzz.cpp host/Page.cpp host/result_text.cpp host/commands/report.cpp
+readonly sources=(tests/native/fuzz.cpp host/html_page.cpp host/result_text.cpp host/commands/report.cpp
     host/review/HttpRequest.cpp host/review/difference.cpp src/db/sql_text.cpp)
 
 mkdir -p "$build/corpus"

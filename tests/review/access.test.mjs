@@ -4,7 +4,7 @@ import { connect } from 'node:net';
 import { once } from 'node:events';
 import { test } from 'node:test';
 import { Review } from './support/Review.mjs';
-import { laptop, page, practice, reviewAt } from './support/bench.mjs';
+import { laptop, page, practice, reviewAt } from './support/browser.mjs';
 
 const review = await reviewAt('laptop');
 

@@ -2,7 +2,7 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { ConflictType } from './support/Practice.mjs';
-import { assertFits, counts, laptop, notice, page, practice, press, reviewAt, trouble } from './support/bench.mjs';
+import { assertFits, counts, laptop, notice, page, practice, press, reviewAt, trouble } from './support/browser.mjs';
 
 const review = await reviewAt('laptop');
 const open = (query = '') => page.goto(review.address + query);

@@ -5,7 +5,7 @@ import { rmSync, symlinkSync } from 'node:fs';
 import { test } from 'node:test';
 import { ConflictType } from './support/Practice.mjs';
 import { decisionLogOf, lastDecision, report } from './support/Review.mjs';
-import { laptop, notice, office, page, practice, press, reviewAt, trouble } from './support/bench.mjs';
+import { laptop, notice, office, page, practice, press, reviewAt, trouble } from './support/browser.mjs';
 
 const review = await reviewAt('laptop');
 const open = (query = '') => page.goto(review.address + query);

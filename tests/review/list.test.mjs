@@ -2,7 +2,7 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { ConflictType } from './support/Practice.mjs';
-import { assertFits, laptop, office, page, practice, press, requests, reviewAt } from './support/bench.mjs';
+import { assertFits, laptop, office, page, practice, press, requests, reviewAt } from './support/browser.mjs';
 
 const review = await reviewAt('laptop');
 const open = (query = '') => page.goto(review.address + query);

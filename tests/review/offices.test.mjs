@@ -4,7 +4,7 @@ import { test } from 'node:test';
 import { ConflictType } from './support/Practice.mjs';
 import { lastDecision } from './support/Review.mjs';
 import { assertFits, button, laptop, notice, office, page, practice, press, reviewAt, trouble }
-    from './support/bench.mjs';
+    from './support/browser.mjs';
 
 const review = await reviewAt('offices');
 const why = (choice) => page.textContent(`#why-${choice}`);

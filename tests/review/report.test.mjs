@@ -3,7 +3,7 @@ import assert from 'node:assert/strict';
 import { randomUUID } from 'node:crypto';
 import { test } from 'node:test';
 import { report } from './support/Review.mjs';
-import { laptop, office, page, requests } from './support/bench.mjs';
+import { laptop, office, page, requests } from './support/browser.mjs';
 
 const kShortcuts = '[[table]]\nname = "shortcut"\nmethod = "one_way"\n';
 const cells = () => page.locator('tbody tr').first().locator('td').allTextContents();

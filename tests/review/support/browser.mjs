@@ -48,9 +48,12 @@ export async function assertFits() {
     }
 }
 
-/// What the confirmation page counts.
-export const counts = async () => Object.fromEntries(await page.locator('.counts div').evaluateAll((facts) =>
-    facts.map((fact) => [fact.firstChild.textContent, Number(fact.lastChild.textContent)])));
+/// The numbers of the confirmation page, once it is there.
+export async function counts() {
+    await page.locator('.counts div').first().waitFor();
+    return Object.fromEntries(await page.locator('.counts div').evaluateAll((facts) =>
+        facts.map((fact) => [fact.firstChild.textContent, Number(fact.lastChild.textContent)])));
+}
 
 beforeEach(() => practice.clear());
 after(async () => {
