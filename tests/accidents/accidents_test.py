@@ -1,5 +1,5 @@
 """Runs with an accident in the middle: a connection cut or frozen, the server or the host killed, after a random number
-of bytes. Judged by what is left, and by what the next run makes of it.
+of bytes. Each is judged by the databases after it, and after the next run.
 
 The last lines say what was tried and how much was found; the exit status is 1 when anything was, 77 when the private
 PostgreSQL is not used. `--seed N --first K --accidents 1` repeats an accident.
@@ -23,7 +23,7 @@ SAMPLE = 8
 
 
 class Rehearsal:
-    """A scene and what undisturbed runs make of it."""
+    """A scene and its databases after undisturbed runs."""
 
     def __init__(self, practice, seed):
         self.scene = Scene(random.Random(seed))

@@ -1,5 +1,5 @@
-"""What the rules make of clocks: an hour apart, set back, the hour that comes twice in autumn, steps of 1/300 s; and
-which changes they lose while an application writes beside a run."""
+"""Runs with clocks an hour apart, clocks that are set back, the hour that comes twice in autumn, and steps of 1/300 s;
+and the changes that are lost when an application writes during a run."""
 
 import uuid
 
@@ -117,7 +117,7 @@ class Clocks(FragileCase):
         self.assertEqual([side.sql(query) for side in (self.office, self.laptop) for query in queries], first)
         self.assertEqual({date.microsecond for _, date, _ in first[2]}, {0})
 
-    # What the rules lose.
+    # Changes that are lost.
 
     def test_change_too_soon_after_the_copy_is_not_copied(self):
         for table, row in ((ONE_WAY, "two seconds"), (ONE_WAY, "three seconds"), (TWO_WAY, "the same second")):

@@ -1,4 +1,4 @@
-"""What may be seen after an accident, and after the next run that goes through."""
+"""Checks the databases after an accident, and after the next run that succeeds."""
 
 from scene import DEPENDENTS, TABLES
 
@@ -9,7 +9,7 @@ BY_ROW = [name for name in TABLES if name not in FULL_COPIES]
 
 
 def after_accident(before, seen, after):
-    """What no accident may leave behind. Each state is that of both sides, by name; `after` is an undisturbed run's."""
+    """The faults that an accident left. Each state is that of both sides, by name; `after` is an undisturbed run's."""
     faults = []
     for side in before:
         for table in BY_ROW:
@@ -30,7 +30,7 @@ def after_accident(before, seen, after):
 
 
 def after_good_run(before, seen, final, wanted):
-    """Where the run after the accident, which left `seen`, ends elsewhere than undisturbed runs do."""
+    """The differences between the run after the accident, which left `seen`, and undisturbed runs."""
     faults = []
     left = settings_left(before, seen, wanted)
     for side in wanted:

@@ -1,4 +1,4 @@
-"""What is documented as seen after an accident, and the statements that put it right."""
+"""The documented traces of an accident, and the documented statements that repair them."""
 
 import json
 import random
@@ -85,14 +85,14 @@ class Recovery(FragileCase):
         self.follow_the_documented_steps(before, "shortcut")
 
     def quinrep(self, arguments, status):
-        """What a command of quinrep says that ends with this status."""
+        """Runs a command of quinrep, which has to end with this status, and returns its output."""
         ended = self.practice.quinrep("-q", *arguments)
         self.assertEqual(ended.returncode, status, ended.stdout + ended.stderr)
         return ended.stdout + ended.stderr
 
     def follow_the_documented_steps(self, before, recorded):
-        """As somebody who reads them does, who decides for the laptop where it has the row; `recorded` is in the error
-        that is told."""
+        """Follows the documented steps and decides for the laptop where it has the row; `recorded` is in the error that
+        is told."""
         settled = self.documented_round(recorded, 2)
         self.assertIn("users", {table for table, _ in settled})
         self.assert_nothing_is_lost(before, settled | self.documented_round("not allowed", 0))
@@ -136,7 +136,7 @@ class Recovery(FragileCase):
                                 insert.replace("users", name).replace("unid", column))
 
     def assert_nothing_is_lost(self, before, conflicts):
-        """Both sides are the same, and have the row of every conflict as the side had it for which was decided."""
+        """Both sides are the same, and the row of every conflict is as it was on the side that the decision chose."""
         office, laptop = self.practice.states().values()
         for table in self.practice.tables:
             for name in (table, *DEPENDENTS.get(table, ())[:1]):

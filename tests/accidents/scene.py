@@ -1,4 +1,4 @@
-"""What both databases hold before a run: rows of every kind that the methods tell apart, random but for that."""
+"""The rows of both databases before a run: random ones of every kind that the methods tell apart."""
 
 import uuid
 
@@ -16,7 +16,7 @@ TABLES = {
     "config": ("config_name", {"category": "c"}, "method = 'by_key'\nkey = 'unid'\ndeletes = 'with_updates'"),
     "computer_type": ("type_name", {}, "method = 'computer_type'"),
 }
-# Which date each side's row has; None: the side lacks it.
+# The dates of each side's row; None: the side lacks it.
 ONE_WAY = [(OLD, OLD), (NEW, OLD), (NEW, NEW), (OLD, NEW), (NEW, None), (OLD, None), (None, OLD), (None, NEW)]
 TWO_WAY = [(OLD, OLD), (NEW, OLD), (OLD, NEW), (NEW, None), (None, NEW)]
 DEPENDENTS = {"chart_option": ("chart_option_setting", "chart_option_id"),

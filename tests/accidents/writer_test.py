@@ -10,7 +10,7 @@ from fragile_practice import FragileCase
 from practice import main
 
 RUNS, MOST_RUNS = 5, 30
-# What the writer has to come to during the runs.
+# The least number of changes that the writer has to make during the runs.
 CHANGES = 70
 ROWS = 200
 # A run records the end of its interval to the nearest second; a change up to that end counts as seen.
@@ -49,7 +49,7 @@ class Writer(threading.Thread):
         table = self._random.choice((SHORTCUT, COMBO))
         name = self._random.choice(list(self._sides))
         text = f"change {len(self.changes)}"
-        # One-way replication takes rows of the source; at the destination only a new row stays what it is.
+        # One-way replication takes rows of the source; at the destination only a new row stays as it is.
         is_new = self._random.random() < 0.3 or (table is SHORTCUT and name == "laptop") or not self._keys[table]
         key = uuid.UUID(int=self._random.getrandbits(128)) if is_new else self._keys[table].pop()
         column, other = table[1:]

@@ -39,7 +39,7 @@ protected:
     static com::Dispatch createRecordset();
     static _variant_t field(const com::Dispatch& recordset, const _variant_t& index);
 
-    /// How many rows the execution of a command or of a connection's statement says it affected.
+    /// The number of affected rows that a command or a connection's statement returns.
     static long affectedBy(const com::Dispatch& executing, std::initializer_list<_variant_t> statement = {});
 
     std::wstring dsn;
@@ -48,7 +48,7 @@ protected:
     com::Dispatch connection;
 };
 
-/// What a collection's enumerator yields.
+/// The items that a collection's enumerator yields.
 std::vector<_variant_t> itemsOf(const com::Dispatch& collection);
 
 std::wstring textOf(const _variant_t& value);

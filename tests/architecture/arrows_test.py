@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Which file includes which: only along the arrows listed here, and never in a circle."""
+"""Files include each other only along the arrows listed here, and never in a circle."""
 
 import fnmatch
 import pathlib

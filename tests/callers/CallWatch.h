@@ -4,7 +4,7 @@
 #include <mutex>
 #include <string>
 
-/// What a thread is doing right now, for whoever finds it hanging or crashed.
+/// The call that a thread is making, to be shown when it hangs or crashes.
 class CallWatch
 {
 public:

@@ -114,7 +114,7 @@ void Caller::keep(ComPtr<IDispatch> object)
     }
 }
 
-/// What a caller ties into a circle, such as a conflict in itself, is the caller's to take apart.
+/// The caller itself has to break the circles that it made, such as a conflict that holds itself.
 void Caller::openCircles()
 {
     for (const Objects* objects : {&objects_, &replaced_})

@@ -10,7 +10,7 @@
 #include <vector>
 
 /// One host thread of a round: makes random calls to objects of every class, of which it gets more from the component
-/// as it goes, and leaves nothing behind. Lives and dies on its thread.
+/// as it goes, and releases all of them. Lives and dies on its thread.
 class Caller
 {
 public:
@@ -21,12 +21,12 @@ public:
 
     void makeCalls(size_t count);
 
-    /// What was wrong, each with what repeats it.
+    /// The faults that it found, each with the call that repeats it.
     const std::vector<std::string>& complaints() const { return complaints_; }
     /// How often each code was answered.
     const std::map<std::string, size_t>& outcomes() const { return outcomes_; }
 
-    /// Lets everything go as a good host does; a complaint when objects of the recording ADO are left.
+    /// Releases everything as a good host does; complains when objects of the recording ADO are left.
     void leave();
 
 private:

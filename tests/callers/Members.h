@@ -7,7 +7,7 @@
 struct Parameter
 {
     std::wstring name;
-    VARTYPE type; ///< what stands behind the reference; enums are VT_I4, the library's own objects VT_DISPATCH
+    VARTYPE type; ///< of the value referred to; enums are VT_I4, the library's own objects VT_DISPATCH
     bool optional;
 };
 

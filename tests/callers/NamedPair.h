@@ -10,7 +10,7 @@ class NamedPair
 public:
     explicit NamedPair(int number) : number_(number), name_(L"t" + std::to_wstring(number) + L"x") {}
 
-    /// Who runs the component; every second pair's is a laptop.
+    /// Whether the offices run the component; a laptop does for every second pair.
     bool isOffices() const { return number_ % 2 == 0; }
     const std::wstring& name() const { return name_; }
     std::wstring sourcePrefix() const { return name_ + L"source."; }

@@ -19,7 +19,7 @@ std::string narrow(const std::wstring& text)
     return std::string(text.begin(), text.end());
 }
 
-/// What Invoke answers itself, before a member is called.
+/// Whether Invoke itself returned the code, before it called a member.
 bool isBindingFailure(HRESULT code)
 {
     return code == DISP_E_BADPARAMCOUNT || code == DISP_E_PARAMNOTOPTIONAL || code == DISP_E_TYPEMISMATCH ||

@@ -15,8 +15,8 @@ public:
     Argument& operator=(const Argument&) = delete;
 
     VARIANTARG passed() const { return passed_; }
-    /// What a call must not do to a variable, once it did; empty otherwise. A script's variable may come back in the
-    /// declared type when the member ran, and in any when it is not known which one ran.
+    /// The forbidden change that the call made to a variable; empty when it made none. A script's variable may come
+    /// back in the declared type when the member ran, and in any when it is not known which one ran.
     std::optional<std::string> complaint(bool memberRan, bool memberKnown) const;
     std::string text() const;
 

@@ -7,7 +7,7 @@ namespace {
 
 constexpr VARTYPE kNumbers[] = {VT_I1, VT_UI1, VT_I2,  VT_UI2,  VT_I4,   VT_UI4,  VT_I8,      VT_UI8,  VT_R4,
                                 VT_R8, VT_CY,  VT_INT, VT_UINT, VT_BOOL, VT_DATE, VT_DECIMAL, VT_ERROR};
-/// What no VARIANT may be, without anything behind it.
+/// Types that no VARIANT may have; none comes with a value.
 constexpr VARTYPE kBroken[] = {VT_VOID, VT_HRESULT, VT_LPSTR, VT_CLSID, VT_VECTOR | VT_I4, VT_ILLEGALMASKED};
 
 BSTR text(const wchar_t* characters)

@@ -61,7 +61,7 @@ int WINAPI answerBox(HWND, const wchar_t*, const wchar_t*, UINT)
     return IDOK;
 }
 
-/// Names a call that does not come back, for as long as it lives.
+/// Names a call that does not return, for as long as this object lives.
 class Watchdog
 {
 public:

@@ -44,7 +44,7 @@ bool useOnThread(const LoadedDll& dll)
     return good;
 }
 
-/// What a thread left behind that never disconnected.
+/// The objects and calls that remain of a thread that never disconnected.
 struct Left
 {
     std::unique_ptr<RecordingAdo> ado;
@@ -86,8 +86,8 @@ void useOnce()
 
 } // namespace
 
-// No COM call may be made while a thread detaches from the DLL: whoever does not disconnect keeps the connections open
-// until the process ends, and loses nothing else.
+// No COM call may be made while a thread detaches from the DLL: a thread that does not disconnect keeps its connections
+// open until the process ends, and loses nothing else.
 TEST(LostThread, ThatNeverDisconnectedHasItsConnectionsLeftAlone)
 {
     const LoadedDll dll;

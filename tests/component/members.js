@@ -1,5 +1,5 @@
-// Every member as JScript sees it, without any database. What does not fit the declaration comes back as the code of the
-// call itself.
+// Every member as JScript sees it, without any database. A value that does not fit the declaration makes the call
+// itself fail.
 var kOwnError = 0x800403E8;
 var kInvalidConnection = 0x80040E7D; // ADO's 3709, moved into the object-error range
 var kMemberNotFound = 0x80020003;

@@ -7,9 +7,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Registration into a key of the test's own that stands in for HKEY_CLASSES_ROOT. What others see of a registration is
-/// the matter of the tests that create the registered class; that removal leaves nothing in a whole registry, of those
-/// of the package.
+/// Registration into a key of the test's own that stands in for HKEY_CLASSES_ROOT. Other tests create the registered
+/// class and so see that a registration works. The package's tests see that removal leaves nothing in a whole registry.
 class Registration : public testing::Test
 {
 protected:

@@ -71,7 +71,7 @@ void forEachType(const std::function<void(ITypeInfo&)>& visit)
     }
 }
 
-/// What a type is, and how hosts may use it.
+/// The kind of a type, and how hosts may use it.
 std::wstring kindText(ITypeInfo& info)
 {
     const TYPEATTR attributes = attributesOf(info);

@@ -18,7 +18,7 @@ HMODULE loaded()
     return GetModuleHandleW(L"QuinmarkRepDLL.dll");
 }
 
-/// What the DLL answers when COM asks whether it may go.
+/// The DLL's answer when COM asks whether it may be unloaded.
 HRESULT answer()
 {
     using Export = HRESULT(STDAPICALLTYPE*)();
@@ -150,7 +150,7 @@ TEST_F(Unloading, WaitsForTheConnectionsOfAnotherThread)
     EXPECT_TRUE(isUnloaded());
 }
 
-// Nobody can close them any more.
+// Nobody can close connections whose thread has ended.
 TEST_F(Unloading, DoesNotWaitForTheConnectionsOfAThreadThatEnded)
 {
     EXPECT_EQ(call(L"disconnect"), S_OK);

@@ -1,5 +1,5 @@
-"""Whatever the documents name exists: quinrep's commands and options, its configuration, scripts and files, and the
-constants and members of the component. What exists is asked of the programs, or read from what they are made of."""
+"""Everything that the documents name exists: quinrep's commands and options, its configuration, scripts and files, and
+the constants and members of the component. The programs or their sources tell what exists."""
 
 import functools
 import os
@@ -58,7 +58,7 @@ def has(word, text):
 
 
 def code(text):
-    """The lines of code blocks without what explains them behind blanks, and what stands between back quotes."""
+    """The lines of code blocks without the explanations that follow two blanks, and the texts between back quotes."""
     fences = re.findall(r"^```.*?^```", text, re.M | re.S)
     lines = [line for fence in fences for line in fence.splitlines()] + re.findall(r"^ {4}.*$", text, re.M)
     spans = re.findall(r"`([^`\n]+)`", re.sub(r"^```.*?^```", "", text, flags=re.M | re.S))
@@ -66,7 +66,7 @@ def code(text):
 
 
 def strange_words(words):
-    """What quinrep would refuse of a command line."""
+    """The words of a command line that quinrep would refuse."""
     path = [commands()]
     words = iter(words)
     for word in words:
@@ -126,7 +126,7 @@ def strange_names(text):
 
 
 def mistakes(configuration):
-    """What quinrep says to a configuration that it cannot use, before it looks at anything else."""
+    """The message of quinrep about a configuration that it cannot use, which it reads before anything else."""
     with tempfile.TemporaryDirectory() as folder:
         (pathlib.Path(folder) / "quinrep.toml").write_text(configuration, encoding="utf-8")
         return quinrep("check", folder=folder)

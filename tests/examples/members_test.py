@@ -9,7 +9,7 @@ from type_library import CONSTANTS, MEMBERS, TYPES
 EXAMPLES = pathlib.Path(__file__).resolve().parents[2] / "examples"
 # The host in C++ is compiled.
 HOSTS = ["replicate.vbs", "replicate.js", "replicate.bas", "replicate.ps1", "replicate.py", "csharp/Replicate.cs"]
-# What the hosts call the component's objects.
+# The variables of the hosts that hold the component's objects.
 OBJECTS = {"factory": "Factory", "run": "clsReplicate", "table": "clsReplicateTable"}
 WHOLE_RUN = {
     "factory.init", "factory.ensureReplication", "factory.sErrorMessage", "factory.createReplication",

@@ -1,5 +1,5 @@
-"""All example hosts have one shape, those too that cannot run here: nothing but an argument marks a site ready or
-clears a recorded error, the text is shown before, and a run that recorded something ends with a status of its own."""
+"""All example hosts have one shape, those too that cannot run here. Nothing but an argument marks a site ready or
+clears a recorded error. The error's text is shown first. A run that recorded something has its own exit status."""
 
 import dataclasses
 import pathlib
@@ -8,7 +8,7 @@ import unittest
 
 EXAMPLES = pathlib.Path(__file__).resolve().parents[2] / "examples"
 
-# What the hosts say in seven languages, and a word for it. The first that fits counts; None: it does not count.
+# Statements of the hosts in seven languages, and a word for each. The first that fits counts; None: it does not count.
 RUN = r"\$?run(?:\.|->)"
 STOP = r"[sS]top(?:With|-Run)?[( ]"
 TERMS = [
@@ -87,7 +87,7 @@ def routine(text, begin):
 
 
 def condition(text, word):
-    """What the line with a word depends on: its own condition, or that of the block around it."""
+    """The condition of the line with a word: its own, or that of the block around it."""
     lines = text.split("\n")
     at = next((number for number, line in enumerate(lines) if word in words(line)), None)
     if at is None or words(lines[at])[0].startswith("if"):
@@ -114,7 +114,7 @@ def faults(host, text):
     return [f"{name}: {seen}" for name, seen, wanted in looks if seen != wanted]
 
 
-# What somebody may do to a host, as a pattern and what takes its place.
+# Mistakes that an edit may make in a host, each as a pattern and its replacement.
 BREAKS = {
     "marks the site ready always": (r"[iI]f \(?(?:given\.|\$)?[rR]eady\b(?:\)| Then|:)?", ""),
     "marks the site ready where no argument says so": (r"([iI]f \(?(?:given\.|\$)?)[rR]eady\b", r"\1always"),

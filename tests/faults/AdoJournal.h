@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-/// What the host is having the component do. Table is the part of Go in which a table object runs.
+/// The step that the host has the component do. Table is the part of Go in which a table object runs.
 enum class Step
 {
     Idle,
@@ -28,11 +28,11 @@ enum class AdoFaultKind
 {
     Refused,  ///< an error instead of the call
     Lost,     ///< the call is carried out, and an error returned
-    Closed,   ///< the connection is closed before the call; what is done on it from then on fails by itself
+    Closed,   ///< the connection is closed before the call; later calls on it fail by themselves
     NoMemory, ///< E_OUTOFMEMORY instead of the call
 };
 
-/// What to do to the call number `call` (from 1), and with `lasting` to all after it.
+/// A fault of the call number `call` (from 1), and with `lasting` of all calls after it.
 struct AdoFault
 {
     AdoFaultKind kind;
@@ -50,19 +50,19 @@ struct RecordedCall
     std::optional<com::Error> failure = {};
 };
 
-/// Every call into ADO since `begin`, creations included, and what is to be done to one of them.
+/// Every call into ADO since `begin`, creations included, and the fault of one of them.
 class AdoJournal
 {
 public:
     void begin(std::optional<AdoFault> fault = {});
-    /// Ends failing, keeps what was recorded.
+    /// Ends the faults, keeps the recorded calls.
     void heal() { fault_.reset(); }
 
     Step step = Step::Idle;
     /// Off: calls are neither recorded nor failed.
     bool recording = true;
 
-    /// Records a call that begins; what to do to it.
+    /// Records a call that begins, and returns its fault.
     std::optional<AdoFaultKind> add(size_t command, std::wstring dataSource);
     RecordedCall& last() { return calls_.back(); }
 

@@ -5,7 +5,7 @@
 namespace {
 
 constexpr long kObjectError = static_cast<long>(0x80040000);
-/// What the error trap makes of the description "Exiting method", wherever it meets it.
+/// The error trap turns the description "Exiting method" into this one.
 constexpr wchar_t kRaisedAgain[] = L"Error: -2147221503\r\nDesc:Exiting method";
 constexpr wchar_t kSetError[] = L"SetReplicationError";
 
@@ -16,7 +16,7 @@ long raisedNumber(long number)
     return moved ? kObjectError + number : number;
 }
 
-/// What names itself in an error, by Step.
+/// The source of an error, by Step.
 constexpr const wchar_t* kSources[] = {L"",
                                        L"Factory.init",
                                        L"Factory.setError",
@@ -46,7 +46,7 @@ size_t firstUnavailable(const Reference& reference, const AdoJournal& journal)
 {
     for (size_t index = 1; index <= journal.calls().size(); ++index) {
         const RecordedCall& call = journal.calls()[index - 1];
-        // Closed is what `init` and `disconnect` want to hear, and where it does not matter to recording an error.
+        // `init` and `disconnect` want the connection closed, and recording an error ignores a closed one.
         const bool asks = call.step == Step::Init || call.step == Step::Disconnect || call.step == Step::SetError;
         if (call.readsClosed && !asks && reference.journal.statement(index) != kSetError)
             return index;
@@ -149,8 +149,8 @@ PairState repairedState(const Scenario& scenario, const Reference& reference, si
     if (static_cast<size_t>(moved - reference.writes.begin()) < writes)
         return reference.twice;
     PairState expected = reference.once;
-    // What was recorded before the failure is recorded again, unless the host settles it: then the row that it deletes
-    // is no error of the next run.
+    // The next run records the conflicts from before the failure again. A host that settles them deletes the row, which
+    // is then no error of the next run.
     const bool settles = scenario.wholeLife && scenario.site == LAPTOP;
     if (!settles)
         expected.conflicts.insert(expected.conflicts.end(), left.conflicts.begin(), left.conflicts.end());

@@ -8,9 +8,9 @@ struct Reference
 {
     AdoJournal journal;
     std::vector<std::wstring> writes;
-    /// What both databases held before the first statement that wrote, and after each.
+    /// The content of both databases before the first statement that wrote, and after each.
     std::vector<PairState> states;
-    /// What they hold after the run, and after a second one.
+    /// Their content after the run, and after a second one.
     PairState once;
     PairState twice;
     std::vector<std::wstring> boxes;
@@ -32,7 +32,7 @@ struct Failure
     std::optional<com::Error> lasting = {};
     /// It happened in the component's own work, not in a call.
     bool betweenCalls = false;
-    /// Whatever the component said of it was said without memory: only the number is certain.
+    /// The component reported it without memory: only the number is certain.
     bool textsMayLack = false;
 };
 
@@ -40,7 +40,7 @@ struct Failure
 /// already.
 com::Error logError(const Reference& reference, size_t entry);
 
-/// What a host must see, and the control record must hold, of a failure.
+/// The error that a host must see of a failure, and that the control record must hold.
 struct Expectation
 {
     /// 0x80040000 for checks; 0 where a check answers "no" instead of raising.

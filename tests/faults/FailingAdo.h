@@ -15,7 +15,7 @@ class FailingAdo final : public AdoHooks
 {
 public:
     AdoJournal journal;
-    /// Whether what is made now is seen and failed here; what is made otherwise is ADO's own.
+    /// Whether new objects are watched and failed here; all others are ADO's own.
     bool atWork = false;
     /// Objects handed out and not released.
     long liveObjects = 0;

@@ -12,7 +12,7 @@ using Fault = std::variant<AdoFault, allocations::Fault, LogFault>;
 /// "ado refused once 17", "ado lost lasting 17", "memory once 250", "log locked 3".
 std::wstring nameOf(const Fault& fault);
 
-/// Tries faults in scenarios and says what was not as it must be.
+/// Tries faults in scenarios and reports the differences from the expected behaviour.
 class FaultTrials
 {
 public:

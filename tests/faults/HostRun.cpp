@@ -118,7 +118,7 @@ private:
         com::checkCall(table_->get_lCntDestDelete(&outcome_.deletes));
     }
 
-    /// Has the component do something; `call` returns its HRESULT and does nothing else.
+    /// Has the component do something. `call` returns its HRESULT and does nothing else.
     template <class Call>
     HRESULT doStep(Step step, Call&& call)
     {

@@ -3,7 +3,7 @@
 #include "FailingAdo.h"
 #include "Scenario.h"
 
-/// What the host saw of a run.
+/// The outcome of a run as the host saw it.
 struct HostOutcome
 {
     /// The step that failed; Idle when none did. A check that answers "no" counts as failed, with its reason.
@@ -21,11 +21,11 @@ struct HostOutcome
     /// ADO objects alive when the host had let all objects of the run go, and when it had disconnected.
     long liveBeforeDisconnect = 0;
     long liveAtEnd = 0;
-    /// Disconnecting failed, though nothing was made to fail any more.
+    /// Disconnecting failed, although the faults had ended.
     std::wstring disconnectError;
 };
 
-/// Where a run begins and ends to count and fail calls, allocations and log entries.
+/// Begins and ends to count and fail the calls, allocations and log entries of a run.
 struct FaultSwitch
 {
     std::function<void()> begin;

@@ -110,7 +110,7 @@ private:
         const com::Error& error = seen_.outcome.error;
         if (error.source == L"QuinmarkRepDLL")
             return;
-        // Of its own steps, `go` tells what it met, and not what its trap makes of it.
+        // For its own steps, `go` tells the error that it met, without the changes of its trap.
         if (step == Step::Go)
             compare(L"sErrorMessage", failure.error.description, seen_.outcome.runMessage);
         if (step == Step::Table)

@@ -39,7 +39,7 @@ public:
     /// A log that can be written again, and is empty.
     void heal();
     size_t entries() const { return starts_.size(); }
-    /// What each entry since `begin` added to the file. To be asked before `heal`.
+    /// The text that each entry since `begin` added to the file. To be called before `heal`.
     std::vector<std::string> texts() const;
 
 private:
@@ -52,7 +52,7 @@ private:
     std::wstring directory_;
     std::optional<LogFault> fault_;
     std::function<void()> whenFailing_;
-    /// Where in the file each entry began.
+    /// The position in the file at which each entry begins.
     std::vector<size_t> starts_;
     HANDLE lock_ = INVALID_HANDLE_VALUE;
     ImportHook hook_;

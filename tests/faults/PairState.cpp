@@ -29,7 +29,8 @@ constexpr wchar_t kControl[] = LR"(
     end';
 )";
 
-/// Beside the rows of the scenario's tables. Of a conflict that one side lacks, its date is that of an earlier row.
+/// Everything but the rows of the scenario's tables. When one side of a conflict lacks the row, its date is left over
+/// from an earlier row.
 constexpr wchar_t kLines[] = LR"(
     with conflicts as (
         select unid, unique_key || ' ' || table_name || ' ' || patient_id || ' ' || coalesce(guid::text, 'none')
@@ -106,7 +107,7 @@ Pair::Pair()
     : source_(setting(L"QUINMARK_OFFICE_DSN"), setting(L"QUINMARK_PASSWORD")),
       destination_(setting(L"QUINMARK_LAPTOP_DSN"), setting(L"QUINMARK_PASSWORD"))
 {
-    // What a run leaves locked would stop the next one for ever.
+    // A lock that a run leaves would stop the next one for ever.
     for (const PracticeSide* side : {&source_, &destination_})
         side->execute(L"set lock_timeout = '10s'; set client_min_messages = error");
 }

@@ -3,8 +3,8 @@
 #include "Scenario.h"
 #include "support/PracticeSide.h"
 
-/// What both databases hold, as lines of text in a fixed order: rows of the tables, counts, control records, the
-/// foreign key, and the conflicts of the local database without what the server made up (keys and times).
+/// The content of both databases, as lines of text in a fixed order: rows of the tables, counts, control records, the
+/// foreign key, and the conflicts of the local database without the server's own keys and times.
 struct PairState
 {
     std::vector<std::wstring> rows;

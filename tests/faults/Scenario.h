@@ -12,7 +12,7 @@ struct Scenario
     enumReplicationUniqueId site;
     enumReplicationMethod method;
     std::wstring table;
-    /// What is emptied and compared.
+    /// The tables that are emptied and compared.
     std::vector<std::wstring> tables;
     std::wstring sourceRows;
     std::wstring destinationRows;

@@ -1,12 +1,12 @@
-// Fails every call into ADO, every allocation and every log entry of small runs, one by one, and says what was not as
-// it must be.
+// Fails every call into ADO, every allocation and every log entry of small runs, one by one, and reports the
+// differences from the expected behaviour.
 //
 //   fault_runs [--seed N] [--minutes M] [--first PLACE [of TOTAL]] [--case NAME] [--list]
 //
-// Tries one fault of each kind in each scenario, or as many as fit into the minutes. At the end stands how to go on
-// with those that are left: "next: --seed 4 --first 9874 of 78656". With the same seed the next night begins there. A
-// case is a scenario and a fault, as --list prints them ("one way at the offices: ado lost once 17"), or words of such
-// a name ("one way at the offices:", "ado lost once").
+// Tries one fault of each kind in each scenario, or as many as fit into the minutes. A line at the end tells how to go
+// on with the others: "next: --seed 4 --first 9874 of 78656". With the same seed the next night begins there. A case is
+// a scenario and a fault, as --list prints them ("one way at the offices: ado lost once 17"), or words of such a name
+// ("one way at the offices:", "ado lost once").
 
 #include "FaultOrder.h"
 #include "FaultTrials.h"
@@ -42,7 +42,7 @@ struct Bucket
     std::vector<Fault> faults;
 };
 
-/// How often a kind of fault was tried, and how often something was found.
+/// The number of trials of a kind of fault, and of those that found something.
 struct Tally
 {
     const char* what;
@@ -50,7 +50,7 @@ struct Tally
     size_t found = 0;
 };
 
-/// What is being tried, for a crash to tell.
+/// The current trial, which the report of a crash names.
 std::string g_case;
 
 LONG WINAPI tellCrash(EXCEPTION_POINTERS*)
@@ -152,7 +152,7 @@ private:
         return options_.only.empty() || (name + " ").find(options_.only + " ") != std::string::npos;
     }
 
-    /// A database that does not answer as it should any more, such as a lock that was left behind, counts as found.
+    /// A database that does not answer as it should, for example because of a lock that was left, counts as found.
     std::vector<std::wstring> complaintsOf(const Scenario& scenario, const Fault& fault)
     {
         try {

@@ -15,7 +15,7 @@ Configuration load(const std::string& text)
     return loadConfiguration(TemporaryFile(text, "configuration").path());
 }
 
-/// The refusal of a file, with what to do.
+/// The refusal of a file, with its remedy.
 std::string refusalOf(const std::string& path)
 {
     try {
@@ -28,7 +28,7 @@ std::string refusalOf(const std::string& path)
     return "no mistakes";
 }
 
-/// What is said of a file that cannot be used.
+/// The message about a file that cannot be used.
 std::string mistakesIn(const std::string& text)
 {
     return refusalOf(TemporaryFile(text, "configuration").path());

@@ -1,4 +1,4 @@
-// What `quinrep check` finds, and what an administrator gets wrong at first: told with what to do, before a run.
+// The findings of `quinrep check`, and an administrator's first mistakes: each is told with its remedy, before a run.
 #include "Quinrep.h"
 
 #include "support/Sabotage.h"

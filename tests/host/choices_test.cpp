@@ -14,7 +14,7 @@ struct ChoiceCase
     enumReplicationUniqueId site;
     enumResolution use;
     long kind;
-    /// What differs from a row that both sides have and the next run reports again.
+    /// The difference from a row that both sides have and the next run reports again.
     std::function<void(ConflictedRow&)> change;
     Effect effect;
     /// Begins with "Not possible: " where it is not.

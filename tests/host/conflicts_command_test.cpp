@@ -1,4 +1,4 @@
-// What `quinrep conflicts` lists, decides and logs, and does to the rows. Which choices a row has is in choices_test.
+// `quinrep conflicts` lists, decides and logs, and changes rows. choices_test has the choices for each row.
 #include "Quinrep.h"
 
 #include "text.h"

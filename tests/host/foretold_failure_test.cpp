@@ -1,4 +1,5 @@
-// A table that will end in an error stops the run before; when it is forced, the table does end so.
+// A table that will end in an error stops the run before it begins; when the run is forced, the table ends in that
+// error.
 #include "Quinrep.h"
 
 #include "support/Sabotage.h"

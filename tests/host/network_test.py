@@ -32,7 +32,7 @@ class RunThroughABadNetwork(PracticeCase):
         self.laptop.end_waiters()
 
     def failed_run(self, heal, **how):
-        """What a run says whose connection is cut."""
+        """The result of a run whose connection is cut."""
         with self.laptop.locked("users"):
             terminal = self.start()
             self.cut(heal, **how)

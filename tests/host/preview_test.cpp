@@ -1,4 +1,4 @@
-// A preview says of every method at both sites what the run then does.
+// A preview foretells the run, for every method at both sites.
 #include "Quinrep.h"
 
 using testing::ElementsAreArray;

@@ -1,4 +1,4 @@
-// What `quinrep run`, `status` and `verify` do and tell, and which sites are not run.
+// The actions and reports of `quinrep run`, `status` and `verify`, and the sites that are not run.
 #include "Quinrep.h"
 
 #include "com/convert.h"

@@ -1,4 +1,4 @@
-// What stops a run before it begins, what is said of the rows, and what lets the run go on.
+// The guards that stop a run before it begins, their reports of the rows, and the options that let the run go on.
 #include "Quinrep.h"
 
 #include "support/Sabotage.h"
@@ -109,7 +109,7 @@ TEST_F(StoppedRun, IsThatOfAFullCopyThatEmptiesOrReplacesATable)
                 ElementsAre(Pair("users", "deletes"), Pair("shortcut", "updates"), Pair("computer_type", "deletes")));
 }
 
-// A full copy empties the destination's table and fills it from what the source's prefix names: itself.
+// A full copy would empty the destination's table and fill it from itself, which the source's prefix names.
 TEST_F(StoppedRun, PrefixesOfTheOtherSidesDatabaseAreRefused)
 {
     tables = tableSection("users", "full_copy");

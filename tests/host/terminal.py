@@ -1,4 +1,4 @@
-"""A pseudo terminal with quinrep in it, and what a person would see there."""
+"""A pseudo terminal with quinrep in it, and the text that a person would see there."""
 
 import contextlib
 import io
@@ -56,12 +56,12 @@ class Terminal:
         wait_until(lambda: text in "\n".join(self.lines), f"the terminal shows {text!r}")
 
     def wait_for_reader(self):
-        """Until the program reads what is typed. Before, the terminal itself echoes it."""
+        """Waits until the program reads the keys. The terminal echoes earlier ones itself."""
         wait_until(lambda: not self._program.getecho(), "a key is waited for")
 
     @property
     def running(self):
-        # What nobody reads would keep the program from ending.
+        # Output that nobody reads would keep the program from ending.
         return self.output is not None and self._program.isalive()
 
     def wait(self, patience=PATIENCE):

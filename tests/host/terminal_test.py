@@ -1,4 +1,4 @@
-"""What quinrep shows on a terminal: progress, summary, and the prompt for a password."""
+"""quinrep on a terminal: progress, summary, and the prompt for a password."""
 
 import os
 import re

@@ -8,7 +8,7 @@ namespace {
 
 constexpr char kContinue[] = "[run]\non_conflicts = 'continue'\n";
 
-/// A row of the offices' laptop that the first run reported, and that is older than the last run by now.
+/// A row of the offices' laptop that the first run reported, and that is older than the last run.
 class TypedInAtTheLaptop : public Quinrep
 {
 protected:

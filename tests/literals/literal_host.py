@@ -1,4 +1,4 @@
-"""Where literals are tried: a database of their own, and a Wine prefix of their own for the regional settings."""
+"""The place where literals are tried: a database of their own, and a Wine prefix of their own for regional settings."""
 
 import os
 import subprocess
@@ -28,7 +28,7 @@ class LiteralDatabase:
                            f"grant all on literal_{table} to quinmarkapp_user")
 
     def read_dates_as(self, order):
-        """For connections from now on."""
+        """For later connections."""
         self._server.sql(f"alter database {DATABASE} set datestyle = 'ISO, {order}'")
 
     def fill(self, rows):
@@ -48,7 +48,7 @@ class LiteralDatabase:
 
 
 class RegionalPrefix(Prefix):
-    """Where the host runs, as a user with other regional settings."""
+    """The host's Wine prefix, of a user with other regional settings."""
 
     def __init__(self):
         super().__init__()

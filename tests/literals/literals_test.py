@@ -23,13 +23,13 @@ ENOUGH = 10
 
 
 def expectations(row, region, server):
-    """What each table holds for a row; None where the statement is refused."""
+    """The values expected in each table for a row; None where the statement is refused."""
     copy = carried_row(row, region, server)
     return {"inserted": copy, "updated": copy, "routines": routine_results(row, region, server)}
 
 
 def kind(wanted, row):
-    """What is foretold for a row."""
+    """The kind of outcome that is expected for a row."""
     if wanted is None:
         return "refused"
     return "with a wrong date" if wanted["d"] and abs(wanted["d"] - row["d"]) > SECOND else "equal"

@@ -1,4 +1,4 @@
-"""Random rows of every type that replication carries, and what becomes of them on their way through literals."""
+"""Random rows of every type that replication carries, and their values after the way through literals."""
 
 import datetime
 import decimal
@@ -38,7 +38,7 @@ def random_character(chance):
 
 
 def is_halfway(value):
-    """Half of the fifteenth digit is nobody's."""
+    """Whether the number lies half-way between two of fifteen digits: it may be rounded either way."""
     digits = decimal.Decimal(value).as_tuple().digits
     return len(digits) == 16 and digits[15] == 5
 
@@ -66,7 +66,7 @@ def random_date(chance):
     if chance.random() < 0.3:
         return day
     milliseconds = chance.choice([chance.randrange(86_398_000), chance.randrange(86_398) * 1000, 400, 1000, 43_200_000])
-    # Half a second is nobody's.
+    # Half a second may be rounded either way.
     return day + datetime.timedelta(milliseconds=milliseconds + (milliseconds % 1000 == 500))
 
 
@@ -91,7 +91,7 @@ def random_row(chance):
 
 
 def carried(name, value, region, server):
-    """What arrives of a value; raises Refused where the statement is."""
+    """The value that arrives; raises Refused where the statement is refused."""
     if value is None or value == "" and name == "t":
         return None
     if name == "d":
@@ -115,7 +115,7 @@ def carried_row(row, region, server):
 
 
 def routine_results(row, region, server):
-    """What the literal routines' statement stores: four texts, a bit, a date; None when it is refused."""
+    """The values that the literal routines' statement stores: four texts, a bit, a date; None when it is refused."""
     text = row["t"] or ""
     try:
         return {"q": text or None, "l": "%" + text if text else "%", "r": text + "%" if text else "%",

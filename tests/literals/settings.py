@@ -1,4 +1,4 @@
-"""Regional settings, what they make of a date or a number, and what a server's date order reads from that.
+"""Regional settings, their texts of dates and numbers, and the values that a server's date order reads from these.
 
 Written from the documentation of the settings alone; dates are datetimes, in whole seconds where they are texts.
 """
@@ -83,7 +83,7 @@ def _read_day(day, region, server):
 
 
 def read_date(moment, region, server):
-    """What a server reads from the date literal of `moment`; None for the literal Null."""
+    """The date that a server reads from the literal of `moment`; None for the literal Null."""
     if moment is None or moment == datetime.datetime.combine(ZERO_DAY, datetime.time()):
         return None
     seconds = whole_seconds(moment)
@@ -95,7 +95,7 @@ def read_date(moment, region, server):
 
 
 def read_number(text, region):
-    """The same for a number by its text in plain form. One with an exponent keeps its point under Wine."""
+    """The number that a server reads from a text in plain form. One with an exponent keeps its point under Wine."""
     if region.decimal != "." and re.fullmatch(r"-?\d+\.\d+", text):
         raise Refused
     return float(text)

@@ -58,7 +58,7 @@ class Databases:
     def read(self, tables, site):
         """For each side its tables, in the order of storage, and what the run recorded."""
         parts = [f"'{name}', (select json_agg(r) from (select * from {name} order by ctid) r)" for name in tables]
-        # What was recorded, in the order of writing.
+        # The records of the run, in the order of writing.
         parts += [f"'{name}', (select json_agg(r) from (select * from {name}"
                   " order by xmin::text::bigint, cmin::text::bigint) r)" for name in RECORDS[:-1]]
         parts.append(f"'control', (select row_to_json(r) from (select ready_f, error_f, error_message, last_timestamp"
@@ -112,7 +112,7 @@ class Host:
         raise RuntimeError(f"the host has ended during {fields}")
 
     def take_log(self):
-        """What has been logged since this was called last."""
+        """The log's text since the last call."""
         data = self.log.read_bytes() if self.log.exists() else b""
         self.log.unlink(missing_ok=True)
         return data

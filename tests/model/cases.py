@@ -1,4 +1,4 @@
-"""Cases: what one is, how a random one is made, how it stands in a file.
+"""Cases: their content, how a random one is made, and their form in a file.
 
 A case is one base table perturbed twice, once for each side, so that the sides overlap as real ones do.
 """
@@ -16,7 +16,7 @@ from values import (BIGINT, BIT, DATE, DAY, DOUBLE, GUID, INTEGER, MONEY, REAL, 
                     date_of)
 
 SIDES = ("source", "destination")
-# What a method is tried on.
+# The tables on which a method is tried.
 PLAIN_TABLES = ("users", "patient", "procs", "config", "shortcut", "combo_values", "chart_option")
 ONE_WAY_TABLES = PLAIN_TABLES * 3 + ("chart_option", "recall_plan")
 TWO_WAY_TABLES = PLAIN_TABLES + ("dentist_company", "recall_plan")
@@ -72,7 +72,7 @@ class Case:
         return copy.deepcopy(self)
 
     def to_json(self):
-        """Text, with a row to a line, without its Nulls; what is said of the run has one, too."""
+        """Text, with a row to a line, without its Nulls; the settings of the run have a line, too."""
         fields = dict(vars(self))
         fields["state"] = {side: {name: [{column: value for column, value in plain(TABLES[name], row).items()
                                           if value is not None} for row in rows] for name, rows in tables.items()}

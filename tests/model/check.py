@@ -1,4 +1,4 @@
-"""Tries cases on the component and holds what it does against the model."""
+"""Tries cases on the component and compares the outcome with the model."""
 
 import datetime
 
@@ -27,7 +27,7 @@ class Check:
         return self._hosts[key]
 
     def faults(self, case):
-        """Where component and model differ in this case."""
+        """The differences between component and model in this case."""
         self._databases.set(case.state, case.tables(), case.site, case.last)
         expected = Expected(case, self._databases.names, self._patient_key)
         actual = Actual(case, self._databases, self._host(case))

@@ -26,7 +26,7 @@ KEPT = pathlib.Path(__file__).parent / "cases"
 
 
 class Worker:
-    """One of the processes; what is found is told as text, which is empty when nothing is."""
+    """One of the processes; it returns its finds as text, which is empty when there are none."""
 
     @classmethod
     def start(cls, pairs, folder):
@@ -57,14 +57,14 @@ class Worker:
 
 
 def told(texts):
-    """Prints what was found; how much."""
+    """Prints the finds and returns their number."""
     found = [text for text in texts if text]
     print(*found, sep="\n", end="\n" * bool(found), flush=True)
     return len(found)
 
 
 def try_random(chosen, pool):
-    """How many cases were tried and how many differ."""
+    """The number of cases tried and of those that differ."""
     numbers = drawing.numbers(chosen)
     tried = found = 0
     while (batch := list(itertools.islice(numbers, BATCH))) and found < ENOUGH:

@@ -1,4 +1,4 @@
-"""What a case comes to: by the model, and by the component. Both in the same form, so that they compare."""
+"""The outcome of a case by the model, and by the component. Both have the same form, so that they compare."""
 
 import copy
 import re
@@ -43,8 +43,8 @@ class Expected:
         return None
 
     def run(self, state, next_date, half_second):
-        """One run from `state`; `next_date` ends its interval. `half_second` is what the date text makes of it when it
-        ends in half a second, which may go either way.
+        """One run from `state`; `next_date` ends its interval. `half_second` is its recorded date when it ends in half
+        a second, which may be rounded either way.
         """
         pair = _pair(self._case, self._names, state, self._local)
         outcome = {"error": None, "run": None}
@@ -78,7 +78,7 @@ class Expected:
         return [self._local.error is not None, False, self._local.error or ""]
 
     def begin(self):
-        """What the run object has read from the control record."""
+        """Notes the flags that the run object has read from the control record."""
         self._before = [self._local.error is not None, self._ready]
 
     @staticmethod
@@ -167,12 +167,12 @@ def conflicts(state):
 
 
 def without_detail(text):
-    """A database's message without the rows it quotes and what the driver puts behind a statement."""
+    """A database's message without the rows it quotes and the text that the driver adds to a statement."""
     return text and re.sub(r'\nDETAIL:.*?(?=;\nError)|;fetch 1000 in "SQL_CUR\w+"', "", text, flags=re.S)
 
 
 def differences(expected, actual, path=""):
-    """Where two outcomes differ, one line each."""
+    """The differences of two outcomes, one line each."""
     if isinstance(expected, dict) and isinstance(actual, dict):
         keys = list(expected) + [key for key in actual if key not in expected]
         return [line for key in keys

@@ -1,4 +1,4 @@
-"""What a run of the component does with the tables of two databases, by the rules alone."""
+"""A model of a run: the changes in the tables of two databases, by the rules alone."""
 
 import dataclasses
 import itertools
@@ -18,7 +18,7 @@ UNCODED_TYPE = "ado type not coded, see debug"
 
 @dataclasses.dataclass
 class Pair:
-    """The two databases of a run, its site and what it showed to a person."""
+    """The two databases of a run, its site and the messages that it showed."""
     source: Database
     destination: Database
     site: int

@@ -1,4 +1,4 @@
-"""One database of the model: what its tables hold, what its statements do, how it refuses them."""
+"""One database of the model: the rows of its tables, the effects of its statements, and its refusals."""
 
 import contextlib
 import re
@@ -51,7 +51,7 @@ def no_row():
 
 
 def quoted_text(text):
-    """What the database reads from `text` between two apostrophes."""
+    """The text that the database reads from `text` between two apostrophes."""
     literal = re.match(r"((?:[^']|'')*)'(?!')(.*)", f"{text}'", flags=re.S)
     if not literal:
         raise refused(SYNTAX, f"""unterminated quoted string at or near "'{text}'\"""")

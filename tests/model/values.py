@@ -1,4 +1,4 @@
-"""Column types of the model: their values, the texts the platform makes of them, and what a database reads back.
+"""Column types of the model: their values, the platform's texts of them, and the values that a database reads back.
 
 A value is None (Null) or: int, float, Decimal (money), bool, str (text; a GUID in lower case), and for a date the
 whole number of milliseconds since 30 December 1899, 00:00.
@@ -36,7 +36,7 @@ def iso(date):
 
 
 def seconds(date):
-    """The nearest whole second. Half a second is nobody's: cases do not contain it."""
+    """The nearest whole second. Half a second may be rounded either way: cases do not contain it."""
     return (date + SECOND // 2) // SECOND
 
 
@@ -126,5 +126,5 @@ def text_of(column_type, value):
 
 
 def literal_value(column_type, value):
-    """What a column gets from the literal of `value`: a value, Unsupported or TooLarge."""
+    """The result of writing the literal of `value` into a column: a value, Unsupported or TooLarge."""
     return None if value is None else column_type.carried(value)

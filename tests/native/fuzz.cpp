@@ -1,5 +1,5 @@
-// What needs no platform, built for the build machine under the sanitizers and fed by libFuzzer. The first byte says
-// which part gets the rest.
+// The code that needs no platform, built for the build machine under the sanitizers and fed by libFuzzer. The first
+// byte says which part gets the rest.
 
 #include "commands/RetryBackoff.h"
 #include "commands/report.h"
@@ -18,7 +18,7 @@
 using namespace quinmark;
 using nlohmann::ordered_json;
 
-/// As constant as a page has to be that is compared.
+/// Constant, so that two pages can be compared.
 std::string randomHex(size_t bytes)
 {
     return std::string(bytes * 2, 'a');

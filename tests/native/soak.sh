@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# soak.sh [--seed N] [--minutes M]: builds what needs no platform for this machine, under the address and
+# soak.sh [--seed N] [--minutes M]: builds the code that needs no platform for this machine, under the address and
 # undefined-behaviour sanitizers, and lets libFuzzer feed it for that long. Exit status: 0 nothing found, 77 no compiler
 # for it, else something was found; the input that shows it is named.
 set -euo pipefail

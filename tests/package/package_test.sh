@@ -186,7 +186,7 @@ runs() { quinrep run --ready --reset-error --json >run.json && grep -q '"adds": 
 findsNothing() { quinrep "$1" >"$1.txt" || { cat "$1.txt"; return 1; }; }
 copied() { [[ $(sql "$QUINMARK_LAPTOP_DSN" 'select user_name from users') == installed ]]; }
 
-# The program by itself has no manifest that leads it to the DLL: what it finds is what is registered.
+# The program by itself has no manifest that leads it to the DLL: it finds the registered one.
 loadsTheRegistered() {
     mkdir -p alone
     cp "$program/quinrep.exe" alone/

@@ -9,7 +9,7 @@
 
 namespace com {
 
-/// How a failed expectation shows an error.
+/// The text of an error in a failed expectation.
 inline void PrintTo(const Error& error, std::ostream* stream)
 {
     *stream << error.number << ", " << testing::PrintToString(error.source) << ": "

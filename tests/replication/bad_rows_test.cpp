@@ -66,7 +66,7 @@ protected:
                          L" (7, 's', 1, 2, '2025-03-11T09:15:00')");
     }
 
-    /// A failed one-way routine: what it raises, and what it records of that.
+    /// A failed one-way routine: the error that it raises, and its record of it.
     void expectOneWayFailure(const TablePlan& plan, long number, const testing::Matcher<std::wstring>& reason)
     {
         const com::Error error = runFailure({plan});

@@ -52,9 +52,9 @@ protected:
     }
 };
 
-/// Where the connection ends: at the first `event` of a row of `table` that fits `condition`. The users that the
-/// destination has then, whether the run's error is recorded, and whether the tables are done: their counts written and
-/// the patients' foreign key restored.
+/// The point at which the connection ends: the first `event` of a row of `table` that fits `condition`. The other
+/// members are the state after it: the destination's users, whether the run's error is recorded, and whether the tables
+/// are done (their counts written and the patients' foreign key restored).
 struct CutPoint
 {
     const char* name;

@@ -19,7 +19,7 @@ int mostRows()
     return told ? std::atoi(told) : kOrdinary;
 }
 
-/// What the server did to one table.
+/// The rows that the server changed in one table, and its reads of the table.
 struct TableWork
 {
     long inserts;
@@ -82,7 +82,7 @@ protected:
 
     bool isTwoWay() const { return GetParam() == TWO_WAY; }
 
-    /// Replicates and judges what has become of the rows; the most bytes of heap that were in use meanwhile, beyond
+    /// Replicates and judges the resulting rows. Returns the most bytes of heap that were in use meanwhile, beyond
     /// those before.
     size_t peakOfRun(const Size& size)
     {
@@ -166,10 +166,10 @@ protected:
                   << " bytes of heap\n";
     }
 
-    /// Connecting takes more or less for a moment. Whatever was kept of every row would be more, already at the size of
-    /// the ordinary test run.
+    /// The memory for connecting varies by less than this. A run that kept something of every row would take more,
+    /// already at the size of the ordinary test run.
     static constexpr size_t kNoise = 40 * 1024;
-    /// What connecting and loading take, without rows to speak of.
+    /// The memory for connecting and loading, with few rows.
     size_t peakOfSmallRun() { return peakOfRun({400, 100}); }
 };
 

@@ -21,8 +21,8 @@ TablePlan usersByKey(enumReplicateDeletes deletes, const std::wstring& keyField 
     return {.method = ONE_WAY_WITH_PK_FIELD, .table = L"users", .keyField = keyField, .deletes = deletes};
 }
 
-/// A run of one method at one site over a row of every kind, and what becomes of it. Rows are "key name", with the name
-/// x where both sides agree, s as the source has it, d as the destination has it. Conflicts are "key:type".
+/// A run of one method at one site over a row of every kind, and its result. Rows are "key name", with the name x where
+/// both sides agree, s as the source has it, d as the destination has it. Conflicts are "key:type".
 struct MethodAtSite
 {
     const char* name;

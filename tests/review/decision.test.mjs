@@ -1,4 +1,4 @@
-// What the page does at the laptop with the conflict in hand.
+// Decisions that the page takes at the laptop for the conflict that it shows.
 import assert from 'node:assert/strict';
 import { randomUUID } from 'node:crypto';
 import { rmSync, symlinkSync } from 'node:fs';

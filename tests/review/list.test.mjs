@@ -1,4 +1,4 @@
-// What the page shows at the laptop: the list with its filters, and the conflict in hand.
+// The page at the laptop: the list with its filters, and one conflict in detail.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { ConflictType } from './support/Practice.mjs';

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// The command line behind this program's own name, which holds no blank.
+/// The command line without this program's own name, which holds no blank.
 std::wstring givenCommand()
 {
     const std::wstring line = GetCommandLineW();

@@ -1,4 +1,4 @@
-// Who may write to what registration has written.
+// The users who may write to the registered keys.
 #include <gtest/gtest.h>
 
 #include <QuinmarkRepDLL.h>

@@ -8,15 +8,15 @@ import unittest
 from practice import BINARIES, Practice, main, windows_path
 
 PROGRAMS = ["quinrep.exe", "QuinmarkRepDLL.dll", "adodb.dll"]
-# What belongs to every Windows; odbc32 and advapi32 among it.
+# Libraries of every Windows; odbc32 and advapi32 are among them.
 SYSTEM = {"advapi32.dll", "bcrypt.dll", "kernel32.dll", "msvcrt.dll", "odbc32.dll", "ole32.dll", "oleaut32.dll",
           "shell32.dll", "user32.dll", "version.dll", "ws2_32.dll"}
-# Looked for by programs of all kinds; not every one is loaded today.
+# Libraries that programs of all kinds look for; not all of them are loaded here.
 USUAL = {"cryptbase.dll", "cryptsp.dll", "dbghelp.dll", "dwmapi.dll", "libgcc_s_dw2-1.dll", "libstdc++-6.dll",
          "libwinpthread-1.dll", "msado15.dll", "odbccp32.dll", "profapi.dll", "propsys.dll", "secur32.dll", "sxs.dll",
          "uxtheme.dll", "winmm.dll", "wtsapi32.dll"}
 
-# Wine does not start with others than its own.
+# Wine starts only with its own libraries of these names.
 UNMOVABLE = {"kernel32.dll", "kernelbase.dll", "ntdll.dll", "user32.dll", "gdi32.dll", "win32u.dll"}
 
 
@@ -51,7 +51,7 @@ class Planted(unittest.TestCase):
     def plant(self, names, folder):
         for name in names:
             shutil.copy2(BINARIES / "canary.dll", folder / name)
-        # Wine would take its own library wherever it finds one of that name; Windows takes what it finds.
+        # Wine would take its own library instead of one of that name that it finds; Windows takes the one it finds.
         modules = ",".join(name.removesuffix(".dll") for name in names - UNMOVABLE)
         self.environment["WINEDLLOVERRIDES"] = f"mscoree,mshtml,winedbg.exe=;{modules}=n,b"
 
@@ -73,7 +73,7 @@ class Planted(unittest.TestCase):
         self.assertEqual(self.told_paths(), [])
 
     def test_a_planted_library_would_be_seen(self):
-        """Beside the program it is loaded: only administrators may write there."""
+        """A library in the program's own folder is loaded: only administrators may write there."""
         shutil.copy2(BINARIES / "quinrep.exe", self.folder)
         self.plant({"bcrypt.dll", "ws2_32.dll"}, self.folder)
         self.run_in_folder(str(self.folder / "quinrep.exe"), "--version")

@@ -1,4 +1,4 @@
-"""What registration leaves behind: classes of the machine and nothing else, no files, and no settings of the user."""
+"""Registration writes classes of the machine and nothing else: no files, and no settings of the user."""
 
 import unittest
 
@@ -26,7 +26,7 @@ class Registration(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.prefix = Prefix()
-        # What was registered for the other tests.
+        # Removes the classes that are registered for the other tests.
         cls.prefix.run("wine", "regsvr32", "/s", "/u", "QuinmarkRepDLL.dll", cwd=BINARIES)
         idle = cls.state()
         cls.prefix.start()

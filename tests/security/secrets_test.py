@@ -1,4 +1,4 @@
-"""A marked password in runs, failing logins and a crash: it stands in nothing that they leave behind or show."""
+"""A marked password is in nothing that runs, failing logins and a crash show or leave on the machine."""
 
 import contextlib
 import pathlib
@@ -58,7 +58,7 @@ class Secrets(unittest.TestCase):
         self.addCleanup(setattr, self.practice, "passwords", [PASSWORD, PASSWORD])
 
     def run_program(self, *command):
-        """What it says, with the exit status in front."""
+        """The program's exit status, followed by its output."""
         run = subprocess.run(["wine", *command], env=self.environment, stdin=subprocess.DEVNULL, timeout=60,
                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False, cwd=self.folder)
         return f"{run.returncode}\n{run.stdout.decode(errors='replace')}"
@@ -126,7 +126,7 @@ class Secrets(unittest.TestCase):
                 self.assert_secret(*said, *processes.seen)
 
     def logins(self, *passwords):
-        """What a host sees of each login with the passwords of source and destination."""
+        """The errors that a host sees when it logs in with these passwords of source and destination."""
         self.environment.update({"LOGINS": "\n".join(map("\t".join, passwords)),
                                  "LOG_FILE": windows_path(self.practice.log)})
         said = self.script(REPOSITORY / "tests" / "security" / "login.vbs").split("raised: ")[1:]
@@ -147,7 +147,7 @@ class Secrets(unittest.TestCase):
         self.assertIn('password authentication failed for user "somebody_else"', said)
 
     def example_hosts(self, *options):
-        """What each of them says."""
+        """The output of each example host."""
         log = windows_path(self.practice.log)
         return [self.script(EXAMPLES / "replicate.js", log, *options),
                 self.script(EXAMPLES / "replicate.vbs", "daily", log, *options),

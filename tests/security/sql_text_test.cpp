@@ -1,4 +1,5 @@
-// What is pasted into SQL as it is, and what is not: a test for each kind of text. docs/security.md lists them.
+// Texts that are pasted into SQL as they are, and texts that are not: a test for each kind. docs/security.md lists
+// them.
 #include "com/convert.h"
 #include "conflicts/key_info.h"
 #include "db/sql_literals.h"
@@ -18,7 +19,7 @@ using testing::StartsWith;
 namespace {
 
 constexpr wchar_t kKey[] = L"{0F8FAD5B-D9CB-469F-A165-70867728950E}";
-/// A second statement behind whatever it is pasted into; what follows it becomes a comment.
+/// Ends the statement into which it is pasted and adds a second one; the rest becomes a comment.
 constexpr wchar_t kEmptyUsers[] = L"; delete from users; --";
 
 class SqlText : public PracticePair

@@ -21,7 +21,7 @@ private:
     std::shared_ptr<AdoHooks> hooks_;
 };
 
-/// The class of what a member gives.
+/// The class of the object that a member gives.
 std::wstring classGiven(const std::wstring& className, const std::wstring& member)
 {
     if (member == L"Execute")

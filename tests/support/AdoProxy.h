@@ -14,7 +14,7 @@ class ProxiedObject;
 /// A call into ADO on its way: of a member of an object, or the creation of an object.
 struct AdoCall
 {
-    /// Has ADO carry it out. What ADO hands out is proxied, too.
+    /// Has ADO carry it out. Objects that ADO hands out are proxied, too.
     virtual HRESULT passOn() = 0;
 
     bool is(const wchar_t* ofClass, const wchar_t* name) const { return className == ofClass && member == name; }
@@ -42,13 +42,13 @@ protected:
     ~AdoCall() = default;
 };
 
-/// What is done around the calls that pass a proxy.
+/// Hooks around the calls that pass a proxy.
 class AdoHooks
 {
 public:
     virtual ~AdoHooks() = default;
 
-    /// Whether an object that is made now is proxied; else its maker gets the real one.
+    /// Whether a new object is proxied; else its maker gets the real one.
     virtual bool wantsProxy() const { return true; }
     /// Every call, before and after `passOn`, or instead of it; returns the answer to the caller.
     virtual HRESULT call(AdoCall& call) { return call.passOn(); }
@@ -63,7 +63,7 @@ public:
 
 private:
     friend class ProxiedObject;
-    /// Members by class and id: who has looked one up may use the id with every object of the class.
+    /// Members by class and id: a caller that has looked one up may use the id with every object of the class.
     std::map<std::pair<std::wstring, DISPID>, std::wstring> members_;
 };
 
@@ -91,7 +91,7 @@ public:
     /// Of the command that it is, or belongs to.
     std::wstring statement;
     bool isProcedure = false;
-    /// The hooks' own. What an object hands out has its number at first.
+    /// For the hooks to use. An object that another one hands out begins with that one's number.
     size_t number = 0;
 
 protected:

@@ -3,7 +3,7 @@
 #include <string>
 #include <windows.h>
 
-/// How a program ended and what it said, its lines ended by LF.
+/// The exit code and the output of a program, its lines ended by LF.
 struct ProgramEnd
 {
     DWORD exitCode = 0;

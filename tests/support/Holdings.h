@@ -4,7 +4,7 @@
 #include <ostream>
 #include <windows.h>
 
-/// What this process holds of the machine.
+/// The resources that this process holds.
 struct Holdings
 {
     size_t heapBytes; ///< in use in all heaps, to the byte

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-/// What one IDispatch::Invoke answered.
+/// The answer of one IDispatch::Invoke.
 struct LateResult
 {
     HRESULT code = E_UNEXPECTED;

@@ -29,7 +29,7 @@ struct TableCounters
 
 std::ostream& operator<<(std::ostream& stream, const TableCounters& counters);
 
-/// What a table object is created with.
+/// The arguments with which a table object is created.
 struct TablePlan
 {
     enumReplicationMethod method = ONE_WAY;
@@ -39,7 +39,7 @@ struct TablePlan
     enumReplicateDeletes deletes = UNKNOWN;
 };
 
-/// What Factory.init is called with.
+/// The arguments of Factory.init.
 struct HostSettings
 {
     enumReplicationUniqueId site = OFFICES;
@@ -84,7 +84,8 @@ protected:
     const PracticeSide& local() const;
     const PracticeSide& remote() const;
 
-    /// Who runs the component: the offices on the source's machine, a laptop on the destination's, unless told.
+    /// The site that runs the component: the offices on the source's machine, a laptop on the destination's, unless
+    /// told.
     void runAt(enumReplicationUniqueId site);
     void runAt(enumReplicationUniqueId site, const std::wstring& role);
 
@@ -121,7 +122,7 @@ protected:
     /// Differing columns of all conflicts: name, source's value, destination's value; in the order of the names.
     std::vector<std::wstring> conflictData() const;
 
-    /// What the component has logged in this test.
+    /// The text that the component has logged in this test.
     std::wstring log() const;
     bool logged(const std::wstring& text) const { return log().find(text) != std::wstring::npos; }
 

@@ -26,7 +26,7 @@ struct AdoRows
     std::vector<std::vector<_variant_t>> rows;
 };
 
-/// What a statement answers: a result, the rows affected, and the values of output parameters by their index.
+/// The answer to a statement: a result, the rows affected, and the values of output parameters by their index.
 struct AdoAnswer
 {
     AdoRows rows;
@@ -40,7 +40,8 @@ enum class AdoMoment
     After,  ///< the call is carried out and then reported as failed
 };
 
-/// How a call fails: as ADO does, with an exception record, or with a bare failure code when there is no description.
+/// The failure of a call: as ADO fails, with an exception record, or with a bare failure code when there is no
+/// description.
 struct AdoFailure
 {
     HRESULT code;
@@ -78,14 +79,14 @@ public:
     /// Answers every statement that has no answer laid down; may throw an AdoFailure.
     void answerOthers(Answerer answer) { others_ = std::move(answer); }
 
-    /// Fails the n-th call from now (from 1), reads and creations included.
+    /// Fails the n-th call after this one (from 1), reads and creations included.
     void failCall(size_t n, const AdoFailure& failure) { failures_.push_back({L"", n, failure}); }
-    /// Fails the n-th call of a member from now, such as "Command.Execute", "Connection.State" or "create Recordset".
+    /// Fails the n-th later call of a member, such as "Command.Execute", "Connection.State" or "create Recordset".
     void failMember(const std::wstring& member, const AdoFailure& failure, size_t n = 1)
     {
         failures_.push_back({member, n, failure});
     }
-    /// Fails the n-th execution of a statement from now, on any connection or on one.
+    /// Fails the n-th later execution of a statement, on any connection or on one.
     void failStatement(const std::wstring& statement, const AdoFailure& failure, size_t n = 1)
     {
         failStatementOn(L"", statement, failure, n);
@@ -95,7 +96,7 @@ public:
     {
         failures_.push_back({connection + L"|" + statement, n, failure});
     }
-    /// Fails every statement on a connection from now on, which stays open to all appearance.
+    /// Fails every later statement on a connection, which seems to stay open.
     void cut(const std::wstring& connection, const AdoFailure& failure) { cuts_.insert_or_assign(connection, failure); }
 
     /// Runs `action` each time just before the statement is carried out.
@@ -104,7 +105,7 @@ public:
     /// Name of a connection's database; its label unless told.
     void setDefaultDatabase(const std::wstring& connection, const std::wstring& name) { databases_[connection] = name; }
 
-    /// State that connections of that label tell from now on, whatever was done to them; they work as before.
+    /// The state that connections of that label tell after this call, whatever was done to them; they go on working.
     void setState(const std::wstring& connection, long state) { states_[connection] = state; }
 
     /// Every creation, put, method call and release of the three classes and their parameters, in order: "create
@@ -130,7 +131,7 @@ public:
     void perform(const std::wstring& member, const std::wstring& line, bool read, const std::function<void()>& action);
     /// Records a statement and gives its answer, unless it is to fail. `sent` is the text with the parameters.
     AdoAnswer run(const std::wstring& connection, const std::wstring& statement, const std::wstring& sent);
-    /// Records what is no call and cannot fail.
+    /// Records an event that is no call and cannot fail.
     void note(const std::wstring& line) { lines_.push_back({line, false}); }
     std::wstring databaseOf(const std::wstring& connection) const;
     std::optional<long> stateOf(const std::wstring& connection) const;

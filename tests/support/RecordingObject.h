@@ -29,7 +29,7 @@ public:
     void stored(const wchar_t* name, const _variant_t& value);
     void method(const wchar_t* name, Getter call);
 
-    /// What a stored property keeps.
+    /// The value of a stored property.
     _variant_t& value(const wchar_t* name) { return values_[name]; }
 
 protected:

@@ -1,4 +1,4 @@
-"""scripts/devdb.sh on a copy of its own: life cycle, what the login sees, and the accidents it has to survive."""
+"""scripts/devdb.sh on a copy of its own: life cycle, the login's view, and the accidents it has to survive."""
 
 import os
 import pathlib

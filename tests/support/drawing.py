@@ -1,4 +1,5 @@
-"""What a test draws at random: a sample every time, more for whoever asks, and the same again by its numbers."""
+"""The numbers of a test's random cases: a sample in everyday runs, more on request, and the same cases again by seed
+and number."""
 
 import argparse
 import itertools

@@ -1,4 +1,4 @@
-"""The practice on a database server of a test's own, which may be killed, or have a password that nobody else knows."""
+"""The practice on a database server of a test's own, which may be killed, or have a password of its own."""
 
 import contextlib
 import fcntl
@@ -16,12 +16,12 @@ from side import OTHERS, REPOSITORY, Side, SQL_FILES, data_sources, wait_until
 
 SCRIPTS = [REPOSITORY / "scripts" / name for name in ("devdb.sh", "lib.sh")]
 PATIENTS = 5
-# What has been made once is copied for every server after it.
+# The first server is made here and copied for every later one.
 PREPARED = REPOSITORY / "build" / "own-server"
 
 
 def copy_scripts(root):
-    """What devdb.sh needs to have its server below this folder."""
+    """Copies the files that devdb.sh needs to have its server below this folder."""
     (root / "scripts").mkdir(parents=True)
     for script in SCRIPTS:
         shutil.copy2(script, root / "scripts")
@@ -29,7 +29,7 @@ def copy_scripts(root):
 
 
 def environment_of(state):
-    """What leads programs to the server whose devdb.sh has written this."""
+    """The environment of programs that use the server whose devdb.sh has written this folder."""
     return {**os.environ, **dict(re.findall(r"export (\w+)=(.*)", (state / "env.sh").read_text()))}
 
 
@@ -50,7 +50,7 @@ def _prepared():
                 shutil.rmtree(former)
             copy_scripts(root)
             _devdb(root, "reset", str(PATIENTS), "--both")
-            # What devdb.sh resets to; a copy of the whole is quicker.
+            # devdb.sh resets from these templates; a copy of the whole server is quicker.
             _devdb(root, "psql", "-c", "drop database office_template", "-c", "drop database laptop_template")
             _devdb(root, "stop")
             (root / "ready").touch()
@@ -71,7 +71,8 @@ class OwnServer(Practice):
         super().__init__(tables, self._server_environment(password))
 
     def _server_environment(self, password):
-        """What leads programs here, to data sources of their own: quinrep runs once for a data source on a machine."""
+        """The environment of programs that use this server. Its data sources are its own, since quinrep runs once for a
+        data source on a machine."""
         settings = environment_of(self._state)
         sources = data_sources(settings)
         port = (self._state / "port").read_text().strip()
@@ -111,8 +112,8 @@ class OwnServer(Practice):
             _kill(choose(pids))
 
     def restore(self):
-        """Until network and server are there, and no statement of a program is under way: one that was goes on without
-        its client.
+        """Waits until network and server are there, and no statement of a program is under way: statements go on after
+        their client is gone.
         """
         for relay in self.relays.values():
             relay.heal()

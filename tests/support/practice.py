@@ -97,7 +97,7 @@ class Practice:
         return ["wine", str(QUINREP), "-c", str(file), *arguments]
 
     def start(self, *arguments, before=(), **options):
-        """Starts quinrep. What it says goes to files: Wine's desktop holds on to a pipe for longer than it lives.
+        """Starts quinrep. Its output goes to files: Wine's desktop holds on to a pipe for longer than quinrep lives.
         `before` is a program that gets quinrep's command line.
         """
         wine, *quinrep = self.command(*arguments)
@@ -107,11 +107,11 @@ class Practice:
                                     stderr=err, **{"stdin": subprocess.DEVNULL, **options})
 
     def said(self):
-        """What quinrep has written so far: results and messages."""
+        """The output of quinrep so far: results and messages."""
         return [(self.folder / name).read_text(errors="replace") for name in ("out.txt", "err.txt")]
 
     def quinrep(self, *arguments, patience=60):
-        """Runs quinrep; what subprocess tells of it."""
+        """Runs quinrep; returns its subprocess.CompletedProcess."""
         with self.start(*arguments) as process:
             try:
                 process.wait(patience)

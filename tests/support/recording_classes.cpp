@@ -172,7 +172,7 @@ private:
     std::vector<ComPtr<RecordingObject>> parameters_;
 };
 
-/// Where a recordset stands in its rows; its fields look there, too.
+/// The position of a recordset in its rows; its fields read there, too.
 struct Cursor
 {
     AdoRows rows;

@@ -30,7 +30,7 @@ RecordingTest::RecordingTest() : directory_(newDirectory()), logFile_(directory_
 {
     if (!kAttached)
         ADD_FAILURE() << "no thread slot for the settings";
-    // Whatever an earlier test left on this thread.
+    // Removes the settings that an earlier test left on this thread.
     detachThreadSettings();
 }
 

@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 
-/// What a connected test was initialised with. The DSNs are "source" and "destination", and so are the labels of the
-/// connections; the passwords are "sourcePassword" and "destinationPassword".
+/// The settings with which a connected test was initialised. The DSNs are "source" and "destination", and so are the
+/// labels of the connections; the passwords are "sourcePassword" and "destinationPassword".
 struct ConnectOptions
 {
     long site = 0; ///< OFFICES
@@ -28,7 +28,7 @@ protected:
     /// Initialises the component through its entry object and forgets the calls that this made.
     void connectedSettings(const ConnectOptions& options = {});
 
-    /// How many result sets were closed.
+    /// The number of result sets that were closed.
     long closedResults() const;
 
     /// Lets both connections go, so that only what the component leaked is left alive.

@@ -1,4 +1,4 @@
-"""A TCP relay in front of a server, for tests of what a bad network does."""
+"""A TCP relay in front of a server, for tests of a bad network."""
 
 import asyncio
 import ctypes
@@ -32,7 +32,7 @@ class Relay:
         self._call(self._cut(reset, refuse))
 
     def freeze(self):
-        """Keeps back whatever is sent from now on; connections stay and new ones are accepted."""
+        """Keeps back all further data; connections stay and new ones are accepted."""
         self._call(self._set_flowing(False))
 
     def freeze_after(self, count):
@@ -41,11 +41,11 @@ class Relay:
         self._until_freeze = self.passed + count
 
     def vanish(self):
-        """Answers the clients with nothing from now on, not even with an acknowledgement of what they send."""
+        """Sends the clients nothing more, not even an acknowledgement of their data."""
         self._call(self._vanish())
 
     def heal(self):
-        """Forwards again, and without a freeze to come. What is frozen goes on, what is cut stays so."""
+        """Forwards again, and cancels a freeze to come. Frozen connections go on, cut ones stay cut."""
         self._until_freeze = None
         self._call(self._open())
 
@@ -131,7 +131,7 @@ class Relay:
         writer.close()
 
     async def _pass_until_freeze(self, data, writer):
-        """What is left of the data when it flows again."""
+        """The rest of the data, once it flows again."""
         if self._until_freeze is None or self.passed + len(data) < self._until_freeze:
             return data
         first = self._until_freeze - self.passed

@@ -1,4 +1,4 @@
-"""The relay itself, in front of a server that sends back what it is sent."""
+"""The relay itself, in front of a server that sends all data back."""
 
 import contextlib
 import socket

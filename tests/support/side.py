@@ -66,7 +66,7 @@ class Side:
 
     @classmethod
     def of(cls, dsn, environment):
-        """What a data source names, as its login."""
+        """The database that a data source names, with its login."""
         settings = data_sources(environment)[dsn]
         return cls(port=settings["Port"], dbname=settings["Database"], user=settings["Username"],
                    password=environment["QUINMARK_PASSWORD"])
@@ -140,11 +140,11 @@ class Side:
                 yield
 
     def locked(self, table, mode="exclusive"):
-        """Keeps everybody else from writing to a table, who then waits; with "access exclusive" from reading too."""
+        """Makes everybody else who writes to a table wait; with "access exclusive" also those who read it."""
         return self.transaction(f"lock table {table} in {mode} mode")
 
     def wait_for_waiter(self):
-        """Until somebody waits for a lock."""
+        """Waits until somebody waits for a lock."""
         waiting = "select count(*) from pg_locks where not granted and database = " \
                   "(select oid from pg_database where datname = current_database())"
         wait_until(lambda: self.value(waiting), "somebody waits for a lock")

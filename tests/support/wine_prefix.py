@@ -24,11 +24,11 @@ class Prefix:
 
     def start(self):
         subprocess.run(["wineserver", "-p"], env=self.environment, check=True)
-        # The first program brings up Windows' own, which would hold on to a pipe.
+        # The first program starts Windows' own programs, which would hold on to a pipe.
         self.run("wine", "cmd", "/c", "exit")
 
     def run(self, *command, **options):
-        """A program that has nothing to say."""
+        """Runs a program that prints nothing."""
         subprocess.run(command, env=self.environment, check=True, timeout=60, stdin=subprocess.DEVNULL,
                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, **options)
 

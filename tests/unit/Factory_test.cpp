@@ -20,7 +20,7 @@ Lines opening(const std::wstring& dsn)
             L"Connection.Open(\"DSN=" + dsn + L";UID=quinmarkapp_user;PWD=" + dsn + L"Password\", \"\", \"\", -1)"};
 }
 
-/// In a holder that lets an earlier connection of that name go.
+/// In a holder that releases an earlier connection of that name.
 Lines reopening(const std::wstring& dsn)
 {
     Lines lines = opening(dsn);

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-// Only what no other test would notice: where the recording ADO took too much, they would pass.
+// Mistakes that no other test would notice: the others pass when the recording ADO accepts too much.
 
 namespace {
 

@@ -10,7 +10,7 @@
 namespace com {
 namespace {
 
-/// What a call that throws leaves behind: its code and the error object, as a caller reads them.
+/// The error of a call that throws: its code and the error object, as a caller reads them.
 template <class Thrown>
 Error throughBoundary(const Thrown& thrown)
 {

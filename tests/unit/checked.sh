@@ -11,7 +11,7 @@ readonly options='HKLM\Software\Microsoft\Windows NT\CurrentVersion\Image File E
 # FLG_HEAP_ENABLE_TAIL_CHECK, FLG_HEAP_ENABLE_FREE_CHECK, FLG_HEAP_VALIDATE_PARAMETERS
 readonly guards=0x70
 
-# Counts of an earlier run, and the notes of objects that are no longer part of the component.
+# Removes the counts of an earlier run, and the notes of objects that are not part of the component.
 find "$counts" -name '*.gcda' -delete
 find "$counts" -name '*.gcno' -exec sh -c '[ -e "${1%gcno}obj" ] || rm "$1"' - {} \;
 wine reg add "$options" /v GlobalFlag /t REG_DWORD /d "$guards" /f >/dev/null

@@ -5,12 +5,12 @@
 #include <vector>
 #include <windows.h>
 
-// What the checked build finds beyond the assertions of the tests: after every test the heaps are looked at, and
-// undefined behaviour or a wrong index ends the program. These tests show that it really does.
+// The checked build finds more than the assertions of the tests: it looks at the heaps after every test, and undefined
+// behaviour or a wrong index ends the program. These tests show that it really does.
 
 namespace {
 
-/// Overwritten guards before, behind and inside freed blocks count when the heaps have such guards: see checked.sh.
+/// Overwritten guards before, after and inside freed blocks count when the heaps have such guards: see checked.sh.
 bool heapsAreIntact()
 {
     std::vector<HANDLE> heaps(64);
@@ -62,7 +62,7 @@ LONG CALLBACK endThreadOnTrap(EXCEPTION_POINTERS* fault)
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
-/// How a thread of its own ends that does nothing but this.
+/// The exit code of a thread that does nothing but this.
 DWORD endOf(LPTHREAD_START_ROUTINE deed)
 {
     void* const handler = AddVectoredExceptionHandler(1, endThreadOnTrap);

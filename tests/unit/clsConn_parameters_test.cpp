@@ -8,7 +8,7 @@ namespace {
 
 constexpr DATE kJanuary1 = 2; // 1 January 1900
 
-/// The parameter table, seen by what a stored procedure is sent.
+/// The parameter table, seen through the parameters that a stored procedure gets.
 class ParametersTest : public ConnectionTest
 {
 protected:

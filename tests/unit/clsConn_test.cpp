@@ -207,7 +207,7 @@ protected:
         }
     }
 
-    /// What reached the database.
+    /// The calls that reached the database.
     std::wstring reached() const
     {
         std::wstring all;

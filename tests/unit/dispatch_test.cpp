@@ -135,7 +135,7 @@ TEST_F(LateBinding, ExceptionKeepsNumberSourceAndDescription)
     }
 }
 
-/// What a member answers that reports a failure by the thread's error object.
+/// The answer of a member that reports a failure by the thread's error object.
 HRESULT leaveErrorObject()
 {
     return comBoundary([] { throw Error{E_FAIL, L"the object", L"its own text"}; });

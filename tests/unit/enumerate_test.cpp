@@ -169,7 +169,7 @@ TEST(ForEach, ErrorOfTheVisitorEndsTheWalk)
     EXPECT_EQ(error.number, 6);
 }
 
-/// What Next(count) delivers, and its code.
+/// The items that Next(count) delivers, and its code.
 std::pair<std::wstring, HRESULT> next(IEnumVARIANT& walk, ULONG count)
 {
     std::vector<_variant_t> values(count);
