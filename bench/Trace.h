@@ -35,12 +35,12 @@ struct TraceRecord
     std::wstring_view text = {};
 };
 
-/// A whole trace in memory. All texts lie in one block: beside thousands of blocks, Wine's heap takes longer for every
-/// other one, which would count as the client's own time.
+/// A whole trace in memory. All texts lie in one block: with thousands of blocks, Wine's heap takes longer for every
+/// further one, which would count as the client's own time.
 class Trace
 {
 public:
-    /// Throws std::exception for a file that is none.
+    /// Throws std::exception for a file that is no trace.
     explicit Trace(const std::wstring& path)
     {
         using enum TraceKind;

@@ -33,7 +33,7 @@ public:
         return code;
     }
 
-    /// A recordset that is let go without having been closed is closed all the same.
+    /// A recordset that is released without having been closed is closed all the same.
     void released(ProxiedObject& object) override
     {
         if (object.className == L"Recordset")

@@ -7,9 +7,9 @@
 #include <vector>
 #include <wrl/client.h>
 
-/// ADO as a loop in C++ uses it that wants nothing but to be quick: dispatch ids are looked up once for each kind of
-/// object, arguments lie on the stack, and a recordset's fields are fetched once. Connections and commands get the
-/// properties that the component gives them. A failed call throws std::runtime_error.
+/// ADO for a loop in C++ that has to be as quick as possible: dispatch ids are looked up once for each kind of object,
+/// arguments lie on the stack, and a recordset's fields are fetched once. Connections and commands get the properties
+/// that the component gives them. A failed call throws std::runtime_error.
 namespace bare {
 
 using Object = Microsoft::WRL::ComPtr<IDispatch>;

@@ -23,8 +23,8 @@ def line(name, value, limit, verdict):
 
 
 def measure_parts(names, rows, rounds):
-    """Prints the figures of each part and keeps those there are so far; whether all were measured and are within their
-    limits.
+    """Prints the figures of each part and keeps all figures so far. Returns whether all parts were measured and are
+    within their limits.
     """
     figures, whole = [], True
     line("figure", "value", "limit", "")
@@ -32,7 +32,7 @@ def measure_parts(names, rows, rounds):
         try:
             taken = PARTS[name](rows, rounds)
         except Exception:  # pylint: disable=broad-except
-            # The other parts are worth having all the same.
+            # The figures of the other parts are useful all the same.
             whole = False
             print(f"{name}: could not be measured", flush=True)
             traceback.print_exc()

@@ -18,12 +18,12 @@ GUID = (3, "work_guid", "")
 NUMBER = (7, "work_number", "row_no")
 FULL = (1, "work_guid", "")
 QUIET = tuple((3, f"quiet_{number}", "") for number in range(1, 41))
-# The ratio to the bare loop differs from call to call, each with databases made for it; one of them decides nothing.
+# The ratio to the bare loop differs from call to call, each of which has its own databases; one call decides nothing.
 CALLS = 3
 # Rows of the smaller state where two sizes are compared, and of a full copy.
 SMALL = 10_000
 MANY = 1_000_000
-# So often the short run over the smaller state is made, and at most so often the full copy.
+# The number of short runs over the smaller state, and the greatest number of full copies.
 FEW = 3
 TRACE = clients.FOLDER / "run.trace"
 

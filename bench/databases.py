@@ -42,7 +42,7 @@ class Pair:
         return psql(self.databases[side], sql)
 
     def prefix(self, side):
-        """Stands in front of this side's tables in a statement on either side."""
+        """The prefix of this side's tables in a statement on either side."""
         return self.databases[side] + "."
 
     def dsn(self, side):
@@ -58,7 +58,7 @@ class Pair:
         self.states.add(state)
 
     def restore(self, state):
-        """Back to what was kept, with nothing left for the server to do in the background."""
+        """Restores the kept databases, and leaves the server nothing to do in the background."""
         for database in self.databases.values():
             self._copy(f"{database}_{state}", database)
         psql("postgres", "checkpoint;")

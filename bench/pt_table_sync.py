@@ -50,7 +50,7 @@ class ForeignSides(Pair):
         return clients.run(self, (REPLICATED,), whole=True)
 
     def differences(self):
-        """How many rows, of both sides together, the other side does not have so."""
+        """The number of rows, of both sides together, that the other side lacks or has with other values."""
         one, other = self.prefix("S") + TABLE, self.prefix("D") + TABLE
         return int(self.psql("S", f"select count(*) from ((table {one} except table {other}) union all "
                                   f"(table {other} except table {one})) x"))
@@ -64,8 +64,8 @@ class ForeignSides(Pair):
 
 
 class OneServerSides(ForeignSides):
-    """Each side is a schema of one PostgreSQL database. To a statement that is what two databases of one SQL Server or
-    MariaDB are: nothing travels between servers.
+    """Each side is a schema of one PostgreSQL database. A statement uses them like two databases of one SQL Server or
+    MariaDB: nothing travels between servers.
     """
 
     def __init__(self):

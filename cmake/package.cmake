@@ -1,5 +1,5 @@
-# The target "package": an MSI and a zip with everything that goes onto a machine, at the top of the build folder.
-# What goes in is what the install rules of the component "product" name.
+# The target "package": an MSI and a zip with everything that goes onto a machine, at the top of the build folder. The
+# install rules of the component "product" name its contents.
 set(PACKAGE_NAME "QuinmarkRepDLL-${PROJECT_VERSION}")
 
 install(TARGETS QuinmarkRepDLL RUNTIME DESTINATION . COMPONENT product)

@@ -28,7 +28,7 @@ NEXT_STEP = ("Look at the conflicts (cscript conflicts.vbs list --office, or qui
 
 
 def result_of(returned):
-    """The result of a call: arguments that travel by reference come back behind it."""
+    """The result of a call: arguments that travel by reference come back after it."""
     return returned[0] if isinstance(returned, tuple) else returned
 
 

@@ -26,7 +26,7 @@ std::string tooLong(const std::string& what, long size)
         what, size);
 }
 
-/// Which of a conflict's texts the procedures would not take.
+/// The error of a conflict with a text that is too long for the procedures; empty when all texts fit.
 std::string tooLongText(const FoundConflict& found)
 {
     if (isLonger(found.conflict.sTable, clsConflict::kTableSize))

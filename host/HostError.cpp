@@ -22,8 +22,8 @@ constexpr char kBitness[] = "The data source is for 64-bit programs; make one of
 constexpr char kTable[] = "Look with `quinrep check` which side lacks the table or is reached by a wrong prefix.";
 constexpr char kRights[] = "Grant the login quinmarkapp_user the rights that docs/sql-server.md lists.";
 
-/// By what stands in the description; the first that fits. Drivers tell in their own words and in the user's language:
-/// what has a number is known by that (see byNumber).
+/// Advice by a text in the description; the first that fits. Drivers write these in their own words and in the user's
+/// language: errors with a number are known by it (see byNumber).
 constexpr Advice kAdvice[] = {
     {L"IM002", kDsn},
     {L"Data source name not found", kDsn},

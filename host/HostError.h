@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string>
 
-/// How the program ends.
+/// The program's exit codes.
 enum ExitCode : int
 {
     kDone = 0,
@@ -48,7 +48,7 @@ inline constexpr char kInsertControlRecord[] = "Insert the site's row into repli
 inline constexpr char kSetLastTimestamp[] =
     "Set last_timestamp of the site's control record to a date before all changes that are to be replicated.";
 
-/// The failure of what needs the site's control record and finds none.
+/// The failure of a command that needs the site's control record and finds none.
 HostError missingControlRecord();
 
 /// Advice for an error; empty when nothing is known.

@@ -24,7 +24,7 @@ struct TablePreview
     long long sourceUpdates = 0;
     long long sourceAdds = 0;
     long long conflicts = 0;
-    /// Why the run would better not begin.
+    /// The reasons against beginning the run.
     std::vector<RunStop> stops;
 };
 

@@ -18,7 +18,7 @@ Microsoft::WRL::ComPtr<_Factory> createFactory();
 /// Raises HostError(kUsage) when the component could not write its log there: it would ask a person, in a message box.
 void requireWritableLog(const std::string& path);
 
-/// The two databases, through connections of the host's own: what the component does not tell is read here.
+/// The two databases, through connections of the host's own, which read the values that the component does not tell.
 class Databases
 {
 public:
@@ -54,7 +54,7 @@ public:
 
     /// Raises HostError(kFailed) with the component's reason when the databases do not belong together.
     void ensureReplication();
-    /// Whether both connections still answer; databases that no longer belong together do.
+    /// Whether both connections answer, even when the databases do not belong together.
     bool isConnected();
     Microsoft::WRL::ComPtr<_clsReplicateTable> createTable(const TableConfiguration& table);
     Microsoft::WRL::ComPtr<_clsReplicate> createReplication();

@@ -22,7 +22,7 @@ using TableContent = std::map<std::wstring, ContentRow>;
 
 TableContent readContent(clsConn& conn, const quinmark::KeyedTable& table, bool hasKey);
 
-/// Where a row is, or that its values differ.
+/// A row is on one side only, or its values differ.
 enum class Difference
 {
     LeftOnly,

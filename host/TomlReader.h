@@ -13,8 +13,8 @@
 template <class Value>
 using TomlWords = std::map<std::string, Value>;
 
-/// Reads one table of a TOML file and remembers every mistake in it, with line, column and what was expected. What a
-/// mistake leaves out gets some value that fits.
+/// Reads one table of a TOML file and remembers every mistake in it, with line, column and what was expected. An entry
+/// with a mistake gets some value that fits.
 class TomlReader
 {
 public:
@@ -23,7 +23,7 @@ public:
 
     std::string text(const char* name, const std::optional<std::string>& otherwise = std::nullopt);
 
-    /// The source of a password. What stands there instead may be a password: it is not repeated.
+    /// The source of a password. A text that names no source may be a password: mistakes do not repeat it.
     std::string passwordSource(const char* name);
 
     short wholeNumber(const char* name, short least, short most, short otherwise);

@@ -33,7 +33,7 @@ struct ResolveOptions
 {
     ConflictFilter filter;
     enumResolution use = WORK_LATER;
-    /// Overwrites and deletes rows also where they are no longer as they were found.
+    /// Overwrites and deletes rows also where they have changed since they were found.
     bool changedToo = false;
     /// Says what would be done, and does nothing.
     bool dryRun = false;

@@ -8,7 +8,7 @@ site = "laptop"
 # Which side the machine's own database is: "source" or "destination".
 local = "destination"
 
-# What replication checks the database's ReplicationVersion against; "laptop" skips the check.
+# The version that replication compares with the database's ReplicationVersion; "laptop" skips the check.
 program_version = "laptop"
 
 # Seconds until the next attempt.
@@ -37,7 +37,7 @@ password = "env:QUINMARK_PASSWORD"
 file = "quinrep-component.log"
 level = 2
 
-# What a run does about the error that the last one recorded for conflicts alone: "stop" waits for a person, who clears it
+# The way a run treats an error that the last run recorded for conflicts alone: "stop" waits for a person, who clears it
 # with `quinrep run --reset-error`; "continue" clears it, since rows that wait for a decision are left alone anyway.
 [run]
 on_conflicts = "stop"

@@ -58,7 +58,7 @@ serverPid() {
     read -r pid 2>/dev/null <"$data/postmaster.pid" && [[ $pid =~ ^[0-9]+$ ]] && printf '%s' "$pid"
 }
 
-# A pid file outlives a killed server, and its number may by now be anybody's: the command line decides.
+# A pid file outlives a killed server, and another process may have got its number: the command line decides.
 isRunning() {
     local pid
     pid="$(serverPid)" || return 1
@@ -222,7 +222,7 @@ ensureStarted() {
     writeClientFiles
 }
 
-# Loaded means: from the SQL files as they are now.
+# Loads the sample unless it was made from the present SQL files.
 ensureLoaded() {
     [[ -f $state/sample && "$(<"$state/sample")" == *" $(sqlChecksum)" ]] || loadSample "$kDefaultPatients" office
 }

@@ -4,10 +4,10 @@
 #
 #   install-deps.sh [--tests|--bench]
 #
-# --tests also gets what some tests need and can be skipped for: modules for Python, a browser and what drives it (the
-# latter into build/review-node_modules), a compiler for this machine with its sanitizers, and what checks the source.
-# Where that cannot be had it is only told, unless QUINMARK_REQUIRE_TOOLS is 1. --bench gets what the benches compare
-# with.
+# --tests also gets the tools of tests that are skipped without them: modules for Python, a browser and its driver (the
+# latter into build/review-node_modules), a compiler for this machine with its sanitizers, and checkers of the source.
+# When these cannot be had, the script only says so, unless QUINMARK_REQUIRE_TOOLS is 1. --bench also gets the tools
+# that the benches compare with.
 # Exit status: 0 all there, 1 failed, 4 root is needed.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh

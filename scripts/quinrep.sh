@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# quinrep on the two databases that the demo left behind: brings the test bed up, runs the command, takes it down again.
+# quinrep on the two databases that the demo has left: brings the test bed up, runs the command, takes it down again.
 #
 #   quinrep.sh COMMAND [ARGUMENT...]      for example: review, conflicts list --json, verify, run --ready
 #

@@ -64,8 +64,9 @@ startWine() {
         wineserver -w
     fi
     wineserver -p 9>&-
-    # The first program brings up Windows' own, which would hold on to the pipe of whoever reads its output. The desktop
-    # leaves with the last program, to be brought up by the next: so one stays until its input ends, which is with us.
+    # The first program starts Windows' own programs, which would hold on to the pipe of its reader. The desktop ends
+    # with the last program and starts again with the next: so one program stays until its input ends, which is when
+    # this script ends.
     wine cmd /c exit >/dev/null 2>&1 9>&-
     coproc staying { wine cmd >/dev/null 2>&1 9>&-; }
 }

@@ -1,4 +1,4 @@
--- What statements written for SQL Server need from a PostgreSQL database. Run as superuser.
+-- Types and functions of SQL Server that its statements need in a PostgreSQL database. Run as superuser.
 
 create schema dbo authorization quinmarkapp_user;
 

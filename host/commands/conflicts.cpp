@@ -17,7 +17,7 @@ bool isChangedSince(Databases& databases, const ConflictedRow& row)
     return !isStillAsRecorded(row, recordedColumns(databases.local(), row));
 }
 
-/// The choice for a row: one that is no longer as it was found is not overwritten or deleted unseen.
+/// The choice for a row. A row that has changed since it was found is not overwritten or deleted unseen.
 Choice choiceFor(const Configuration& configuration, Databases& databases, const ResolveOptions& options,
                  const ConflictedRow& row)
 {

@@ -80,7 +80,7 @@ public:
     /// Raises when the databases do not belong together.
     void ensurePair() { component_.ensureReplication(); }
 
-    /// `databases` are for what the component does not tell.
+    /// `databases` are read for values that the component does not tell.
     Outcome go(Databases& databases)
     {
         const ordered_json cleared = clearError(databases);
@@ -95,8 +95,8 @@ public:
     }
 
 private:
-    /// Clears the recorded error where a person says so, or the configuration does for one of conflicts alone. What is
-    /// cleared, or null. A site that is not ready is not run, so that nothing is cleared unseen.
+    /// Clears the recorded error where a person says so, or the configuration does for one of conflicts alone. Returns
+    /// the cleared error, or null. A site that is not ready is not run, so that nothing is cleared unseen.
     ordered_json clearError(Databases& databases)
     {
         const ordered_json rows = jsonRows(
@@ -247,8 +247,8 @@ private:
         return outcome;
     }
 
-    /// How many rows wait after the run, and how many did not before: through new connections, since the run's may be
-    /// lost. Null where the database does not answer.
+    /// The number of rows that wait after the run, and of those that did not wait before: through new connections,
+    /// since the run's may be lost. Null where the database does not answer.
     void tellConflicts(ordered_json& result, const WaitingRows& before)
     {
         result["conflicts_waiting"] = nullptr;

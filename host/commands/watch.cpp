@@ -104,8 +104,7 @@ private:
         return backoff_.next();
     }
 
-    /// Whether the control record is in error by what this watch met and the next attempt looks at anew, and for no
-    /// other reason.
+    /// Whether the control record holds only an error that this watch met and that the next attempt checks anew.
     bool ownErrorIsRecorded()
     {
         if (passing_.empty())

@@ -83,7 +83,7 @@ struct ConflictedRow
     nlohmann::ordered_json toJson() const;
 };
 
-/// Which conflicts are meant.
+/// The conflicts that a command is about.
 struct ConflictFilter
 {
     /// All records of the rows that these are about; any when empty.

@@ -22,7 +22,7 @@ enum class Effect
 struct Choice
 {
     enumResolution use;
-    /// Whether it would be done, and then something would happen.
+    /// Whether it would be done and change something.
     bool possible;
     Effect effect;
     /// The effect, or the obstacle and the other way.

@@ -166,7 +166,7 @@ std::string ConflictPage::listItem(const ConflictedRow& row) const
                        foundOften(row), state);
 }
 
-/// Nothing is done from here before it was confirmed.
+/// The choices of this form are confirmed before anything is done.
 std::string ConflictPage::forSeveral() const
 {
     constexpr char kUseButtons[] = "<button name=\"use\" value=\"source\">Use source…</button>"

@@ -26,7 +26,7 @@ enum class Loss
     None,
     OverwrittenNow,
     DeletedNow,
-    /// By the next run, which no conflict stops any more.
+    /// By the next run, which no conflict stops.
     DestinationOverwrittenNext,
     DestinationDeletedNext,
     SourceOverwrittenNext,

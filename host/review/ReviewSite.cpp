@@ -93,7 +93,7 @@ HttpResponse ReviewSite::answer(const HttpRequest& request)
 }
 
 // The host is checked too: a name that somebody points at 127.0.0.1 makes another site's page look like this one.
-// Browsers tell the origin with every form that is sent; what changes something is done for no one who does not.
+// Browsers send the origin with every form; a request that changes something is refused without it.
 void ReviewSite::refuseStrangers(const HttpRequest& request) const
 {
     const std::string origin = request.header("origin");

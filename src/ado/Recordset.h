@@ -27,7 +27,7 @@ private:
 };
 
 /// ADO Recordset, our own or one that a host hands in. An empty one stands for "no object": using it raises 91.
-/// Failures throw com::Error. It is closed by whoever opened it, or by its last reference.
+/// Failures throw com::Error. Its opener closes it, or its last reference does.
 class Recordset
 {
 public:

@@ -21,7 +21,7 @@ HRESULT comBoundary(Body&& body) noexcept
     }
 }
 
-/// The caller's variable behind an out-pointer, cleared; raises E_POINTER when there is none.
+/// The caller's variable of an out-pointer, cleared; raises E_POINTER when the pointer is null.
 template <class Value>
 Value& requireOut(Value* out)
 {
@@ -42,7 +42,7 @@ HRESULT comBoundary(Value* out, Body&& body) noexcept
     });
 }
 
-/// The caller's variable behind a by-reference argument; raises E_POINTER when there is none.
+/// The caller's variable of a by-reference argument; raises E_POINTER when the pointer is null.
 template <class Value>
 Value& requireIn(Value* in)
 {

@@ -13,7 +13,7 @@ namespace com {
 /// enumerator reports.
 void forEach(const VARIANT& collection, const std::function<void(const _variant_t&)>& visit);
 
-/// A walk over the items as they are now, a collection's answer to DISPID_NEWENUM.
+/// A walk over a copy of the items, a collection's answer to DISPID_NEWENUM.
 Microsoft::WRL::ComPtr<IEnumVARIANT> enumeratorOf(std::vector<_variant_t> items);
 
 } // namespace com

@@ -149,7 +149,7 @@ HRESULT InvokeArguments::useDefault(Parameter& parameter)
     const PARAMDESC& description = *parameter.description;
     if (!(description.wParamFlags & PARAMFLAG_FOPT))
         return DISP_E_PARAMNOTOPTIONAL;
-    // A type library cannot hold a text behind a pointer as default; the empty text is the only one declared.
+    // A type library cannot hold the default of a text by reference; the empty text is the only one declared.
     if (parameter.type == VT_BSTR || !(description.wParamFlags & PARAMFLAG_FHASDEFAULT)) {
         parameter.value = changeType(_variant_t(), parameter.type);
         return S_OK;

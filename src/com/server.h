@@ -29,8 +29,8 @@ HRESULT getClassObject(const Server& server, REFCLSID clsid, REFIID interfaceId,
 /// DllCanUnloadNow.
 HRESULT canUnloadNow() noexcept;
 
-/// DllRegisterServer: writes every class (ProgID, path, threading model) and the type library. What was written is
-/// taken back when a later step fails.
+/// DllRegisterServer: writes every class (ProgID, path, threading model) and the type library. When a later step fails,
+/// it removes the entries that it has written.
 HRESULT registerServer(const Server& server) noexcept;
 
 /// DllUnregisterServer: removes exactly what `registerServer` wrote; what is gone already is no error.

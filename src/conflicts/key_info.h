@@ -14,7 +14,7 @@ bool hasNumericKey(const std::wstring& sTable);
 /// The query that describes a row of a table in words; empty for a table that cannot be described.
 std::wstring keyInfoSql(const std::wstring& sTable, const _variant_t& vUnid);
 
-/// The connections of the two databases, of whoever reads from both.
+/// The connections of the two databases, for a caller that reads from both.
 struct Sides
 {
     clsConn& source;

@@ -117,7 +117,7 @@ ComPtr<Collection> getConflictData(const std::wstring& sTable, const ado::Record
 
 std::wstring columnLabel(const std::wstring& sTable, const std::wstring& sColumn)
 {
-    // The place of a mapping to display names that was never filled in.
+    // The place for a mapping to display names; there are no entries.
     return sTable == L"asdf" || sColumn == L"asdf" ? L"" : sColumn;
 }
 

@@ -20,7 +20,7 @@ struct ConflictOrigin
     DATE dNextReplicate;
 };
 
-/// A conflict that is not saved yet, with both copies of its row, which whoever found it closes.
+/// A conflict that is not saved yet, with both copies of its row, which its finder closes.
 struct FoundConflict
 {
     clsConflict conflict;

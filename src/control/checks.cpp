@@ -98,7 +98,7 @@ try {
     Values<3> offices;
     offices.append(*getConnSource(), sSql);
     offices.append(*getConnDest(), sSql);
-    // Slot 3 does not exist: what hosts have always been told of two offices is "Subscript out of range".
+    // Slot 3 does not exist: for two offices, hosts expect the text "Subscript out of range".
     if (offices.at(1) != offices.at(2))
         Common::RaiseError(L"Utils.checkOffice", Common::kOwnError,
                            L"Databases are from two different Offices" +

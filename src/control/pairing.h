@@ -4,7 +4,7 @@
 
 #include <memory>
 
-/// Which connection is which, by the local role alone.
+/// The local, remote, source and destination connection, by the local role alone.
 namespace Utils {
 
 /// The connection of the machine's own database, open or not.

@@ -38,7 +38,7 @@ try {
     sPKField_ = sPKField;
     eReplicateDeletes_ = eReplicateDeletes;
     const bool mayDepend = sTable == L"computer_type" || iReplicationMethod_ == ONE_WAY_ALLOW_DELETES;
-    // The message names the dependent table as it stood before; hosts have always seen it that way.
+    // The message names the dependent table of the previous configuration: hosts expect this text.
     if (!mayDepend && !sDependentTable.empty())
         Common::RaiseError(L"clsReplicateTable.init", Common::kOwnError,
                            L"Dependent table only allowed on ONE_WAY_ALLOW_DELETES (" + sTable_ + L"," +

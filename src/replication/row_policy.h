@@ -5,7 +5,7 @@ namespace quinmark {
 /// Decides what replication does with a row, by the site, the delete setting and how the modification dates compare.
 /// Decision tables only: no I/O, no clock, no texts.
 
-/// Who runs the component. Every site but OFFICES (0) replicates by the laptop's rules.
+/// The site that runs the component. Every site but OFFICES (0) replicates by the laptop's rules.
 enum class Site
 {
     Offices,

@@ -65,7 +65,7 @@ enum CommandType : long
     adCmdUnknown = 8
 };
 
-/// How a type crosses ODBC.
+/// The ODBC form of a type.
 struct TypeInfo
 {
     AdoType type;

@@ -34,7 +34,8 @@ std::wstring trimmed(std::wstring_view text)
     return first == std::wstring_view::npos ? std::wstring() : std::wstring(text.substr(first, last - first + 1));
 }
 
-/// Past the value that begins at `from`; a value in braces may hold semicolons and doubled closing braces.
+/// The position after the value that begins at `from`; a value in braces may hold semicolons and doubled closing
+/// braces.
 size_t endOfValue(std::wstring_view text, size_t from)
 {
     const size_t first = text.find_first_not_of(L" \t", from);

@@ -73,7 +73,7 @@ private:
         ++at_;
     }
 
-    /// Brackets that are gone no longer part a name from the words beside it.
+    /// Removed brackets do not separate a name from the words beside it: a blank does.
     void append(const std::wstring& text)
     {
         if (!out_.empty() && isNameCharacter(out_.back()) && isNameCharacter(text.front()))
@@ -235,8 +235,8 @@ private:
     std::vector<std::wstring> limits_{1}; ///< the pending limit of the select at each parenthesis level
 };
 
-/// Whether there is a bracket, or a word that what is rewritten has in it, wherever it stands. Most statements have
-/// none, and this glance is cheaper than cutting them into tokens.
+/// Whether the text has a bracket anywhere, or a word of a statement that is rewritten. Most statements have none, and
+/// this glance is cheaper than cutting them into tokens.
 bool mayNeedRewriting(std::wstring_view sql)
 {
     const auto stands = [&](size_t at, std::wstring_view sign) {

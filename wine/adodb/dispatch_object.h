@@ -106,8 +106,8 @@ void call(DispatchObject& object, Call& arguments)
     (static_cast<Class&>(object).*Handler)(arguments);
 }
 
-/// The own class behind an interface pointer, null for a stranger's object. `Class::kClassId` is a private interface
-/// id that `Class::find` answers with `this`.
+/// The object of this library to which an interface pointer belongs, null for a stranger's object. `Class::kClassId` is
+/// a private interface id that `Class::find` answers with `this`.
 template <class Class>
 Microsoft::WRL::ComPtr<Class> ownObject(IUnknown* object)
 {

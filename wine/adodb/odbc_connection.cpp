@@ -36,7 +36,7 @@ ConnectionHandle newConnection()
 
 OdbcConnection::OdbcConnection(const std::wstring& connectionString, long loginTimeout) : handle_(newConnection())
 {
-    // Not every driver has a login timeout; connecting without one is what is left then.
+    // Not every driver has a login timeout; the connection is then made without one.
     SQLSetConnectAttrW(handle_.get(), SQL_ATTR_LOGIN_TIMEOUT, attributeValue(static_cast<ULONG_PTR>(loginTimeout)), 0);
     std::wstring text = connectionString;
     odbcCheck(SQLDriverConnectW(handle_.get(), nullptr, text.data(), static_cast<SQLSMALLINT>(text.size()), nullptr, 0,

@@ -8,7 +8,7 @@
 
 namespace adodb {
 
-/// How a result column is bound.
+/// The binding of a result column.
 struct Binding
 {
     SQLSMALLINT cType;
@@ -17,9 +17,9 @@ struct Binding
     bool operator==(const Binding&) const = default;
 };
 
-/// A statement handle that is used for one statement after the other. What a driver has been told of it is not told
-/// again: a time limit, how many rows make a block, and, as most statements return the same columns as the one before,
-/// where the columns go.
+/// A statement handle that is used for one statement after the other. The driver keeps settings, which are not sent
+/// again: the time limit, the number of rows in a block, and the column bindings, since most statements return the same
+/// columns as the one before.
 class Statement
 {
 public:

@@ -34,7 +34,7 @@ size_t endWhile(std::wstring_view sql, size_t from, auto predicate)
                                sql.begin());
 }
 
-/// Past the closing mark; a doubled closing mark stands for itself.
+/// The position after the closing mark; a doubled closing mark stands for itself.
 size_t endOfQuoted(std::wstring_view sql, size_t from, wchar_t close)
 {
     for (size_t at = from + 1; at < sql.size(); ++at) {

@@ -28,7 +28,8 @@ struct Token
     bool isGap() const noexcept { return kind == TokenKind::Space || kind == TokenKind::Comment; }
 };
 
-/// Splits a statement; the tokens' texts joined are the statement. What is left open runs to the end.
+/// Splits a statement; the tokens' texts joined are the statement. A quotation or comment without an end runs to the
+/// end.
 std::vector<Token> tokenize(std::wstring_view sql);
 
 /// The small letter of an ASCII capital; anything else as it is.
