@@ -1,4 +1,5 @@
 #include "control/checks.h"
+
 #include "com/convert.h"
 #include "control/RaiseError.h"
 #include "control/error_state.h"

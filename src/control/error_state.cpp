@@ -1,4 +1,5 @@
 #include "control/error_state.h"
+
 #include "ado/constants.h"
 #include "com/convert.h"
 #include "control/RaiseError.h"

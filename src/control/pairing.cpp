@@ -1,4 +1,5 @@
 #include "control/pairing.h"
+
 #include "ado/constants.h"
 #include "control/RaiseError.h"
 #include "control/settings.h"
