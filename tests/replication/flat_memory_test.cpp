@@ -87,3 +87,13 @@ TEST_F(FlatMemory, StaysAfterManyRunsFromInitToDisconnect)
     EXPECT_EQ(after.gdiObjects, before.gdiObjects);
     EXPECT_EQ(after.userObjects, before.userObjects);
 }
+
+TEST(Holdings, TellOneHandleMore)
+{
+    const size_t before = handleCount();
+    HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    const size_t with = handleCount();
+    CloseHandle(event);
+    EXPECT_EQ(with, before + 1);
+    EXPECT_EQ(handleCount(), before);
+}
