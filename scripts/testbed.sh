@@ -7,6 +7,7 @@ preset=x86-release
 binaries="$repoRoot/build/$preset"
 interruptible=''
 displayPid=''
+wineServerPid=''
 testbedUp=''
 
 mkdir -p "$repoRoot/build"
@@ -63,12 +64,14 @@ startWine() {
         wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null 9>&-
         wineserver -w
     fi
-    wineserver -p 9>&-
+    # In a group of its own, since Ctrl+C would end it before its programs.
+    setsid wineserver -f -p >/dev/null 2>&1 9>&- &
+    wineServerPid=$!
     # The first program starts Windows' own programs, which would hold on to the pipe of its reader. The desktop ends
     # with the last program and starts again with the next: so one program stays until its input ends, which is when
     # this script ends.
     wine cmd /c exit >/dev/null 2>&1 9>&-
-    coproc staying { wine cmd >/dev/null 2>&1 9>&-; }
+    coproc staying { exec wine cmd >/dev/null 2>&1 9>&-; }
 }
 
 livingPrograms() {
@@ -90,7 +93,8 @@ stopWine() {
         [[ -n $(livingPrograms) ]] || return 0
         sleep 0.05
     done
-    note "still alive after $attempt looks: $(livingPrograms | tr '\n' ' ')"
+    note "killing what is still alive after $attempt looks"
+    livingPrograms | xargs -r kill -KILL || true
 }
 
 stopTestbed() {
@@ -98,6 +102,11 @@ stopTestbed() {
     trap '' INT TERM HUP
     [[ -z $interruptible ]] || { kill -- "-$interruptible" && wait "$interruptible"; } 2>/dev/null || true
     if [[ -n $testbedUp ]]; then
+        # Programs whose Wine server is gone end with status 0.
+        if [[ $status -lt 128 && -n $wineServerPid ]] && ! kill -0 "$wineServerPid" 2>/dev/null; then
+            note "Wine's server has crashed: no result counts"
+            status=1
+        fi
         stopWine
         [[ -z $displayPid ]] || { kill "$displayPid" && wait "$displayPid"; } 2>/dev/null || true
         "$repoRoot/scripts/devdb.sh" stop 9>&- || true
