@@ -51,7 +51,6 @@ constexpr RuntimeText kRuntimeTexts[] = {
     {kInvalidUseOfNull, L"Invalid use of Null"},
     {kCannotCreateObject, L"ActiveX component can't create object"},
     {kNoSuchMember, L"Object doesn't support this property or method"},
-    {kActionNotSupported, L"Object doesn't support this action"},
     {kArgumentNotOptional, L"Argument not optional"},
     {kWrongArgumentCount, L"Wrong number of arguments or invalid property assignment"},
 };

@@ -32,7 +32,6 @@ enum RuntimeError : long
     kInvalidUseOfNull = 94,
     kCannotCreateObject = 429,
     kNoSuchMember = 438,
-    kActionNotSupported = 445,
     kArgumentNotOptional = 449,
     kWrongArgumentCount = 450,
 };

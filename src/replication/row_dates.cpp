@@ -3,6 +3,7 @@
 #include "com/error.h"
 
 #include <chrono>
+#include <cstdlib>
 
 namespace quinmark {
 namespace {
@@ -24,8 +25,7 @@ long long wholeSeconds(DATE date)
 
 long long secondsApart(DATE first, DATE second)
 {
-    const long long difference = wholeSeconds(first) - wholeSeconds(second);
-    return difference < 0 ? -difference : difference;
+    return std::abs(wholeSeconds(first) - wholeSeconds(second));
 }
 
 CommonDates compareDates(DATE dSource, DATE dDestination, DATE dLastReplicate)
