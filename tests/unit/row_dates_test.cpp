@@ -26,6 +26,8 @@ TEST(SecondsApart, EachDateIsRoundedToTheNearestSecond)
         {kDay, kDay, 0},
         {after(1), kDay, 1},
         {after(59), kDay, 59},
+        {after(61), after(59), 2},
+        {after(3601), after(3599), 2},
         {after(31536000), kDay, 31536000},
         {after(0.003), kDay, 0},
         {after(0.4), kDay, 0},
