@@ -150,6 +150,15 @@ TEST_F(OneWayTest, OldRowOfTheDestinationIsReportedAtOfficesWhereDeletesAreNotAl
     EXPECT_EQ(logHeads()[1], L"WARN : Replication Discrepancy (delete) on table: shortcut --> Unid: K1");
 }
 
+TEST_F(OneWayTest, OldRowOfTheSourceIsReportedWithoutADateOfTheDestinationIfNoRowBeforeHadOne)
+{
+    row(L"K1", -1, kNone);
+    runAt(OFFICES, ONE_WAY);
+    EXPECT_EQ(written().at(0),
+              L"source: InsertReplicationConflict(Null, 0, #11/16/2026 12:00:00 PM#, \"shortcut\", 0, \"K1\", 2, "
+              L"\"Item K1\", #11/15/2026 11:59:59 AM#, Null)");
+}
+
 TEST_F(OneWayTest, RowsThatNeedNothingAreLeftAlone)
 {
     row(L"K1", 2, 0);
