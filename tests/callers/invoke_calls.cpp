@@ -5,6 +5,7 @@
 #include "control/settings.h"
 #include "support/HeapUse.h"
 #include "support/ImportHook.h"
+#include "support/MessageBoxes.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -54,11 +55,6 @@ void WINAPI shortSleep(DWORD milliseconds)
     constexpr DWORD kPause = 5000;
     if (milliseconds < kPause)
         SleepEx(milliseconds, FALSE);
-}
-
-int WINAPI answerBox(HWND, const wchar_t*, const wchar_t*, UINT)
-{
-    return IDOK;
 }
 
 /// Names a call that does not return, for as long as this object lives.
@@ -247,7 +243,7 @@ int main(int count, char** arguments)
         std::set_terminate(tellTermination);
         attachComponent(nullptr);
         const ImportHook sleep("Sleep", reinterpret_cast<void*>(shortSleep));
-        const ImportHook boxes("MessageBoxW", reinterpret_cast<void*>(answerBox));
+        const UnshownBoxes boxes;
         withoutTextCache();
         const Watchdog watchdog;
         return Campaign(options).run();

@@ -3,7 +3,7 @@
 #include "com/convert.h"
 #include "com/dispatch.h"
 #include "support/Apartment.h"
-#include "support/ImportHook.h"
+#include "support/MessageBoxes.h"
 #include "support/TextLine.h"
 
 #include <cmath>
@@ -20,15 +20,6 @@ constexpr short kFrequencySeconds = 600;
 constexpr double kMillisecondsADay = 86'400'000.0;
 constexpr const wchar_t* kCounters[] = {L"lCntSourceAdd",  L"lCntSourceUpdate", L"lCntSourceDelete", L"lCntDestAdd",
                                         L"lCntDestUpdate", L"lCntDestDelete",   L"lCntConflict",     L"lCntError"};
-
-/// The component's message boxes, which are recorded instead of shown.
-Fields g_boxes;
-
-int WINAPI recordBox(HWND, LPCWSTR text, LPCWSTR, UINT)
-{
-    g_boxes.push_back(text);
-    return IDOK;
-}
 
 void answer(const Fields& fields)
 {
@@ -55,7 +46,8 @@ private:
     _variant_t date(const std::wstring& value);
 
     Dispatch factory_ = Dispatch::create(L"QuinmarkRepDLL.Factory");
-    ImportHook boxHook_{"MessageBoxW", reinterpret_cast<void*>(recordBox), L"QuinmarkRepDLL.dll"};
+    Fields boxes_;
+    const UnshownBoxes unshown_{[this](const wchar_t* text) { boxes_.emplace_back(text); }, L"QuinmarkRepDLL.dll"};
     Dispatch database_ = Dispatch::create(L"ADODB.Connection");
     std::vector<Dispatch> tables_;
     std::map<std::wstring, DATE> dates_;
@@ -145,7 +137,7 @@ void Host::goRun(const Fields& command)
 void Host::obey(const Fields& command)
 {
     const std::wstring& verb = command.at(0);
-    g_boxes.clear();
+    boxes_.clear();
     try {
         if (verb == L"init")
             init(command);
@@ -164,7 +156,7 @@ void Host::obey(const Fields& command)
         answer({L"error", std::to_wstring(static_cast<unsigned long>(com::errorResult(error.number))), error.source,
                 error.description});
     }
-    for (const std::wstring& box : g_boxes)
+    for (const std::wstring& box : boxes_)
         answer({L"box", box});
     for (const Dispatch& table : tables_)
         tellCounters(table);

@@ -3,6 +3,7 @@
 namespace {
 
 thread_local MessageBoxes* g_active = nullptr;
+std::function<void(const wchar_t*)> g_whenAsked;
 
 constexpr wchar_t kDialogClass[] = L"#32770";
 
@@ -70,4 +71,17 @@ void MessageBoxes::answer(HWND box)
     if (action_)
         action_();
     PostMessageW(box, WM_COMMAND, IDOK, 0);
+}
+
+UnshownBoxes::UnshownBoxes(std::function<void(const wchar_t* text)> whenAsked, const wchar_t* module)
+    : hook_("MessageBoxW", reinterpret_cast<void*>(answer), module)
+{
+    g_whenAsked = std::move(whenAsked);
+}
+
+int WINAPI UnshownBoxes::answer(HWND, const wchar_t* text, const wchar_t*, UINT)
+{
+    if (g_whenAsked)
+        g_whenAsked(text);
+    return IDOK;
 }

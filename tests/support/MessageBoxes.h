@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ImportHook.h"
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -39,4 +41,17 @@ private:
     HHOOK hook_;
     std::vector<ShownBox> shown_;
     std::function<void()> action_;
+};
+
+/// Answers the message boxes of a module with OK, unshown, for as long as it lives. One at a time in a process.
+class UnshownBoxes
+{
+public:
+    /// `whenAsked` gets the text of each; the module is the program unless told.
+    explicit UnshownBoxes(std::function<void(const wchar_t* text)> whenAsked = {}, const wchar_t* module = nullptr);
+
+private:
+    static int WINAPI answer(HWND, const wchar_t* text, const wchar_t*, UINT);
+
+    ImportHook hook_;
 };
