@@ -47,10 +47,8 @@ std::wstring whereSite(enumReplicationUniqueId site)
 
 void PracticePair::SetUp()
 {
-    for (const wchar_t* name : {L"QUINMARK_OFFICE_DSN", L"QUINMARK_LAPTOP_DSN", L"QUINMARK_PASSWORD",
-                                L"QUINMARK_OFFICE_PREFIX", L"QUINMARK_LAPTOP_PREFIX"})
-        if (setting(name).empty())
-            return skipWithout(name, L"QUINMARK_REQUIRE_DATABASE");
+    if (const std::wstring missing = missingDatabaseSetting(); !missing.empty())
+        return skipWithout(missing.c_str(), L"QUINMARK_REQUIRE_DATABASE");
     host_.sourcePrefix = setting(L"QUINMARK_OFFICE_PREFIX");
     host_.sourceDsn = setting(L"QUINMARK_OFFICE_DSN");
     host_.destinationPrefix = setting(L"QUINMARK_LAPTOP_PREFIX");
@@ -86,24 +84,14 @@ void PracticePair::emptyTables() const
         statements += L"delete from " + std::wstring(table) + L";";
     for (const PracticeSide* side : {source_.get(), destination_.get()}) {
         side->execute(statements);
-        if (!side->hasPatientKey())
-            side->execute(L"alter table patient add constraint FK_patient_dentist foreign key (dc_id, dentist_id)"
-                          L" references dentist (dc_id, dentist_id)");
+        side->restorePatientKey();
     }
 }
 
 void PracticePair::restoreControl() const
 {
-    std::wstring statements = L"delete from replication_control; delete from control;";
-    for (const wchar_t* site : {L"0", L"1"})
-        statements += L"insert into replication_control (unique_key, ready_f, error_f, last_timestamp, next_timestamp)"
-                      L" values (" +
-                      std::wstring(site) + L", 1, 0, '" + kLastRun + L"', '" + kLastRun + L"');";
-    for (const wchar_t* mark :
-         {L"'ReplicationVersion', '3.46'", L"'PatInfoVer', '12'", L"'Version', '3.46'", L"'DBOffice', 'Norvale'"})
-        statements += L"insert into control (type, id) values (" + std::wstring(mark) + L");";
-    source_->execute(statements);
-    destination_->execute(statements);
+    source_->restoreControl();
+    destination_->restoreControl();
 }
 
 const PracticeSide& PracticePair::local() const

@@ -66,7 +66,7 @@ using ConflictObject = Microsoft::WRL::ComPtr<_clsConflict>;
 class PracticePair : public testing::Test
 {
 protected:
-    static constexpr wchar_t kLastRun[] = L"2025-03-10T12:00:00";
+    static constexpr const auto& kLastRun = PracticeSide::kLastRun;
     /// Before and after the last run.
     static constexpr wchar_t kOld[] = L"2025-03-01T08:30:00";
     static constexpr wchar_t kOlder[] = L"2025-02-01T08:30:00";

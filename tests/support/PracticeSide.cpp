@@ -113,3 +113,23 @@ bool PracticeSide::hasPatientKey() const
     return row(L"select count(*) from information_schema.table_constraints"
                L" where lower(constraint_name) = 'fk_patient_dentist'") == L"1";
 }
+
+void PracticeSide::restorePatientKey() const
+{
+    if (!hasPatientKey())
+        execute(L"alter table patient add constraint FK_patient_dentist foreign key (dc_id, dentist_id)"
+                L" references dentist (dc_id, dentist_id)");
+}
+
+void PracticeSide::restoreControl() const
+{
+    std::wstring statements = L"delete from replication_control; delete from control;";
+    for (const wchar_t* site : {L"0", L"1"})
+        statements += L"insert into replication_control (unique_key, ready_f, error_f, last_timestamp, next_timestamp)"
+                      L" values (" +
+                      std::wstring(site) + L", 1, 0, '" + kLastRun + L"', '" + kLastRun + L"');";
+    for (const wchar_t* mark :
+         {L"'ReplicationVersion', '3.46'", L"'PatInfoVer', '12'", L"'Version', '3.46'", L"'DBOffice', 'Norvale'"})
+        statements += L"insert into control (type, id) values (" + std::wstring(mark) + L");";
+    execute(statements);
+}

@@ -35,6 +35,13 @@ public:
 
     /// Whether FK_patient_dentist is there.
     bool hasPatientKey() const;
+    void restorePatientKey() const;
+
+    /// Both control records ready, without error and with kLastRun as the end of the last run; and the marks by which
+    /// the sides know each other.
+    void restoreControl() const;
+
+    static constexpr wchar_t kLastRun[] = L"2025-03-10T12:00:00";
 
 private:
     com::Dispatch query(const std::wstring& sql) const;

@@ -9,6 +9,15 @@ std::wstring setting(const wchar_t* name)
     return text;
 }
 
+std::wstring missingDatabaseSetting()
+{
+    for (const wchar_t* name : {L"QUINMARK_OFFICE_DSN", L"QUINMARK_LAPTOP_DSN", L"QUINMARK_PASSWORD",
+                                L"QUINMARK_OFFICE_PREFIX", L"QUINMARK_LAPTOP_PREFIX"})
+        if (setting(name).empty())
+            return name;
+    return {};
+}
+
 void skipWithout(const wchar_t* what, const wchar_t* requirement)
 {
     if (setting(requirement) == L"1")

@@ -9,6 +9,9 @@
 /// An environment variable; empty when it is not set.
 std::wstring setting(const wchar_t* name);
 
+/// A setting of the practice's databases that is missing; empty when there are all.
+std::wstring missingDatabaseSetting();
+
 /// Skips the test for want of `what`, or fails it where the setting `requirement` is 1.
 void skipWithout(const wchar_t* what, const wchar_t* requirement);
 

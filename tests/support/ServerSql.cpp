@@ -58,6 +58,14 @@ Change trigger(const std::wstring& table, const std::wstring& event, const std::
             L"drop function test_trigger() cascade"};
 }
 
+std::wstring emptyStatement(const std::vector<std::wstring>& tables)
+{
+    std::wstring list;
+    for (const std::wstring& table : tables)
+        list += (list.empty() ? L"" : L", ") + table;
+    return L"truncate " + list + L" cascade;";
+}
+
 std::wstring numbers(int last)
 {
     return L"generate_series(1, " + std::to_wstring(last) + L") n";

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 // The SQL that differs between the servers that may keep the practice's databases; it stands nowhere else.
 
@@ -40,6 +41,11 @@ Change trigger(const std::wstring& table, const std::wstring& event, const std::
                const std::wstring& statements);
 /// Statements of a trigger that end the connection they run on.
 inline constexpr wchar_t kCutOwnConnection[] = L"perform pg_terminate_backend(pg_backend_pid()); perform pg_sleep(5);";
+
+/// Empties tables, so that rows inserted later are found in the order of their insertion.
+std::wstring emptyStatement(const std::vector<std::wstring>& tables);
+/// A lock that somebody holds ends a statement instead of stopping it for ever.
+inline constexpr wchar_t kShortLockTimeout[] = L"set lock_timeout = '10s'; set client_min_messages = error";
 
 /// A table of the numbers `n` from 1 to `last`.
 std::wstring numbers(int last);
