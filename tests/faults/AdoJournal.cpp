@@ -10,9 +10,9 @@ void AdoJournal::begin(std::optional<AdoFault> fault)
     recording = true;
 }
 
-std::optional<AdoFaultKind> AdoJournal::add(size_t command, std::wstring dataSource)
+std::optional<AdoFaultKind> AdoJournal::add(size_t command)
 {
-    calls_.push_back({.step = step, .command = command, .dataSource = std::move(dataSource)});
+    calls_.push_back({.step = step, .command = command});
     if (!fault_ || calls_.size() < fault_->call || (calls_.size() > fault_->call && !fault_->lasting))
         return std::nullopt;
     return fault_->kind;
@@ -34,7 +34,7 @@ std::wstring AdoJournal::statement(size_t call) const
 
 size_t AdoJournal::firstFailure() const
 {
-    const auto found = std::ranges::find_if(calls_, [](const RecordedCall& call) { return call.failure.has_value(); });
+    const auto found = std::ranges::find_if(calls_, &RecordedCall::failed);
     return found == calls_.end() ? 0 : static_cast<size_t>(found - calls_.begin()) + 1;
 }
 

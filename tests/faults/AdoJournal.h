@@ -1,7 +1,5 @@
 #pragma once
 
-#include "com/error.h"
-
 #include <optional>
 #include <string>
 #include <vector>
@@ -44,10 +42,9 @@ struct RecordedCall
 {
     Step step = Step::Idle;
     size_t command = 0;       ///< to which the call belongs, counted from 1; 0 for calls of the connection itself
-    std::wstring dataSource;  ///< of its connection; empty while none is known
     bool writes = false;      ///< carried out, and a statement that is no query
     bool readsClosed = false; ///< answered that the connection is closed
-    std::optional<com::Error> failure = {};
+    bool failed = false;
 };
 
 /// Every call into ADO since `begin`, creations included, and the fault of one of them.
@@ -63,7 +60,7 @@ public:
     bool recording = true;
 
     /// Records a call that begins, and returns its fault.
-    std::optional<AdoFaultKind> add(size_t command, std::wstring dataSource);
+    std::optional<AdoFaultKind> add(size_t command);
     RecordedCall& last() { return calls_.back(); }
 
     const std::vector<RecordedCall>& calls() const { return calls_; }

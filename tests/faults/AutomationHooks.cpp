@@ -57,11 +57,10 @@ void hookAutomation()
 {
     Import<1, decltype(&SysAllocString)>::divert("SysAllocString");
     Import<2, decltype(&SysAllocStringLen)>::divert("SysAllocStringLen");
-    Import<3, decltype(&SysAllocStringByteLen)>::divert("SysAllocStringByteLen");
-    Import<4, decltype(&VariantCopy)>::divert("VariantCopy");
-    Import<5, decltype(&VariantCopyInd)>::divert("VariantCopyInd");
-    Import<6, decltype(&VariantChangeTypeEx)>::divert("VariantChangeTypeEx");
-    Import<7, decltype(&CreateErrorInfo)>::divert("CreateErrorInfo");
+    Import<3, decltype(&VariantCopy)>::divert("VariantCopy");
+    Import<4, decltype(&VariantCopyInd)>::divert("VariantCopyInd");
+    Import<5, decltype(&VariantChangeTypeEx)>::divert("VariantChangeTypeEx");
+    Import<6, decltype(&CreateErrorInfo)>::divert("CreateErrorInfo");
 }
 
 } // namespace allocations

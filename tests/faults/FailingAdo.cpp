@@ -30,15 +30,6 @@ HRESULT refuse(const AdoCall& call)
     return isCreation(call) ? REGDB_E_CLASSNOTREG : call.raise(E_FAIL, L"Test provider", L"Injected fault");
 }
 
-com::Error errorOf(HRESULT code, const AdoCall& call)
-{
-    if (code != DISP_E_EXCEPTION)
-        return com::platformError(code);
-    const EXCEPINFO& exception = *call.exception;
-    return {com::errorNumber(exception.scode), com::fromBstr(exception.bstrSource),
-            com::fromBstr(exception.bstrDescription)};
-}
-
 bool writes(const AdoCall& call)
 {
     return call.is(L"Command", L"Execute") &&
@@ -60,10 +51,11 @@ HRESULT FailingAdo::call(AdoCall& call)
         journal.newCommand();
     if (!journal.recording)
         return carryOut(call);
-    const std::wstring source = dataSource(call);
-    const std::optional<AdoFaultKind> fault = journal.add(commandOf(call, journal), source);
-    if (fault == AdoFaultKind::Closed)
+    const std::optional<AdoFaultKind> fault = journal.add(commandOf(call, journal));
+    if (fault == AdoFaultKind::Closed) {
+        const std::wstring source = dataSource(call);
         cut(source.empty() ? lastSource_ : source);
+    }
     HRESULT code = S_OK;
     if (fault == AdoFaultKind::NoMemory)
         code = E_OUTOFMEMORY;
@@ -78,8 +70,7 @@ HRESULT FailingAdo::call(AdoCall& call)
             VariantClear(call.result);
         code = refuse(call);
     }
-    if (FAILED(code))
-        journal.last().failure = errorOf(code, call);
+    journal.last().failed = FAILED(code);
     return code;
 }
 

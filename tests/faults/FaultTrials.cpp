@@ -4,14 +4,9 @@
 
 namespace {
 
-constexpr wchar_t kNoMemory[] = L"Out of memory";
-
-/// By AdoFaultKind.
+/// By AdoFaultKind and LogFaultKind.
 constexpr const wchar_t* kAdoFaults[] = {L"refused", L"lost", L"closed", L"without-memory"};
-
-/// By LogFaultKind: its name, and the runtime's text for such a failure.
-constexpr std::pair<const wchar_t*, const wchar_t*> kLogFaults[] = {
-    {L"disk-full", L"Disk full"}, {L"locked", L"Permission denied"}, {L"directory-removed", L"Path not found"}};
+constexpr const wchar_t* kLogFaults[] = {L"disk-full", L"locked", L"directory-removed"};
 
 template <class Kind>
 std::optional<Kind> faultOf(const Fault& fault)
@@ -25,6 +20,21 @@ std::wstring numbered(bool lasting, size_t number)
     return (lasting ? L" lasting " : L" once ") + std::to_wstring(number);
 }
 
+/// The first call that failed, or that found its connection closed and had to raise; none when nothing noticed.
+std::optional<Failure> adoFailure(const Reference& reference, const AdoJournal& journal)
+{
+    const std::vector<RecordedCall>& calls = journal.calls();
+    for (size_t index = 1; index <= calls.size(); ++index) {
+        const RecordedCall& call = calls[index - 1];
+        // `init` and `disconnect` want the connection closed, and recording an error ignores a closed one.
+        const bool asks = call.step == Step::Init || call.step == Step::Disconnect || call.step == Step::SetError ||
+                          reference.journal.statement(index) == L"SetReplicationError";
+        if (call.failed || (call.readsClosed && !asks))
+            return Failure{index, call.step};
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 std::wstring nameOf(const Fault& fault)
@@ -34,7 +44,7 @@ std::wstring nameOf(const Fault& fault)
     if (const auto memory = faultOf<allocations::Fault>(fault))
         return L"memory" + numbered(memory->lasting, memory->at);
     const LogFault log = std::get<LogFault>(fault);
-    return std::wstring(L"log ") + kLogFaults[static_cast<size_t>(log.kind)].first + L" " + std::to_wstring(log.entry);
+    return std::wstring(L"log ") + kLogFaults[static_cast<size_t>(log.kind)] + L" " + std::to_wstring(log.entry);
 }
 
 FaultTrials::FaultTrials()
@@ -51,18 +61,14 @@ FaultTrials::~FaultTrials()
     ado_->closeKept();
 }
 
-HostOutcome FaultTrials::goodRun(const Scenario& scenario, std::vector<std::string>* log)
+HostOutcome FaultTrials::goodRun(const Scenario& scenario)
 {
     const FaultSwitch none{[this] {
                                ado_->journal.begin();
                                allocations::begin();
                                log_.begin();
                            },
-                           [this, log] {
-                               if (log)
-                                   *log = log_.texts();
-                               log_.heal();
-                           }};
+                           [this] { log_.heal(); }};
     return runHost(*ado_, scenario, log_.file(), none);
 }
 
@@ -72,13 +78,14 @@ Reference FaultTrials::makeReference(const Scenario& scenario)
     pair_.reset(scenario);
     reference.states.push_back(pair_.read(scenario));
     ado_->whenWritten = [&] { reference.states.push_back(pair_.read(scenario)); };
-    const HostOutcome outcome = goodRun(scenario, &reference.log);
+    const HostOutcome outcome = goodRun(scenario);
     ado_->whenWritten = {};
     if (outcome.failedIn != Step::Idle)
         throw outcome.error;
     reference.journal = ado_->journal;
     reference.writes = ado_->journal.writes(1);
     reference.boxes = outcome.boxes;
+    reference.logEntries = log_.entries();
     reference.allocations = allocations::count();
     reference.once = pair_.read(scenario);
     goodRun(scenario);
@@ -94,17 +101,13 @@ const Reference& FaultTrials::reference(const Scenario& scenario)
                                       : references_.emplace(scenario.name, makeReference(scenario)).first->second;
 }
 
-FaultSwitch FaultTrials::switchFor(const Fault& fault, Seen& seen)
+FaultSwitch FaultTrials::switchFor(Seen& seen)
 {
-    const auto note = [this, &seen](const com::Error& error) {
-        const AdoJournal& journal = ado_->journal;
-        seen.failure = Failure{.call = journal.calls().size(), .step = journal.step, .error = error};
-        seen.failure->betweenCalls = true;
-    };
-    return {[this, fault, note] {
-                ado_->journal.begin(faultOf<AdoFault>(fault));
-                log_.begin(faultOf<LogFault>(fault), [note] { note({}); });
-                allocations::begin(faultOf<allocations::Fault>(fault), [note] { note({7, L"", kNoMemory}); });
+    const auto note = [this, &seen] { seen.failure = Failure{ado_->journal.calls().size(), ado_->journal.step}; };
+    return {[this, &seen, note] {
+                ado_->journal.begin(faultOf<AdoFault>(seen.fault));
+                log_.begin(faultOf<LogFault>(seen.fault), note);
+                allocations::begin(faultOf<allocations::Fault>(seen.fault), note);
             },
             [this] {
                 allocations::heal();
@@ -113,35 +116,20 @@ FaultSwitch FaultTrials::switchFor(const Fault& fault, Seen& seen)
             }};
 }
 
-void FaultTrials::conclude(const Scenario& scenario, const Fault& fault, Seen& seen)
-{
-    seen.journal = ado_->journal;
-    if (const auto ado = faultOf<AdoFault>(fault))
-        seen.failure = adoFailure(scenario, reference(scenario), seen.journal, *ado);
-    if (const auto log = faultOf<LogFault>(fault))
-        seen.logBox = kLogFaults[static_cast<size_t>(log->kind)].second;
-    const auto memory = faultOf<allocations::Fault>(fault);
-    if (memory && seen.failure) {
-        const std::vector<std::wstring>& boxes = seen.outcome.boxes;
-        seen.failure->textsMayLack = memory->lasting;
-        if (!boxes.empty() && boxes.back() == std::wstring(L"Utils.WriteLog: ") + kNoMemory)
-            seen.logBox = kNoMemory;
-    }
-    if (seen.logBox && seen.failure)
-        seen.failure->error = logError(reference(scenario), log_.entries());
-}
-
 Seen FaultTrials::see(const Scenario& scenario, const Fault& fault)
 {
+    const Reference& good = reference(scenario);
     const size_t handles = handleCount();
     pair_.reset(scenario);
-    Seen seen;
-    seen.outcome = runHost(*ado_, scenario, log_.file(), switchFor(fault, seen));
-    conclude(scenario, fault, seen);
+    Seen seen{.fault = fault};
+    seen.outcome = runHost(*ado_, scenario, log_.file(), switchFor(seen));
+    seen.journal = ado_->journal;
+    if (faultOf<AdoFault>(fault))
+        seen.failure = adoFailure(good, seen.journal);
     seen.left = pair_.read(scenario);
     seen.next = goodRun(scenario);
     seen.repaired = pair_.read(scenario);
-    seen.memoryLeft = allocations::live() - lost_ - reference(scenario).memory;
+    seen.memoryLeft = allocations::live() - lost_ - good.memory;
     lost_ += seen.memoryLeft;
     seen.handlesLeft = static_cast<long>(handleCount()) - static_cast<long>(handles);
     return seen;

@@ -1,13 +1,8 @@
 #pragma once
 
 #include "Judgement.h"
-#include "LogFaults.h"
 
 #include <map>
-#include <variant>
-
-/// One thing to fail in one scenario.
-using Fault = std::variant<AdoFault, allocations::Fault, LogFault>;
 
 /// "ado refused once 17", "ado lost lasting 17", "memory once 250", "log locked 3".
 std::wstring nameOf(const Fault& fault);
@@ -28,14 +23,11 @@ public:
     std::vector<std::wstring> attempt(const Scenario& scenario, const Fault& fault);
 
 private:
-    /// `log` gets the entries that were written, if it is given.
-    HostOutcome goodRun(const Scenario& scenario, std::vector<std::string>* log = nullptr);
+    HostOutcome goodRun(const Scenario& scenario);
     Reference makeReference(const Scenario& scenario);
-    FaultSwitch switchFor(const Fault& fault, Seen& seen);
+    FaultSwitch switchFor(Seen& seen);
     /// Runs the scenario with the fault, and then once more without.
     Seen see(const Scenario& scenario, const Fault& fault);
-    /// Adds what can only be said when the run is over.
-    void conclude(const Scenario& scenario, const Fault& fault, Seen& seen);
 
     const std::shared_ptr<FailingAdo> ado_ = std::make_shared<FailingAdo>();
     const AdoProxy proxy_{ado_};

@@ -1,11 +1,12 @@
 #include "HostRun.h"
 
-#include "PairState.h"
 #include "TableSequence.h"
 #include "com/convert.h"
 #include "com/dispatch.h"
 #include "control/FactoryFace.h"
-#include "support/ImportHook.h"
+#include "support/MessageBoxes.h"
+#include "support/Raised.h"
+#include "support/Requirements.h"
 
 using namespace quinmark;
 using allocations::Unwatched;
@@ -17,37 +18,6 @@ namespace {
 struct GivenUp
 {
 };
-
-std::vector<std::wstring> g_boxes;
-
-int WINAPI answerBox(HWND, const wchar_t* text, const wchar_t*, UINT)
-{
-    const Unwatched own;
-    g_boxes.emplace_back(text);
-    return IDOK;
-}
-
-/// A text that is passed by reference, as every argument of the component is.
-class TextArgument
-{
-public:
-    explicit TextArgument(const std::wstring& text) : text_(com::newBstr(text), false) {}
-    BSTR* operator&() { return &text_.GetBSTR(); }
-
-private:
-    _bstr_t text_;
-};
-
-com::Error errorOf(HRESULT code)
-{
-    try {
-        com::checkCall(code);
-        return {};
-    }
-    catch (const com::Error& error) {
-        return error;
-    }
-}
 
 class Host
 {
@@ -63,8 +33,10 @@ public:
 
     HostOutcome run()
     {
-        const ImportHook boxes("MessageBoxW", reinterpret_cast<void*>(answerBox));
-        g_boxes.clear();
+        const UnshownBoxes boxes([this](const wchar_t* text) {
+            const Unwatched own;
+            outcome_.boxes.emplace_back(text);
+        });
         ado_.journal.recording = false;
         if (scenario_.wholeLife)
             beginFaults();
@@ -77,10 +49,9 @@ public:
             succeeds([&] { require(Step::Disconnect, [&] { return factory_->disconnect(); }); });
         endFaults();
         if (const HRESULT code = doStep(Step::Disconnect, [&] { return factory_->disconnect(); }); FAILED(code))
-            outcome_.disconnectError = errorOf(code).description;
+            outcome_.disconnectError = errorOf([&] { com::checkCall(code); }).description;
         factory_.Reset();
         outcome_.liveAtEnd = ado_.liveObjects;
-        outcome_.boxes = g_boxes;
         return outcome_;
     }
 
@@ -134,22 +105,9 @@ private:
         if (SUCCEEDED(code))
             return;
         outcome_.failedIn = step;
-        outcome_.error = errorOf(code);
+        outcome_.error = errorOf([&] { com::checkCall(code); });
         endFaults();
-        if (step == Step::SetReady || step == Step::InitNextRun || step == Step::Go)
-            readRun();
         throw GivenUp();
-    }
-
-    void readRun()
-    {
-        BSTR message = nullptr;
-        VARIANT_BOOL failed = VARIANT_FALSE;
-        com::checkCall(run_->get_sErrorMessage(&message));
-        com::checkCall(run_->get_bError(&failed));
-        const _bstr_t owner(message, false);
-        outcome_.runMessage = com::fromBstr(message);
-        outcome_.runError = failed != VARIANT_FALSE;
     }
 
     void steps()
@@ -176,24 +134,25 @@ private:
     {
         enumReplicationUniqueId site = scenario_.site;
         short logLevel = 1;
-        TextArgument role(scenario_.localIsSource() ? L"SOURCE" : L"DESTINATION");
-        TextArgument sourcePrefix(Pair::setting(L"QUINMARK_OFFICE_PREFIX"));
-        TextArgument sourceDsn(Pair::setting(L"QUINMARK_OFFICE_DSN"));
-        TextArgument destinationPrefix(Pair::setting(L"QUINMARK_LAPTOP_PREFIX"));
-        TextArgument destinationDsn(Pair::setting(L"QUINMARK_LAPTOP_DSN"));
-        TextArgument password(Pair::setting(L"QUINMARK_PASSWORD"));
-        TextArgument logFile(logFile_);
+        _variant_t role = com::textVariant(scenario_.localIsSource() ? L"SOURCE" : L"DESTINATION");
+        _variant_t sourcePrefix = com::textVariant(setting(L"QUINMARK_OFFICE_PREFIX"));
+        _variant_t sourceDsn = com::textVariant(setting(L"QUINMARK_OFFICE_DSN"));
+        _variant_t destinationPrefix = com::textVariant(setting(L"QUINMARK_LAPTOP_PREFIX"));
+        _variant_t destinationDsn = com::textVariant(setting(L"QUINMARK_LAPTOP_DSN"));
+        _variant_t password = com::textVariant(setting(L"QUINMARK_PASSWORD"));
+        _variant_t logFile = com::textVariant(logFile_);
         require(Step::Init, [&] {
-            return factory_->init(&site, &role, &sourcePrefix, &sourceDsn, &password, &destinationPrefix,
-                                  &destinationDsn, &password, &logLevel, &logFile);
+            return factory_->init(&site, &role.bstrVal, &sourcePrefix.bstrVal, &sourceDsn.bstrVal, &password.bstrVal,
+                                  &destinationPrefix.bstrVal, &destinationDsn.bstrVal, &password.bstrVal, &logLevel,
+                                  &logFile.bstrVal);
         });
     }
 
     void setError()
     {
         VARIANT_BOOL failed = VARIANT_TRUE;
-        TextArgument message(L"told by the host");
-        require(Step::SetError, [&] { return factory_->setError(&failed, &message); });
+        _variant_t message = com::textVariant(L"told by the host");
+        require(Step::SetError, [&] { return factory_->setError(&failed, &message.bstrVal); });
     }
 
     void ensure()
@@ -212,20 +171,20 @@ private:
     void initNextRun()
     {
         short frequency = 600;
-        TextArgument version(L"3.46");
-        require(Step::InitNextRun, [&] { return run_->initNextRun(&frequency, &version); });
+        _variant_t version = com::textVariant(L"3.46");
+        require(Step::InitNextRun, [&] { return run_->initNextRun(&frequency, &version.bstrVal); });
     }
 
     void createTable()
     {
         enumReplicationMethod method = scenario_.method;
         enumReplicateDeletes deletes = scenario_.deletes;
-        TextArgument table(scenario_.table);
-        TextArgument dependentTable(scenario_.dependentTable);
-        TextArgument keyField(scenario_.keyField);
+        _variant_t table = com::textVariant(scenario_.table);
+        _variant_t dependentTable = com::textVariant(scenario_.dependentTable);
+        _variant_t keyField = com::textVariant(scenario_.keyField);
         require(Step::Create, [&] {
-            return factory_->createReplicationTable(&method, &table, &dependentTable, &keyField, &deletes,
-                                                    table_.GetAddressOf());
+            return factory_->createReplicationTable(&method, &table.bstrVal, &dependentTable.bstrVal, &keyField.bstrVal,
+                                                    &deletes, table_.GetAddressOf());
         });
     }
 
@@ -246,9 +205,8 @@ private:
     {
         const com::Dispatch connection = asHost([] { return com::Dispatch::create(L"ADODB.Connection"); });
         const com::Dispatch conflicts = asHost([&] {
-            connection.call(L"Open",
-                            {com::textVariant(L"DSN=" + Pair::setting(L"QUINMARK_LAPTOP_DSN") +
-                                              L";UID=quinmarkapp_user;PWD=" + Pair::setting(L"QUINMARK_PASSWORD"))});
+            connection.call(L"Open", {com::textVariant(L"DSN=" + setting(L"QUINMARK_LAPTOP_DSN") +
+                                                       L";UID=quinmarkapp_user;PWD=" + setting(L"QUINMARK_PASSWORD"))});
             return com::Dispatch::from(connection.call(
                 L"Execute", {L"select * from replication_conflict order by conflict_type, table_name, guid"}));
         });

@@ -9,9 +9,6 @@ struct HostOutcome
     /// The step that failed; Idle when none did. A check that answers "no" counts as failed, with its reason.
     Step failedIn = Step::Idle;
     com::Error error;
-    /// sErrorMessage and bError of the run object after a failed step of its own.
-    std::wstring runMessage;
-    bool runError = false;
     /// Counters of the table object for the destination; all zero when there was none.
     long adds = 0;
     long updates = 0;

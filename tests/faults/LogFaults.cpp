@@ -3,8 +3,6 @@
 #include "Allocations.h"
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <utility>
 
 namespace {
@@ -34,7 +32,7 @@ void LogFaults::begin(std::optional<LogFault> fault, std::function<void()> whenF
 {
     fault_ = fault;
     whenFailing_ = std::move(whenFailing);
-    starts_.clear();
+    entries_ = 0;
 }
 
 void LogFaults::heal()
@@ -44,18 +42,6 @@ void LogFaults::heal()
         CloseHandle(std::exchange(lock_, INVALID_HANDLE_VALUE));
     CreateDirectoryW(directory_.c_str(), nullptr);
     DeleteFileW(file().c_str());
-}
-
-std::vector<std::string> LogFaults::texts() const
-{
-    std::ifstream stream(std::filesystem::path(file()), std::ios::binary);
-    const std::string all{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    std::vector<std::string> texts;
-    for (size_t index = 0; index < starts_.size(); ++index) {
-        const size_t end = index + 1 < starts_.size() ? starts_[index + 1] : all.size();
-        texts.push_back(all.substr(starts_[index], end - starts_[index]));
-    }
-    return texts;
 }
 
 HANDLE WINAPI LogFaults::openFile(const wchar_t* path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
@@ -70,12 +56,10 @@ HANDLE WINAPI LogFaults::openFile(const wchar_t* path, DWORD access, DWORD share
 
 std::wstring LogFaults::beforeEntry()
 {
-    std::error_code none;
-    const std::uintmax_t size = std::filesystem::file_size(file(), none);
-    starts_.push_back(none ? 0 : static_cast<size_t>(size));
-    if (!fault_ || entries() < fault_->entry)
+    ++entries_;
+    if (!fault_ || entries_ < fault_->entry)
         return file();
-    if (entries() == fault_->entry) {
+    if (entries_ == fault_->entry) {
         whenFailing_();
         fail(fault_->kind);
     }

@@ -5,7 +5,6 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <vector>
 #include <windows.h>
 
 enum class LogFaultKind
@@ -38,9 +37,7 @@ public:
     void begin(std::optional<LogFault> fault = {}, std::function<void()> whenFailing = {});
     /// A log that can be written again, and is empty.
     void heal();
-    size_t entries() const { return starts_.size(); }
-    /// The text that each entry since `begin` added to the file. To be called before `heal`.
-    std::vector<std::string> texts() const;
+    size_t entries() const { return entries_; }
 
 private:
     static HANDLE WINAPI openFile(const wchar_t* path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
@@ -52,8 +49,7 @@ private:
     std::wstring directory_;
     std::optional<LogFault> fault_;
     std::function<void()> whenFailing_;
-    /// The position in the file at which each entry begins.
-    std::vector<size_t> starts_;
+    size_t entries_ = 0;
     HANDLE lock_ = INVALID_HANDLE_VALUE;
     ImportHook hook_;
 };

@@ -3,25 +3,21 @@
 #include "Scenario.h"
 #include "support/PracticeSide.h"
 
-/// The content of both databases, as lines of text in a fixed order: rows of the tables, counts, control records, the
-/// foreign key, and the conflicts of the local database without the server's own keys and times.
+/// The content of both databases, as lines of text: rows of the tables with control records and foreign key, counts,
+/// and the conflicts with their data without the server's own keys and times.
 struct PairState
 {
     std::vector<std::wstring> rows;
     std::vector<std::wstring> counts;
     std::vector<std::wstring> conflicts;
-    /// The error of each control record of the local database.
+    /// Whether each control record of the local database has an error: "0|False".
     std::vector<std::wstring> marks;
 };
 
-/// The two databases of the tests (PostgreSQL only), seen from beside the component.
+/// The two databases of the tests, seen from beside the component.
 class Pair
 {
 public:
-    /// Whether the environment has all settings of the databases.
-    static bool isConfigured();
-    static std::wstring setting(const wchar_t* name);
-
     Pair();
 
     /// Both sides as a scenario begins: its rows alone, and the control records as before a run.

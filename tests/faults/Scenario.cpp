@@ -18,41 +18,21 @@ std::wstring sql(const wchar_t* text)
 
 // 1 changed in the source, 2 on both sides, 3 in the destination; 4 new and 5 old in the source alone; 6 new and 7 old
 // in the destination alone.
-constexpr wchar_t kSourceShortcuts[] = LR"(
-    insert into shortcut (unid, item_name, mod_date) values
-        ('{1}', 'changed', '2025-03-11T09:15:00'), ('{2}', 'of source', '2025-03-12T10:45:00'),
-        ('{3}', 'before', '2025-03-01T08:30:00'), ('{4}', 'new', '2025-03-11T09:15:00'),
-        ('{5}', 'old', '2025-03-01T08:30:00');)";
-constexpr wchar_t kDestinationShortcuts[] = LR"(
-    insert into shortcut (unid, item_name, mod_date) values
-        ('{1}', 'before', '2025-03-01T08:30:00'), ('{2}', 'of destination', '2025-03-11T09:15:00'),
-        ('{3}', 'changed', '2025-03-11T09:15:00'), ('{6}', 'new', '2025-03-11T09:15:00'),
-        ('{7}', 'old', '2025-02-01T08:30:00');)";
+constexpr wchar_t kSource[] = LR"(
+    ('{1}', 'changed', '2025-03-11T09:15:00'), ('{2}', 'of source', '2025-03-12T10:45:00'),
+    ('{3}', 'before', '2025-03-01T08:30:00'), ('{4}', 'new', '2025-03-11T09:15:00'),
+    ('{5}', 'old', '2025-03-01T08:30:00');)";
+constexpr wchar_t kDestination[] = LR"(
+    ('{1}', 'before', '2025-03-01T08:30:00'), ('{2}', 'of destination', '2025-03-11T09:15:00'),
+    ('{3}', 'changed', '2025-03-11T09:15:00'), ('{6}', 'new', '2025-03-11T09:15:00'),
+    ('{7}', 'old', '2025-02-01T08:30:00');)";
 
-// The same with a number for key.
-constexpr wchar_t kSourceUsers[] = LR"(
-    insert into users (unid, user_name, mod_date) values
-        (1, 'changed', '2025-03-11T09:15:00'), (2, 'of source', '2025-03-12T10:45:00'),
-        (3, 'before', '2025-03-01T08:30:00'), (4, 'new', '2025-03-11T09:15:00'), (5, 'old', '2025-03-01T08:30:00');)";
-constexpr wchar_t kDestinationUsers[] = LR"(
-    insert into users (unid, user_name, mod_date) values
-        (1, 'before', '2025-03-01T08:30:00'), (2, 'of destination', '2025-03-11T09:15:00'),
-        (3, 'changed', '2025-03-11T09:15:00'), (6, 'new', '2025-03-11T09:15:00'), (7, 'old', '2025-02-01T08:30:00');)";
-
-// The same with dependent rows.
-constexpr wchar_t kSourceOptions[] = LR"(
-    insert into chart_option (unid, option_name, mod_date) values
-        ('{1}', 'changed', '2025-03-11T09:15:00'), ('{2}', 'of source', '2025-03-12T10:45:00'),
-        ('{3}', 'before', '2025-03-01T08:30:00'), ('{4}', 'new', '2025-03-11T09:15:00'),
-        ('{5}', 'old', '2025-03-01T08:30:00');
+// Rows that depend on them.
+constexpr wchar_t kSourceDependents[] = LR"(
     insert into chart_option_setting (unid, chart_option_id, setting_name, mod_date) values
         ('{a}', '{1}', 'red', '2025-03-11T09:15:00'), ('{b}', '{1}', 'blue', '2025-03-11T09:15:00'),
         ('{c}', '{4}', 'green', '2025-03-11T09:15:00');)";
-constexpr wchar_t kDestinationOptions[] = LR"(
-    insert into chart_option (unid, option_name, mod_date) values
-        ('{1}', 'before', '2025-03-01T08:30:00'), ('{2}', 'of destination', '2025-03-11T09:15:00'),
-        ('{3}', 'changed', '2025-03-11T09:15:00'), ('{6}', 'new', '2025-03-11T09:15:00'),
-        ('{7}', 'old', '2025-02-01T08:30:00');
+constexpr wchar_t kDestinationDependents[] = LR"(
     insert into chart_option_setting (unid, chart_option_id, setting_name, mod_date) values
         ('{d}', '{1}', 'black', '2025-03-11T09:15:00'), ('{e}', '{7}', 'white', '2025-03-11T09:15:00');)";
 
@@ -83,90 +63,90 @@ constexpr wchar_t kDestinationTypes[] = LR"(
     insert into computer_type_setting (unid, computer_type_id, setting_name, mod_date) values
         ('{2}', '{2}', 'colours', '2025-03-11T09:15:00'), ('{3}', '{3}', 'colours', '2025-03-11T09:15:00');)";
 
-constexpr wchar_t kOneWay[] = L"clsReplicateTable.replicateOneWay";
-constexpr wchar_t kByKey[] = L"clsReplicateTable.replicateOneWayWithPKField";
-
-/// Of the offices.
-std::vector<Scenario> ofBothSites()
+/// Those rows in a table, which has a GUID for key, or a number.
+Scenario changes(const wchar_t* name, enumReplicationMethod method, const std::wstring& table, const wchar_t* column,
+                 bool byNumber = false)
 {
-    const std::wstring shortcuts[] = {sql(kSourceShortcuts), sql(kDestinationShortcuts)};
-    const auto ofShortcuts = [&](const wchar_t* name, enumReplicationMethod method, const wchar_t* routine) {
-        return Scenario{name, OFFICES, method, L"shortcut", {L"shortcut"}, shortcuts[0], shortcuts[1], routine};
+    const auto insertion = [&](std::wstring rows) {
+        if (byNumber)
+            std::erase_if(rows, [](wchar_t character) { return character == L'{' || character == L'}'; });
+        return L"insert into " + table + L" (unid, " + column + L", mod_date) values " + sql(rows.c_str());
     };
-    std::vector<Scenario> all = {{L"full copy",
-                                  OFFICES,
-                                  ONE_WAY_DELETE_ALL,
-                                  L"config",
-                                  {L"config"},
-                                  sql(kSourceConfig),
-                                  sql(kDestinationConfig)},
-                                 ofShortcuts(L"one way", ONE_WAY, kOneWay),
-                                 {L"one way with deletes",
-                                  OFFICES,
-                                  ONE_WAY_ALLOW_DELETES,
-                                  L"chart_option",
-                                  {L"chart_option", L"chart_option_setting"},
-                                  sql(kSourceOptions),
-                                  sql(kDestinationOptions),
-                                  kOneWay,
-                                  L"chart_option_setting"},
-                                 ofShortcuts(L"two way", TWO_WAY, L""),
-                                 ofShortcuts(L"two way without deletes", TWO_WAY_NO_DELETES, L""),
-                                 {L"computer types",
-                                  OFFICES,
-                                  COMPUTER_TYPE,
-                                  L"computer_type",
-                                  {L"computer_type", L"computer_type_setting"},
-                                  sql(kSourceTypes),
-                                  sql(kDestinationTypes)},
-                                 {L"by key field",
-                                  OFFICES,
-                                  ONE_WAY_WITH_PK_FIELD,
-                                  L"users",
-                                  {L"users"},
-                                  kSourceUsers,
-                                  kDestinationUsers,
-                                  kByKey,
-                                  L"",
-                                  L"unid",
-                                  DELETE_WITH_UPDATES},
-                                 {L"without key field",
-                                  OFFICES,
-                                  ONE_WAY_WITH_PK_FIELD,
-                                  L"users",
-                                  {L"users"},
-                                  kSourceUsers,
-                                  kDestinationUsers,
-                                  kByKey,
-                                  L"",
-                                  L"",
-                                  DELETE_WITH_UPDATES},
-                                 ofShortcuts(L"whole life", ONE_WAY, kOneWay)};
-    all.back().wholeLife = true;
-    return all;
+    return {.name = name,
+            .method = method,
+            .table = table,
+            .sourceRows = insertion(kSource),
+            .destinationRows = insertion(kDestination)};
+}
+
+Scenario shortcuts(const wchar_t* name, enumReplicationMethod method)
+{
+    return changes(name, method, L"shortcut", L"item_name");
+}
+
+Scenario withDependents()
+{
+    Scenario scenario = changes(L"one way with deletes", ONE_WAY_ALLOW_DELETES, L"chart_option", L"option_name");
+    scenario.sourceRows += sql(kSourceDependents);
+    scenario.destinationRows += sql(kDestinationDependents);
+    scenario.dependentTable = L"chart_option_setting";
+    scenario.tables = {scenario.dependentTable};
+    return scenario;
+}
+
+Scenario users(const wchar_t* name, const wchar_t* keyField)
+{
+    Scenario scenario = changes(name, ONE_WAY_WITH_PK_FIELD, L"users", L"user_name", true);
+    scenario.keyField = keyField;
+    scenario.deletes = DELETE_WITH_UPDATES;
+    return scenario;
+}
+
+Scenario wholeLife()
+{
+    Scenario scenario = shortcuts(L"whole life", ONE_WAY);
+    scenario.wholeLife = true;
+    return scenario;
 }
 
 } // namespace
 
 std::vector<Scenario> scenarios()
 {
-    std::vector<Scenario> all = ofBothSites();
-    for (Scenario scenario : ofBothSites()) {
+    const std::vector<Scenario> ofBothSites = {{.name = L"full copy",
+                                                .method = ONE_WAY_DELETE_ALL,
+                                                .table = L"config",
+                                                .sourceRows = sql(kSourceConfig),
+                                                .destinationRows = sql(kDestinationConfig)},
+                                               shortcuts(L"one way", ONE_WAY),
+                                               withDependents(),
+                                               shortcuts(L"two way", TWO_WAY),
+                                               shortcuts(L"two way without deletes", TWO_WAY_NO_DELETES),
+                                               {.name = L"computer types",
+                                                .method = COMPUTER_TYPE,
+                                                .table = L"computer_type",
+                                                .sourceRows = sql(kSourceTypes),
+                                                .destinationRows = sql(kDestinationTypes),
+                                                .tables = {L"computer_type_setting"}},
+                                               users(L"by key field", L"unid"),
+                                               users(L"without key field", L""),
+                                               wholeLife()};
+    std::vector<Scenario> all = ofBothSites;
+    for (Scenario scenario : ofBothSites) {
         scenario.site = LAPTOP;
         all.push_back(std::move(scenario));
     }
-    all.push_back({L"companies by key field",
-                   OFFICES,
-                   ONE_WAY_WITH_PK_FIELD,
-                   L"dentist_company",
-                   {L"dentist_company", L"chart_comment_info"},
-                   sql(kSourceCompanies),
-                   sql(kDestinationCompanies),
-                   kByKey,
-                   L"",
-                   L"dc_id",
-                   DELETE_WITH_UPDATES});
-    for (Scenario& scenario : all)
+    all.push_back({.name = L"companies by key field",
+                   .method = ONE_WAY_WITH_PK_FIELD,
+                   .table = L"dentist_company",
+                   .sourceRows = sql(kSourceCompanies),
+                   .destinationRows = sql(kDestinationCompanies),
+                   .keyField = L"dc_id",
+                   .deletes = DELETE_WITH_UPDATES,
+                   .tables = {L"chart_comment_info"}});
+    for (Scenario& scenario : all) {
         scenario.name += scenario.site == OFFICES ? L" at the offices" : L" at the laptop";
+        scenario.tables.push_back(scenario.table);
+    }
     return all;
 }

@@ -12,6 +12,7 @@
 #include "FaultTrials.h"
 #include "control/settings.h"
 #include "support/Apartment.h"
+#include "support/Requirements.h"
 #include "support/TextLine.h"
 
 #include <chrono>
@@ -80,7 +81,7 @@ void addBuckets(std::vector<Bucket>& buckets, const Scenario& scenario, const Re
         add(reference.allocations, [&](size_t at) { return allocations::Fault{at, lasting}; });
     }
     constexpr LogFaultKind kLogKinds[] = {LogFaultKind::DiskFull, LogFaultKind::Locked, LogFaultKind::DirectoryRemoved};
-    add(reference.log.size() * std::size(kLogKinds), [&](size_t number) {
+    add(reference.logEntries * std::size(kLogKinds), [&](size_t number) {
         return LogFault{kLogKinds[number % std::size(kLogKinds)], (number - 1) / std::size(kLogKinds) + 1};
     });
 }
@@ -216,13 +217,13 @@ Options parse(int count, char** arguments)
 
 int main(int count, char** arguments)
 {
-    if (Pair::setting(L"QUINMARK_SERVER") == L"sqlserver") {
+    if (!isPostgreSql()) {
         std::printf("needs PostgreSQL: QUINMARK_SERVER names another server\n");
         return kSkipped;
     }
-    if (!Pair::isConfigured()) {
-        std::printf("the settings of the databases are missing\n");
-        return Pair::setting(L"QUINMARK_REQUIRE_DATABASE") == L"1" ? EXIT_FAILURE : kSkipped;
+    if (const std::wstring missing = missingDatabaseSetting(); !missing.empty()) {
+        std::printf("%s is not set\n", toUtf8(missing).c_str());
+        return setting(L"QUINMARK_REQUIRE_DATABASE") == L"1" ? EXIT_FAILURE : kSkipped;
     }
     try {
         const Options options = parse(count, arguments);
