@@ -3,7 +3,7 @@
 #include "Caller.h"
 #include "com/module.h"
 #include "control/settings.h"
-#include "support/HeapUse.h"
+#include "support/Holdings.h"
 #include "support/ImportHook.h"
 #include "support/MessageBoxes.h"
 

@@ -1,7 +1,7 @@
 #include "NamedPair.h"
 #include "support/Apartment.h"
 #include "support/BuiltDll.h"
-#include "support/HeapUse.h"
+#include "support/Holdings.h"
 #include "support/LateCall.h"
 
 #include <gtest/gtest.h>

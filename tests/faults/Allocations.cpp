@@ -1,7 +1,7 @@
 #include "Allocations.h"
 
 #include "com/error.h"
-#include "support/HeapUse.h"
+#include "support/Holdings.h"
 
 #include <cstdint>
 #include <cstdlib>

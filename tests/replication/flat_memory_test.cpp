@@ -74,18 +74,16 @@ TEST_F(FlatMemory, StaysAfterManyRunsFromInitToDisconnect)
     addUser(source(), 1, L"new", kNew);
     addUser(destination(), 1, L"old", kOld);
     runTimes(kWarmUp);
-    const Holdings before = holdings();
+    const size_t bytes = heapBytesInUse();
+    const size_t handles = handleCount();
+    ASSERT_GT(bytes, 0U);
 
     runTimes(runs());
 
-    const Holdings after = holdings();
-    std::cout << "after " << kWarmUp << " runs: " << before << "\nafter " << runs() << " more: " << after << '\n';
-    ASSERT_GT(before.heapBytes, 0U);
-    ASSERT_GT(before.handles, 0U);
-    EXPECT_LE(after.heapBytes, before.heapBytes + kBytesARun * static_cast<size_t>(runs()));
-    EXPECT_LE(after.handles, before.handles);
-    EXPECT_EQ(after.gdiObjects, before.gdiObjects);
-    EXPECT_EQ(after.userObjects, before.userObjects);
+    std::cout << bytes << " bytes of heap after " << kWarmUp << " runs, " << heapBytesInUse() << " after " << runs()
+              << " more\n";
+    EXPECT_LE(heapBytesInUse(), bytes + kBytesARun * static_cast<size_t>(runs()));
+    EXPECT_LE(handleCount(), handles);
 }
 
 TEST(Holdings, TellOneHandleMore)

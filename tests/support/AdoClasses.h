@@ -15,7 +15,6 @@ constexpr CLSID adoClassId(unsigned long first)
 inline constexpr CLSID kAdoConnectionId = adoClassId(0x514);
 inline constexpr CLSID kAdoCommandId = adoClassId(0x507);
 inline constexpr CLSID kAdoRecordsetId = adoClassId(0x535);
-inline constexpr CLSID kAdoParameterId = adoClassId(0x50b);
 
 /// Makes objects of a class in the place of its server, for the calling apartment and for as long as this lives.
 class ReplacedClass

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "HeapUse.h"
+#include "Holdings.h"
 
 #include <algorithm>
 #include <atomic>

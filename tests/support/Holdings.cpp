@@ -1,6 +1,33 @@
 #include "Holdings.h"
 
-#include "HeapUse.h"
+#include <vector>
+#include <windows.h>
+
+namespace {
+
+size_t bytesInUse(HANDLE heap)
+{
+    size_t bytes = 0;
+    PROCESS_HEAP_ENTRY entry{};
+    HeapLock(heap);
+    while (HeapWalk(heap, &entry))
+        if (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY)
+            bytes += entry.cbData;
+    HeapUnlock(heap);
+    return bytes;
+}
+
+} // namespace
+
+size_t heapBytesInUse()
+{
+    std::vector<HANDLE> heaps(64);
+    heaps.resize(GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data()));
+    size_t bytes = 0;
+    for (const HANDLE heap : heaps)
+        bytes += bytesInUse(heap);
+    return bytes;
+}
 
 // GetProcessHandleCount answers 0 under Wine, and asking for the handles of all processes ends Wine's server when one
 // of them is just ending. So every handle is tried. The system gives low numbers again, in steps of 4; after this many
@@ -20,15 +47,10 @@ size_t handleCount()
     return count;
 }
 
-Holdings holdings()
+void withoutTextCache()
 {
-    const size_t handles = handleCount();
-    return {heapBytesInUse(), handles, GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS),
-            GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS)};
-}
-
-std::ostream& operator<<(std::ostream& stream, const Holdings& holdings)
-{
-    return stream << holdings.heapBytes << " bytes of heap, " << holdings.handles << " handles, " << holdings.gdiObjects
-                  << " GDI and " << holdings.userObjects << " USER objects";
+    // Not in the import library of mingw-w64.
+    using SetOaNoCache = void(WINAPI*)();
+    const HMODULE automation = GetModuleHandleW(L"oleaut32.dll");
+    reinterpret_cast<SetOaNoCache>(reinterpret_cast<void*>(GetProcAddress(automation, "SetOaNoCache")))();
 }

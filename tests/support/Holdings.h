@@ -1,21 +1,14 @@
 #pragma once
 
 #include <cstddef>
-#include <ostream>
-#include <windows.h>
 
-/// The resources that this process holds.
-struct Holdings
-{
-    size_t heapBytes; ///< in use in all heaps, to the byte
-    size_t handles;   ///< of the kernel: files, threads, events, ...
-    DWORD gdiObjects; ///< always 0 under Wine, which does not tell
-    DWORD userObjects;
-};
+// The resources that this process holds. The component makes no GDI or USER objects but its message boxes.
 
-Holdings holdings();
+/// Bytes in use in all heaps, to the byte.
+size_t heapBytesInUse();
 
-/// The handles alone.
+/// Handles of the kernel: files, threads, events, ...
 size_t handleCount();
 
-std::ostream& operator<<(std::ostream& stream, const Holdings& holdings);
+/// Texts that the automation runtime keeps for later would look like a leak.
+void withoutTextCache();
