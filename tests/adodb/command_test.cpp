@@ -13,15 +13,6 @@ protected:
     }
 };
 
-TEST_F(CommandTest, TextWithParameters)
-{
-    createSample();
-    const auto select = command(L"select key from " + table + L" where name = ?");
-    append(select, L"name", 200, 1, 20, L"two");
-    const auto rows = com::Dispatch::from(select.call(L"Execute"));
-    EXPECT_EQ(long(field(rows, 0L)), 2);
-}
-
 TEST_F(CommandTest, RowsAffectedComeBack)
 {
     createSample();

@@ -113,18 +113,6 @@ long DatabaseTest::affectedBy(const com::Dispatch& executing, std::initializer_l
     return rows;
 }
 
-std::vector<_variant_t> itemsOf(const com::Dispatch& collection)
-{
-    Microsoft::WRL::ComPtr<IEnumVARIANT> enumerator;
-    const _variant_t unknown = collection.property(DISPID_NEWENUM);
-    com::check(
-        V_UNKNOWN(&unknown)->QueryInterface(IID_IEnumVARIANT, reinterpret_cast<void**>(enumerator.GetAddressOf())));
-    std::vector<_variant_t> items;
-    for (_variant_t item; enumerator->Next(1, &item, nullptr) == S_OK; item.Clear())
-        items.push_back(item);
-    return items;
-}
-
 std::wstring textOf(const _variant_t& value)
 {
     return V_VT(&value) == VT_NULL ? L"<Null>" : com::toText(value);

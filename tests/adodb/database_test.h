@@ -48,9 +48,6 @@ protected:
     com::Dispatch connection;
 };
 
-/// The items that a collection's enumerator yields.
-std::vector<_variant_t> itemsOf(const com::Dispatch& collection);
-
 std::wstring textOf(const _variant_t& value);
 
 inline _variant_t object(const com::Dispatch& dispatch)

@@ -1,20 +1,8 @@
 #pragma once
 
-#include "com/error.h"
+#include "support/Raised.h"
 
 namespace adodb {
-
-/// The error that `body` raises; number 0 when it raises none.
-com::Error errorOf(auto&& body)
-{
-    try {
-        body();
-    }
-    catch (const com::Error& error) {
-        return error;
-    }
-    return {};
-}
 
 long numberOf(auto&& body)
 {

@@ -125,27 +125,6 @@ TEST_F(RecordsetTest, ItemsAreFoundByNameAndNumberOnly)
     }
 }
 
-TEST_F(RecordsetTest, DefaultMembersLeadToTheValue)
-{
-    const auto rows = query(L"select 1 as a, 'x' as b");
-    _variant_t index(L"b");
-    DISPPARAMS params{&index, nullptr, 1, 0};
-    _variant_t item;
-    ASSERT_EQ(rows.get()->Invoke(DISPID_VALUE, IID_NULL, 0, DISPATCH_METHOD | DISPATCH_PROPERTYGET, &params, &item,
-                                 nullptr, nullptr),
-              S_OK);
-    EXPECT_EQ(textOf(com::Dispatch::from(item).property(DISPID{DISPID_VALUE})), L"x");
-}
-
-TEST_F(RecordsetTest, FieldsCanBeEnumerated)
-{
-    const auto rows = query(L"select 1 as a, 2 as b, 3 as c");
-    std::wstring names;
-    for (const _variant_t& item : itemsOf(com::Dispatch::from(rows.property(L"Fields"))))
-        names += textOf(com::Dispatch::from(item).property(L"Name"));
-    EXPECT_EQ(names, L"abc");
-}
-
 TEST_F(RecordsetTest, FieldFollowsTheCurrentRow)
 {
     const auto rows = query(numbers(2));
