@@ -68,7 +68,6 @@ void Caller::makeCall(int depth)
     depth_ = depth;
     if (depth == 0)
         watch_.end();
-    ++outcomes_[call.outcome()];
     if (complaint)
         complaints_.push_back(title_ + " call " + std::to_string(number_) + ": " + *complaint);
     if (given)

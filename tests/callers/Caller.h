@@ -6,7 +6,6 @@
 #include "RandomValues.h"
 
 #include <deque>
-#include <map>
 #include <vector>
 
 /// One host thread of a round: makes random calls to objects of every class, of which it gets more from the component
@@ -23,8 +22,6 @@ public:
 
     /// The faults that it found, each with the call that repeats it.
     const std::vector<std::string>& complaints() const { return complaints_; }
-    /// How often each code was answered.
-    const std::map<std::string, size_t>& outcomes() const { return outcomes_; }
 
     /// Releases everything as a good host does; complains when objects of the recording ADO are left.
     void leave();
@@ -50,5 +47,4 @@ private:
     size_t number_ = 0;
     int depth_ = 0;
     std::vector<std::string> complaints_;
-    std::map<std::string, size_t> outcomes_;
 };

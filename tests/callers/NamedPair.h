@@ -28,11 +28,8 @@ public:
     std::wstring key(const wchar_t* kind, int index) const { return name_ + kind + std::to_wstring(index); }
 
 private:
-    bool mayDelete(const std::wstring& statement) const;
-    AdoAnswer control(const std::wstring& statement) const;
     AdoAnswer changedRows(bool lastIsNewerInDestination) const;
     AdoAnswer missingRows(const wchar_t* kind, int count, DATE modified) const;
-    AdoAnswer row(const std::wstring& connection, const std::wstring& statement) const;
 
     int number_;
     std::wstring name_;

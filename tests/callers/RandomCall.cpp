@@ -172,7 +172,6 @@ std::optional<std::string> RandomCall::make(IDispatch& object, Microsoft::WRL::C
         object.Invoke(member_.id, reserved_, LOCALE_USER_DEFAULT, member_.flags, hasParameters_ ? &parameters : nullptr,
                       wantsResult_ ? &outcome.result.get() : nullptr, wantsException_ ? &outcome.exception : nullptr,
                       wantsBadArgument_ ? &outcome.badArgument : nullptr);
-    outcome_ = hex(outcome.code);
     const std::optional<std::string> complaint = judge(outcome);
     for (BSTR* text :
          {&outcome.exception.bstrSource, &outcome.exception.bstrDescription, &outcome.exception.bstrHelpFile})

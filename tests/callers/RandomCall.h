@@ -45,8 +45,6 @@ public:
     /// Makes the call; what was wrong about its outcome, empty when nothing was. An object that it gave is in `given`.
     std::optional<std::string> make(IDispatch& object, Microsoft::WRL::ComPtr<IDispatch>& given);
 
-    const std::string& outcome() const { return outcome_; }
-
 private:
     struct Outcome
     {
@@ -71,5 +69,4 @@ private:
     IID reserved_ = IID_NULL;
     std::vector<std::unique_ptr<Argument>> arguments_; ///< in the order of the caller's array: the last one first
     std::vector<DISPID> names_;
-    std::string outcome_;
 };

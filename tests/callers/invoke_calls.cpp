@@ -6,11 +6,11 @@
 #include "support/Holdings.h"
 #include "support/ImportHook.h"
 #include "support/MessageBoxes.h"
+#include "support/TemporaryFolder.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <filesystem>
 #include <stdexcept>
 #include <thread>
 
@@ -85,35 +85,25 @@ private:
     std::thread thread_;
 };
 
-/// The current folder, for the logs that the calls write wherever they are told to; gone with this.
+/// The current folder, for the logs that the calls write wherever they are told to.
 class LogFolder
 {
 public:
-    LogFolder()
-        : path_(std::filesystem::temp_directory_path() / (L"callers " + std::to_wstring(GetCurrentProcessId()))),
-          before_(std::filesystem::current_path())
-    {
-        std::filesystem::create_directory(path_);
-        std::filesystem::current_path(path_);
-    }
-    ~LogFolder()
-    {
-        std::error_code ignored;
-        std::filesystem::current_path(before_, ignored);
-        std::filesystem::remove_all(path_, ignored);
-    }
+    LogFolder() { std::filesystem::current_path(folder_->file(L"")); }
+    ~LogFolder() { std::filesystem::current_path(before_); }
     LogFolder(const LogFolder&) = delete;
     LogFolder& operator=(const LogFolder&) = delete;
 
-    void empty() const
+    void empty()
     {
-        for (const auto& entry : std::filesystem::directory_iterator(path_))
-            std::filesystem::remove_all(entry);
+        std::filesystem::current_path(before_);
+        folder_.emplace();
+        std::filesystem::current_path(folder_->file(L""));
     }
 
 private:
-    std::filesystem::path path_;
-    std::filesystem::path before_;
+    const std::filesystem::path before_ = std::filesystem::current_path();
+    std::optional<TemporaryFolder> folder_{std::in_place};
 };
 
 struct Options
@@ -171,10 +161,8 @@ private:
         tried_ += kThreads * kCallsPerThread;
         if (com::moduleInUse())
             complain("round " + std::to_string(round) + ": objects are left");
-        if (round == kWarmUpRounds) {
-            outcomes_.clear();
+        if (round == kWarmUpRounds)
             heapAfterWarmUp_ = heapBytesInUse();
-        }
         lastRound_ = round;
     }
 
@@ -190,8 +178,6 @@ private:
         const std::lock_guard lock(mutex_);
         for (const std::string& complaint : caller.complaints())
             complain(complaint);
-        for (const auto& [code, count] : caller.outcomes())
-            outcomes_[code] += count;
     }
 
     void complain(const std::string& complaint)
@@ -203,9 +189,6 @@ private:
 
     int report()
     {
-        for (const auto& [code, count] : outcomes_)
-            std::printf("  %s: %zu\n", code.c_str(), count);
-        outcomes_.clear();
         if (lastRound_ > kWarmUpRounds && options_.onlyRound == 0)
             judgeHeap();
         std::printf("tried random calls: %zu, found: %zu\n", tried_, found_);
@@ -226,7 +209,6 @@ private:
     Options options_;
     LogFolder folder_;
     std::mutex mutex_;
-    std::map<std::string, size_t> outcomes_;
     size_t tried_ = 0;
     size_t found_ = 0;
     size_t heapAfterWarmUp_ = 0;

@@ -3,10 +3,12 @@
 #include "support/BuiltDll.h"
 #include "support/Holdings.h"
 #include "support/LateCall.h"
+#include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <deque>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -35,9 +37,7 @@ public:
         : dll_(dll),
           pair_(number),
           site_(pair_.isOffices() ? 0 : 1),
-          logLevel_(number % 3 + 1),
-          log_(std::filesystem::temp_directory_path() /
-               (L"quinmark methods " + std::to_wstring(GetCurrentProcessId()) + L" " + pair_.name() + L".log"))
+          logLevel_(number % 3 + 1)
     {
     }
 
@@ -137,7 +137,8 @@ private:
     NamedPair pair_;
     long site_;
     long logLevel_;
-    std::filesystem::path log_;
+    const TemporaryFolder folder_;
+    const std::filesystem::path log_ = folder_.file(L"replication.log");
     std::vector<Table> tables_ = {{3, pair_.name() + L"deletes"},
                                   {2, L"shortcut"},
                                   {7, pair_.name() + L"key", L"unid"},
@@ -215,7 +216,7 @@ TEST(Threads, DoWhatEachOfThemDoesAlone)
 {
     constexpr int kRounds = 3;
     const LoadedDll dll;
-    std::vector<NamedHost> hosts;
+    std::deque<NamedHost> hosts;
     std::vector<Transcript> alone;
     std::vector<std::wstring> crossed(kThreads);
     for (int number = 0; number < kThreads; ++number) {

@@ -11,10 +11,7 @@ LogFaults* g_faults = nullptr;
 
 } // namespace
 
-LogFaults::LogFaults()
-    : directory_(std::filesystem::temp_directory_path() /
-                 (L"quinmark-faults-" + std::to_wstring(GetCurrentProcessId()))),
-      hook_("CreateFileW", reinterpret_cast<void*>(openFile))
+LogFaults::LogFaults() : hook_("CreateFileW", reinterpret_cast<void*>(openFile))
 {
     g_faults = this;
     CreateDirectoryW(directory_.c_str(), nullptr);
@@ -24,8 +21,6 @@ LogFaults::~LogFaults()
 {
     heal();
     g_faults = nullptr;
-    DeleteFileW(file().c_str());
-    RemoveDirectoryW(directory_.c_str());
 }
 
 void LogFaults::begin(std::optional<LogFault> fault, std::function<void()> whenFailing)

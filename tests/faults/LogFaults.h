@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/ImportHook.h"
+#include "support/TemporaryFolder.h"
 
 #include <functional>
 #include <optional>
@@ -46,7 +47,8 @@ private:
     std::wstring beforeEntry();
     void fail(LogFaultKind kind);
 
-    std::wstring directory_;
+    const TemporaryFolder folder_;
+    const std::wstring directory_ = folder_.file(L"log");
     std::optional<LogFault> fault_;
     std::function<void()> whenFailing_;
     size_t entries_ = 0;

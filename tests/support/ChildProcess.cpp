@@ -12,13 +12,6 @@ namespace {
 
 constexpr DWORD kLongestRun = 60000;
 
-std::wstring temporaryPath(const wchar_t* name)
-{
-    static int number = 0;
-    return std::filesystem::temp_directory_path() /
-           (L"child_" + std::to_wstring(GetCurrentProcessId()) + L"_" + std::to_wstring(++number) + L"_" + name);
-}
-
 HANDLE inheritedFile(const std::wstring& path)
 {
     SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
@@ -36,8 +29,6 @@ std::string linesOf(const std::wstring& path)
 } // namespace
 
 ChildProcess::ChildProcess(std::wstring commandLine, const std::wstring& folder)
-    : outputPath_(temporaryPath(L"output")),
-      messagesPath_(temporaryPath(L"messages"))
 {
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
@@ -59,8 +50,6 @@ ChildProcess::~ChildProcess()
     WaitForSingleObject(process_.hProcess, kLongestRun);
     CloseHandle(process_.hThread);
     CloseHandle(process_.hProcess);
-    DeleteFileW(outputPath_.c_str());
-    DeleteFileW(messagesPath_.c_str());
 }
 
 ProgramEnd ChildProcess::wait()

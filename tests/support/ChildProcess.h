@@ -1,7 +1,6 @@
 #pragma once
 
-#include <string>
-#include <windows.h>
+#include "TemporaryFolder.h"
 
 /// The exit code and the output of a program, its lines ended by LF.
 struct ProgramEnd
@@ -24,8 +23,9 @@ public:
     ProgramEnd wait();
 
 private:
-    std::wstring outputPath_;
-    std::wstring messagesPath_;
+    const TemporaryFolder files_;
+    const std::wstring outputPath_ = files_.file(L"output");
+    const std::wstring messagesPath_ = files_.file(L"messages");
     PROCESS_INFORMATION process_{};
 };
 

@@ -31,13 +31,6 @@ constexpr const wchar_t* kTables[] = {L"chart_comment_info",
                                       L"replication_conflict_data",
                                       L"replication_conflict"};
 
-std::wstring logPath()
-{
-    wchar_t folder[MAX_PATH] = L"";
-    GetTempPathW(MAX_PATH, folder);
-    return std::wstring(folder) + L"quinmark_replication_" + std::to_wstring(GetCurrentProcessId()) + L".log";
-}
-
 std::wstring whereSite(enumReplicationUniqueId site)
 {
     return L" where unique_key = " + std::to_wstring(static_cast<int>(site));
@@ -54,8 +47,7 @@ void PracticePair::SetUp()
     host_.destinationPrefix = setting(L"QUINMARK_LAPTOP_PREFIX");
     host_.destinationDsn = setting(L"QUINMARK_LAPTOP_DSN");
     host_.sourcePassword = host_.destinationPassword = setting(L"QUINMARK_PASSWORD");
-    host_.logFile = logPath();
-    DeleteFileW(host_.logFile.c_str());
+    host_.logFile = folder_.file(L"replication.log");
     apartment_.emplace();
     source_ = std::make_unique<PracticeSide>(host_.sourceDsn, host_.sourcePassword);
     destination_ = std::make_unique<PracticeSide>(host_.destinationDsn, host_.destinationPassword);
@@ -73,7 +65,6 @@ void PracticePair::TearDown()
     factory_.Reset();
     source_.reset();
     destination_.reset();
-    DeleteFileW(host_.logFile.c_str());
     apartment_.reset();
 }
 

@@ -4,6 +4,7 @@
 #include "PracticeSide.h"
 #include "QuinmarkRepDLL.h"
 #include "Requirements.h"
+#include "TemporaryFolder.h"
 
 #include <memory>
 #include <optional>
@@ -139,5 +140,6 @@ private:
     std::unique_ptr<PracticeSide> source_;
     std::unique_ptr<PracticeSide> destination_;
     Microsoft::WRL::ComPtr<_Factory> factory_;
+    const TemporaryFolder folder_;
     HostSettings host_;
 };

@@ -8,6 +8,7 @@
 namespace {
 
 constexpr short kVarChar = 200;
+constexpr short kTimeStamp = 135;
 
 /// One of ADO's classes, and how an object of it is made.
 struct AdoClass
@@ -181,6 +182,14 @@ AdoAnswer adoTexts(const std::wstring& name, const std::vector<std::wstring>& va
     AdoAnswer answer{{{{name, kVarChar}}, {}}, 0, {}};
     for (const std::wstring& value : values)
         answer.rows.rows.push_back({_variant_t(value.c_str())});
+    return answer;
+}
+
+AdoAnswer adoRows(const std::vector<std::wstring>& columns, std::vector<std::vector<_variant_t>> rows)
+{
+    AdoAnswer answer{{{}, std::move(rows)}, 0, {}};
+    for (const std::wstring& column : columns)
+        answer.rows.columns.push_back({column, column.ends_with(L"mod_date") ? kTimeStamp : kVarChar});
     return answer;
 }
 

@@ -184,6 +184,9 @@ _variant_t adoNull();
 /// Text values of one column named `name`, one row each.
 AdoAnswer adoTexts(const std::wstring& name, const std::vector<std::wstring>& values);
 
+/// Rows of columns that are dates by their name (mod_date), or texts.
+AdoAnswer adoRows(const std::vector<std::wstring>& columns, std::vector<std::vector<_variant_t>> rows);
+
 /// One row of text columns, its values by their names.
 AdoRows adoRow(const std::vector<std::pair<std::wstring, _variant_t>>& values);
 

@@ -8,16 +8,6 @@ namespace {
 
 using CounterValues = std::array<long, sizeof(Counters) / sizeof(long)>;
 
-AdoAnswer answerOf(const Lines& names, const std::vector<std::vector<_variant_t>>& rows)
-{
-    constexpr short kVarChar = 200;
-    constexpr short kTimeStamp = 135;
-    AdoAnswer answer{{{}, rows}, 0, {}};
-    for (const std::wstring& name : names)
-        answer.rows.columns.push_back({name, name.ends_with(L"mod_date") ? kTimeStamp : kVarChar});
-    return answer;
-}
-
 bool isLoggedStatement(const std::wstring& entry)
 {
     return entry.starts_with(L"DEBUG: Conn");
@@ -90,11 +80,11 @@ void ReplicationTest::holds(const std::wstring& connection, const std::wstring& 
 AdoAnswer ReplicationTest::answerTo(const std::wstring& connection, const std::wstring& statement) const
 {
     if (statement.starts_with(L"select dest."))
-        return answerOf({sKey_, L"src_mod_date", L"dest_mod_date"}, both_);
+        return adoRows({sKey_, L"src_mod_date", L"dest_mod_date"}, both_);
     if (statement.starts_with(L"select zt."))
-        return answerOf({sKey_, L"nrv_mod_date", L"zt_mod_date"}, both_);
+        return adoRows({sKey_, L"nrv_mod_date", L"zt_mod_date"}, both_);
     if (const size_t lacks = statement.find(L" not in ("); lacks != std::wstring::npos)
-        return answerOf({sKey_, L"mod_date"}, statement.find(L"office.") < lacks ? sourceOnly_ : destinationOnly_);
+        return adoRows({sKey_, L"mod_date"}, statement.find(L"office.") < lacks ? sourceOnly_ : destinationOnly_);
     const size_t key = statement.find(L" = '");
     if (key == std::wstring::npos || !(statement.starts_with(L"Select ") || statement.starts_with(L"select ")))
         return {};
@@ -102,8 +92,8 @@ AdoAnswer ReplicationTest::answerTo(const std::wstring& connection, const std::w
     if (statement.starts_with(L"select item_name "))
         return adoTexts(L"item_name", {L"Item " + sKey});
     const auto held = held_.find({connection, sKey});
-    return answerOf({L"unid", L"item_name", L"mod_date"},
-                    held == held_.end() ? std::vector<Row>() : std::vector<Row>{held->second});
+    return adoRows({L"unid", L"item_name", L"mod_date"},
+                   held == held_.end() ? std::vector<Row>() : std::vector<Row>{held->second});
 }
 
 void ReplicationTest::init(long method, const std::wstring& sDependentTable, long deletes)

@@ -14,19 +14,9 @@ namespace {
 
 const bool kAttached = attachComponent(nullptr);
 
-std::filesystem::path newDirectory()
-{
-    static int number = 0;
-    const std::filesystem::path path =
-        std::filesystem::temp_directory_path() /
-        (L"quinmark-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++number));
-    std::filesystem::create_directory(path);
-    return path;
-}
-
 } // namespace
 
-RecordingTest::RecordingTest() : directory_(newDirectory()), logFile_(directory_ / L"replication.log")
+RecordingTest::RecordingTest()
 {
     if (!kAttached)
         ADD_FAILURE() << "no thread slot for the settings";
@@ -38,8 +28,6 @@ RecordingTest::~RecordingTest()
 {
     releaseConnections();
     detachThreadSettings();
-    std::error_code ignored;
-    std::filesystem::remove_all(directory_, ignored);
 }
 
 void RecordingTest::connectedSettings(const ConnectOptions& options)

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "RecordingAdo.h"
+#include "TemporaryFolder.h"
 
-#include <filesystem>
 #include <gtest/gtest.h>
 
 /// The settings with which a connected test was initialised. The DSNs are "source" and "destination", and so are the
@@ -42,8 +42,8 @@ protected:
 
 private:
     RecordingAdo ado_;
-    std::filesystem::path directory_;
-    std::wstring logFile_;
+    const TemporaryFolder folder_;
+    const std::wstring logFile_ = folder_.file(L"replication.log");
 };
 
 /// A provider's failure for tests that only need one: 0x80004005 "Connection lost".
