@@ -6,6 +6,7 @@
 #include "support/Holdings.h"
 #include "support/ImportHook.h"
 #include "support/MessageBoxes.h"
+#include "support/Options.h"
 #include "support/TemporaryFolder.h"
 
 #include <cstdio>
@@ -106,45 +107,19 @@ private:
     std::optional<TemporaryFolder> folder_{std::in_place};
 };
 
-struct Options
-{
-    std::uint64_t seed = static_cast<std::uint64_t>(std::time(nullptr));
-    double minutes = 0;
-    size_t onlyRound = 0;
-};
-
-Options parse(int count, char** arguments)
-{
-    Options options;
-    for (int index = 1; index + 1 < count; index += 2) {
-        const std::string name = arguments[index];
-        const char* value = arguments[index + 1];
-        if (name == "--seed")
-            options.seed = std::strtoull(value, nullptr, 10);
-        else if (name == "--minutes")
-            options.minutes = std::strtod(value, nullptr);
-        else if (name == "--round")
-            options.onlyRound = std::strtoul(value, nullptr, 10);
-        else
-            throw std::invalid_argument("unknown option " + name);
-    }
-    return options;
-}
-
 class Campaign
 {
 public:
-    explicit Campaign(const Options& options) : options_(options) {}
+    explicit Campaign(Options options) : options_(std::move(options)) {}
 
     int run()
     {
-        std::printf("seed %llu\n", static_cast<unsigned long long>(options_.seed));
+        std::printf("seed %llu\n", static_cast<unsigned long long>(seed_));
         const auto begun = std::chrono::steady_clock::now();
-        const std::chrono::duration<double> limit(options_.minutes * 60);
+        const std::chrono::duration<double> limit(minutes_ * 60);
         for (size_t round = 1;
-             options_.minutes > 0 ? std::chrono::steady_clock::now() - begun < limit : round <= kRoundsOfShortForm;
-             ++round)
-            if (options_.onlyRound == 0 || options_.onlyRound == round)
+             minutes_ > 0 ? std::chrono::steady_clock::now() - begun < limit : round <= kRoundsOfShortForm; ++round)
+            if (onlyRound_ == 0 || onlyRound_ == round)
                 runRound(round);
         return report();
     }
@@ -169,8 +144,8 @@ private:
     void runCaller(size_t round, size_t index)
     {
         g_watch = &g_watches[index];
-        Caller caller(partSeed(options_.seed, round * kThreads + index),
-                      "--seed " + std::to_string(options_.seed) + " --round " + std::to_string(round) + " thread " +
+        Caller caller(partSeed(seed_, round * kThreads + index),
+                      "--seed " + std::to_string(seed_) + " --round " + std::to_string(round) + " thread " +
                           std::to_string(index),
                       *g_watch);
         caller.makeCalls(kCallsPerThread);
@@ -189,7 +164,7 @@ private:
 
     int report()
     {
-        if (lastRound_ > kWarmUpRounds && options_.onlyRound == 0)
+        if (lastRound_ > kWarmUpRounds && onlyRound_ == 0)
             judgeHeap();
         std::printf("tried random calls: %zu, found: %zu\n", tried_, found_);
         return found_ > 0 ? EXIT_FAILURE : EXIT_SUCCESS;
@@ -206,7 +181,10 @@ private:
             complain("the heap has grown");
     }
 
-    Options options_;
+    const Options options_;
+    const std::uint64_t seed_ = options_.number("--seed", static_cast<std::uint64_t>(std::time(nullptr)));
+    const double minutes_ = options_.real("--minutes");
+    const size_t onlyRound_ = options_.number<size_t>("--round", 0);
     LogFolder folder_;
     std::mutex mutex_;
     size_t tried_ = 0;
@@ -220,7 +198,7 @@ private:
 int main(int count, char** arguments)
 {
     try {
-        const Options options = parse(count, arguments);
+        const Options options(count, arguments, {"--seed", "--minutes", "--round"});
         SetUnhandledExceptionFilter(tellCrash);
         std::set_terminate(tellTermination);
         attachComponent(nullptr);

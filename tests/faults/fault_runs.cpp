@@ -12,6 +12,7 @@
 #include "FaultTrials.h"
 #include "control/settings.h"
 #include "support/Apartment.h"
+#include "support/Options.h"
 #include "support/Requirements.h"
 #include "support/TextLine.h"
 
@@ -25,16 +26,6 @@ using namespace quinmark;
 namespace {
 
 constexpr int kSkipped = 77;
-
-struct Options
-{
-    unsigned seed = std::random_device()();
-    double minutes = 0;
-    size_t first = 1;
-    size_t total = 0; ///< 0 when it was not told
-    std::string only;
-    bool list = false;
-};
 
 /// Faults of one kind in one scenario.
 struct Bucket
@@ -89,7 +80,7 @@ void addBuckets(std::vector<Bucket>& buckets, const Scenario& scenario, const Re
 class Campaign
 {
 public:
-    Campaign(FaultTrials& trials, const Options& options) : trials_(trials), options_(options)
+    Campaign(FaultTrials& trials, Options options) : trials_(trials), options_(std::move(options))
     {
         for (const Scenario& scenario : trials.scenarios())
             addBuckets(buckets_, scenario, trials.reference(scenario));
@@ -100,13 +91,13 @@ public:
         std::vector<size_t> sizes;
         for (const Bucket& bucket : buckets_)
             sizes.push_back(bucket.faults.size());
-        const FaultOrder order(sizes, options_.seed);
-        if (options_.total != 0 && options_.total != order.total())
+        const FaultOrder order(sizes, seed_);
+        if (total_ != 0 && total_ != order.total())
             throw std::invalid_argument("there are " + std::to_string(order.total()) +
                                         " faults, so that places in an order of others say nothing: leave out --first");
-        std::printf("seed %u: %zu faults in %zu scenarios\n", options_.seed, order.total(), trials_.scenarios().size());
+        std::printf("seed %u: %zu faults in %zu scenarios\n", seed_, order.total(), trials_.scenarios().size());
         const size_t next = order.attempt(
-            options_.first, [this] { return mayGoOn(); },
+            first_, [this] { return mayGoOn(); },
             [this](const FaultOrder::Fault& fault) {
                 const Bucket& bucket = buckets_[fault.first];
                 consider(*bucket.scenario, bucket.faults[fault.second]);
@@ -120,9 +111,9 @@ private:
     /// A case or a list is looked for among all.
     bool mayGoOn()
     {
-        if (options_.minutes > 0)
-            return Clock::now() - begun_ < std::chrono::duration<double>(options_.minutes * 60);
-        return options_.list || !options_.only.empty() || considered_ < buckets_.size();
+        if (minutes_ > 0)
+            return Clock::now() - begun_ < std::chrono::duration<double>(minutes_ * 60);
+        return list_ || !only_.empty() || considered_ < buckets_.size();
     }
 
     void consider(const Scenario& scenario, const Fault& fault)
@@ -131,7 +122,7 @@ private:
         const std::string name = nameOf(scenario, fault);
         if (!isWanted(name))
             return;
-        if (options_.list) {
+        if (list_) {
             std::printf("%s\n", name.c_str());
             return;
         }
@@ -150,7 +141,7 @@ private:
 
     bool isWanted(const std::string& name) const
     {
-        return options_.only.empty() || (name + " ").find(options_.only + " ") != std::string::npos;
+        return only_.empty() || (name + " ").find(only_ + " ") != std::string::npos;
     }
 
     /// A database that does not answer as it should, for example because of a lock that was left, counts as found.
@@ -170,7 +161,7 @@ private:
         if (next > total)
             std::printf("next: none, these were the last of %zu\n", total);
         else
-            std::printf("next: --seed %u --first %zu of %zu\n", options_.seed, next, total);
+            std::printf("next: --seed %u --first %zu of %zu\n", seed_, next, total);
         for (const Tally& tally : tallies_) {
             std::printf("tried %s: %zu, found: %zu\n", tally.what, tally.tried, tally.found);
             found = found || tally.found > 0;
@@ -179,39 +170,18 @@ private:
     }
 
     FaultTrials& trials_;
-    const Options& options_;
+    const Options options_;
+    const unsigned seed_ = options_.number("--seed", std::random_device()());
+    const double minutes_ = options_.real("--minutes");
+    const size_t first_ = std::max<size_t>(options_.number<size_t>("--first", 1), 1);
+    const size_t total_ = options_.number<size_t>("of", 0); ///< 0 when it was not told
+    const std::string only_ = options_.text("--case");
+    const bool list_ = options_.has("--list");
     const Clock::time_point begun_ = Clock::now();
     std::vector<Bucket> buckets_;
     size_t considered_ = 0;
     Tally tallies_[3] = {{"failing calls into ADO"}, {"failing allocations"}, {"failing log entries"}};
 };
-
-Options parse(int count, char** arguments)
-{
-    Options options;
-    for (int index = 1; index < count; ++index) {
-        const std::string name = arguments[index];
-        const char* value = index + 1 < count ? arguments[index + 1] : "";
-        if (name == "--list") {
-            options.list = true;
-            continue;
-        }
-        ++index;
-        if (name == "--seed")
-            options.seed = static_cast<unsigned>(std::strtoul(value, nullptr, 10));
-        else if (name == "--first")
-            options.first = std::max<size_t>(std::strtoul(value, nullptr, 10), 1);
-        else if (name == "of")
-            options.total = std::strtoul(value, nullptr, 10);
-        else if (name == "--minutes")
-            options.minutes = std::strtod(value, nullptr);
-        else if (name == "--case")
-            options.only = value;
-        else
-            throw std::invalid_argument("unknown option " + name);
-    }
-    return options;
-}
 
 } // namespace
 
@@ -226,7 +196,7 @@ int main(int count, char** arguments)
         return setting(L"QUINMARK_REQUIRE_DATABASE") == L"1" ? EXIT_FAILURE : kSkipped;
     }
     try {
-        const Options options = parse(count, arguments);
+        const Options options(count, arguments, {"--seed", "--minutes", "--first", "of", "--case", "--list"});
         SetUnhandledExceptionFilter(tellCrash);
         const Apartment apartment;
         attachComponent(nullptr);
