@@ -102,16 +102,6 @@ private:
                 note(counter, lateGet(table.pdispVal, counter));
     }
 
-    static _variant_t arrayOf(std::vector<_variant_t> elements)
-    {
-        _variant_t array;
-        array.parray = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(elements.size()));
-        array.vt = VT_ARRAY | VT_VARIANT;
-        for (LONG index = 0; index < static_cast<LONG>(elements.size()); ++index)
-            com::check(SafeArrayPutElement(array.parray, &index, &elements[static_cast<size_t>(index)]));
-        return array;
-    }
-
     void note(const std::wstring& member, const LateResult& result)
     {
         std::wstring value;
@@ -147,23 +137,21 @@ private:
     Transcript transcript_;
 };
 
-std::wstring differences(const Transcript& expected, const Transcript& actual)
+/// The first lines that differ; empty when none do.
+std::wstring difference(const Transcript& expected, const Transcript& actual)
 {
-    for (size_t line = 0; line < std::max(expected.size(), actual.size()); ++line) {
-        const std::wstring wanted = line < expected.size() ? expected[line] : L"<nothing>";
-        const std::wstring found = line < actual.size() ? actual[line] : L"<nothing>";
-        if (wanted != found)
-            return L"expected " + wanted + L"\n   found " + found;
-    }
-    return L"";
+    const auto [wanted, found] = std::ranges::mismatch(expected, actual);
+    const auto text = [](const Transcript& all, auto line) { return line == all.end() ? L"<nothing>" : *line; };
+    return wanted == expected.end() && found == actual.end()
+               ? L""
+               : L"expected " + text(expected, wanted) + L"\n   found " + text(actual, found);
 }
 
 /// How many lines of the transcript have this part.
 size_t countOf(const Transcript& transcript, const std::wstring& part)
 {
-    return static_cast<size_t>(std::count_if(transcript.begin(), transcript.end(), [&part](const std::wstring& line) {
-        return line.find(part) != std::wstring::npos;
-    }));
+    const auto has = [&part](const std::wstring& line) { return line.find(part) != std::wstring::npos; };
+    return static_cast<size_t>(std::ranges::count_if(transcript, has));
 }
 
 /// Runs `action` in `count` threads, which begin together.
@@ -231,7 +219,7 @@ TEST(Threads, DoWhatEachOfThemDoesAlone)
     inThreads(kThreads, [&](int number) {
         const size_t index = static_cast<size_t>(number);
         for (int round = 0; round < kRounds && crossed[index].empty(); ++round)
-            crossed[index] = differences(alone[index], hosts[index].run());
+            crossed[index] = difference(alone[index], hosts[index].run());
     });
 
     for (const std::wstring& difference : crossed)
@@ -239,7 +227,7 @@ TEST(Threads, DoWhatEachOfThemDoesAlone)
     EXPECT_EQ(dll.call("DllCanUnloadNow"), S_OK);
 }
 
-TEST(RunsByAllMethods, LeaveNothingOnTheHeap)
+TEST(RunsByAllMethods, LeaveNothingInTheProcess)
 {
     constexpr int kWarmUp = 3;
     constexpr int kRuns = 8;
@@ -249,10 +237,24 @@ TEST(RunsByAllMethods, LeaveNothingOnTheHeap)
     NamedHost host(dll, 2);
     for (int run = 0; run < kWarmUp; ++run)
         host.run();
-    const size_t before = heapBytesInUse();
+    const size_t bytes = heapBytesInUse();
+    const size_t handles = handleCount();
+    ASSERT_GT(bytes, 0U);
 
     for (int run = 0; run < kRuns; ++run)
         host.run();
 
-    EXPECT_LT(heapBytesInUse(), before + kRuns);
+    EXPECT_LT(heapBytesInUse(), bytes + kRuns);
+    EXPECT_LE(handleCount(), handles);
+    EXPECT_EQ(dll.call("DllCanUnloadNow"), S_OK);
+}
+
+TEST(Holdings, TellOneHandleMore)
+{
+    const size_t before = handleCount();
+    HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    const size_t with = handleCount();
+    CloseHandle(event);
+    EXPECT_EQ(with, before + 1);
+    EXPECT_EQ(handleCount(), before);
 }

@@ -3,6 +3,7 @@
 #include "com/convert.h"
 #include "com/dispatch.h"
 #include "support/Apartment.h"
+#include "support/LateCall.h"
 #include "support/MessageBoxes.h"
 #include "support/TextLine.h"
 
@@ -41,7 +42,6 @@ private:
     void createTable(const Fields& command);
     void goTable(const Fields& command);
     void goRun(const Fields& command);
-    _variant_t collection() const;
     void tellCounters(const Dispatch& table) const;
     _variant_t date(const std::wstring& value);
 
@@ -99,24 +99,13 @@ void Host::goTable(const Fields& command)
     tables_.at(std::stoul(command.at(1))).call(L"go", {last, next});
 }
 
-_variant_t Host::collection() const
-{
-    _variant_t array;
-    array.parray = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(tables_.size()));
-    array.vt = VT_ARRAY | VT_VARIANT;
-    LONG index = 0;
-    for (const Dispatch& table : tables_) {
-        _variant_t element(table.get());
-        com::check(SafeArrayPutElement(array.parray, &index, &element));
-        ++index;
-    }
-    return array;
-}
-
 /// run PROGRAM_VERSION: tells the end of the interval in milliseconds since 30 December 1899, and the run's properties.
 void Host::goRun(const Fields& command)
 {
     const Dispatch run = Dispatch::from(factory_.call(L"createReplication"));
+    std::vector<_variant_t> tables;
+    for (const Dispatch& table : tables_)
+        tables.emplace_back(table.get());
     const auto tell = [&run] {
         const DATE next = com::toDate(run.property(L"dNextReplicate"));
         answer({L"run", std::to_wstring(std::llround(next * kMillisecondsADay)),
@@ -125,7 +114,7 @@ void Host::goRun(const Fields& command)
     };
     try {
         run.call(L"initNextRun", {kFrequencySeconds, text(command.at(1))});
-        run.call(L"go", {collection()});
+        run.call(L"go", {arrayOf(tables)});
     }
     catch (const com::Error&) {
         tell();

@@ -61,3 +61,14 @@ _variant_t byReference(VARTYPE type, void* variable)
     reference.vt = static_cast<VARTYPE>(VT_BYREF | type);
     return reference;
 }
+
+_variant_t arrayOf(std::vector<_variant_t> elements)
+{
+    _variant_t array;
+    array.parray = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(elements.size()));
+    array.vt = VT_ARRAY | VT_VARIANT;
+    auto* place = static_cast<VARIANT*>(array.parray->pvData);
+    for (_variant_t& element : elements)
+        *place++ = element.Detach();
+    return array;
+}

@@ -39,5 +39,8 @@ inline constexpr UINT kNoBadArgument = 0xBAD;
 /// A script's variable as it is handed over: VT_BYREF|VT_VARIANT.
 _variant_t byReference(VARIANT& variable);
 
+/// A script's array of these values.
+_variant_t arrayOf(std::vector<_variant_t> elements);
+
 /// A typed variable as a compiled host hands it over; `variable` may be null.
 _variant_t byReference(VARTYPE type, void* variable);

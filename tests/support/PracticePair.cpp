@@ -6,30 +6,14 @@
 namespace {
 
 /// Children before their parents.
-constexpr const wchar_t* kTables[] = {L"chart_comment_info",
-                                      L"chart_item",
-                                      L"chart_hdr",
-                                      L"patient_spec_xref",
-                                      L"patient_dates",
-                                      L"patient",
-                                      L"dentist",
-                                      L"specialist",
-                                      L"dentist_company",
-                                      L"users",
-                                      L"procs_letter",
-                                      L"procs",
-                                      L"ada_code",
-                                      L"chair_type",
-                                      L"shortcut",
-                                      L"combo_values",
-                                      L"config",
-                                      L"chart_option",
-                                      L"chart_option_setting",
-                                      L"computer_type_setting",
-                                      L"computer_type",
-                                      L"replication_counts",
-                                      L"replication_conflict_data",
-                                      L"replication_conflict"};
+constexpr wchar_t kEmptyTables[] =
+    L"delete from chart_comment_info; delete from chart_item; delete from chart_hdr; delete from patient_spec_xref;"
+    L"delete from patient_dates; delete from patient; delete from dentist; delete from specialist;"
+    L"delete from dentist_company; delete from users; delete from procs_letter; delete from procs;"
+    L"delete from ada_code; delete from chair_type; delete from shortcut; delete from combo_values;"
+    L"delete from config; delete from chart_option; delete from chart_option_setting;"
+    L"delete from computer_type_setting; delete from computer_type; delete from replication_counts;"
+    L"delete from replication_conflict_data; delete from replication_conflict";
 
 std::wstring whereSite(enumReplicationUniqueId site)
 {
@@ -70,11 +54,8 @@ void PracticePair::TearDown()
 
 void PracticePair::emptyTables() const
 {
-    std::wstring statements;
-    for (const wchar_t* table : kTables)
-        statements += L"delete from " + std::wstring(table) + L";";
     for (const PracticeSide* side : {source_.get(), destination_.get()}) {
-        side->execute(statements);
+        side->execute(kEmptyTables);
         side->restorePatientKey();
     }
 }

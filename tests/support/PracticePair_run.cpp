@@ -1,26 +1,12 @@
 #include "PracticePair.h"
 
+#include "LateCall.h"
 #include "com/convert.h"
 #include "com/error.h"
 
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-
-namespace {
-
-_variant_t arrayOf(const std::vector<TableObject>& tables)
-{
-    _variant_t array;
-    array.parray = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(tables.size()));
-    array.vt = VT_ARRAY | VT_VARIANT;
-    auto* element = static_cast<VARIANT*>(array.parray->pvData);
-    for (const TableObject& table : tables)
-        *element++ = _variant_t(static_cast<IDispatch*>(table.Get())).Detach();
-    return array;
-}
-
-} // namespace
 
 std::ostream& operator<<(std::ostream& stream, const TableCounters& counters)
 {
@@ -100,7 +86,10 @@ void PracticePair::initNextRun(_clsReplicate& run, const std::wstring& programVe
 
 void PracticePair::go(_clsReplicate& run, const std::vector<TableObject>& tables)
 {
-    goCollection(run, arrayOf(tables));
+    std::vector<_variant_t> elements;
+    for (const TableObject& table : tables)
+        elements.emplace_back(static_cast<IDispatch*>(table.Get()));
+    goCollection(run, arrayOf(std::move(elements)));
 }
 
 void PracticePair::goCollection(_clsReplicate& run, const _variant_t& collection)
