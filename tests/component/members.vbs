@@ -1,5 +1,5 @@
 ' The objects as VBScript sees them, without any database: what it hands over and gets back, and errors with their
-' sources. members.js holds the members one by one.
+' sources. The unit tests hold the members one by one.
 On Error Resume Next
 Const ownError = -2147220504
 Const invalidConnection = -2147217795 ' ADO's 3709, moved into the object-error range
@@ -66,10 +66,15 @@ Set table = factory.createReplicationTable(2, "patient", "child")
 CheckError "createReplicationTable", ownError, "clsReplicateTable.init", _
     "Dependent table only allowed on ONE_WAY_ALLOW_DELETES (patient,)"
 Check "nothing is handed out", table Is Nothing, True
-Set table = factory.createReplicationTable(1, "users", "")
+Set table = factory.createReplicationTable(7, "users", "", "user_id", 3)
+table.init 1, "chair_type", ""
+Check "init replaces the table", table.sTable, "chair_type"
+factory.closeConnection
+factory.disconnect
+CheckNoError "nothing to close"
 factory.setLogLevel 5
 table.replicateOneWayDeleteAll
-CheckError "replicateOneWayDeleteAll", 91, "clsReplicateTable.replicateOneWayDeleteAll(users)", notSet
+CheckError "replicateOneWayDeleteAll", 91, "clsReplicateTable.replicateOneWayDeleteAll(chair_type)", notSet
 conflict.loadFromRs Nothing
 CheckError "loadFromRs", 91, "clsConflict.loadFromRs", notSet
 Set run = factory.createReplication
@@ -77,4 +82,4 @@ run.SetReady
 CheckError "SetReady", invalidConnection, "clsReplicate.SetReady", notConnected
 Check "it stays in the run", run.sErrorMessage, "clsReplicate.SetReady: -2147217795: " & notConnected
 
-Finish 36
+Finish 38
