@@ -1,14 +1,36 @@
 #pragma once
 
-#include "IsError.h"
 #include "com/convert.h"
 #include "support/PracticePair.h"
 #include "support/Raised.h"
 
+#include <gmock/gmock.h>
+
+namespace com {
+
+/// The text of an error in a failed expectation.
+inline void PrintTo(const Error& error, std::ostream* stream)
+{
+    *stream << error.number << ", " << testing::PrintToString(error.source) << ": "
+            << testing::PrintToString(error.description);
+}
+
+} // namespace com
+
+/// An error with this number and source, and a description that is a text or fits a matcher.
+template <class Description>
+testing::Matcher<com::Error> isError(long number, const std::wstring& source, Description description)
+{
+    return testing::AllOf(testing::Field("number", &com::Error::number, number),
+                          testing::Field("source", &com::Error::source, source),
+                          testing::Field("description", &com::Error::description, std::move(description)));
+}
+
+/// The number of an error that a routine of the component raises itself.
+inline constexpr long kOwnError = static_cast<long>(0x800403E8);
+
 inline constexpr long kFailed = static_cast<long>(0x80004005);
-inline constexpr long kLogonRefused = static_cast<long>(0x80040E4D);
 inline constexpr long kNoSuchTable = static_cast<long>(0x80040E37);
-inline constexpr long kCheckFailed = static_cast<long>(0x80040000);
 
 inline const TablePlan kConfig{.method = ONE_WAY_DELETE_ALL, .table = L"config"};
 

@@ -1,10 +1,6 @@
 #include "BadInput.h"
-#include "support/MessageBoxes.h"
 
 using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
-using testing::StartsWith;
 
 namespace {
 
@@ -22,13 +18,6 @@ TEST_F(BadInput, UnknownDataSourceFailsInitAndLeavesNothingToWaitFor)
     EXPECT_TRUE(ensureReplication());
 }
 
-TEST_F(BadInput, WrongPasswordFailsInitAndIsNotRepeated)
-{
-    host().destinationPassword = L"not-the-password";
-    EXPECT_THAT(connectFailure(), isError(kLogonRefused, L"Factory.init",
-                                          AllOf(HasSubstr(L"quinmarkapp_user"), Not(HasSubstr(L"not-the-password")))));
-}
-
 TEST_F(BadInput, MissingTableLeavesTheKeyDroppedUntilTheNextGoodRun)
 {
     source().execute(L"insert into config (category, config_name) values ('run', 'copied')");
@@ -41,61 +30,66 @@ TEST_F(BadInput, MissingTableLeavesTheKeyDroppedUntilTheNextGoodRun)
     expectGoodRun();
 }
 
-TEST_F(BadInput, MissingTableOfAOneWayCopyIsRecordedAsTheRunsError)
+TEST_F(BadInput, MissingControlRecordStopsTheStart)
 {
-    const com::Error error = runFailure({{.method = ONE_WAY, .table = L"no_such_table"}});
-    constexpr std::wstring_view kRoutine = L"clsReplicateTable.replicateOneWay(no_such_table): ";
-    EXPECT_THAT(error, isError(kNoSuchTable, L"clsReplicate.go", StartsWith(std::wstring(kRoutine))));
-    EXPECT_EQ(recordedError(),
-              L"error: clsReplicateTable.replicateOneWay: " + error.description.substr(kRoutine.size()));
-    EXPECT_THAT(counts(), IsEmpty());
-    EXPECT_FALSE(logged(L"Replicated table"));
+    constexpr wchar_t kMissing[] = L"Replication control error - control record missing";
+    local().execute(L"delete from replication_control where unique_key = 0");
+    connect();
+    const RunObject run = createRun();
+    EXPECT_THAT(initFailure(*run.Get()), isError(kOwnError, L"clsReplicate.initNextRun", kMissing));
+    EXPECT_TRUE(runFailed(*run.Get()));
+    EXPECT_EQ(runError(*run.Get()), L"clsReplicate.initNextRun: -2147220504: " + std::wstring(kMissing));
 }
 
-TEST_F(BadInput, PrefixWithoutItsDotEmptiesTheDestinationAndRaises)
+TEST_F(BadInput, ChecksThatFailAreRecordedForThisSiteAlone)
 {
-    source().execute(L"insert into config (category, config_name) values ('run', 'copied')");
-    destination().execute(L"insert into config (category, config_name) values ('run', 'lost')");
-    host().sourcePrefix.pop_back();
-    EXPECT_THAT(runFailure({kConfig}), isError(kNoSuchTable, L"clsReplicate.go", Not(IsEmpty())));
-    EXPECT_EQ(destination().count(L"config"), 0);
-    EXPECT_EQ(source().count(L"config"), 1);
+    constexpr wchar_t kVersions[] =
+        L"Database Versions (Quinmark Version) out of sync.  Source = 3.46, Destination = 3.5";
+    for (const auto& [sql, message] :
+         {std::pair(L"update control set id = '3.5' where type = 'Version'", kVersions),
+          std::pair(L"update control set id = 'Eastmere' where type = 'DBOffice'", L"Subscript out of range")})
+    {
+        restoreControl();
+        destination().execute(sql);
+        connect();
+        EXPECT_FALSE(ensureReplication());
+        EXPECT_EQ(factoryError(), message);
+        EXPECT_EQ(recordedError(), std::wstring(L"error: ") + message);
+        for (const PracticeSide* side : {&source(), &destination()})
+            EXPECT_EQ(side->row(L"select count(*) from replication_control where error_message is not null"),
+                      side == &local() ? L"1" : L"0");
+        disconnect();
+    }
 }
 
-TEST_F(BadInput, StrangersAmongTheTablesAreATypeMismatchAndMayBeFollowedByAnotherGo)
+TEST_F(BadInput, NotReadyPostponesTheNextAttempt)
 {
+    local().execute(L"update replication_control set ready_f = 0 where unique_key = 0");
     connect();
     const RunObject run = createRun();
     initNextRun(*run.Get());
-    for (const _variant_t& stranger : {_variant_t(7L), _variant_t(static_cast<IDispatch*>(run.Get())),
-                                       _variant_t(static_cast<IDispatch*>(nullptr)), _variant_t(L"patient")})
-    {
-        _variant_t array;
-        array.parray = SafeArrayCreateVector(VT_VARIANT, 0, 1);
-        array.vt = VT_ARRAY | VT_VARIANT;
-        *static_cast<VARIANT*>(array.parray->pvData) = _variant_t(stranger).Detach();
-        EXPECT_THAT(raised([&] { goCollection(*run.Get(), array); }),
-                    isError(13, L"clsReplicate.go", L"Type mismatch"));
-    }
-    EXPECT_FALSE(local().hasPatientKey());
-    go(*run.Get(), {createTable(kConfig)});
-    EXPECT_TRUE(local().hasPatientKey());
+    EXPECT_EQ(controlRecord(), L"False|False|<Null>|2025-03-10 12:00:00.000");
+    EXPECT_NEAR(com::toDate(local().value(L"select next_timestamp from replication_control where unique_key = 0")),
+                com::toDate(local().value(L"select getdate()")) + kFrequencySeconds / 86400.0, 30 / 86400.0);
 }
 
-class BadLog : public NeedsDisplay<PracticePair>
+TEST_F(BadInput, ErrorStateOfTheRunStopsTheNextOneUntilItIsReset)
 {
-};
-
-TEST_F(BadLog, IsShownOnceAndFailsTheRun)
-{
-    host().logFile = L"C:\\no such folder\\quinmark.log";
-    const MessageBoxes boxes;
-    EXPECT_THAT(raised([&] { replicate(kConfig); }), isError(static_cast<long>(0x80040001), L"clsReplicate.go",
-                                                             L"Error: -2147221503\r\nDesc:Exiting method"));
-    ASSERT_EQ(boxes.shown().size(), 1U);
-    EXPECT_EQ(boxes.shown().front(), (ShownBox{L"QuinmarkRepDLL", L"Utils.WriteLog: Path not found", {L"OK"}}));
-    EXPECT_TRUE(local().hasPatientKey());
+    connect();
+    VARIANT_BOOL error = VARIANT_TRUE;
+    _bstr_t message(L"Müller's run: 5 € short");
+    com::checkCall(factory().setError(&error, &message.GetBSTR()));
+    EXPECT_EQ(recordedError(), L"error: Müller's run: 5 € short");
+    RunObject run = createRun();
+    initNextRun(*run.Get());
+    EXPECT_TRUE(runFailed(*run.Get()));
+    EXPECT_EQ(runError(*run.Get()), L"Müller's run: 5 € short");
+    resetError();
     EXPECT_EQ(controlRecord(), L"True|False|<Null>|2025-03-10 12:00:00.000");
+    run = createRun();
+    initNextRun(*run.Get());
+    EXPECT_FALSE(runFailed(*run.Get()));
+    EXPECT_EQ(runError(*run.Get()), L"");
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "BadInput.h"
+#include "support/Sabotage.h"
 
+using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
@@ -8,7 +10,7 @@ namespace {
 
 constexpr wchar_t kTag[] = L"quinmark_cut";
 
-/// Servers that go away, or were never there.
+/// Servers that go away, or were never there. tests/faults fails every single call into ADO.
 class BadServer : public NeedsPostgreSql<BadInput>
 {
 protected:
@@ -73,6 +75,43 @@ TEST_F(BadServer, ThatIsRemoteAndGoneFailsTheTableAndLeavesTheKeyDropped)
     EXPECT_FALSE(local().hasPatientKey());
     EXPECT_EQ(controlRecord(), L"True|False|<Null>|2025-03-10 12:00:00.000");
     expectGoodRunAfterwards();
+}
+
+TEST_F(BadServer, ThatIsGoneInTheMiddleOfATableKeepsTheRowsBeforeAndTheNextRunDoesTheRest)
+{
+    const TablePlan kUsers{.method = ONE_WAY_ALLOW_DELETES, .table = L"users"};
+    addUser(source(), 7, L"changed", kNew);
+    addUser(destination(), 7, L"before", kOld);
+    for (const int key : {9, 10})
+        addUser(source(), key, L"new", kNew);
+    addUser(destination(), 11, L"gone", kOld);
+    {
+        const CutConnection cut(destination(), L"users", L"insert", L"new.unid = 10");
+        EXPECT_THAT(runFailure({kUsers}), isError(kFailed, L"clsReplicate.go", Not(IsEmpty())));
+    }
+    EXPECT_THAT(users(destination()), ElementsAre(L"7|changed", L"9|new", L"11|gone"));
+    EXPECT_THAT(recordedError(), StartsWith(L"error: clsReplicateTable.replicateOneWay: "));
+    EXPECT_FALSE(local().hasPatientKey());
+    EXPECT_THAT(counts(), IsEmpty());
+    EXPECT_EQ(controlRecord(), L"True|True|" + recordedError().substr(7) + L"|2025-03-10 12:00:00.000");
+    resetError(local());
+    EXPECT_EQ(replicate(kUsers), (TableCounters{.destAdd = 1, .destDelete = 1}));
+    EXPECT_THAT(users(destination()), ElementsAre(L"7|changed", L"9|new", L"10|new"));
+    EXPECT_TRUE(local().hasPatientKey());
+}
+
+TEST_F(BadServer, ThatIsGoneInAFullCopyLeavesTheDestinationEmptyUntilTheNextRun)
+{
+    source().execute(L"insert into config (category, config_name) values ('run', 'a'), ('run', 'b')");
+    destination().execute(L"insert into config (category, config_name) values ('run', 'stale')");
+    {
+        const CutConnection cut(destination(), L"config", L"insert", L"new.config_name = 'b'");
+        EXPECT_THAT(runFailure({kConfig}), isError(kFailed, L"clsReplicate.go", Not(IsEmpty())));
+    }
+    EXPECT_EQ(destination().count(L"config"), 0);
+    EXPECT_EQ(recordedError(), L"none");
+    EXPECT_FALSE(local().hasPatientKey());
+    expectGoodRun();
 }
 
 } // namespace

@@ -1,12 +1,12 @@
-#include "IsError.h"
 #include "com/convert.h"
 #include "support/PracticePair.h"
 #include "support/Raised.h"
 #include "support/Sabotage.h"
 
+#include <gmock/gmock.h>
+
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
 
 namespace {
 
@@ -108,107 +108,30 @@ TEST_F(Conflicts, LoadWhatTheRunHasFound)
                 com::toDate(local().value(L"select last_replicate_date from replication_conflict")), 1e-8);
 }
 
-/// A resolution at a site, with its answer; the destination's rows then, and whether the conflict stays.
-struct Resolution
+TEST_F(Conflicts, AreSettledFromEitherSideAndMayBeResolvedAgain)
 {
-    const char* name;
-    enumReplicationUniqueId site;
-    enumConflictType kind;
-    short resolution;
-    bool answer;
-    std::vector<std::wstring> destination;
-    bool stays;
-    const wchar_t* message = L"";
-};
-
-void PrintTo(const Resolution& resolution, std::ostream* stream)
-{
-    *stream << resolution.name;
-}
-
-class Resolutions : public Conflicts, public testing::WithParamInterface<Resolution>
-{
-};
-
-INSTANTIATE_TEST_SUITE_P(
-    All, Resolutions,
-    testing::Values(
-        Resolution{"ChangedUseSource", LAPTOP, CHANGED_ON_BOTH, USE_SOURCE, true, {L"source's"}, false},
-        Resolution{"ChangedUseDestination", LAPTOP, CHANGED_ON_BOTH, USE_DESTINATION, true, {L"destination's"}, false},
-        Resolution{"ChangedWorkLater", LAPTOP, CHANGED_ON_BOTH, WORK_LATER, true, {L"destination's"}, true},
-        Resolution{
-            "ChangedUnknown", LAPTOP, CHANGED_ON_BOTH, 4, false, {L"destination's"}, true, L"Invalid resolution type"},
-        Resolution{"DeletedUseSource", LAPTOP, DELETED_ON_SOURCE, USE_SOURCE, true, {L"new"}, false},
-        Resolution{"DeletedUseDestination",
-                   LAPTOP,
-                   DELETED_ON_SOURCE,
-                   USE_DESTINATION,
-                   true,
-                   {L"destination's", L"new"},
-                   false},
-        Resolution{"OfficesUseSource", OFFICES, CHANGED_ON_DEST, USE_SOURCE, true, {L"destination's"}, true},
-        Resolution{"OfficesUseDestination",
-                   OFFICES,
-                   CHANGED_ON_BOTH,
-                   USE_DESTINATION,
-                   false,
-                   {L"destination's"},
-                   true,
-                   L"Cannot replicate back to Norvale"}),
-    [](const auto& info) { return info.param.name; });
-
-TEST_P(Resolutions, WriteTheDestinationOrNothing)
-{
-    const Resolution& expected = GetParam();
-    runAt(expected.site);
-    find(expected.kind);
-    const std::vector<std::wstring> sources = source().rows(L"select * from shortcut");
-    const ConflictObject conflict = loadConflict();
-    EXPECT_EQ(resolve(*conflict.Get(), expected.resolution), expected.answer);
-    EXPECT_EQ(com::toText(com::Dispatch(conflict.Get()).property(L"sErrorMessage")), expected.message);
-    EXPECT_EQ(shortcuts(destination()), expected.destination);
-    EXPECT_EQ(source().rows(L"select * from shortcut"), sources);
-    EXPECT_EQ(conflicts().size(), expected.stays ? 1U : 0U);
-    EXPECT_EQ(conflictData().empty(), !expected.stays);
-    EXPECT_EQ(resolve(*conflict.Get(), expected.resolution), expected.answer) << "again";
-    EXPECT_EQ(shortcuts(destination()), expected.destination);
-}
-
-TEST_F(Conflicts, OfNumericKeysAreNotSettledFromTheSource)
-{
-    runAt(LAPTOP);
-    addUser(source(), 7, L"source", kNew);
-    addUser(destination(), 7, L"destination", kNewer);
-    EXPECT_EQ(replicate({.method = ONE_WAY, .table = L"users"}), (TableCounters{.conflict = 1}));
-    connect();
-    const ConflictObject conflict = loadConflict();
-    EXPECT_EQ(raised([&] { resolve(*conflict.Get(), USE_SOURCE); }).source, L"clsConflict.resolve");
-    EXPECT_THAT(users(destination()), ElementsAre(L"7|destination"));
-    EXPECT_EQ(conflicts().size(), 1U);
-}
-
-TEST_F(Conflicts, WithoutOneOfTheDatesDoNotLoad)
-{
-    addShortcut(destination(), kKey, L"new", kNew);
-    EXPECT_EQ(replicate(kShortcuts), (TableCounters{.conflict = 1, .error = 1}));
-    connect();
-    const com::Dispatch recordset = listed();
-    const ConflictObject conflict = createConflict();
-    EXPECT_THAT(raised([&] { load(*conflict.Get(), recordset); }),
-                isError(13, L"clsConflict.loadFromRs", L"Type mismatch"));
-    EXPECT_EQ(com::toText(com::Dispatch(conflict.Get()).property(L"sKeyInfo")), L"new");
-}
-
-TEST_F(Conflicts, ThatCannotBeSettledStayWithTheRowAsItWas)
-{
-    runAt(LAPTOP);
-    find(CHANGED_ON_BOTH);
-    const ConflictObject conflict = loadConflict();
-    source().execute(L"delete from shortcut");
-    EXPECT_THAT(raised([&] { resolve(*conflict.Get(), USE_SOURCE); }),
-                isError(static_cast<long>(0x80040000 + 3021), L"clsConflict.resolve", Not(IsEmpty())));
-    EXPECT_THAT(shortcuts(destination()), ElementsAre(L"destination's"));
-    EXPECT_EQ(conflicts().size(), 1U);
+    for (const auto& [kind, resolution, left] :
+         {std::tuple(CHANGED_ON_BOTH, USE_SOURCE, std::vector<std::wstring>{L"source's"}),
+          std::tuple(CHANGED_ON_BOTH, USE_DESTINATION, std::vector<std::wstring>{L"destination's"}),
+          std::tuple(DELETED_ON_SOURCE, USE_SOURCE, std::vector<std::wstring>{L"new"}),
+          std::tuple(DELETED_ON_SOURCE, USE_DESTINATION, std::vector<std::wstring>{L"destination's", L"new"})})
+    {
+        SCOPED_TRACE(kind * 10 + resolution);
+        emptyTables();
+        restoreControl();
+        runAt(LAPTOP);
+        find(kind);
+        const std::vector<std::wstring> sources = source().rows(L"select * from shortcut");
+        const ConflictObject conflict = loadConflict();
+        for (int time = 0; time < 2; ++time) {
+            EXPECT_TRUE(resolve(*conflict.Get(), static_cast<short>(resolution)));
+            EXPECT_EQ(shortcuts(destination()), left);
+        }
+        EXPECT_EQ(source().rows(L"select * from shortcut"), sources);
+        EXPECT_THAT(conflicts(), IsEmpty());
+        EXPECT_THAT(conflictData(), IsEmpty());
+        disconnect();
+    }
 }
 
 TEST_F(Conflicts, SavedByTheHostAppearInTheDatabase)

@@ -4,12 +4,8 @@
 #include <gmock/gmock.h>
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
-
-/// The offices and the laptop, each with the role that is theirs.
-const char* const kSites[] = {"Offices", "Laptop"};
 
 TablePlan usersBy(enumReplicationMethod method)
 {
@@ -21,109 +17,63 @@ TablePlan usersByKey(enumReplicateDeletes deletes, const std::wstring& keyField 
     return {.method = ONE_WAY_WITH_PK_FIELD, .table = L"users", .keyField = keyField, .deletes = deletes};
 }
 
-/// A run of one method at one site over a row of every kind, and its result. Rows are "key name", with the name x where
-/// both sides agree, s as the source has it, d as the destination has it. Conflicts are "key:type".
-struct MethodAtSite
+/// The end of a run over a row of every kind: the destination's rows, the table's counters, and the conflicts. Rows are
+/// "key name", with the name x where both sides agree, s as the source has it, d as the destination has it. Conflicts
+/// are "key:type".
+struct Outcome
 {
-    const char* name;
-    enumReplicationUniqueId site;
-    TablePlan plan;
-    const wchar_t* source;
     const wchar_t* destination;
     TableCounters counters;
     const wchar_t* conflicts;
-    std::vector<std::wstring> boxes;
 };
 
-void PrintTo(const MethodAtSite& method, std::ostream* stream)
-{
-    *stream << method.name << kSites[method.site];
-}
-
 constexpr wchar_t kAsItWas[] = L"1x 2s 3s 4s 5s 7s";
-constexpr wchar_t kBroughtTogether[] = L"1x 2s 3d 4d 5s 6d 7s 8d";
-constexpr TableCounters kOfficesCopy{.destAdd = 1, .destUpdate = 1, .conflict = 5, .error = 5};
-constexpr TableCounters kOfficesDelete{.destAdd = 1, .destUpdate = 1, .destDelete = 1, .conflict = 4, .error = 4};
-constexpr TableCounters kLaptopCopy{.destAdd = 1, .destUpdate = 1, .conflict = 2, .error = 1};
-const std::vector<std::wstring> kDeletionBoxes = {L"replication conflict", L"TODO: delete from Nrv",
-                                                  L"TODO: delete from ZT"};
-const std::vector<std::wstring> kNewRowBoxes = {
-    L"replication conflict", L"replication conflict - new row on Nrv users table before last Replicate date",
-    L"replication conflict - new row on ZT users table before last Replicate date"};
+constexpr wchar_t kBothTogether[] = L"1x 2s 3d 4d 5s 6d 7s 8d";
+constexpr wchar_t kCopied[] = L"1x 2s 3d 4d 5s 6d 8d";
+constexpr wchar_t kCopiedAndDeleted[] = L"1x 2s 3d 4d 5s 6d";
 
-const std::vector<MethodAtSite> kMethods = {
-    {"FullCopy", OFFICES, usersBy(ONE_WAY_DELETE_ALL), kAsItWas, kAsItWas, {.destAdd = 6}, L"", {}},
-    {"FullCopy", LAPTOP, usersBy(ONE_WAY_DELETE_ALL), kAsItWas, kAsItWas, {.destAdd = 6}, L"", {}},
-    {"OneWay", OFFICES, usersBy(ONE_WAY), kAsItWas, L"1x 2s 3d 4d 5s 6d 8d", kOfficesCopy, L"3:4 4:1 6:3 7:2 8:3", {}},
-    {"OneWay", LAPTOP, usersBy(ONE_WAY), kAsItWas, L"1x 2s 3d 4d 5s 6d 8d", kLaptopCopy, L"4:1 8:5", {}},
-    {"AllowDeletes",
-     OFFICES,
-     usersBy(ONE_WAY_ALLOW_DELETES),
-     kAsItWas,
-     L"1x 2s 3d 4d 5s 6d",
-     kOfficesDelete,
-     L"3:4 4:1 6:3 7:2",
-     {}},
-    {"AllowDeletes",
-     LAPTOP,
-     usersBy(ONE_WAY_ALLOW_DELETES),
-     kAsItWas,
-     L"1x 2s 3d 4d 5s 6d 8d",
-     kLaptopCopy,
-     L"4:1 8:5",
-     {}},
-    {"KeyField",
-     OFFICES,
-     usersByKey(DELETE_WITH_UPDATES),
-     kAsItWas,
-     L"1x 2s 3d 4d 5s 6d",
-     kOfficesDelete,
-     L"3:4 4:1 6:3 7:2",
-     {}},
-    {"KeyField",
-     LAPTOP,
-     usersByKey(DELETE_WITH_UPDATES),
-     kAsItWas,
-     L"1x 2s 3d 4d 5s 6d 8d",
-     kLaptopCopy,
-     L"4:1 8:5",
-     {}},
-    {"SkipDeletes",
-     OFFICES,
-     usersByKey(SKIP_DELETES),
-     kAsItWas,
-     L"1x 2s 3d 4d 5s 6d 8d",
-     {.destAdd = 1, .destUpdate = 1, .conflict = 3, .error = 3},
-     L"3:4 4:1 7:2",
-     {}},
-    {"SkipDeletes",
-     LAPTOP,
-     usersByKey(SKIP_DELETES),
-     kAsItWas,
-     L"1x 2s 3d 4d 5s 6d 8d",
-     {.destAdd = 1, .destUpdate = 1, .conflict = 1},
-     L"4:1",
-     {}},
-    {"OnlyDeletes",
-     OFFICES,
-     usersByKey(ONLY_DELETES),
-     kAsItWas,
-     L"1x 2d 3d 4d 6d",
-     {.destDelete = 1, .conflict = 1, .error = 1},
-     L"6:3",
-     {}},
-    {"OnlyDeletes",
-     LAPTOP,
-     usersByKey(ONLY_DELETES),
-     kAsItWas,
-     L"1x 2d 3d 4d 6d 8d",
-     {.conflict = 1, .error = 1},
-     L"8:5",
-     {}},
-    {"TwoWay", OFFICES, usersBy(TWO_WAY), kBroughtTogether, kBroughtTogether, {}, L"", kDeletionBoxes},
-    {"TwoWay", LAPTOP, usersBy(TWO_WAY), kBroughtTogether, kBroughtTogether, {}, L"", kDeletionBoxes},
-    {"NoDeletes", OFFICES, usersBy(TWO_WAY_NO_DELETES), kBroughtTogether, kBroughtTogether, {}, L"", kNewRowBoxes},
-    {"NoDeletes", LAPTOP, usersBy(TWO_WAY_NO_DELETES), kBroughtTogether, kBroughtTogether, {}, L"", kNewRowBoxes},
+constexpr Outcome kReplaced{kAsItWas, {.destAdd = 6}, L""};
+constexpr Outcome kTogether{kBothTogether, {}, L""};
+constexpr Outcome kOfficesCopy{
+    kCopied, {.destAdd = 1, .destUpdate = 1, .conflict = 5, .error = 5}, L"3:4 4:1 6:3 7:2 8:3"};
+constexpr Outcome kOfficesDelete{
+    kCopiedAndDeleted, {.destAdd = 1, .destUpdate = 1, .destDelete = 1, .conflict = 4, .error = 4}, L"3:4 4:1 6:3 7:2"};
+constexpr Outcome kLaptopCopy{kCopied, {.destAdd = 1, .destUpdate = 1, .conflict = 2, .error = 1}, L"4:1 8:5"};
+constexpr Outcome kOfficesSkip{kCopied, {.destAdd = 1, .destUpdate = 1, .conflict = 3, .error = 3}, L"3:4 4:1 7:2"};
+constexpr Outcome kLaptopSkip{kCopied, {.destAdd = 1, .destUpdate = 1, .conflict = 1}, L"4:1"};
+constexpr Outcome kOfficesOnly{L"1x 2d 3d 4d 6d", {.destDelete = 1, .conflict = 1, .error = 1}, L"6:3"};
+constexpr Outcome kLaptopOnly{L"1x 2d 3d 4d 6d 8d", {.conflict = 1, .error = 1}, L"8:5"};
+
+struct Method
+{
+    const char* name;
+    TablePlan plan;
+    Outcome atOffices;
+    Outcome atLaptop;
+    const wchar_t* source = kAsItWas;
+    std::vector<std::wstring> boxes = {};
+};
+
+const Method kMethods[] = {
+    {"FullCopy", usersBy(ONE_WAY_DELETE_ALL), kReplaced, kReplaced},
+    {"OneWay", usersBy(ONE_WAY), kOfficesCopy, kLaptopCopy},
+    {"AllowDeletes", usersBy(ONE_WAY_ALLOW_DELETES), kOfficesDelete, kLaptopCopy},
+    {"KeyField", usersByKey(DELETE_WITH_UPDATES), kOfficesDelete, kLaptopCopy},
+    {"SkipDeletes", usersByKey(SKIP_DELETES), kOfficesSkip, kLaptopSkip},
+    {"OnlyDeletes", usersByKey(ONLY_DELETES), kOfficesOnly, kLaptopOnly},
+    {"TwoWay",
+     usersBy(TWO_WAY),
+     kTogether,
+     kTogether,
+     kBothTogether,
+     {L"replication conflict", L"TODO: delete from Nrv", L"TODO: delete from ZT"}},
+    {"NoDeletes",
+     usersBy(TWO_WAY_NO_DELETES),
+     kTogether,
+     kTogether,
+     kBothTogether,
+     {L"replication conflict", L"replication conflict - new row on Nrv users table before last Replicate date",
+      L"replication conflict - new row on ZT users table before last Replicate date"}},
 };
 
 std::wstring joined(const std::vector<std::wstring>& rows)
@@ -135,82 +85,57 @@ std::wstring joined(const std::vector<std::wstring>& rows)
     return text;
 }
 
-class Methods : public NeedsDisplay<PracticePair>
+class Methods : public NeedsDisplay<PracticePair>,
+                public testing::WithParamInterface<std::tuple<Method, enumReplicationUniqueId>>
 {
 protected:
-    void addToBoth(int key, const wchar_t* sourceDate, const wchar_t* destinationDate)
-    {
-        addUser(source(), key, L"s", sourceDate);
-        addUser(destination(), key, L"d", destinationDate);
-    }
-
     /// Alike, changed in the source, in the destination, on both sides, new in either, old in either only.
     void addARowOfEveryKind()
     {
-        addUser(source(), 1, L"x", kOlder);
-        addUser(destination(), 1, L"x", kOlder);
-        addToBoth(2, kNew, kOld);
-        addToBoth(3, kOld, kNew);
-        addToBoth(4, kNew, kNewer);
-        addUser(source(), 5, L"s", kNew);
-        addUser(destination(), 6, L"d", kNew);
-        addUser(source(), 7, L"s", kOld);
-        addUser(destination(), 8, L"d", kOld);
+        struct
+        {
+            const PracticeSide& side;
+            const wchar_t* name;
+            std::vector<std::pair<int, const wchar_t*>> dates;
+        } const kSides[] = {
+            {source(), L"s", {{2, kNew}, {3, kOld}, {4, kNew}, {5, kNew}, {7, kOld}}},
+            {destination(), L"d", {{2, kOld}, {3, kNew}, {4, kNewer}, {6, kNew}, {8, kOld}}},
+        };
+        for (const auto& [side, name, dates] : kSides) {
+            addUser(side, 1, L"x", kOlder);
+            for (const auto& [key, date] : dates)
+                addUser(side, key, name, date);
+        }
     }
 };
 
-class MethodsAtSites : public Methods, public testing::WithParamInterface<MethodAtSite>
-{
-};
+INSTANTIATE_TEST_SUITE_P(, Methods, testing::Combine(testing::ValuesIn(kMethods), testing::Values(OFFICES, LAPTOP)),
+                         [](const auto& info) {
+                             return std::get<0>(info.param).name +
+                                    std::string(std::get<1>(info.param) == OFFICES ? "AtOffices" : "AtLaptop");
+                         });
 
-INSTANTIATE_TEST_SUITE_P(All, MethodsAtSites, testing::ValuesIn(kMethods),
-                         [](const auto& info) { return std::string(info.param.name) + kSites[info.param.site]; });
-
-TEST_P(MethodsAtSites, TakeARowOfEveryKindToWhereItBelongs)
+TEST_P(Methods, TakeARowOfEveryKindToWhereItBelongs)
 {
-    const MethodAtSite& expected = GetParam();
-    runAt(expected.site);
+    const auto& [method, site] = GetParam();
+    const Outcome& expected = site == OFFICES ? method.atOffices : method.atLaptop;
+    runAt(site);
     addARowOfEveryKind();
     const MessageBoxes boxes;
-    EXPECT_EQ(replicate(expected.plan), expected.counters);
-    EXPECT_EQ(joined(users(source())), expected.source);
+    EXPECT_EQ(replicate(method.plan), expected.counters);
+    EXPECT_EQ(joined(users(source())), method.source);
     EXPECT_EQ(joined(users(destination())), expected.destination);
     EXPECT_EQ(
         joined(local().rows(L"select concat(patient_id, ':', conflict_type) from replication_conflict order by 1")),
         expected.conflicts);
     EXPECT_EQ(recordedError() != L"none", expected.counters.error > 0) << recordedError();
-    EXPECT_EQ(boxes.texts(), expected.boxes);
+    EXPECT_EQ(boxes.texts(), method.boxes);
     EXPECT_TRUE(local().hasPatientKey());
 }
 
-TEST_F(Methods, LeaveRowsOfOneMomentAndRowsFromBeforeTheLastRun)
-{
-    for (const enumReplicationMethod method : {ONE_WAY, TWO_WAY}) {
-        emptyTables();
-        restoreControl();
-        addToBoth(1, kNew, kNew);
-        addToBoth(2, kOld, kOlder);
-        addToBoth(3, L"2025-03-10T12:00:00.300", kLastRun);
-        EXPECT_EQ(replicate(usersBy(method)), TableCounters{});
-        EXPECT_EQ(joined(users(source())), L"1s 2s 3s");
-        EXPECT_EQ(joined(users(destination())), L"1d 2d 3d");
-    }
-}
+using MethodByKey = PracticePair;
 
-TEST_F(Methods, CopyFromTheTimeThatTheyTellApart)
-{
-    addToBoth(1, L"2025-03-10T12:00:02", L"2025-03-10T12:00:00");
-    addToBoth(2, L"2025-03-10T12:00:02", L"2025-03-10T11:59:59");
-    EXPECT_EQ(replicate(usersBy(ONE_WAY)), (TableCounters{.destUpdate = 1}));
-    EXPECT_EQ(joined(users(destination())), L"1d 2s");
-    restoreControl();
-    addToBoth(3, kLastRun, L"2025-03-10T12:00:01");
-    EXPECT_EQ(replicate(usersBy(TWO_WAY)), TableCounters{});
-    EXPECT_EQ(joined(users(source())), L"1s 2s 3d");
-    EXPECT_EQ(joined(users(destination())), L"1s 2s 3d");
-}
-
-TEST_F(Methods, MatchRowsByTheKeyField)
+TEST_F(MethodByKey, MatchesRowsByTheKeyField)
 {
     addUser(source(), 1, L"changed", kNew);
     addUser(destination(), 11, L"changed", kOld);
@@ -224,54 +149,15 @@ TEST_F(Methods, MatchRowsByTheKeyField)
                                       L"users updates=1"));
 }
 
-TEST_F(Methods, CopyNothingWithoutAKeyFieldOrADeleteMethodAndRecordThat)
+TEST_F(MethodByKey, LeavesTheCommentsOfADeletedCompany)
 {
-    addARowOfEveryKind();
-    for (const auto& [plan, error] :
-         {std::pair(usersByKey(DELETE_WITH_UPDATES, L""), L"error: PKField not set for replicateOneWayWithPKField()"),
-          std::pair(usersByKey(UNKNOWN), L"error: enumReplicatDeletes not set for replicateOneWayWithPKField()")})
-    {
-        restoreControl();
-        EXPECT_EQ(replicate(plan), TableCounters{});
-        EXPECT_EQ(recordedError(), error);
-        EXPECT_EQ(joined(users(destination())), L"1x 2d 3d 4d 6d 8d");
-        EXPECT_THAT(counts(), IsEmpty());
-    }
-}
-
-TEST_F(Methods, BothWaysCountNothing)
-{
-    addUser(source(), 7, L"of the source", kNew);
-    EXPECT_EQ(replicate(usersBy(TWO_WAY)), TableCounters{});
-    EXPECT_THAT(counts(), ElementsAre(L"users adds=0", L"users adds=0", L"users deletes=0", L"users deletes=0",
-                                      L"users errors=0", L"users updates=0", L"users updates=0"));
-    EXPECT_THAT(conflicts(), IsEmpty());
-}
-
-class CompanyByNumber : public PracticePair
-{
-protected:
-    static void addCompany(const PracticeSide& side, const wchar_t* number, const wchar_t* modified)
-    {
-        side.execute(L"insert into dentist_company (dc_id, company_name, mod_date) values (" + std::wstring(number) +
-                     L", 'company', '" + modified + L"')");
-    }
-
-    void addComment(const wchar_t* key, const std::wstring& company)
-    {
-        destination().execute(L"insert into chart_comment_info (unid, dc_id, comment_text) values ('" +
-                              std::wstring(key) + L"', " + company + L", 'about " + company + L"')");
-    }
-};
-
-TEST_F(CompanyByNumber, ThatIsDeletedLeavesItsComments)
-{
-    addCompany(source(), L"2", kOld);
-    addCompany(destination(), L"2", kOld);
-    addCompany(destination(), L"3", kOld);
-    addCompany(source(), L"4", kNew);
-    addComment(L"{0F8FAD5B-D9CB-469F-A165-70867728950E}", L"2");
-    addComment(L"{7C9E6679-7425-40DE-944B-E07FC1F90AE7}", L"3");
+    source().execute(L"insert into dentist_company (dc_id, company_name, mod_date) values "
+                     L"(2, 'kept', '2025-03-01'), (4, 'new', '2025-03-11')");
+    destination().execute(L"insert into dentist_company (dc_id, company_name, mod_date) values "
+                          L"(2, 'kept', '2025-03-01'), (3, 'gone', '2025-03-01');"
+                          L"insert into chart_comment_info (unid, dc_id, comment_text) values "
+                          L"('{0F8FAD5B-D9CB-469F-A165-70867728950E}', 2, 'about 2'), "
+                          L"('{7C9E6679-7425-40DE-944B-E07FC1F90AE7}', 3, 'about 3')");
     EXPECT_EQ(replicate({.method = ONE_WAY_WITH_PK_FIELD,
                          .table = L"Dentist_Company",
                          .keyField = L"dc_id",

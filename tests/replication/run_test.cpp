@@ -139,37 +139,4 @@ TEST_F(Run, CopiesParentsAfterChildrenWhileTheForeignKeyIsDropped)
     EXPECT_TRUE(destination().hasPatientKey());
 }
 
-TEST_F(Run, LogsItsStatementsAndSummariesInOrder)
-{
-    addConfig(source(), L"colour");
-    replicate(kConfig);
-    const std::wstring text = log();
-    size_t at = 0;
-    for (const std::wstring& entry :
-         {std::wstring(L": DEBUG: IF OBJECT_ID('dbo.FK_patient_dentist', 'F') IS NOT NULL alter table patient drop "
-                       L"constraint FK_patient_dentist\r\n"),
-          std::wstring(L": DEBUG: ConnDestination: Delete from config\r\n"),
-          L": DEBUG: ConnLocal: insert into " + host().destinationPrefix + L"config select * from " +
-              host().sourcePrefix + L"config\r\n",
-          std::wstring(L": DEBUG: Replicated table: config\r\n\tDeletes/Adds to destination: 1\tErrors: 0\r\n"),
-          std::wstring(L": DEBUG: alter table patient ADD CONSTRAINT FK_patient_dentist FOREIGN KEY (dc_id, "
-                       L"dentist_id) REFERENCES dentist(dc_id, dentist_id) ON DELETE NO ACTION\r\n")})
-    {
-        const size_t found = text.find(entry, at);
-        ASSERT_NE(found, std::wstring::npos) << entry << " in\n" << text;
-        at = found + entry.size();
-    }
-    EXPECT_EQ(at, text.size());
-}
-
-TEST_F(Run, OfALaptopProgramNeedsNoVersion)
-{
-    connect();
-    const RunObject run = createRun();
-    initNextRun(*run.Get(), L"LapTop");
-    VARIANT_BOOL ready = VARIANT_FALSE;
-    com::checkCall(run->get_bReady(&ready));
-    EXPECT_EQ(ready, VARIANT_TRUE);
-}
-
 } // namespace

@@ -47,11 +47,11 @@ protected:
 
     void initialise(const std::wstring& sPgmVersion = L"3.46") { replicate_.initNextRun(90, sPgmVersion); }
 
-    void go(std::initializer_list<RecordingTable*> items = {})
+    void go(const std::vector<_variant_t>& items = {})
     {
         const auto collection = com::makeObject<quinmark::Collection>();
-        for (RecordingTable* item : items)
-            collection->add(_variant_t(static_cast<IDispatch*>(item)));
+        for (const _variant_t& item : items)
+            collection->add(item);
         replicate_.go(_variant_t(static_cast<IDispatch*>(collection.Get())));
     }
 
@@ -258,11 +258,11 @@ TEST_F(ReplicateTest, LaptopRunLeavesTheIntervalAloneAndReloadsTheFlagsOfItsOwnD
 
 TEST_F(ReplicateTest, CollectionHasToBeOneOfTables)
 {
-    EXPECT_EQ(raised([&] { replicate_.go(_variant_t(static_cast<IDispatch*>(nullptr))); }).number, 91);
-    const auto collection = com::makeObject<quinmark::Collection>();
-    collection->add(12L);
-    EXPECT_EQ(raised([&] { replicate_.go(_variant_t(static_cast<IDispatch*>(collection.Get()))); }),
-              (Error{13, L"clsReplicate.go", L"Type mismatch"}));
+    const _variant_t nothing(static_cast<IDispatch*>(nullptr));
+    EXPECT_EQ(raised([&] { replicate_.go(nothing); }).number, 91);
+    const auto stranger = com::makeObject<quinmark::Collection>();
+    for (const _variant_t& item : {_variant_t(12L), _variant_t(L"patient"), nothing, _variant_t(stranger.Get())})
+        EXPECT_EQ(raised([&] { go({item}); }), (Error{13, L"clsReplicate.go", L"Type mismatch"}));
 }
 
 TEST_F(ReplicateTest, FailingTableOrOtherThanOneUpdatedRecordStopsTheRunWhereItStands)
