@@ -147,7 +147,8 @@ TEST_F(RowSqlTest, ChartOptionSettingsAloneAreRewrittenWithTheirParent)
               L"delete from chart_option_setting where chart_option_id = '{K}'; "
               L"insert into chart_option_setting select * from office.Chart_Option_Setting "
               L"where chart_option_id = '{K}'");
-    EXPECT_EQ(Utils::getDependentSql(L"chart_option", adoNull(), L""), L"");
+    for (const wchar_t* table : {L"chart_option", L"chart_option_setting; delete from users; --"})
+        EXPECT_EQ(Utils::getDependentSql(table, adoNull(), L""), L"");
     EXPECT_EQ(raised([] { Utils::getDependentSql(L"chart_option_setting", adoNull(), L""); }),
               (Error{94, L"Utils.getDependentSql(chart_option_setting)", L"Invalid use of Null"}));
 }
