@@ -160,15 +160,6 @@ TEST_F(ConflictLoad, RecordsetWithoutTheRowOrAColumnRaises)
     EXPECT_EQ(loadError().number, static_cast<long>(0x80040000) + 3021);
 }
 
-TEST_F(ConflictLoad, LoadedConflictIsNotSaved)
-{
-    connectedSettings();
-    load();
-    EXPECT_EQ(raised([&] { conflict_.save(); }),
-              (Error{kOwnErrorRaised, L"clsConflict.save", L"Method to update conflicts not implemented"}));
-    EXPECT_EQ(ado().statements(), std::vector<AdoStatement>());
-}
-
 /// A recordset of a host's own: nothing but IDispatch, with ids of its own and Fields as a property with arguments.
 ComPtr<ScriptedObject> scripted(const wchar_t* member, ScriptedObject::Answer answer)
 {
