@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -12,80 +11,6 @@
 using Microsoft::WRL::ComPtr;
 
 namespace {
-
-/// The tables of a module that is mapped into memory.
-class Image
-{
-public:
-    explicit Image(HMODULE module) : base_(reinterpret_cast<const char*>(module)) {}
-
-    /// The names of the functions that the module exports, sorted.
-    std::vector<std::string> exports() const
-    {
-        const auto* table = at<IMAGE_EXPORT_DIRECTORY>(directory(IMAGE_DIRECTORY_ENTRY_EXPORT));
-        const auto* names = at<DWORD>(table->AddressOfNames);
-        std::vector<std::string> result;
-        for (DWORD index = 0; index < table->NumberOfNames; ++index)
-            result.emplace_back(at<char>(names[index]));
-        std::sort(result.begin(), result.end());
-        return result;
-    }
-
-    DWORD exportCount() const
-    {
-        return at<IMAGE_EXPORT_DIRECTORY>(directory(IMAGE_DIRECTORY_ENTRY_EXPORT))->NumberOfFunctions;
-    }
-
-    /// The names of the modules that the module is linked to, in lower case.
-    std::vector<std::string> imports() const
-    {
-        std::vector<std::string> result;
-        for (const auto* entry = at<IMAGE_IMPORT_DESCRIPTOR>(directory(IMAGE_DIRECTORY_ENTRY_IMPORT)); entry->Name != 0;
-             ++entry)
-        {
-            std::string name = at<char>(entry->Name);
-            CharLowerBuffA(name.data(), static_cast<DWORD>(name.size()));
-            result.push_back(std::move(name));
-        }
-        return result;
-    }
-
-private:
-    template <class Structure>
-    const Structure* at(DWORD offset) const
-    {
-        return reinterpret_cast<const Structure*>(base_ + offset);
-    }
-
-    DWORD directory(int index) const
-    {
-        const auto* dos = at<IMAGE_DOS_HEADER>(0);
-        const auto* headers = at<IMAGE_NT_HEADERS32>(static_cast<DWORD>(dos->e_lfanew));
-        return headers->OptionalHeader.DataDirectory[index].VirtualAddress;
-    }
-
-    const char* base_;
-};
-
-TEST(BuiltDll, ExportsTheFourFunctionsOfAServerOnly)
-{
-    const LoadedDll dll;
-    const Image image(dll.module());
-    EXPECT_EQ(image.exports(), (std::vector<std::string>{"DllCanUnloadNow", "DllGetClassObject", "DllRegisterServer",
-                                                         "DllUnregisterServer"}));
-    EXPECT_EQ(image.exportCount(), 4U);
-}
-
-TEST(BuiltDll, ImportsSystemModulesOnly)
-{
-    const std::vector<std::string> system = {"advapi32.dll", "kernel32.dll", "msvcrt.dll",
-                                             "ole32.dll",    "oleaut32.dll", "user32.dll"};
-    const LoadedDll dll;
-    const std::vector<std::string> imports = Image(dll.module()).imports();
-    EXPECT_FALSE(imports.empty());
-    for (const std::string& name : imports)
-        EXPECT_NE(std::find(system.begin(), system.end(), name), system.end()) << name;
-}
 
 TEST(BuiltDll, MayGoOnceItsObjectsAreGoneWhateverFailed)
 {

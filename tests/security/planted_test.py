@@ -7,10 +7,10 @@ import unittest
 
 from practice import BINARIES, Practice, main, windows_path
 
-PROGRAMS = ["quinrep.exe", "QuinmarkRepDLL.dll", "adodb.dll"]
-# Libraries of every Windows; odbc32 and advapi32 are among them.
-SYSTEM = {"advapi32.dll", "bcrypt.dll", "kernel32.dll", "msvcrt.dll", "odbc32.dll", "ole32.dll", "oleaut32.dll",
-          "shell32.dll", "user32.dll", "version.dll", "ws2_32.dll"}
+# Libraries of every Windows.
+COMPONENT_NEEDS = {"advapi32.dll", "kernel32.dll", "msvcrt.dll", "ole32.dll", "oleaut32.dll", "user32.dll"}
+SYSTEM = COMPONENT_NEEDS | {"bcrypt.dll", "odbc32.dll", "shell32.dll", "version.dll", "ws2_32.dll"}
+PROGRAMS = {"quinrep.exe": SYSTEM, "QuinmarkRepDLL.dll": COMPONENT_NEEDS, "adodb.dll": SYSTEM}
 # Libraries that programs of all kinds look for; not all of them are loaded here.
 USUAL = {"cryptbase.dll", "cryptsp.dll", "dbghelp.dll", "dwmapi.dll", "libgcc_s_dw2-1.dll", "libstdc++-6.dll",
          "libwinpthread-1.dll", "msado15.dll", "odbccp32.dll", "profapi.dll", "propsys.dll", "secur32.dll", "sxs.dll",
@@ -20,9 +20,11 @@ USUAL = {"cryptbase.dll", "cryptsp.dll", "dbghelp.dll", "dwmapi.dll", "libgcc_s_
 UNMOVABLE = {"kernel32.dll", "kernelbase.dll", "ntdll.dll", "user32.dll", "gdi32.dll", "win32u.dll"}
 
 
-def imports(file):
+def imports_and_exports(file):
     dump = subprocess.run(["i686-w64-mingw32-objdump", "-p", str(file)], check=True, text=True, capture_output=True)
-    return {name.lower() for name in re.findall(r"DLL Name: (\S+)", dump.stdout)}
+    imports = {name.lower() for name in re.findall(r"DLL Name: (\S+)", dump.stdout)}
+    exports = dump.stdout.partition("[Ordinal/Name Pointer] Table")[2]
+    return imports, re.findall(r"^\t\[.* (\w+)$", exports, re.M)
 
 
 class Planted(unittest.TestCase):
@@ -79,9 +81,14 @@ class Planted(unittest.TestCase):
         self.run_in_folder(str(self.folder / "quinrep.exe"), "--version")
         self.assertTrue(self.told_paths())
 
-    def test_programs_need_system_libraries_only(self):
-        for name in PROGRAMS:
-            self.assertLessEqual(imports(BINARIES / name), SYSTEM, name)
+    def test_programs_need_system_libraries_only_and_the_component_exports_what_a_server_has_to(self):
+        exported = {}
+        for name, needs in PROGRAMS.items():
+            imports, exported[name] = imports_and_exports(BINARIES / name)
+            self.assertTrue(imports)
+            self.assertLessEqual(imports, needs, name)
+        self.assertEqual(exported["QuinmarkRepDLL.dll"], ["DllCanUnloadNow", "DllGetClassObject", "DllRegisterServer",
+                                                          "DllUnregisterServer"])
 
 
 if __name__ == "__main__":
