@@ -2,11 +2,10 @@
 
 import json
 import os
-import pathlib
 import subprocess
 import sys
 
-from practice import BINARIES, HAS_PATIENT_KEY, RECORDS, windows_path
+from practice import BINARIES, HAS_PATIENT_KEY, RECORDS
 from side import Side
 from tables import TABLES, parsed, plain, schema
 from values import iso
@@ -90,13 +89,12 @@ def _unescape(text):
 class Host:
     """The component in a process of its own, connected for one site and role. It ends when this process does."""
 
-    def __init__(self, names, site, role, folder):
-        self.log = pathlib.Path(folder) / f"{names['source']}-{site}-{role}.log"
+    def __init__(self, names, site, role):
         self._process = subprocess.Popen(["wine", str(BINARIES / "model_host.exe")], stdin=subprocess.PIPE,
                                          stdout=subprocess.PIPE, stderr=sys.stderr)
         sides = [field for variable, name in zip(("QUINMARK_OFFICE_DSN", "QUINMARK_LAPTOP_DSN"), names.values())
                  for field in (f"{name}.", f"{os.environ[variable]};Database={name}")]
-        if answer := self.ask("init", site, role, *sides, os.environ["QUINMARK_PASSWORD"], 4, windows_path(self.log)):
+        if answer := self.ask("init", site, role, *sides, os.environ["QUINMARK_PASSWORD"], 4, "NUL"):
             raise RuntimeError(f"the component cannot be set up: {answer}")
 
     def ask(self, *fields):
@@ -110,9 +108,3 @@ class Host:
                 return answer
             answer.append([_unescape(field) for field in line.rstrip("\r\n").split("\t")])
         raise RuntimeError(f"the host has ended during {fields}")
-
-    def take_log(self):
-        """The log's text since the last call."""
-        data = self.log.read_bytes() if self.log.exists() else b""
-        self.log.unlink(missing_ok=True)
-        return data

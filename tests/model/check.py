@@ -14,16 +14,15 @@ CLOCK_TOLERANCE = 60_000
 class Check:
     """A pair of databases, and a component for each site and role, for many cases."""
 
-    def __init__(self, number, folder):
+    def __init__(self, number):
         self._databases = Databases(number)
-        self._folder = folder
         self._hosts = {}
         self._patient_key = self._databases.has_patient_key()
 
     def _host(self, case):
         key = (case.site, case.role)
         if key not in self._hosts:
-            self._hosts[key] = Host(self._databases.names, *key, self._folder)
+            self._hosts[key] = Host(self._databases.names, *key)
         return self._hosts[key]
 
     def faults(self, case):

@@ -10,7 +10,6 @@ import os
 import pathlib
 import random
 import sys
-import tempfile
 import time
 
 import drawing
@@ -29,13 +28,13 @@ class Worker:
     """One of the processes; it returns its finds as text, which is empty when there are none."""
 
     @classmethod
-    def start(cls, pairs, folder):
-        cls.pair, cls.folder, cls.check = pairs.get(), folder, None
+    def start(cls, pairs):
+        cls.pair, cls.check = pairs.get(), None
 
     @classmethod
     def faults(cls, case):
         # Not at the start, where a failure would have the process started again.
-        cls.check = cls.check or Check(cls.pair, cls.folder)
+        cls.check = cls.check or Check(cls.pair)
         return cls.check.faults(case)
 
     @classmethod
@@ -84,8 +83,7 @@ def main():
     pairs = multiprocessing.SimpleQueue()
     for number in range(chosen.jobs):
         pairs.put(number)
-    with tempfile.TemporaryDirectory() as folder, \
-            multiprocessing.Pool(chosen.jobs, Worker.start, (pairs, folder)) as pool:
+    with multiprocessing.Pool(chosen.jobs, Worker.start, (pairs,)) as pool:
         start = time.monotonic()
         kept = sorted(KEPT.glob("*.json"))
         kept_found = told(pool.map(Worker.replay, kept, chunksize=1))

@@ -4,7 +4,6 @@ import copy
 import re
 
 import rules
-from reports import log_lines
 from server import Database, Failure, host_number, raised
 from values import DATE, GUID, SECOND, date_literal
 
@@ -58,7 +57,6 @@ class Expected:
             outcome["run"] = self._finish(outcome["error"],
                                           half_second if next_date % SECOND == SECOND // 2 else date_literal(next_date))
         outcome["boxes"] = pair.boxes
-        outcome["log"] = pair.log
         outcome["counters"] = [list(table.count.values()) for table in self.objects]
         outcome["state"] = {side: self._side(database, pair) for side, database in
                             (("source", pair.source), ("destination", pair.destination))}
@@ -117,7 +115,7 @@ class Actual:
             answer = self._host.ask("run", self._case.version)
         else:
             answer = self._host.ask("go", 0, last_text, next_text)
-        outcome = {"error": None, "run": None, "boxes": [], "counters": [], "log": log_lines(self._host.take_log())}
+        outcome = {"error": None, "run": None, "boxes": [], "counters": []}
         for kind, *fields in answer:
             if kind == "error":
                 outcome["error"] = [int(fields[0]), fields[1], without_detail(fields[2])]

@@ -4,7 +4,6 @@ import dataclasses
 import itertools
 
 from conflict import BOTH, CHANGED_ON_DESTINATION, DELETED_ON_SOURCE, NEW_ON_DESTINATION, NEW_ON_SOURCE, Conflict
-from reports import delete_report, difference_report
 from server import OWN_ERROR, Database, Failure, no_row, null_used, raised, row_values
 from tables import TABLES
 from values import GUID, Unsupported, ZERO_DATE, date_literal, seconds, text_of
@@ -24,7 +23,6 @@ class Pair:
     site: int
     local: Database
     boxes: list = dataclasses.field(default_factory=list)
-    log: list = dataclasses.field(default_factory=list)
 
     def set_error(self, message):
         self.local.error = message
@@ -164,10 +162,9 @@ class OneWay:
         if abs(seconds(source) - seconds(destination)) <= 2:
             return
         if source > last and destination > last:
-            self._report(key, BOTH, not_allowed if self.at_offices else None, self._difference_report)
+            self._report(key, BOTH, not_allowed if self.at_offices else None, self.pair.destination, self.pair.source)
         elif source > destination:
-            row = self._source_row(key)
-            self.pair.destination.update(self.table, self.key, key, self.run_object.values(row))
+            self.pair.destination.update(self.table, self.key, key, self._source_values(key))
             self.run_object.count["update"] += 1
             self._dependents(key)
         elif self.at_offices:
@@ -179,53 +176,46 @@ class OneWay:
                 raise null_used()
             self.source_date, key = date, self.run_object.text(self.key, value)
             if date >= self.run_object.last:
-                self.pair.destination.insert(self.table, self.run_object.values(self._source_row(key)))
+                self.pair.destination.insert(self.table, self._source_values(key))
                 self._dependents(key)
                 self.run_object.count["add"] += 1
             elif self.at_offices:
                 self._report(key, NEW_ON_SOURCE, f"Deleted in destination({self.pair.destination.name}) - "
                                                  "Destination deletes will not replicate properly",
-                             self._source_report)
+                             self.pair.source)
 
     def _only_destination(self):
         for value, date in missing_rows(self.pair.destination, self.pair.source, self.table, self.key):
             if date is None:
                 raise null_used()
             self.destination_date, key = date, self.run_object.text(self.key, value)
-            if date >= self.run_object.last:
-                self._new_in_destination(key)
-            else:
-                self._deleted_from_source(key)
+            self._only_destination_row(key, date >= self.run_object.last)
 
-    def _new_in_destination(self, key):
-        if self.at_offices:
-            self._report(key, NEW_ON_DESTINATION,
-                         f"New in destination({self.pair.destination.name}) - Destination adds are not allowed",
-                         self._destination_report)
-
-    def _deleted_from_source(self, key):
-        source, destination = self.pair.source.name, self.pair.destination.name
+    def _only_destination_row(self, key, is_new):
+        new = f"New in destination({self.pair.destination.name})"
+        deleted = f"Deleted from source({self.pair.source.name})"
         if not self.at_offices:
-            self._report(key, DELETED_ON_SOURCE, f"Deleted from source({source})", self._destination_report)
+            if not is_new:
+                self._report(key, DELETED_ON_SOURCE, deleted, self.pair.destination)
+        elif is_new:
+            self._report(key, NEW_ON_DESTINATION, f"{new} - Destination adds are not allowed", self.pair.destination)
         elif self.by_key or self.run_object.method == ONE_WAY_DELETES:
             self._delete(key)
         else:
-            self._report(key, NEW_ON_DESTINATION,
-                         f"New in destination({destination}) -OR- Deleted from source({source})",
-                         self._destination_report)
+            self._report(key, NEW_ON_DESTINATION, f"{new} -OR- {deleted}", self.pair.destination)
 
     def _delete(self, key):
         if self.by_key and self.table.name == "dentist_company":
-            self._forget_company(key)
+            self.pair.destination.update(TABLES["chart_comment_info"], "dc_id", key, {"dc_id": None})
         self.pair.destination.delete(self.table, self.key, key)
         self._dependents(key)
         self.run_object.count["delete"] += 1
 
-    def _forget_company(self, key):
-        self.pair.destination.update(TABLES["chart_comment_info"], "dc_id", key, {"dc_id": None})
+    def _source_values(self, key):
+        return self.run_object.values(self._read(self.pair.source, key))
 
-    def _source_row(self, key):
-        row = self.pair.source.select(self.table, self.key, key)
+    def _read(self, side, key):
+        row = side.select(self.table, self.key, key)
         if row is None:
             raise no_row()
         return row
@@ -242,22 +232,13 @@ class OneWay:
             if row["chart_option_id"] is not None and text_of(GUID, row["chart_option_id"]) == key:
                 self.pair.destination.insert(settings, dict(row))
 
-    def _difference_report(self, key):
-        rows = [side.select(self.table, self.key, key) for side in (self.pair.destination, self.pair.source)]
-        return difference_report(self.run_object.name, self.table, *rows)
-
-    def _source_report(self, key):
-        return delete_report(self.run_object.name, self.table, self.pair.source.select(self.table, self.key, key))
-
-    def _destination_report(self, key):
-        return delete_report(self.run_object.name, self.table, self.pair.destination.select(self.table, self.key, key))
-
-    def _report(self, key, kind, error, report=lambda key: []):
-        conflict = Conflict(self, key, kind)
-        if not conflict.save():
+    def _report(self, key, kind, error, *logged):
+        """Saves a conflict; the log shows the row of these sides, which are read for it."""
+        if not Conflict(self, key, kind).save():
             return
         self.run_object.count["conflict"] += 1
-        self.pair.log += report(key)
+        for side in logged:
+            self._read(side, key)
         if error is not None:
             self.run_object.count["error"] += 1
             self.pair.set_error(error)
