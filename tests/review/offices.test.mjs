@@ -3,7 +3,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { ConflictType } from './support/Practice.mjs';
 import { lastDecision } from './support/Review.mjs';
-import { assertFits, button, laptop, notice, office, page, practice, press, reviewAt, trouble }
+import { assertFits, button, laptop, office, page, practice, press, reviewAt, trouble }
     from './support/browser.mjs';
 
 const review = await reviewAt('offices');
@@ -39,21 +39,6 @@ test('no resolution can be pressed, or sent all the same, and each says why and 
     assert.equal(await office.waits(conflict), true);
     assert.equal(await laptop.shortcutText(conflict.row), 'set at the laptop');
     assert.equal(await office.shortcutText(conflict.row), 'set at the office');
-});
-
-test('the next run deletes a row typed in at the laptop once it is dismissed, as the page says', async () => {
-    const conflict = await typedInAtTheLaptop('Typed in');
-    await page.goto(review.address);
-    assert.match(await page.textContent('dl'), /the source has no such row/);
-    assert.match(await why('later'), /deletes the row at the destination.*as long as the conflict waits/);
-    assert.match(await why('dismiss'), /The next run deletes the row at the destination\.$/);
-    await page.getByLabel('Reason').fill('entered twice');
-    await press('Dismiss');
-    assert.equal(await notice(),
-        'Typed in: the conflict was dismissed. The next run deletes the row at the destination.');
-    assert.equal(await office.waits(conflict), false);
-    assert.equal(await laptop.shortcutText(conflict.row), 'only at the laptop');
-    assert.equal(lastDecision('offices').lost_row.item_text, 'only at the laptop');
 });
 
 test('several are dismissed after the rows that the next run deletes were shown', async () => {

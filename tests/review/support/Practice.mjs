@@ -1,13 +1,11 @@
-// The two databases of the test bed, each through a connection of its own, and the conflicts the tests make there.
-import { spawn } from 'node:child_process';
+// The two databases of the test bed, and the conflicts the tests make there.
+import { execFile } from 'node:child_process';
 import { randomUUID } from 'node:crypto';
 import { readFileSync } from 'node:fs';
-import { createInterface } from 'node:readline';
+import { promisify } from 'node:util';
 
 export const ConflictType = { changedOnBoth: 1, newOnSource: 2, newOnDestination: 3, changedOnDestination: 4,
     deletedOnSource: 5 };
-
-const kEndOfAnswer = '-- end of answer';
 
 function dsnSettings(dsn) {
     const section = readFileSync(process.env.ODBCINI, 'utf8').split(`[${dsn}]`)[1].split('\n[')[0];
@@ -21,26 +19,14 @@ function quote(value) {
 class Side {
     constructor(dsn) {
         const { Port, Database, Username } = dsnSettings(dsn);
-        this.psql = spawn('psql', ['-X', '-q', '-At', '-v', 'ON_ERROR_STOP=1', '-h', '127.0.0.1', '-p', Port, '-U',
-            Username, '-d', Database], { env: { ...process.env, PGPASSWORD: process.env.QUINMARK_PASSWORD },
-            stdio: ['pipe', 'pipe', 'inherit'] });
-        this.answers = createInterface({ input: this.psql.stdout })[Symbol.asyncIterator]();
+        this.psql = ['-X', '-q', '-At', '-v', 'ON_ERROR_STOP=1', '-h', '127.0.0.1', '-p', Port, '-U', Username, '-d',
+            Database, '-c'];
     }
 
-    /// The lines that psql answers; statements go one after the other.
+    /// The lines that psql answers.
     async sql(text) {
-        this.psql.stdin.write(`${text};\n\\echo ${kEndOfAnswer}\n`);
-        const lines = [];
-        for (;;) {
-            const { value, done } = await this.answers.next();
-            if (done) throw new Error(`psql failed: ${text}`);
-            if (value === kEndOfAnswer) return lines.join('\n');
-            lines.push(value);
-        }
-    }
-
-    close() {
-        this.psql.stdin.end();
+        const env = { ...process.env, PGPASSWORD: process.env.QUINMARK_PASSWORD };
+        return (await promisify(execFile)('psql', [...this.psql, text], { env })).stdout.trimEnd();
     }
 
     addShortcut(unid, text, modified = 'now()') {
@@ -80,11 +66,6 @@ export class Practice {
     clear() {
         return this.onBoth('delete from replication_conflict; delete from replication_conflict_data; ' +
                            'delete from shortcut');
-    }
-
-    close() {
-        this.office.close();
-        this.laptop.close();
     }
 
     /// A shortcut with a text at the office and one at the laptop (null: no row there), and its conflict at `side`,

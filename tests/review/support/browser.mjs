@@ -62,6 +62,5 @@ after(async () => {
     const codes = [];
     for (const review of reviews.values()) codes.push(await (await review).stop());
     await practice.clear();
-    practice.close();
     assert.deepEqual(codes, codes.map(() => 0));
 });
