@@ -53,54 +53,29 @@ struct Version
     int revision = -1;
 };
 
-class VersionResource : public testing::Test
-{
-protected:
-    void SetUp() override
-    {
-        DWORD ignored = 0;
-        data_.resize(GetFileVersionInfoSizeW(builtDll().c_str(), &ignored));
-        ASSERT_TRUE(GetFileVersionInfoW(builtDll().c_str(), 0, static_cast<DWORD>(data_.size()), data_.data()));
-    }
-
-    std::wstring text(const wchar_t* name)
-    {
-        wchar_t* value = nullptr;
-        UINT length = 0;
-        const std::wstring path = L"\\StringFileInfo\\040904B0\\" + std::wstring(name);
-        if (!VerQueryValueW(data_.data(), path.c_str(), reinterpret_cast<void**>(&value), &length))
-            return L"none";
-        return value;
-    }
-
-    const VS_FIXEDFILEINFO& fixed()
-    {
-        VS_FIXEDFILEINFO* info = nullptr;
-        UINT length = 0;
-        VerQueryValueW(data_.data(), L"\\", reinterpret_cast<void**>(&info), &length);
-        return *info;
-    }
-
-private:
-    std::vector<char> data_;
-};
-
-TEST_F(VersionResource, HasTheVersionOfTheSources)
+TEST(VersionResource, HasTheVersionOfTheSourcesAndSaysThatTheFileRegistersItself)
 {
     const Version version;
-    EXPECT_EQ(text(L"FileVersion"), version.text());
-    EXPECT_EQ(text(L"ProductVersion"), version.text());
-    EXPECT_EQ(fixed().dwFileVersionMS, MAKELONG(version.minor, version.major));
-    EXPECT_EQ(fixed().dwFileVersionLS, MAKELONG(version.revision, 0));
-    EXPECT_EQ(fixed().dwProductVersionMS, fixed().dwFileVersionMS);
-    EXPECT_EQ(fixed().dwProductVersionLS, fixed().dwFileVersionLS);
-}
-
-TEST_F(VersionResource, NamesTheFileAndThatItRegistersItself)
-{
-    EXPECT_EQ(text(L"OriginalFilename"), L"QuinmarkRepDLL.dll");
-    EXPECT_EQ(text(L"InternalName"), L"QuinmarkRepDLL");
-    EXPECT_EQ(text(L"OLESelfRegister"), L"");
+    DWORD ignored = 0;
+    std::vector<char> data(GetFileVersionInfoSizeW(builtDll().c_str(), &ignored));
+    ASSERT_TRUE(GetFileVersionInfoW(builtDll().c_str(), 0, static_cast<DWORD>(data.size()), data.data()));
+    const auto valueOf = [&data](const std::wstring& path) {
+        void* value = nullptr;
+        UINT length = 0;
+        EXPECT_TRUE(VerQueryValueW(data.data(), path.c_str(), &value, &length)) << path;
+        return value;
+    };
+    for (const auto& [name, text] : {std::pair(L"FileVersion", version.text()),
+                                     {L"ProductVersion", version.text()},
+                                     {L"OriginalFilename", L"QuinmarkRepDLL.dll"},
+                                     {L"InternalName", L"QuinmarkRepDLL"},
+                                     {L"OLESelfRegister", L""}})
+        EXPECT_EQ(static_cast<const wchar_t*>(valueOf(std::wstring(L"\\StringFileInfo\\040904B0\\") + name)), text);
+    const auto& fixed = *static_cast<const VS_FIXEDFILEINFO*>(valueOf(L"\\"));
+    EXPECT_EQ(fixed.dwFileVersionMS, MAKELONG(version.minor, version.major));
+    EXPECT_EQ(fixed.dwFileVersionLS, MAKELONG(version.revision, 0));
+    EXPECT_EQ(fixed.dwProductVersionMS, fixed.dwFileVersionMS);
+    EXPECT_EQ(fixed.dwProductVersionLS, fixed.dwFileVersionLS);
 }
 
 TEST(BuiltDll, EntryObjectReportsTheVersionOfTheSources)

@@ -11,10 +11,10 @@ std::wstring configurationPath()
     return std::filesystem::temp_directory_path() / (L"quinrep_" + std::to_wstring(GetCurrentProcessId()) + L".toml");
 }
 
-std::string side(const char* name, const std::wstring& dsn, const std::wstring& prefix, const std::string& password)
+std::string side(const char* name, const std::wstring& dsn, const std::wstring& prefix)
 {
-    return std::string("[") + name + "]\ndsn = '" + toUtf8(dsn) + "'\nprefix = '" + toUtf8(prefix) + "'\npassword = '" +
-           password + "'\n";
+    return std::string("[") + name + "]\ndsn = '" + toUtf8(dsn) + "'\nprefix = '" + toUtf8(prefix) +
+           "'\npassword = 'env:QUINMARK_PASSWORD'\n";
 }
 
 /// Keeps an output for schema_test.py, together with the others of this process only.
@@ -55,9 +55,9 @@ std::wstring Quinrep::commandLine(const std::wstring& arguments)
     file << "site = '" << (settings.site == OFFICES ? "offices" : "laptop") << "'\nlocal = '"
          << (settings.role == L"SOURCE" ? "source" : "destination") << "'\nprogram_version = '" << programVersion
          << "'\nfrequency = 600\n"
-         << side("source", settings.sourceDsn, settings.sourcePrefix, passwordSource)
-         << side("destination", settings.destinationDsn, settings.destinationPrefix, passwordSource)
-         << "[log]\nfile = '" << toUtf8(settings.logFile) << "'\nlevel = 1\n"
+         << side("source", settings.sourceDsn, settings.sourcePrefix)
+         << side("destination", settings.destinationDsn, settings.destinationPrefix) << "[log]\nfile = '"
+         << toUtf8(settings.logFile) << "'\nlevel = 1\n"
          << sections << tables;
     return L"\"" + builtProgram(L"quinrep.exe") + L"\" -c \"" + configurationPath() + L"\" " + arguments;
 }

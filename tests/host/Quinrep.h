@@ -31,7 +31,6 @@ protected:
     std::string tables = tableSection("users", "one_way_deletes");
     /// Further sections in front of the tables.
     std::string sections;
-    std::string passwordSource = "env:QUINMARK_PASSWORD";
     std::string programVersion = "3.46";
 
     /// The command line with these arguments after those that name the configuration, which is written.

@@ -96,20 +96,6 @@ TEST_F(Check, WarnsOfWhatCanBeKnownWithoutRows)
         EXPECT_THAT(text, HasSubstr(warning));
 }
 
-TEST_F(Quinrep, WrongPasswordIsRefusedAndNeverShown)
-{
-    SetEnvironmentVariableW(L"QUINREP_WRONG", L"hunter2-secret");
-    passwordSource = "env:QUINREP_WRONG";
-    for (const wchar_t* command : {L"run", L"conflicts list"}) {
-        const Ended ended = quinrepJson(command, "failure");
-        EXPECT_EQ(ended.exitCode, kFailed);
-        EXPECT_THAT(ended.messages, HasSubstr("password is refused"));
-        EXPECT_THAT(ended.messages + ended.output, Not(HasSubstr("hunter2")));
-    }
-    EXPECT_EQ(quinrep(L"check").exitCode, kNotReady);
-    EXPECT_FALSE(logged(L"hunter2"));
-}
-
 // The component would ask a person in a message box, for which a scheduled run waits for ever.
 TEST_F(Quinrep, FilesThatCannotBeWrittenAreFoundBeforeTheRun)
 {

@@ -4,86 +4,109 @@
 
 using nlohmann::ordered_json;
 using testing::HasSubstr;
-using testing::Not;
 
 namespace {
 
-/// A status with these conflicts and nothing else.
-ordered_json withStatus(ordered_json result)
+/// The result of a command, and the text for a person.
+struct Shown
 {
-    result["control"] = {{"ready_f", false},
-                         {"error_f", false},
-                         {"error_message", nullptr},
-                         {"last_timestamp", nullptr},
-                         {"next_timestamp", nullptr}};
-    result["counts"] = ordered_json::array();
-    result["log"] = ordered_json::array();
-    return result;
+    const char* name;
+    const char* command;
+    const char* result;
+    const char* text;
+};
+
+const Shown kShown[] = {
+    {"StatusAnswersQuestions", "status",
+     R"({"control": {"ready_f": false, "error_f": true, "error_message": "trouble", "last_timestamp": "a",
+                     "next_timestamp": null},
+         "counts": [], "conflicts": [{"table_name": "users", "waiting": 2}], "log": ["line"]})",
+     R"(Ready for a run: no
+In error: yes, trouble
+Last run's interval ended: a
+Next attempt: )"
+     R"(
+Counters of the last run: none
+Conflicts waiting:
+  table_name  waiting
+  users             2
+Last errors in the log:
+  line
+)"},
+    {"ColumnsAreAlignedByCharactersNotBytes", "verify",
+     R"({"tables": [{"table": "Zähne", "source_rows": 3, "destination_rows": 3, "differing": 0, "rows": []},
+                    {"table": "users", "source_rows": 2, "destination_rows": 2, "differing": 0, "rows": []}]})",
+     R"(  table  source_rows  destination_rows  differing
+  Zähne            3                 3          0
+  users            2                 2          0
+)"},
+    {"CheckKeepsTheLinesOfAFindingTogether", "check",
+     R"({"checks": [
+         {"check": "table x", "ok": false, "warning": false, "finding": "one\r\ntwo", "todo": "do it"},
+         {"check": "table x", "ok": true, "warning": true, "finding": "odd", "todo": ""},
+         {"check": "table x", "ok": true, "warning": false, "finding": "", "todo": ""}]})",
+     R"(BAD  table x
+     one
+     two
+     do it
+WARN table x
+     odd
+ok   table x
+)"},
+    {"StoppedRunNamesTableRowsAndTheWayOn", "run",
+     R"({"stops": [{"reason": "deletes", "table": "users", "text": "too many. Go on with --force.",
+                    "rows": [{"key": "7", "key_info": "Mira"}, {"key": "8", "key_info": ""}]}], "tables": []})",
+     R"(Nothing was written. The run stopped before it began:
+users: too many. Go on with --force.
+    7  Mira
+    8
+)"},
+    {"VerifyListsTheColumnsOfARow", "verify",
+     R"({"tables": [{"table": "users", "source_rows": 3, "destination_rows": 2, "differing": 1,
+                     "rows": [{"key": "2", "what": "different",
+                               "columns": [{"column": "user_name", "source": "S", "destination": null}]}]}]})",
+     R"(  table  source_rows  destination_rows  differing
+  users            3                 2          1
+users 2: different
+    user_name: source 'S', destination ''
+)"},
+    {"ConflictTellsEachSideAsItWasFoundAndAsItIsToday", "show",
+     R"({"conflict": {
+         "unid": "{1}", "table_name": "shortcut", "conflict": "deleted on the source", "key_info": "Recall",
+         "state": "waits", "found": 2, "last_found": "a", "source_mod_date": null, "destination_mod_date": "b",
+         "columns": [{"column": "item_text", "source": null, "destination": "D"}], "changed_since": true,
+         "today": [{"column": "item_text", "source": null, "destination": "typed"}], "source_has_it": true,
+         "destination_has_it": true, "choices": [{"use": "later", "explanation": "Leaves it."}],
+         "next_run": "The next run leaves it."}})",
+     R"({1} shortcut, deleted on the source: Recall
+    waits; found 2 times, last by the run of a
+    changed at the source when it was found: it has no such row
+    changed at the destination when it was found: b
+    item_text: source no row, destination 'D'
+    The row is no longer as it was found. Today:
+    item_text: source Null, destination 'typed'
+  --use later: Leaves it.
+  dismiss: takes the conflict off the list and changes no row. The next run leaves it.
+)"},
+    {"NoDecisions", "log", R"({"decisions": []})", "no decisions\n"},
+    {"NoConflicts", "list", R"({"conflicts": []})", "no conflicts, or none that fits the filters\n"},
+};
+
+class HumanText : public testing::TestWithParam<Shown>
+{
+};
+
+TEST_P(HumanText, IsThatOfTheResult)
+{
+    EXPECT_EQ(humanText(GetParam().command, ordered_json::parse(GetParam().result)), GetParam().text);
 }
+
+INSTANTIATE_TEST_SUITE_P(, HumanText, testing::ValuesIn(kShown),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 } // namespace
 
-TEST(HumanText, ColumnsAreAlignedByCharactersNotBytes)
-{
-    const ordered_json result = {
-        {"conflicts", {{{"table_name", "Zähne"}, {"waiting", 2}}, {{"table_name", "users"}, {"waiting", 1}}}}};
-    EXPECT_THAT(humanText("status", withStatus(result)), HasSubstr("  table_name  waiting\n"
-                                                                   "  Zähne             2\n"
-                                                                   "  users             1\n"));
-}
-
-TEST(HumanText, StatusAnswersQuestions)
-{
-    const ordered_json result = {{"control",
-                                  {{"ready_f", false},
-                                   {"error_f", true},
-                                   {"error_message", "trouble"},
-                                   {"last_timestamp", "a"},
-                                   {"next_timestamp", nullptr}}},
-                                 {"counts", ordered_json::array()},
-                                 {"conflicts", {{{"table_name", "users"}, {"waiting", 2}}}},
-                                 {"log", {"line"}}};
-    EXPECT_EQ(humanText("status", result), "Ready for a run: no\n"
-                                           "In error: yes, trouble\n"
-                                           "Last run's interval ended: a\n"
-                                           "Next attempt: \n"
-                                           "Counters of the last run: none\n"
-                                           "Conflicts waiting:\n"
-                                           "  table_name  waiting\n"
-                                           "  users             2\n"
-                                           "Last errors in the log:\n"
-                                           "  line\n");
-}
-
-TEST(HumanText, CheckKeepsTheLinesOfAFindingTogether)
-{
-    const auto check = [](bool ok, bool warning, const char* finding, const char* todo) {
-        return ordered_json{
-            {"check", "table x"}, {"ok", ok}, {"warning", warning}, {"finding", finding}, {"todo", todo}};
-    };
-    const ordered_json result = {
-        {"checks",
-         {check(false, false, "one\r\ntwo", "do it"), check(true, true, "odd", ""), check(true, false, "", "")}}};
-    EXPECT_EQ(humanText("check", result), "BAD  table x\n     one\n     two\n     do it\n"
-                                          "WARN table x\n     odd\n"
-                                          "ok   table x\n");
-}
-
-TEST(HumanText, StoppedRunNamesTableRowsAndTheWayOn)
-{
-    const ordered_json result = {{"stops",
-                                  {{{"reason", "deletes"},
-                                    {"table", "users"},
-                                    {"rows", {{{"key", "7"}, {"key_info", "Mira"}}, {{"key", "8"}, {"key_info", ""}}}},
-                                    {"text", "too many. Go on with --force."}}}},
-                                 {"tables", ordered_json::array()}};
-    EXPECT_EQ(humanText("run", result), "Nothing was written. The run stopped before it began:\n"
-                                        "users: too many. Go on with --force.\n"
-                                        "    7  Mira\n"
-                                        "    8\n");
-}
-
-TEST(HumanText, PreviewShowsTheFirstHundredRowsThatTheDestinationWouldLose)
+TEST(HumanTexts, PreviewShowsTheFirstHundredRowsThatTheDestinationWouldLose)
 {
     ordered_json rows = ordered_json::array();
     for (int key = 1; key <= 102; ++key)
@@ -94,75 +117,14 @@ TEST(HumanText, PreviewShowsTheFirstHundredRowsThatTheDestinationWouldLose)
     EXPECT_TRUE(text.ends_with("    users 100  user\n    and 2 more; `quinrep preview --json` lists all\n")) << text;
 }
 
-TEST(HumanText, VerifyListsTheColumnsOfARow)
+TEST(HumanTexts, RunSaysWhatWasNotDoneAndHowManyConflictsWait)
 {
-    const ordered_json row = {{"key", "2"},
-                              {"what", "different"},
-                              {"columns", {{{"column", "user_name"}, {"source", "S"}, {"destination", nullptr}}}}};
-    const ordered_json table = {
-        {"table", "users"}, {"source_rows", 3}, {"destination_rows", 2}, {"differing", 1}, {"rows", {row}}};
-    EXPECT_EQ(humanText("verify", {{"tables", {table}}}), "  table  source_rows  destination_rows  differing\n"
-                                                          "  users            3                 2          1\n"
-                                                          "users 2: different\n"
-                                                          "    user_name: source 'S', destination ''\n");
-}
-
-TEST(HumanText, ConflictTellsEachSideAsItWasFoundAndAsItIsToday)
-{
-    const ordered_json conflict = {
-        {"unid", "{1}"},
-        {"table_name", "shortcut"},
-        {"conflict", "deleted on the source"},
-        {"key_info", "Recall"},
-        {"state", "waits"},
-        {"found", 2},
-        {"last_found", "a"},
-        {"source_mod_date", nullptr},
-        {"destination_mod_date", "b"},
-        {"columns", {{{"column", "item_text"}, {"source", nullptr}, {"destination", "D"}}}},
-        {"changed_since", true},
-        {"today", {{{"column", "item_text"}, {"source", nullptr}, {"destination", "typed"}}}},
-        {"source_has_it", true},
-        {"destination_has_it", true},
-        {"choices", {{{"use", "later"}, {"explanation", "Leaves it."}}}},
-        {"next_run", "The next run leaves it."}};
-    EXPECT_EQ(humanText("show", {{"conflict", conflict}}),
-              "{1} shortcut, deleted on the source: Recall\n"
-              "    waits; found 2 times, last by the run of a\n"
-              "    changed at the source when it was found: it has no such row\n"
-              "    changed at the destination when it was found: b\n"
-              "    item_text: source no row, destination 'D'\n"
-              "    The row is no longer as it was found. Today:\n"
-              "    item_text: source Null, destination 'typed'\n"
-              "  --use later: Leaves it.\n"
-              "  dismiss: takes the conflict off the list and changes no row. The next run leaves it.\n");
-}
-
-TEST(HumanText, EmptyListsSaySo)
-{
-    EXPECT_EQ(humanText("log", {{"decisions", ordered_json::array()}}), "no decisions\n");
-    EXPECT_EQ(humanText("list", {{"conflicts", ordered_json::array()}}),
-              "no conflicts, or none that fits the filters\n");
-}
-
-TEST(HumanText, RunSaysWhatWasNotDoneAndHowManyConflictsWait)
-{
-    ordered_json table = {{"table", "users"},    {"method", "one_way"}, {"done", true},        {"updates", 0},
-                          {"adds", 0},           {"deletes", 0},        {"source_updates", 0}, {"source_adds", 0},
-                          {"source_deletes", 0}, {"conflicts", 0},      {"errors", 0}};
-    ordered_json later = table;
-    later["table"] = "patient";
-    later["done"] = false;
-    ordered_json result = {
-        {"from", "a"},
-        {"to", "b"},
-        {"tables", {table, later}},
-        {"error", {{"number", 13}, {"hex", "0x800A000D"}, {"source", "s"}, {"text", "t"}, {"todo", "do it"}}},
-        {"recorded", ""},
-        {"passed", ordered_json::array()},
-        {"deleted_rows", ordered_json::array()},
-        {"conflicts_waiting", nullptr},
-        {"conflicts_new", nullptr}};
+    ordered_json result = ordered_json::parse(R"({
+        "from": "a", "to": "b", "recorded": "", "passed": [], "deleted_rows": [], "conflicts_waiting": null,
+        "conflicts_new": null,
+        "error": {"number": 13, "hex": "0x800A000D", "source": "s", "text": "t", "todo": "do it"},
+        "tables": [{"table": "patient", "method": "one_way", "done": false, "updates": 0, "adds": 0, "deletes": 0,
+                    "source_updates": 0, "source_adds": 0, "source_deletes": 0, "conflicts": 0, "errors": 0}]})");
     std::string text = humanText("run", result);
     EXPECT_THAT(text, HasSubstr("Not done: patient\n"));
     EXPECT_THAT(text, HasSubstr("FAILED: 13 (0x800A000D) s: t\n  do it\n"));

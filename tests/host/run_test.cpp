@@ -1,7 +1,6 @@
 // The actions and reports of `quinrep run`, `status` and `verify`, and the sites that are not run.
 #include "Quinrep.h"
 
-#include "com/convert.h"
 #include "support/Sabotage.h"
 
 using testing::ElementsAre;
@@ -90,17 +89,6 @@ TEST_F(Quinrep, MissingControlRecordIsTold)
         EXPECT_EQ(ended.exitCode, kNotReady);
         EXPECT_THAT(ended.messages, HasSubstr("replication_control"));
     }
-}
-
-TEST_F(Quinrep, SecondRunAtTheSameTimeIsRefused)
-{
-    const std::wstring name = L"Global\\quinrep-0-" + com::upperCase(host().sourceDsn);
-    const HANDLE running = CreateMutexW(nullptr, TRUE, name.c_str());
-    const Ended refused = quinrepJson(L"run", "failure");
-    ReleaseMutex(running);
-    CloseHandle(running);
-    EXPECT_EQ(refused.exitCode, kNotReady);
-    EXPECT_THAT(refused.messages, HasSubstr("another run of this site is going on"));
 }
 
 // Between two runs the watch pauses for a second, and only then looks whether the next is due.

@@ -122,7 +122,8 @@ class Secrets(unittest.TestCase):
                 with ProcessList() as processes:
                     said = [self.quinrep(*command) for command in (
                         ["-v", "run", "--ready", "--report", "report.html"], ["-v", "check"], ["run", "--json"])]
-                self.assertIn("quinmarkapp_user", said[0])
+                self.assertRegex(said[0], r"(?s)^1\n.*quinmarkapp_user.*password is refused")
+                self.assertTrue(said[1].startswith("4\n"), said[1])
                 self.assert_secret(*said, *processes.seen)
 
     def logins(self, *passwords):
