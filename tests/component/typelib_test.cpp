@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <functional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -59,16 +58,6 @@ ComPtr<ITypeInfo> implemented(ITypeInfo& info, int index)
     HREFTYPE reference = 0;
     check(info.GetRefTypeOfImplType(static_cast<UINT>(index), &reference));
     return referred(info, reference);
-}
-
-void forEachType(const std::function<void(ITypeInfo&)>& visit)
-{
-    const ComPtr<ITypeLib> types = library();
-    for (UINT index = 0; index < types->GetTypeInfoCount(); ++index) {
-        ComPtr<ITypeInfo> info;
-        check(types->GetTypeInfo(index, &info));
-        visit(*info.Get());
-    }
 }
 
 /// The kind of a type, and how hosts may use it.
@@ -189,13 +178,17 @@ TEST(TypeLibrary, HasItsIdAndVersion)
 TEST(TypeLibrary, KeepsItsTypesAndTheirMembers)
 {
     std::ostringstream text;
-    forEachType([&](ITypeInfo& type) {
-        const TYPEATTR attributes = attributesOf(type);
+    const ComPtr<ITypeLib> types = library();
+    for (UINT index = 0; index < types->GetTypeInfoCount(); ++index) {
+        ComPtr<ITypeInfo> type;
+        check(types->GetTypeInfo(index, &type));
+        const TYPEATTR attributes = attributesOf(*type.Get());
         if (attributes.typekind == TKIND_ALIAS)
-            return;
-        text << narrow(com::guidText(attributes.guid) + L" " + nameOf(type) + L": " + kindText(type)) << '\n';
-        listMembers(type, text);
-    });
+            continue;
+        text << narrow(com::guidText(attributes.guid) + L" " + nameOf(*type.Get()) + L": " + kindText(*type.Get()))
+             << '\n';
+        listMembers(*type.Get(), text);
+    }
     std::ifstream file{std::filesystem::path(TYPELIB_FILE)};
     EXPECT_EQ(text.str(), std::string(std::istreambuf_iterator<char>(file), {}));
 }

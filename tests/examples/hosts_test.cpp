@@ -143,6 +143,7 @@ TEST_P(ExampleHost, KeepsTheErrorThatTheRunRecordedAndRunsNothingUntilAPersonRes
     const ProgramEnd second = run(L" --ready");
     EXPECT_EQ(second.exitCode, 4U) << second.output;
     EXPECT_THAT(second.output, HasSubstr("Nothing was run. Recorded: " + recorded));
+    EXPECT_THAT(second.output, HasSubstr("Only then run with --reset-error."));
     EXPECT_EQ(destination().count(L"patient"), 2);
     EXPECT_EQ(ownSide().count(L"replication_conflict"), 1);
     EXPECT_EQ(controlRecord(L"error_f, last_timestamp, error_message"), record);

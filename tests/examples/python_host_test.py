@@ -87,6 +87,7 @@ class PythonHost(unittest.TestCase):
         self.assertEqual(component.error, "New in destination")
         self.assertEqual(self.run_host(component, "--ready"), 4)
         self.assertIn("Nothing was run. Recorded: New in destination\n", self.said)
+        self.assertIn("Only then run with --reset-error.", self.said)
         self.assertEqual(component.calls, ["go", "SetReady"])
 
     def test_conflicts_alone_end_with_2(self):

@@ -57,17 +57,10 @@ protected:
 
     static std::wstring runError(_clsReplicate& run)
     {
-        _bstr_t message;
-        com::checkCall(run.get_sErrorMessage(message.GetAddress()));
-        return message.length() > 0 ? std::wstring(message) : std::wstring();
+        return com::toText(com::Dispatch(&run).property(L"sErrorMessage"));
     }
 
-    static bool runFailed(_clsReplicate& run)
-    {
-        VARIANT_BOOL failed = VARIANT_FALSE;
-        com::checkCall(run.get_bError(&failed));
-        return failed != VARIANT_FALSE;
-    }
+    static bool runFailed(_clsReplicate& run) { return com::toBool(com::Dispatch(&run).property(L"bError")); }
 
     /// Clears the error state of both sites, as an administrator does.
     static void resetError(const PracticeSide& side)

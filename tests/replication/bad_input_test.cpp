@@ -76,9 +76,7 @@ TEST_F(BadInput, NotReadyPostponesTheNextAttempt)
 TEST_F(BadInput, ErrorStateOfTheRunStopsTheNextOneUntilItIsReset)
 {
     connect();
-    VARIANT_BOOL error = VARIANT_TRUE;
-    _bstr_t message(L"Müller's run: 5 € short");
-    com::checkCall(factory().setError(&error, &message.GetBSTR()));
+    com::Dispatch(&factory()).call(L"setError", {true, L"Müller's run: 5 € short"});
     EXPECT_EQ(recordedError(), L"error: Müller's run: 5 € short");
     RunObject run = createRun();
     initNextRun(*run.Get());

@@ -50,36 +50,25 @@ protected:
             local().connection().call(L"Execute", {L"select * from replication_conflict order by key_info"}));
     }
 
-    ConflictObject createConflict(const _variant_t& id = _variant_t()) const
+    com::Dispatch createConflict(const _variant_t& id = _variant_t()) const
     {
-        _variant_t argument(id);
-        ConflictObject conflict;
-        com::checkCall(factory().createConflict(&argument, conflict.GetAddressOf()));
-        return conflict;
-    }
-
-    static void load(_clsConflict& conflict, const com::Dispatch& recordset)
-    {
-        IDispatch* rs = recordset.get();
-        com::checkCall(conflict.loadFromRs(&rs));
+        return com::Dispatch::from(com::Dispatch(&factory()).call(L"createConflict", {id}));
     }
 
     /// The first conflict of the list.
-    ConflictObject loadConflict() const
+    com::Dispatch loadConflict() const
     {
         const com::Dispatch recordset = listed();
-        const ConflictObject conflict = createConflict();
-        load(*conflict.Get(), recordset);
+        const com::Dispatch conflict = createConflict();
+        conflict.call(L"loadFromRs", {_variant_t(recordset.get())});
         recordset.call(L"Close");
         return conflict;
     }
 
-    static bool resolve(_clsConflict& conflict, short resolution)
+    static bool resolve(const com::Dispatch& conflict, long resolution)
     {
-        VARIANT_BOOL resolved = VARIANT_FALSE;
-        com::checkCall(conflict.put_iResolutionType(&resolution));
-        com::checkCall(conflict.resolve(&resolved));
-        return resolved != VARIANT_FALSE;
+        conflict.put(L"iResolutionType", resolution);
+        return com::toBool(conflict.call(L"resolve"));
     }
 };
 
@@ -90,7 +79,7 @@ TEST_F(Conflicts, LoadWhatTheRunHasFound)
     const com::Dispatch row = listed();
     const _variant_t id = com::Dispatch::from(com::Dispatch::from(row.property(L"Fields")).property(L"Item", {L"unid"}))
                               .property(L"Value");
-    const com::Dispatch loaded(createConflict(id).Get());
+    const com::Dispatch loaded = createConflict(id);
     EXPECT_EQ(com::toText(loaded.property(L"bExists")), L"False");
     loaded.call(L"loadFromRs", {_variant_t(row.get())});
     EXPECT_EQ(com::toText(loaded.property(L"vConflictId")), com::toText(id));
@@ -122,9 +111,9 @@ TEST_F(Conflicts, AreSettledFromEitherSideAndMayBeResolvedAgain)
         runAt(LAPTOP);
         find(kind);
         const std::vector<std::wstring> sources = source().rows(L"select * from shortcut");
-        const ConflictObject conflict = loadConflict();
+        const com::Dispatch conflict = loadConflict();
         for (int time = 0; time < 2; ++time) {
-            EXPECT_TRUE(resolve(*conflict.Get(), static_cast<short>(resolution)));
+            EXPECT_TRUE(resolve(conflict, resolution));
             EXPECT_EQ(shortcuts(destination()), left);
         }
         EXPECT_EQ(source().rows(L"select * from shortcut"), sources);
@@ -137,8 +126,7 @@ TEST_F(Conflicts, AreSettledFromEitherSideAndMayBeResolvedAgain)
 TEST_F(Conflicts, SavedByTheHostAppearInTheDatabase)
 {
     connect();
-    const ConflictObject conflict = createConflict();
-    const com::Dispatch host(conflict.Get());
+    const com::Dispatch host = createConflict();
     host.put(L"sTable", L"shortcut");
     host.put(L"vGuid", kKey);
     host.put(L"iConflictType", 3L);
@@ -157,13 +145,13 @@ TEST_F(CutResolution, LeavesTheConflictToBeResolvedAgain)
     find(CHANGED_ON_BOTH);
     {
         const CutConnection cut(destination(), L"shortcut", L"update", L"new.item_name = 'source''s'");
-        EXPECT_EQ(raised([&] { resolve(*loadConflict().Get(), USE_SOURCE); }).source, L"clsConflict.resolve");
+        EXPECT_EQ(raised([&] { resolve(loadConflict(), USE_SOURCE); }).source, L"clsConflict.resolve");
     }
     EXPECT_THAT(shortcuts(destination()), ElementsAre(L"destination's"));
     EXPECT_EQ(conflicts().size(), 1U);
     disconnect();
     connect();
-    EXPECT_TRUE(resolve(*loadConflict().Get(), USE_SOURCE));
+    EXPECT_TRUE(resolve(loadConflict(), USE_SOURCE));
     EXPECT_THAT(shortcuts(destination()), ElementsAre(L"source's"));
     EXPECT_THAT(conflicts(), IsEmpty());
 }

@@ -173,20 +173,12 @@ protected:
     size_t peakOfSmallRun() { return peakOfRun({400, 100}); }
 };
 
-std::string nameOf(const testing::TestParamInfo<enumReplicationMethod>& info)
-{
-    switch (info.param) {
-    case TWO_WAY:
-        return "TwoWay";
-    case ONE_WAY_DELETE_ALL:
-        return "FullCopy";
-    default:
-        return "OneWay";
-    }
-}
-
 INSTANTIATE_TEST_SUITE_P(Methods, LargeTable, testing::Values(ONE_WAY_ALLOW_DELETES, TWO_WAY, ONE_WAY_DELETE_ALL),
-                         nameOf);
+                         [](const auto& info) {
+                             return info.param == TWO_WAY              ? "TwoWay"
+                                    : info.param == ONE_WAY_DELETE_ALL ? "FullCopy"
+                                                                       : "OneWay";
+                         });
 
 } // namespace
 
