@@ -2,14 +2,12 @@
 
 #include "com/convert.h"
 #include "com/enumerate.h"
-#include "com/error.h"
 
 #include <gmock/gmock.h>
 
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 class CollectionOfARun : public testing::Test
 {
@@ -45,24 +43,6 @@ TEST_F(CollectionOfARun, TellsEachTableAndEndsAfterTheLast)
     EXPECT_EQ(fetch(3), S_OK);
     EXPECT_EQ(fetch(1), S_FALSE);
     EXPECT_THAT(told_, ElementsAre("start 0", "finish 0", "start 1", "finish 1", "start 2", "finish 2"));
-}
-
-TEST_F(CollectionOfARun, CancelledEndsAsAnErrorThatNamesWhatWasNotDone)
-{
-    fetch(1);
-    cancelled_ = true;
-    const HRESULT result = fetch(1);
-    EXPECT_EQ(result, E_ABORT);
-    try {
-        com::checkCall(result);
-        FAIL() << "no error";
-    }
-    catch (const com::Error& error) {
-        EXPECT_EQ(error.description, L"Cancelled before table patient, with 2 of 3 tables not done");
-    }
-    EXPECT_THAT(told_, ElementsAre("start 0", "finish 0"));
-    EXPECT_TRUE(run_.tables()[0].finished);
-    EXPECT_FALSE(run_.tables()[1].started);
 }
 
 TEST_F(CollectionOfARun, CancelledAfterTheLastTableEndsWell)

@@ -142,12 +142,3 @@ test('the keyboard alone selects and resolves', async () => {
     await page.getByText('Key 2: the destination\'s row was left').waitFor();
     assert.equal(await laptop.waits(second), false);
 });
-
-test('a conflict that is gone meanwhile is told, not resolved', async () => {
-    const conflict = await changed('Gone');
-    await open();
-    await laptop.sql(`delete from replication_conflict where unid = '${conflict.id}'`);
-    await press('Use source');
-    assert.match(await trouble(), /no longer in the list: somebody else has decided it\. Nothing was done\./);
-    assert.equal(await laptop.shortcutText(conflict.row), 'set at the laptop');
-});
