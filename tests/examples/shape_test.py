@@ -96,8 +96,8 @@ def condition(text, word):
 def faults(host, text):
     """In what a source has not the shape."""
     body = routine(text, host.replicate)
-    values = re.findall(r"\[switch\] \$\w+|\b(?:ready|resetError)(?: As Boolean)? = (?:False|given\.Contains\(.*?\)|.*)",
-                        text)
+    values = re.findall(r"\[switch\] \$\w+|\b(?:ready|resetError)(?: As Boolean)? = "
+                        r"(?:False|given\.Contains\(.*?\)|.*)", text)
     looks = [("run", words(body), REPLICATE),
              ("outcome", [word for word in words(routine(text, host.status_of_run)) if word != "status of run"],
               STATUS_OF_RUN),
