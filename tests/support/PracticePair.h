@@ -104,7 +104,6 @@ protected:
     RunObject createRun() const;
     static void initNextRun(_clsReplicate& run, const std::wstring& programVersion = kProgramVersion);
     static void go(_clsReplicate& run, const std::vector<TableObject>& tables);
-    static void goCollection(_clsReplicate& run, const _variant_t& collection);
     static TableCounters countersOf(_clsReplicateTable& table);
 
     /// A whole run over these tables, from init to disconnect, also when it fails; the counters of each table.

@@ -89,13 +89,8 @@ void PracticePair::go(_clsReplicate& run, const std::vector<TableObject>& tables
     std::vector<_variant_t> elements;
     for (const TableObject& table : tables)
         elements.emplace_back(static_cast<IDispatch*>(table.Get()));
-    goCollection(run, arrayOf(std::move(elements)));
-}
-
-void PracticePair::goCollection(_clsReplicate& run, const _variant_t& collection)
-{
-    _variant_t argument(collection);
-    com::checkCall(run.go(&argument));
+    _variant_t collection = arrayOf(std::move(elements));
+    com::checkCall(run.go(&collection));
 }
 
 TableCounters PracticePair::countersOf(_clsReplicateTable& table)

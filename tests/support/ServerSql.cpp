@@ -17,14 +17,6 @@ std::wstring convertedDate()
     return isPostgreSql() ? L"2025-01-02 1" : L"Jan  2 2025 ";
 }
 
-Change nullableColumn(const std::wstring& table, const std::wstring& column, const std::wstring& type)
-{
-    const std::wstring alter = L"alter table " + table + L" alter column " + column + L" ";
-    if (isPostgreSql())
-        return {alter + L"drop not null", alter + L"set not null"};
-    return {alter + type + L" null", alter + type + L" not null"};
-}
-
 Change knownTable(const std::wstring& prefix, const std::wstring& table)
 {
     if (!isPostgreSql())
@@ -42,11 +34,6 @@ std::wstring taggedDsn(const std::wstring& dsn, const std::wstring& tag)
 std::wstring cutStatement(const std::wstring& tag)
 {
     return L"select pg_terminate_backend(pid) from pg_stat_activity where application_name = '" + tag + L"'";
-}
-
-std::wstring connectionsQuery(const std::wstring& tag)
-{
-    return L"select count(*) from pg_stat_activity where application_name = '" + tag + L"'";
 }
 
 Change trigger(const std::wstring& table, const std::wstring& event, const std::wstring& condition,

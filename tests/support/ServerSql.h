@@ -21,8 +21,6 @@ std::wstring dateType();
 /// The first twelve characters of 2 January 2025, 15:45, as the server converts a date to text.
 std::wstring convertedDate();
 
-Change nullableColumn(const std::wstring& table, const std::wstring& column, const std::wstring& type);
-
 /// Makes a table of the other database known under that database's prefix.
 Change knownTable(const std::wstring& prefix, const std::wstring& table);
 
@@ -32,8 +30,6 @@ Change knownTable(const std::wstring& prefix, const std::wstring& table);
 std::wstring taggedDsn(const std::wstring& dsn, const std::wstring& tag);
 /// Ends the connections listed under `tag`, and runs on any other one.
 std::wstring cutStatement(const std::wstring& tag);
-/// The number of connections listed under `tag`.
-std::wstring connectionsQuery(const std::wstring& tag);
 
 /// Runs `statements` before `event` (insert, update, delete) of a row of `table` that fits `condition`. The row is NEW,
 /// or OLD for a delete.
