@@ -160,6 +160,8 @@ TEST_F(RowSqlTest, SkipRuleLeavesOutModDateOnlyWhenAsked)
     EXPECT_TRUE(Utils::isSkipField(L"Patient", L"lock_f", false));
     EXPECT_TRUE(Utils::isSkipField(L"patient", L"LOCK_F", true));
     EXPECT_FALSE(Utils::isSkipField(L"patients", L"lock_f", true));
+    EXPECT_FALSE(Utils::isSkipField(L"dentist", L"lock_f", true));
+    EXPECT_FALSE(Utils::isSkipField(L"patient", L"mobile", true));
     EXPECT_FALSE(Utils::isSkipField(L"patient", L"lock", true));
 }
 
