@@ -64,6 +64,8 @@ startWine() {
         wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null 9>&-
         wineserver -w
     fi
+    # A run that was killed leaves its server, beside which no other starts.
+    stopWine
     # In a group of its own, since Ctrl+C would end it before its programs.
     setsid wineserver -f -p >/dev/null 2>&1 9>&- &
     wineServerPid=$!
@@ -78,7 +80,7 @@ livingPrograms() {
     local environment pid
     for environment in $(grep -lszxF -- "WINEPREFIX=$WINEPREFIX" /proc/[0-9]*/environ); do
         pid=${environment//[^0-9]/}
-        if tr '\0' ' ' <"/proc/$pid/cmdline" 2>/dev/null | grep -q '\.exe'; then
+        if tr '\0' ' ' 2>/dev/null <"/proc/$pid/cmdline" | grep -q '\.exe'; then
             printf '%s\n' "$pid"
         fi
     done
