@@ -16,7 +16,7 @@ import drawing
 from fragile_practice import PATIENCE, FragilePractice
 from judgement import after_accident, after_good_run, settings_left
 from scene import Scene
-from side import skip_without_databases, wait_until
+from side import skip_without_postgresql, wait_until
 
 ACCIDENTS_OF_A_SCENE = 16
 SAMPLE = 8
@@ -139,7 +139,7 @@ class Trial:
 
 
 def main():
-    skip_without_databases()
+    skip_without_postgresql()
     chosen = drawing.parser(__doc__, "accidents", SAMPLE).parse_args()
     with contextlib.closing(FragilePractice()) as practice:
         trial = Trial(practice, chosen.seed)

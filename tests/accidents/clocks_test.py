@@ -5,7 +5,7 @@ import uuid
 
 from fragile_practice import FragileCase
 from practice import LAST_RUN, main
-from side import wait_until
+from side import skip_without_postgresql, wait_until
 
 # Table, column, and another column with a value that it needs.
 ONE_WAY, TWO_WAY = ("shortcut", "item_name", {}), ("combo_values", "combo_value", {"combo_name": "c"})
@@ -158,4 +158,5 @@ class Clocks(FragileCase):
 
 
 if __name__ == "__main__":
+    skip_without_postgresql()
     main()

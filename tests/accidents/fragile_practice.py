@@ -21,7 +21,8 @@ class FragilePractice(OwnServer):
 
     def set(self, scene):
         for name, side in self.sides.items():
-            side.sql(self.clearing(*ALL) + "".join(side.insertion(*rows) for rows in scene.rows[name].items()))
+            self.clear(side, *ALL)
+            side.sql("".join(side.insertion(*rows) for rows in scene.rows[name].items()))
 
     def states(self):
         return {name: snapshot(side) for name, side in self.sides.items()}

@@ -2,7 +2,7 @@
 
 import uuid
 
-from practice import HAS_PATIENT_KEY, LAST_RUN
+from practice import LAST_RUN
 
 OLD = "2026-02-01 08:{:02}:{:02}"
 NEW = "2026-03-02 09:{:02}:{:02}"
@@ -66,7 +66,7 @@ def snapshot(side):
               from replication_conflict c)""",
               f"'advanced', (select last_timestamp <> '{LAST_RUN}' from replication_control where unique_key = 0)",
               "'ready', (select ready_f from replication_control where unique_key = 0)",
-              f"'key', {HAS_PATIENT_KEY}"]
+              f"'key', {str(side.has_patient_key()).lower()}"]
     state = side.value(f"select json_build_object({', '.join(parts)})")
     return {name: {} if name in ALL and value is None else value or [] if name == "conflicts" else value
             for name, value in state.items()}

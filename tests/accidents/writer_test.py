@@ -8,6 +8,7 @@ import uuid
 
 from fragile_practice import FragileCase
 from practice import main
+from side import skip_without_postgresql
 
 RUNS, MOST_RUNS = 5, 30
 # The least number of changes that the writer has to make during the runs.
@@ -118,4 +119,5 @@ class WriterBesideRuns(FragileCase):
 
 
 if __name__ == "__main__":
+    skip_without_postgresql()
     main()

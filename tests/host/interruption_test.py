@@ -5,7 +5,7 @@ import re
 import signal
 
 import practice
-from practice import HAS_PATIENT_KEY, LAST_RUN
+from practice import LAST_RUN
 from practice_case import PracticeCase
 from terminal import CTRL_C
 
@@ -14,17 +14,14 @@ CANCELLED = "Cancelled before table chair_type, with 1 of 2 tables not done"
 
 
 class InterruptedRun(PracticeCase):
-    def cancelled_run(self, mode="exclusive"):
+    def cancelled_run(self, readers=False):
         """A run that is cancelled while it waits in the middle of the first table."""
-        with self.laptop.locked("users", mode):
+        with self.laptop.locked("users", readers):
             terminal = self.waiting_run()
             terminal.type(CTRL_C)
             terminal.wait_for("^C")
         self.assertEqual(terminal.wait(), 1)
         return terminal
-
-    def has_patient_key(self):
-        return self.office.value(f"select {HAS_PATIENT_KEY}")
 
     def patient_key(self):
         key, = self.office.sql("select oid, pg_get_constraintdef(oid) from pg_constraint "
@@ -39,7 +36,7 @@ class InterruptedRun(PracticeCase):
         self.assertEqual(ended.returncode, 0, ended.stdout + ended.stderr)
         self.assertEqual(self.rows_at_laptop(), [[1], [1]])
         self.assertGreater(self.practice.control("last_timestamp"), LAST_RUN)
-        self.assertTrue(self.has_patient_key())
+        self.assertTrue(self.office.has_patient_key())
 
     def test_ctrl_c_ends_it_before_the_next_table_and_the_next_run_needs_the_error_reset(self):
         terminal = self.cancelled_run()
@@ -47,7 +44,7 @@ class InterruptedRun(PracticeCase):
         self.assertIn("Not done: chair_type", terminal.lines)
         self.assertIn(CANCELLED, "\n".join(terminal.lines))
         self.assertEqual(self.practice.control("last_timestamp, error_f, error_message"), (LAST_RUN, True, CANCELLED))
-        self.assertFalse(self.has_patient_key())
+        self.assertFalse(self.office.has_patient_key())
         refused = self.practice.quinrep("run")
         self.assertEqual(refused.returncode, 4)
         self.assertIn("the last run is in error: Cancelled before table chair_type", refused.stderr)
@@ -65,9 +62,9 @@ class InterruptedRun(PracticeCase):
         self.assertNotEqual(by_run, by_hand)
 
     def test_ctrl_c_during_the_look_ahead_writes_nothing(self):
-        terminal = self.cancelled_run("access exclusive")
+        terminal = self.cancelled_run(readers=True)
         self.assertIn("quinrep: cancelled before the first table; nothing was written", "".join(terminal.lines))
-        self.assertTrue(self.has_patient_key())
+        self.assertTrue(self.office.has_patient_key())
         self.assert_unchanged()
 
     def test_second_ctrl_c_ends_it_at_once(self):

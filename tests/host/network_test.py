@@ -6,7 +6,7 @@ import time
 from own_server import OwnServer
 from practice import LAST_RUN, main
 from practice_case import PracticeCase
-from side import wait_until
+from side import skip_without_postgresql, wait_until
 from terminal import CTRL_C
 
 
@@ -59,7 +59,7 @@ class RunThroughABadNetwork(PracticeCase):
                 with self.laptop.locked("users"):
                     terminal = self.start("--ready", "--reset-error")
                     self.laptop.sql(f"update control set id = 'other' where type = '{mark}'")
-                    self.laptop.sql("select pg_cancel_backend(pid) from pg_locks where not granted")
+                    self.laptop.cancel_waiters()
                     self.assertEqual(terminal.wait(), 1)
                 self.assertFalse(json.loads(self.results.read_text())["connection_lost"])
                 self.assertIn(said, self.practice.quinrep("check").stdout)
@@ -122,7 +122,7 @@ class RunThroughABadNetwork(PracticeCase):
         self.assertEqual(terminal.wait(), 0)
 
     def test_watch_comes_back_when_the_connection_is_lost_before_the_first_table(self):
-        with self.laptop.locked("control", "access exclusive"):
+        with self.laptop.locked("control", readers=True):
             terminal = self.start("--watch")
             self.cut(heal=True)
             self.time_of_attempt(1)
@@ -139,4 +139,5 @@ class RunThroughABadNetwork(PracticeCase):
 
 
 if __name__ == "__main__":
+    skip_without_postgresql()
     main()

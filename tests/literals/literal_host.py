@@ -1,11 +1,12 @@
 """The place where literals are tried: a database of their own, and a Wine prefix of their own for regional settings."""
 
+import contextlib
 import os
 import subprocess
 
 from practice import BINARIES
 from rows import COLUMNS, ROUTINE_COLUMNS
-from side import Side
+from side import server_of
 from wine_prefix import Prefix
 
 DATABASE = "literals"
@@ -17,19 +18,17 @@ class LiteralDatabase:
     """Source rows, and the tables into which the host copies them."""
 
     def __init__(self):
-        self._server = Side.owned("postgres", os.environ)
-        self._server.sql(f"drop database if exists {DATABASE} with (force)")
-        self._server.sql(f"create database {DATABASE} template template0")
-        self._side = Side.owned(DATABASE, os.environ)
-        self._side.run_files("00_server_compat.sql")
+        self._server = server_of()
+        self._server.create(DATABASE)
+        self._side = self._server.login(DATABASE)
         for table, columns in TABLES.items():
             declared = ", ".join(f"{name} {kind}" for name, kind in columns.items())
-            self._side.sql(f"create table literal_{table} (unid int primary key, {declared});"
-                           f"grant all on literal_{table} to quinmarkapp_user")
+            self._side.sql(f"create table literal_{table} (unid int primary key, {declared})")
 
     def read_dates_as(self, order):
         """For later connections."""
-        self._server.sql(f"alter database {DATABASE} set datestyle = 'ISO, {order}'")
+        with contextlib.closing(self._server.owner()) as owner:
+            owner.sql(f"alter database {DATABASE} set datestyle = 'ISO, {order}'")
 
     def fill(self, rows):
         self._side.sql(f"truncate {', '.join(f'literal_{table}' for table in TABLES)};" +
@@ -44,7 +43,7 @@ class LiteralDatabase:
 
     def close(self):
         self._side.disconnect()
-        self._server.sql(f"drop database {DATABASE}")
+        self._server.drop(DATABASE)
 
 
 class RegionalPrefix(Prefix):

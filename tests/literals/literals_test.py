@@ -15,7 +15,7 @@ import drawing
 from literal_host import LiteralDatabase, RegionalPrefix, copy_rows
 from rows import COLUMNS, carried_row, random_row, routine_results
 from settings import PAIRS
-from side import skip_without_databases
+from side import skip_without_postgresql
 
 ROWS = 200
 SECOND = datetime.timedelta(seconds=1)
@@ -100,7 +100,7 @@ def run(chosen, database, prefix):
 
 
 def main():
-    skip_without_databases()
+    skip_without_postgresql()
     chosen = drawing.parser(__doc__, "turns", 1).parse_args()
     with contextlib.closing(RegionalPrefix()) as prefix, contextlib.closing(LiteralDatabase()) as database:
         tried, found = run(chosen, database, prefix)

@@ -1,34 +1,18 @@
 """The databases and the component that a case runs on."""
 
+import contextlib
 import json
 import os
 import subprocess
 import sys
 
-from practice import BINARIES, HAS_PATIENT_KEY, RECORDS
-from side import Side
+from practice import BINARIES, RECORDS
+from side import server_of
 from tables import TABLES, parsed, plain, schema
 from values import iso
 
-LOGIN = "quinmarkapp_user"
-CONTROL_FILES = ("10_control.sql", "20_replication_control.sql", "30_replication_counts.sql",
-                 "40_replication_conflict.sql", "50_procedures.sql")
 # Joins list rows in the order of the key, single tables in the order of storage: then the order is known.
-SETTINGS = ("search_path = {name}, dbo, public", "datestyle = 'ISO, MDY'", "enable_hashjoin = off",
-            "enable_nestloop = off", "lock_timeout = '20s'")
-
-
-def _create(name, server):
-    server.sql(f"drop database if exists {name} with (force)")
-    server.sql(f"create database {name} template template0")
-    for setting in SETTINGS:
-        server.sql(f"alter database {name} set {setting.format(name=name)}")
-    owner = Side.owned(name, os.environ)
-    owner.run_files("00_server_compat.sql")
-    owner.sql(f"create schema {name} authorization {LOGIN}")
-    owner.run_files(*CONTROL_FILES, login=LOGIN)
-    owner.sql(f"set session authorization {LOGIN}; {schema()}")
-    owner.disconnect()
+SETTINGS = ("enable_hashjoin = off", "enable_nestloop = off", "lock_timeout = '20s'")
 
 
 class Databases:
@@ -36,13 +20,14 @@ class Databases:
 
     def __init__(self, number):
         self.names = {"source": f"model_office_{number}", "destination": f"model_laptop_{number}"}
-        server = Side.owned("postgres", os.environ)
+        server = server_of()
         for name in self.names.values():
-            _create(name, server)
-        server.disconnect()
-        self._sides = {side: Side.owned(name, os.environ) for side, name in self.names.items()}
-        for side, peer in zip(self._sides.values(), reversed(self.names.values())):
-            side.run_files("75_peer_database.sql", peer=peer, password=os.environ["QUINMARK_PASSWORD"])
+            server.create(name, *server.CONTROL_FILES, settings=SETTINGS)
+            with contextlib.closing(server.login(name)) as login:
+                login.sql(schema())
+        server.introduce(*self.names.values())
+        self._sides = {side: server.owner(name) for side, name in self.names.items()}
+        for side in self._sides.values():
             side.sql("alter server peer options (set use_remote_estimate 'false')")
 
     def set(self, state, tables, site, last):
@@ -62,8 +47,9 @@ class Databases:
                   " order by xmin::text::bigint, cmin::text::bigint) r)" for name in RECORDS[:-1]]
         parts.append(f"'control', (select row_to_json(r) from (select ready_f, error_f, error_message, last_timestamp"
                      f" from replication_control where unique_key = {site}) r)")
-        query = f"select json_build_object({', '.join(parts)}, 'key', {HAS_PATIENT_KEY})::text"
-        return {side: self._decode(database.value(query), tables) for side, database in self._sides.items()}
+        query = f"select json_build_object({', '.join(parts)})::text"
+        return {side: {**self._decode(database.value(query), tables), "key": database.has_patient_key()}
+                for side, database in self._sides.items()}
 
     @staticmethod
     def _decode(text, tables):
@@ -73,7 +59,7 @@ class Databases:
         return state
 
     def has_patient_key(self):
-        return {side: database.value(f"select {HAS_PATIENT_KEY}") for side, database in self._sides.items()}
+        return {side: database.has_patient_key() for side, database in self._sides.items()}
 
 
 def _escape(text):

@@ -16,7 +16,7 @@ import drawing
 from cases import Case, Generator
 from check import Check
 from shrink import shrunk
-from side import skip_without_databases
+from side import skip_without_postgresql
 
 SAMPLE, ENOUGH = 1500, 5
 # Numbers that are handed out at once, and how many cases lie between two lines that say how far it is.
@@ -75,7 +75,7 @@ def try_random(chosen, pool):
 
 
 def main():
-    skip_without_databases()
+    skip_without_postgresql()
     parser = drawing.parser(__doc__, "cases", SAMPLE)
     parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="how many processes")
     parser.add_argument("--keep", action="store_true", help="put what is found, made small, into cases/")

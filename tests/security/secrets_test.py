@@ -10,7 +10,7 @@ import unittest
 
 from own_server import OwnServer
 from practice import BINARIES, NEW, PASSWORD, main, windows_path
-from side import REPOSITORY
+from side import REPOSITORY, skip_without_postgresql
 
 # It stands nowhere by chance.
 MARK = f"Marked{secrets.token_hex(8)}"
@@ -180,4 +180,5 @@ class Secrets(unittest.TestCase):
 
 
 if __name__ == "__main__":
+    skip_without_postgresql()
     main()

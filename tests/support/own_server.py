@@ -12,7 +12,8 @@ import tempfile
 import zlib
 
 from practice import Practice
-from side import OTHERS, REPOSITORY, Side, SQL_FILES, data_sources, wait_until
+from postgresql import OTHERS, SQL_FILES
+from side import REPOSITORY, data_sources, server_of, wait_until
 
 SCRIPTS = [REPOSITORY / "scripts" / name for name in ("devdb.sh", "lib.sh")]
 PATIENTS = 5
@@ -85,18 +86,15 @@ class OwnServer(Practice):
         if password:
             settings["QUINMARK_PASSWORD"] = password
             for database in ("office", "laptop"):
-                Side.owned(database, settings).sql(f"""alter role quinmarkapp_user password '{password}';
+                server_of(settings).owner(database).sql(f"""alter role quinmarkapp_user password '{password}';
                     alter user mapping for public server peer options (set password '{password}')""")
         return settings
 
     def keep_what_is_committed(self):
         """Even if the server is killed."""
-        owner = self.owned("postgres")
+        owner = server_of(self.environment).owner()
         for statement in ("alter system set synchronous_commit = on", "select pg_reload_conf()"):
             owner.sql(statement)
-
-    def owned(self, database):
-        return Side.owned(database, self.environment)
 
     def kill_server(self):
         """As a power cut does: all of its processes at once."""

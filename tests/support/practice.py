@@ -9,19 +9,18 @@ import tempfile
 import unittest
 
 from relay import LOCALHOST, Relay
-from side import REPOSITORY, Side, data_sources, skip_without_databases
+from side import REPOSITORY, Side, data_sources, server_of, skip_without_databases
 
 BINARIES = pathlib.Path(os.environ.get("QUINMARK_BINARIES", REPOSITORY / "build" / "x86-release"))
 QUINREP = BINARIES / "quinrep.exe"
 LAST_RUN = datetime.datetime(2026, 3, 1, 18)
 NEW = datetime.datetime(2026, 3, 2, 9)
 RECORDS = ("replication_conflict_data", "replication_conflict", "replication_counts", "replication_control")
-HAS_PATIENT_KEY = "(select count(*) = 1 from pg_constraint where conname = 'fk_patient_dentist')"
 PASSWORD = "env:QUINMARK_PASSWORD"
 
 
 def main():
-    """Runs the tests of the calling program, or skips them where the private PostgreSQL is missing."""
+    """Runs the tests of the calling program, or skips them where the databases are not told."""
     skip_without_databases()
     unittest.main()
 
@@ -58,16 +57,15 @@ class Practice:
     def reset(self):
         """No rows in quinrep's tables, no records of runs, and sites that are ready since the last run."""
         for side in self.sides.values():
-            side.sql(self.clearing())
+            self.clear(side)
 
-    def clearing(self, *tables):
-        """The statements of `reset`, which empty other tables too."""
-        return "".join(f"delete from {table};" for table in (*reversed(tables), *self.tables, *RECORDS)) + f"""
-            insert into replication_control (unique_key, ready_f, error_f, last_timestamp, next_timestamp)
-            select site, true, false, '{LAST_RUN}', '{LAST_RUN}' from generate_series(0, 1) site;
-            alter table patient drop constraint if exists FK_patient_dentist;
-            alter table patient add constraint FK_patient_dentist foreign key (dc_id, dentist_id)
-            references dentist (dc_id, dentist_id);"""
+    def clear(self, side, *tables):
+        """`reset` for one side, which empties other tables too."""
+        sites = [{"unique_key": site, "ready_f": True, "error_f": False, "last_timestamp": LAST_RUN,
+                  "next_timestamp": LAST_RUN} for site in (0, 1)]
+        side.sql("".join(f"delete from {table};" for table in (*reversed(tables), *self.tables, *RECORDS)) +
+                 side.insertion("replication_control", sites))
+        side.restore_patient_key()
 
     def control(self, columns):
         """Columns of the site's control record."""
@@ -77,9 +75,9 @@ class Practice:
 
     def relay(self, side):
         """Puts a relay between quinrep and a database."""
-        port = data_sources(self.environment)[self.dsns[side]]["Port"]
-        self.relays[side] = Relay(LOCALHOST, int(port))
-        self.set_odbc(side, Port=self.relays[side].port)
+        server = server_of(self.environment)
+        self.relays[side] = Relay(server.host, int(server.port))
+        self.set_odbc(side, Server=LOCALHOST, Port=self.relays[side].port)
         return self.relays[side]
 
     def set_odbc(self, side, **options):

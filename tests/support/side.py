@@ -1,21 +1,21 @@
 """One database of the test bed: the one place where tests in Python talk to a server."""
 
+import abc
 import configparser
 import contextlib
+import datetime
+import importlib
 import os
 import pathlib
-import subprocess
+import re
 import sys
 import time
 
 REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
-SQL_FILES = REPOSITORY / "database" / "postgres"
 SETTINGS = ["QUINMARK_OFFICE_DSN", "QUINMARK_LAPTOP_DSN", "QUINMARK_PASSWORD", "QUINMARK_OFFICE_PREFIX",
             "QUINMARK_LAPTOP_PREFIX", "ODBCINI", "ODBCSYSINI"]
+LOGIN = "quinmarkapp_user"
 PATIENCE = 20
-# The tests' own connections are known by their name.
-APPLICATION = "tests"
-OTHERS = f"backend_type = 'client backend' and application_name <> '{APPLICATION}'"
 
 
 def skip(reason, required):
@@ -24,19 +24,40 @@ def skip(reason, required):
     sys.exit(1 if required else 77)
 
 
-try:
-    import psycopg2
-except ImportError:
-    skip("python3-psycopg2 is missing; run scripts/install-deps.sh --tests",
-         os.environ.get("QUINMARK_REQUIRE_TOOLS") == "1")
+def is_postgresql(environment=None):
+    """PostgreSQL, unless QUINMARK_SERVER says "sqlserver"."""
+    return (environment or os.environ).get("QUINMARK_SERVER") != "sqlserver"
+
+
+def server_of(environment=None):
+    """The server of an environment: a PostgreSql or a SqlServer."""
+    environment = environment or os.environ
+    if is_postgresql(environment):
+        return _module("postgresql", "psycopg2").PostgreSql(environment)
+    return _module("sqlserver", "pymssql").SqlServer(environment)
+
+
+def _module(name, driver):
+    try:
+        return importlib.import_module(name)
+    except ImportError as error:
+        if error.name != driver:
+            raise
+        return skip(f"python3-{driver} is missing; run scripts/install-deps.sh --tests",
+                    os.environ.get("QUINMARK_REQUIRE_TOOLS") == "1")
 
 
 def skip_without_databases():
-    """Skips the program where the private PostgreSQL is not used."""
-    if os.environ.get("QUINMARK_SERVER") == "sqlserver":
-        skip("the private PostgreSQL is not used", False)
+    """Skips the program where the practice's databases are not told."""
     if missing := [name for name in SETTINGS if not os.environ.get(name)]:
         skip(f"{missing} are not set", os.environ.get("QUINMARK_REQUIRE_DATABASE") == "1")
+
+
+def skip_without_postgresql():
+    """Skips the program where the databases are not those of the private PostgreSQL."""
+    skip_without_databases()
+    if not is_postgresql():
+        skip("the private PostgreSQL is not used", False)
 
 
 def wait_until(condition, what, patience=PATIENCE):
@@ -57,49 +78,65 @@ def data_sources(environment):
     return sources
 
 
-class Side:
+def literal(value):
+    """A value in SQL, as both servers read it."""
+    if value is None:
+        return "null"
+    if isinstance(value, bool):
+        return str(int(value))
+    if isinstance(value, (int, float)):
+        return repr(value)
+    if isinstance(value, datetime.datetime):
+        value = value.isoformat(timespec="milliseconds")
+    return "'" + str(value).replace("'", "''") + "'"
+
+
+def with_variables(sql, variables):
+    """SQL with the values of its variables, $(NAME), as sqlcmd puts them in."""
+    return re.sub(r"\$\((\w+)\)", lambda found: str(variables[found[1]]), sql)
+
+
+class Side(abc.ABC):
     """One database, through a connection of the test's own that is made when it is needed."""
 
-    def __init__(self, **where):
-        self._where = {"host": "127.0.0.1", "application_name": APPLICATION, **where}
+    REFUSED = ()  # the exceptions of the server's driver
+
+    def __init__(self):
         self._connection = None
 
-    @classmethod
-    def of(cls, dsn, environment):
-        """The database that a data source names, with its login."""
-        settings = data_sources(environment)[dsn]
-        return cls(port=settings["Port"], dbname=settings["Database"], user=settings["Username"],
-                   password=environment["QUINMARK_PASSWORD"])
+    @staticmethod
+    def of(dsn, environment=None):
+        """The database that a data source names, with the component's login."""
+        environment = environment or os.environ
+        return server_of(environment).login(data_sources(environment)[dsn]["Database"])
 
-    @classmethod
-    def owned(cls, database, environment):
-        """A database on the environment's server, as the server's owner."""
-        state = pathlib.Path(environment["ODBCSYSINI"])
-        return cls(port=(state / "port").read_text().strip(), dbname=database, user="postgres",
-                   passfile=str(state / "pgpass"))
+    @abc.abstractmethod
+    def _connect(self):
+        """A connection of the driver; statements on it commit by themselves."""
 
     def _connected(self):
-        if not self._connection or self._connection.closed:
-            self._connection = psycopg2.connect(**self._where)
-            self._connection.autocommit = True
+        if not self._connection:
+            self._connection = self._connect()
         return self._connection
 
     def disconnect(self):
         if self._connection:
-            self._connection.close()
+            with contextlib.suppress(self.REFUSED):
+                self._connection.close()
+        self._connection = None
+
+    close = disconnect
 
     def is_up(self):
         """Whether the server takes connections."""
-        with contextlib.suppress(psycopg2.OperationalError):
+        with contextlib.suppress(self.REFUSED):
             self.disconnect()
             return bool(self._connected())
         return False
 
-    def sql(self, statements, values=None):
-        """Runs statements as one transaction; the rows that the last of them gives. `values` are for their %s."""
-        with self._connected().cursor() as cursor:
-            cursor.execute(statements, values)
-            return cursor.fetchall() if cursor.description else []
+    @abc.abstractmethod
+    def sql(self, statements):
+        """Runs statements; the rows that the last of them gives."""
 
     def column(self, query):
         return [value for value, in self.sql(query)]
@@ -108,47 +145,56 @@ class Side:
         value, = self.column(query)
         return value
 
-    def insertion(self, table, rows):
+    def now(self):
+        """The server's clock."""
+        return self.value("select getdate()")
+
+    @abc.abstractmethod
+    def tables(self, *names):
+        """All rows of each table by its name, each row as its values by column, in the order in which the server lists
+        them. A GUID is a text in lower case."""
+
+    @staticmethod
+    def insertion(table, rows):
         """The statement that inserts rows, each given as its values by column."""
         if not rows:
             return ""
-        marks = f"({', '.join(['%s'] * len(rows[0]))})"
-        with self._connected().cursor() as cursor:
-            values = ", ".join(cursor.mogrify(marks, tuple(row.values())).decode() for row in rows)
+        values = ", ".join(f"({', '.join(map(literal, row.values()))})" for row in rows)
         return f"insert into {table} ({', '.join(rows[0])}) values {values};"
 
-    def run_files(self, *names, login=None, **variables):
-        """Runs files of database/postgres, which are written for psql; as another login if told."""
-        command = ["psql", "-X", "-q", "-o", "/dev/null", "-v", "ON_ERROR_STOP=1"]
-        if login:
-            command += ["-c", f"set session authorization {login}"]
-        for name in names:
-            command += ["-f", SQL_FILES / name]
-        for option, key in (("-h", "host"), ("-p", "port"), ("-U", "user"), ("-d", "dbname")):
-            command += [option, self._where[key]]
-        for variable, value in variables.items():
-            command += ["-v", f"{variable}={value}"]
-        subprocess.run(command, check=True, env={**os.environ, "PGPASSFILE": self._where["passfile"],
-                                                 "PGOPTIONS": "-c client_min_messages=warning"})
+    def has_patient_key(self):
+        return self.value("select count(*) from information_schema.table_constraints"
+                          " where lower(constraint_name) = 'fk_patient_dentist'") == 1
 
-    @contextlib.contextmanager
+    def restore_patient_key(self):
+        if not self.has_patient_key():
+            self.sql("alter table patient add constraint FK_patient_dentist foreign key (dc_id, dentist_id)"
+                     " references dentist (dc_id, dentist_id)")
+
+    @abc.abstractmethod
+    def run_files(self, *names, **variables):
+        """Runs files of the server's folder of database/."""
+
+    @abc.abstractmethod
     def transaction(self, statement):
-        """Runs a statement on a connection of its own, in a transaction that is committed at the end."""
-        with contextlib.closing(psycopg2.connect(**self._where)) as connection:
-            with connection, connection.cursor() as cursor:
-                cursor.execute(statement)
-                yield
+        """A context: runs a statement on a connection of its own, in a transaction that is committed at the end."""
 
-    def locked(self, table, mode="exclusive"):
-        """Makes everybody else who writes to a table wait; with "access exclusive" also those who read it."""
-        return self.transaction(f"lock table {table} in {mode} mode")
+    @abc.abstractmethod
+    def locked(self, table, readers=False):
+        """A context in which everybody else who writes to a table waits, or, if told, who reads it."""
+
+    @abc.abstractmethod
+    def waiters(self):
+        """The connections whose statements wait for a lock."""
 
     def wait_for_waiter(self):
         """Waits until somebody waits for a lock."""
-        waiting = "select count(*) from pg_locks where not granted and database = " \
-                  "(select oid from pg_database where datname = current_database())"
-        wait_until(lambda: self.value(waiting), "somebody waits for a lock")
+        wait_until(self.waiters, "somebody waits for a lock")
 
+    @abc.abstractmethod
     def end_waiters(self):
-        """Ends the statements that wait for a lock, which the server does not do when their client is gone."""
-        self.sql("select pg_terminate_backend(pid, 5000) from pg_locks where not granted and pid <> pg_backend_pid()")
+        """Ends the connections that wait for a lock, which the server does not do when their client is gone."""
+
+    @abc.abstractmethod
+    def cancel_waiters(self):
+        """Refuses the statements that wait for a lock."""

@@ -1,0 +1,135 @@
+"""The private PostgreSQL of scripts/devdb.sh, as tests in Python talk to it."""
+
+import contextlib
+import os
+import pathlib
+import subprocess
+
+import psycopg2
+
+from side import LOGIN, REPOSITORY, Side, data_sources
+
+SQL_FILES = REPOSITORY / "database" / "postgres"
+# The tests' own connections are known by their name.
+APPLICATION = "tests"
+OTHERS = f"backend_type = 'client backend' and application_name <> '{APPLICATION}'"
+
+
+class PostgreSql:
+    """The server of an environment, and databases on it."""
+
+    FILES = ("schema.sql",)
+    CONTROL_FILES = ("10_control.sql", "20_replication_control.sql", "30_replication_counts.sql",
+                     "40_replication_conflict.sql", "50_procedures.sql")
+
+    def __init__(self, environment):
+        self._environment = environment
+        self._state = pathlib.Path(environment["ODBCSYSINI"])
+        self.host = "127.0.0.1"
+        self.port = (self._state / "port").read_text().strip()
+
+    def login(self, database):
+        """A database, with the component's login."""
+        return PostgreSqlSide(port=self.port, dbname=database, user=LOGIN,
+                              password=self._environment["QUINMARK_PASSWORD"])
+
+    def owner(self, database="postgres"):
+        """A database, as the server's owner."""
+        return PostgreSqlSide(port=self.port, dbname=database, user="postgres", passfile=str(self._state / "pgpass"))
+
+    @staticmethod
+    def prefix(database):
+        """The prefix of a database's tables in a statement on either side."""
+        return f"{database}."
+
+    def create(self, database, *files, settings=()):
+        """Makes a database anew that belongs to the component's login; runs files in it as that login. Its tables are
+        in a schema of its own name. `settings` are those of later connections."""
+        self.drop(database)
+        with contextlib.closing(self.owner()) as server:
+            server.sql(f"create database {database} template template0")
+            for setting in (f"search_path = {database}, dbo, public", "datestyle = 'ISO, MDY'", *settings):
+                server.sql(f"alter database {database} set {setting}")
+        with contextlib.closing(self.owner(database)) as owner:
+            owner.run_files("00_server_compat.sql")
+            owner.sql(f"create schema {database} authorization {LOGIN}")
+            owner.run_files(*files, login=LOGIN)
+
+    def introduce(self, *databases):
+        """Makes the tables of two databases known to each other under their prefixes."""
+        for database, peer in zip(databases, reversed(databases)):
+            with contextlib.closing(self.owner(database)) as owner:
+                owner.run_files("75_peer_database.sql", peer=peer, password=self._environment["QUINMARK_PASSWORD"])
+
+    def drop(self, *databases):
+        with contextlib.closing(self.owner()) as server:
+            for database in databases:
+                server.sql(f"drop database if exists {database} with (force)")
+
+
+class PostgreSqlSide(Side):
+    """A database of PostgreSQL; `where` is psycopg2's."""
+
+    REFUSED = (psycopg2.Error,)
+
+    def __init__(self, **where):
+        super().__init__()
+        self._where = {"host": "127.0.0.1", "application_name": APPLICATION, **where}
+
+    def _connect(self):
+        connection = psycopg2.connect(**self._where)
+        connection.autocommit = True
+        return connection
+
+    def _connected(self):
+        if self._connection and self._connection.closed:
+            self._connection = None
+        return super()._connected()
+
+    def sql(self, statements):
+        with self._connected().cursor() as cursor:
+            cursor.execute(statements)
+            return cursor.fetchall() if cursor.description else []
+
+    def tables(self, *names):
+        found = {}
+        for name in names:
+            with self._connected().cursor() as cursor:
+                cursor.execute(f"select * from {name}")
+                columns = [column.name for column in cursor.description]
+                found[name] = [dict(zip(columns, row)) for row in cursor]
+        return found
+
+    def run_files(self, *names, login=None, **variables):
+        """They are written for psql; run as another login if told."""
+        command = ["psql", "-X", "-q", "-o", "/dev/null", "-v", "ON_ERROR_STOP=1"]
+        if login:
+            command += ["-c", f"set session authorization {login}"]
+        for name in names:
+            command += ["-f", SQL_FILES / name]
+        for option, key in (("-h", "host"), ("-p", "port"), ("-U", "user"), ("-d", "dbname")):
+            command += [option, self._where[key]]
+        for variable, value in variables.items():
+            command += ["-v", f"{variable}={value}"]
+        subprocess.run(command, check=True, env={**os.environ, "PGPASSFILE": self._where["passfile"],
+                                                 "PGOPTIONS": "-c client_min_messages=warning"})
+
+    @contextlib.contextmanager
+    def transaction(self, statement):
+        with contextlib.closing(psycopg2.connect(**self._where)) as connection:
+            with connection, connection.cursor() as cursor:
+                cursor.execute(statement)
+                yield
+
+    def locked(self, table, readers=False):
+        return self.transaction(f"lock table {table} in {'access exclusive' if readers else 'exclusive'} mode")
+
+    def waiters(self):
+        return self.column("select pid from pg_locks where not granted and database = "
+                           "(select oid from pg_database where datname = current_database())")
+
+    def end_waiters(self):
+        self.sql("select pg_terminate_backend(pid, 5000) from pg_locks where not granted and pid <> pg_backend_pid()")
+
+    def cancel_waiters(self):
+        self.sql("select pg_cancel_backend(pid) from pg_locks where not granted")
