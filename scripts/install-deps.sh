@@ -17,12 +17,12 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 readonly kPackages=(
     cmake ninja-build g++-mingw-w64-i686-posix mingw-w64-tools googletest
     wine wine32:i386 xvfb
-    libodbc2:i386 odbc-postgresql:i386 tdsodbc:i386 postgresql python3
+    libodbc2:i386 odbc-postgresql:i386 tdsodbc:i386 postgresql python3 python3-psycopg2 python3-pymssql
     libcli11-dev libtomlplusplus-dev nlohmann-json3-dev libfmt-dev wixl
 )
 readonly kTestPackages=(
     chromium clang libclang-rt-14-dev clang-tidy cppcheck gcovr
-    python3-jsonschema python3-pexpect python3-psycopg2 python3-pyte
+    python3-jsonschema python3-pexpect python3-pyte
 )
 # MariaDB without its service: the benches start a server of their own.
 readonly kBenchPackages=(percona-toolkit mariadb-server-core mariadb-client-core)

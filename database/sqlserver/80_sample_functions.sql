@@ -11,9 +11,12 @@ go
 
 create function dbo.SampleGuid(@what varchar(40), @i int) returns uniqueidentifier as
 begin
-    declare @h char(32) = convert(char(32), hashbytes('MD5', @what + ':' + convert(varchar(12), @i)), 2);
-    return convert(uniqueidentifier, substring(@h, 1, 8) + '-' + substring(@h, 9, 4) + '-' + substring(@h, 13, 4) + '-'
-                                     + substring(@h, 17, 4) + '-' + substring(@h, 21, 12));
+    -- The bytes in the order in which a GUID is written; the conversion turns the first three groups round.
+    declare @t char(36) = convert(uniqueidentifier,
+        convert(binary(16), hashbytes('MD5', @what + ':' + convert(varchar(12), @i))));
+    return convert(uniqueidentifier, substring(@t, 7, 2) + substring(@t, 5, 2) + substring(@t, 3, 2)
+        + substring(@t, 1, 2) + '-' + substring(@t, 12, 2) + substring(@t, 10, 2) + '-' + substring(@t, 17, 2)
+        + substring(@t, 15, 2) + substring(@t, 19, 18));
 end
 go
 
