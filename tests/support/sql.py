@@ -1,0 +1,52 @@
+"""Runs SQL in one of the practice's databases, whatever the server, as the component's login.
+
+    sql.py office|laptop [-v NAME=VALUE]... SQL         prints the rows of the last statement, a line each
+    sql.py office|laptop [-v NAME=VALUE]... -f FILE     the same for a file
+    sql.py office|laptop --tables                       all rows of all replicated tables, after their table's name
+
+$(NAME) in the SQL is a variable. Values have tabs between them.
+"""
+
+import argparse
+import contextlib
+import datetime
+import os
+import pathlib
+
+from practice import RECORDS
+from side import Side, with_variables
+
+
+def text(value):
+    return value.isoformat() if isinstance(value, datetime.datetime) else str(value)
+
+
+def replicated_tables(side):
+    names = side.column("select table_name from information_schema.tables where table_type = 'BASE TABLE'")
+    return sorted(set(names) - {*RECORDS, "control"})
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("side", choices=("office", "laptop"))
+    parser.add_argument("-v", metavar="NAME=VALUE", action="append", default=[], dest="variables")
+    source = parser.add_mutually_exclusive_group(required=True)
+    source.add_argument("sql", nargs="?")
+    source.add_argument("-f", type=pathlib.Path, dest="file")
+    source.add_argument("--tables", action="store_true")
+    chosen = parser.parse_args()
+    side = Side.of(os.environ[f"QUINMARK_{chosen.side.upper()}_DSN"])
+    with contextlib.closing(side):
+        if chosen.tables:
+            lines = [[name, *row.values()] for name, rows in side.tables(*replicated_tables(side)).items()
+                     for row in rows]
+        else:
+            variables = dict(variable.split("=", 1) for variable in chosen.variables)
+            sql = chosen.file.read_text() if chosen.file else chosen.sql
+            lines = side.sql(with_variables(sql, variables))
+    for line in lines:
+        print(*map(text, line), sep="\t")
+
+
+if __name__ == "__main__":
+    main()

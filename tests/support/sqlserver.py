@@ -1,0 +1,162 @@
+"""A SQL Server, as tests in Python talk to it."""
+
+import contextlib
+import re
+import unittest
+import uuid
+
+import pymssql
+
+from side import LOGIN, REPOSITORY, Side, data_sources, wait_until, with_variables
+
+SQL_FILES = REPOSITORY / "database" / "sqlserver"
+
+
+class SqlServer:
+    """The server of an environment, and databases on it."""
+
+    FILES = tuple(sorted(file.name for file in SQL_FILES.glob("[1-7]*.sql")))
+    CONTROL_FILES = tuple(name for name in FILES if name < "6")
+
+    def __init__(self, environment):
+        self._environment = environment
+        source = data_sources(environment)[environment["QUINMARK_OFFICE_DSN"]]
+        self.host, self.port = source["Server"], source.get("Port", "1433")
+
+    def login(self, database):
+        """A database, with the component's login."""
+        return self._side(database, LOGIN, self._environment["QUINMARK_PASSWORD"])
+
+    def owner(self, database="master"):
+        """A database, as the administrator."""
+        if not self._environment.get("QUINMARK_ADMIN"):
+            raise unittest.SkipTest("needs an administrator's login in QUINMARK_ADMIN")
+        return self._side(database, self._environment["QUINMARK_ADMIN"],
+                          self._environment.get("QUINMARK_ADMIN_PASSWORD", ""))
+
+    def _side(self, database, user, password):
+        return SqlServerSide(server=self.host, port=self.port, user=user, password=password, database=database)
+
+    @staticmethod
+    def prefix(database):
+        """The prefix of a database's tables in a statement on either side."""
+        return f"{database}.dbo."
+
+    def create(self, database, *files):
+        """Makes a database anew that belongs to the component's login; runs files in it as that login."""
+        self.drop(database)
+        with contextlib.closing(self.owner()) as server:
+            try:
+                server.run_files("00_database.sql", Database=database, Password=self._environment["QUINMARK_PASSWORD"])
+            except pymssql.Error:
+                # Where members of db_owner cannot be added the login may do everything, which a test server can bear.
+                # It is no user of the database then.
+                server.sql(f"use {database}; drop user if exists {LOGIN}; alter server role sysadmin add member {LOGIN}")
+        with contextlib.closing(self.login(database)) as login:
+            login.run_files(*files)
+
+    def introduce(self, *databases):
+        """The prefixes of one server's databases are known on all connections."""
+
+    def drop(self, *databases):
+        with contextlib.closing(self.owner()) as server:
+            for database in databases:
+                if server.value(f"select count(*) from sys.databases where name = '{database}'"):
+                    server.end_sessions(database)
+                    server.sql(f"drop database {database}")
+
+
+class SqlServerSide(Side):
+    """A database of SQL Server; `where` is pymssql's."""
+
+    REFUSED = (pymssql.Error,)
+
+    def __init__(self, **where):
+        super().__init__()
+        self._where = where
+
+    def _connect(self):
+        return pymssql.connect(**self._where, autocommit=True, appname="tests")
+
+    def sql(self, statements):
+        *_, last = self._results(statements)
+        return [tuple(row.values()) for row in last]
+
+    def tables(self, *names):
+        found = self._results("".join(f"select * from {name};" for name in names))
+        return dict(zip(names, found))
+
+    def _results(self, statements):
+        """The rows of each result; one without rows at the least."""
+        with self._connected().cursor() as cursor:
+            cursor.execute(statements)
+            results = [[]]
+            more = True
+            while more:
+                if cursor.description:
+                    columns = [column[0] for column in cursor.description]
+                    results.append([dict(zip(columns, map(_plain, row))) for row in cursor.fetchall()])
+                more = cursor.nextset()
+            return results[1:] or results
+
+    def run_files(self, *names, **variables):
+        """They are written for sqlcmd: `go` ends a batch, $(NAME) is a variable."""
+        for name in names:
+            text = with_variables((SQL_FILES / name).read_text(), variables)
+            for batch in re.split(r"^go\s*$", text, flags=re.MULTILINE | re.IGNORECASE):
+                if batch.strip():
+                    self.sql(batch)
+
+    @contextlib.contextmanager
+    def transaction(self, statement):
+        with contextlib.closing(pymssql.connect(**self._where, appname="tests")) as connection:
+            with connection.cursor() as cursor:
+                cursor.execute(statement)
+            yield
+            connection.commit()
+
+    @contextlib.contextmanager
+    def locked(self, table, readers=False):
+        hint = "tablockx" if readers else "tablock"
+        with self.transaction(f"select count(*) from {table} with ({hint}, holdlock)"):
+            if self._may(f"delete from {table} where 1 = 0"):
+                raise unittest.SkipTest("the server lacks locks of tables: a statement goes past one")
+            yield
+
+    def _may(self, statement):
+        """Whether a statement goes past the locks that others hold."""
+        with contextlib.suppress(*self.REFUSED):
+            self.sql(f"set lock_timeout 100; {statement}; set lock_timeout -1")
+            return True
+        self.sql("set lock_timeout -1")
+        return False
+
+    def waiters(self):
+        return self.column("select session_id from sys.dm_exec_requests"
+                           " where blocking_session_id <> 0 and database_id = db_id()")
+
+    def end_waiters(self):
+        for session in self.waiters():
+            self.sql(f"kill {session}")
+
+    def cancel_waiters(self):
+        raise unittest.SkipTest("a server of this kind does not cancel another's statement")
+
+    def end_sessions(self, database):
+        """Ends all connections to a database."""
+        for session in self.column(f"select session_id from sys.dm_exec_sessions where database_id = db_id('{database}')"
+                                   " and session_id <> @@spid"):
+            with contextlib.suppress(*self.REFUSED):
+                self.sql(f"kill {session}")
+        wait_until(lambda: not self.value("select count(*) from sys.dm_exec_sessions where session_id <> @@spid"
+                                          f" and database_id = db_id('{database}')"), f"nobody uses {database}")
+
+
+def _plain(value):
+    return str(value) if isinstance(value, uuid.UUID) else value
+
+
+def said(error):
+    """The server's own message in an exception of the driver."""
+    text = error.args[-1] if error.args else ""
+    return (text.decode() if isinstance(text, bytes) else str(text)).partition("DB-Lib error")[0]
