@@ -1,10 +1,10 @@
 ' Lists the conflicts that wait in this laptop's database or in the office's, or resolves one of the laptop's.
 '
-'   cscript //nologo conflicts.vbs list [--office]
+'   cscript //nologo conflicts.vbs list [--office] [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX]
 '   cscript //nologo conflicts.vbs resolve CONFLICT source|destination|later
+'       [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX]
 '
-' CONFLICT is the id that the list shows. The databases are those of the data sources QuinmarkOffice and QuinmarkLaptop;
-' the password of both logins comes from the environment variable QUINMARK_PASSWORD. Ends with status 0 when it was
+' CONFLICT is the id that the list shows. The password of both logins comes from the environment variable QUINMARK_PASSWORD. Ends with status 0 when it was
 ' done, 1 when it failed or was refused.
 Option Explicit
 
@@ -12,20 +12,21 @@ Const SITE_OFFICES = 0
 Const SITE_LAPTOP = 1
 Const LOG_LEVEL_ERROR = 5
 
-Dim factory, connection, password
+Dim factory, connection, password, count, officeDsn, officePrefix, laptopDsn, laptopPrefix
 
 Main
 
 Sub Main
     Dim command, atOffice
-    If WScript.Arguments.Count > 0 Then command = LCase(WScript.Arguments(0))
-    If WScript.Arguments.Count = 2 Then atOffice = WScript.Arguments(1) = "--office"
+    ReadSides
+    If count > 0 Then command = LCase(WScript.Arguments(0))
+    If count = 2 Then atOffice = WScript.Arguments(1) = "--office"
     On Error Resume Next
     Connect atOffice
     StopOnError
-    If command = "list" And (WScript.Arguments.Count = 1 Or atOffice) Then
+    If command = "list" And (count = 1 Or atOffice) Then
         ListConflicts
-    ElseIf command = "resolve" And WScript.Arguments.Count = 3 Then
+    ElseIf command = "resolve" And count = 3 Then
         Resolve WScript.Arguments(1), LCase(WScript.Arguments(2))
     Else
         WScript.Echo "usage: conflicts.vbs list [--office] | conflicts.vbs resolve CONFLICT source|destination|later"
@@ -36,22 +37,38 @@ Sub Main
     factory.disconnect
 End Sub
 
+' `count` is the number of arguments without the databases'.
+Sub ReadSides
+    count = WScript.Arguments.Count
+    officeDsn = "QuinmarkOffice"
+    officePrefix = "office."
+    laptopDsn = "QuinmarkLaptop"
+    laptopPrefix = "laptop."
+    If count > 4 Then
+        count = count - 4
+        officeDsn = WScript.Arguments(count)
+        officePrefix = WScript.Arguments(count + 1)
+        laptopDsn = WScript.Arguments(count + 2)
+        laptopPrefix = WScript.Arguments(count + 3)
+    End If
+End Sub
+
 Sub Connect(atOffice)
     Dim site, role, dsn
     site = SITE_LAPTOP
     role = "DESTINATION"
-    dsn = "QuinmarkLaptop"
+    dsn = laptopDsn
     If atOffice Then
         site = SITE_OFFICES
         role = "SOURCE"
-        dsn = "QuinmarkOffice"
+        dsn = officeDsn
     End If
     password = CreateObject("WScript.Shell").Environment("PROCESS")("QUINMARK_PASSWORD")
     Set connection = CreateObject("ADODB.Connection")
     connection.Open "DSN=" & dsn & ";UID=quinmarkapp_user;PWD=" & password
     Set factory = CreateObject("QuinmarkRepDLL.Factory")
-    factory.init site, role, "office.", "QuinmarkOffice", password, _
-        "laptop.", "QuinmarkLaptop", password, LOG_LEVEL_ERROR, "conflicts.log"
+    factory.init site, role, officePrefix, officeDsn, password, _
+        laptopPrefix, laptopDsn, password, LOG_LEVEL_ERROR, "conflicts.log"
 End Sub
 
 Sub ListConflicts

@@ -1,7 +1,12 @@
 #!/usr/bin/env bash
 # A day between an office and a laptop, on sample data: the laptop takes a copy, both sides change, a run brings them
 # together, and the conflicts are resolved. All of it through the registered component, driven by the script hosts in
-# examples/ and by quinrep. Both databases are compared row by row. Exit status: 0 when all is as it should be.
+# examples/ and by quinrep. Both databases are compared row by row.
+#
+#   demo.sh [--sqlserver HOST[:PORT]]
+#
+# With --sqlserver the databases are made on this SQL Server, where QUINMARK_ADMIN and QUINMARK_ADMIN_PASSWORD are an
+# administrator's login, and taken away again. Exit status: 0 when all is as it should be.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -25,40 +30,40 @@ show() {
 }
 
 script() { # NAME ARG...: runs examples/NAME.vbs
-    show 0 "$1" cp437 cscript //nologo "examples/$1.vbs" "${@:2}"
+    show 0 "$1" cp437 cscript //nologo "examples/$1.vbs" "${@:2}" "$QUINMARK_OFFICE_DSN" "$QUINMARK_OFFICE_PREFIX" \
+        "$QUINMARK_LAPTOP_DSN" "$QUINMARK_LAPTOP_PREFIX"
 }
 
 quinrep() { # STATUS COMMAND...
-    show "$1" "quinrep $2" utf-8 "$binaries/quinrep.exe" -q -c examples/demo/quinrep.toml "${@:2}"
+    show "$1" "quinrep $2" utf-8 "$binaries/quinrep.exe" -q -c "$out/quinrep.toml" "${@:2}"
 }
 
 sql() { # SIDE ARG...
-    scripts/devdb.sh psql "$1" -X -q -At -v ON_ERROR_STOP=1 "${@:2}"
+    /usr/bin/python3 tests/support/sql.py "$@"
 }
 
-replicatedTables() {
-    sql office -c "select table_name from information_schema.tables where table_schema = 'office'
-                   and table_name not like 'replication%' and table_name <> 'control' order by 1"
-}
-
-rowsOf() { # SIDE TABLE: each through a connection of its own
-    sql "$1" -c "copy (select * from $1.$2) to stdout" | LC_ALL=C sort
+# A day's changes. Times are whole seconds, because that is how a replicated row carries them.
+day() { # SIDE
+    local now
+    now=$(sql "$1" 'select getdate()')
+    sql "$1" -f "examples/demo/$1_day.sql" -v Now="${now%.*}" -v Later="$(date -d "${now%.*}Z +1 minute" -u +%FT%T)"
 }
 
 # compareDatabases TABLE=ROWS...: these tables differ in so many rows, all others in none.
 compareDatabases() {
-    local table rows=0 different expected count=0
-    for table in $(replicatedTables); do
-        rowsOf office "$table" >"$out/office"
-        rowsOf laptop "$table" >"$out/laptop"
-        count=$((count + 1))
-        rows=$((rows + $(wc -l <"$out/office")))
-        different=$(LC_ALL=C comm -23 "$out/office" "$out/laptop" | wc -l)
-        expected=$(printf '%s\n' "$@" | sed -n "s/^$table=//p")
-        [[ $different -eq ${expected:-0} && $(wc -l <"$out/office") -eq $(wc -l <"$out/laptop") ]] ||
-            die "$table: $different rows differ, expected ${expected:-0}"
+    local side rows count differing expected
+    for side in office laptop; do
+        sql "$side" --tables | LC_ALL=C sort >"$out/$side"
     done
+    rows=$(wc -l <"$out/office")
+    count=$(cut -f 1 "$out/office" | uniq | wc -l)
     [[ $rows -gt 0 ]] || die 'there is nothing in the office database'
+    differing=$(for side in office laptop; do
+        LC_ALL=C comm -13 "$out/office" "$out/$side"
+        LC_ALL=C comm -13 "$out/laptop" "$out/$side"
+    done | cut -f 1 | sort | uniq -c | awk '{ print $2 "=" $1 / 2 }')
+    expected=$(printf '%s\n' "$@" | sort)
+    [[ $differing == "$expected" ]] || die "rows differ: ${differing:-none}, expected ${expected:-none}"
     printf 'Compared row by row: %s rows in %s tables, differing: %s\n' "$rows" "$count" "${*:-none}"
 }
 
@@ -66,22 +71,28 @@ conflictIds() { # TABLE: in the order of the list
     sed -n "s/^\({[^}]*}\) $1, .*/\1/p" "$out/conflicts.txt"
 }
 
+if [[ ${1-} == --sqlserver ]]; then
+    [[ $# -eq 2 ]] || die -2 '--sqlserver needs HOST[:PORT]'
+    useSqlServer "$2"
+fi
 "$repoRoot/scripts/install-deps.sh"
 build QuinmarkRepDLL adodb quinrep
 startTestbed
 mkdir -p "$out"
 rm -f "$out/replicate.log"
 note 'loading the sample into the office database'
-scripts/devdb.sh reset 9>&-
+"${databases[@]}" reset 9>&-
 registerServers
+sed -e "s/^prefix = \"office\.\"/prefix = '$QUINMARK_OFFICE_PREFIX'/" \
+    -e "s/^prefix = \"laptop\.\"/prefix = '$QUINMARK_LAPTOP_PREFIX'/" examples/demo/quinrep.toml >"$out/quinrep.toml"
 
 heading 'The laptop takes a copy'
 script replicate copy "$out/replicate.log"
 compareDatabases
 
 heading 'Both sides change, and a run brings them together'
-sql office -f examples/demo/office_day.sql
-sql laptop -f examples/demo/laptop_day.sql
+day office
+day laptop
 note 'what a run would do'
 quinrep 0 preview
 note 'the run; status 2: conflicts were recorded'
@@ -105,6 +116,7 @@ note 'the recorded error was of conflicts alone: the run clears it, and leaves t
 quinrep 0 run --ready
 compareDatabases chart_hdr=3
 
+[[ -z $sqlServer ]] || exit 0
 note 'two conflicts are left: scripts/quinrep.sh review, or scripts/quinrep.sh conflicts --help'
 note 'further evenings: scripts/quinrep.sh run --ready'
 note "the run's report: $out/report.html"

@@ -1,39 +1,62 @@
 #!/usr/bin/env bash
 # Builds everything and runs all tests; the last lines are CTest's summary and the exit status is its own.
 #
-#   test.sh [--sqlserver SOURCE_DSN DESTINATION_DSN SOURCE_PREFIX DESTINATION_PREFIX] [CTEST ARGUMENT...]
+#   test.sh [CTEST ARGUMENT...]
+#   test.sh --sqlserver HOST[:PORT] [CTEST ARGUMENT...]
+#   test.sh --sqlserver SOURCE_DSN DESTINATION_DSN SOURCE_PREFIX DESTINATION_PREFIX [CTEST ARGUMENT...]
 #
-# With --sqlserver the runs between two databases use these, with the password in QUINMARK_PASSWORD and the ODBC
-# settings of the caller (ODBCINI), instead of the private PostgreSQL. Tests that need what cannot be installed (a
-# browser, sanitizers) are skipped, unless QUINMARK_REQUIRE_TOOLS is 1.
+# With a HOST the tests use databases that they make on this SQL Server and take away again, instead of the private
+# PostgreSQL's; QUINMARK_ADMIN and QUINMARK_ADMIN_PASSWORD are an administrator's login there. With data sources those
+# that need no further database use these, with the password in QUINMARK_PASSWORD and the ODBC settings of the caller
+# (ODBCINI); they EMPTY the practice's tables.
+# Tests that need what cannot be installed (a browser, sanitizers) are skipped, unless QUINMARK_REQUIRE_TOOLS is 1.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 # shellcheck source=scripts/testbed.sh
 source "$repoRoot/scripts/testbed.sh"
 
-useSqlServer() {
-    [[ $# -ge 4 ]] || die -2 '--sqlserver needs two DSNs and two prefixes'
-    [[ -n ${callerPassword-} ]] || die -2 '--sqlserver needs the password in QUINMARK_PASSWORD'
+useDataSources() {
     export QUINMARK_OFFICE_DSN=$1 QUINMARK_LAPTOP_DSN=$2 QUINMARK_OFFICE_PREFIX=$3 QUINMARK_LAPTOP_PREFIX=$4
     export QUINMARK_PASSWORD=$callerPassword ODBCINI=$callerOdbcIni QUINMARK_SERVER=sqlserver
 }
 
 callerPassword=${QUINMARK_PASSWORD-}
 callerOdbcIni=${ODBCINI-$HOME/.odbc.ini}
-sqlServer=()
+dataSources=()
 if [[ ${1-} == --sqlserver ]]; then
-    sqlServer=("${@:2:4}")
-    shift $(($# < 5 ? $# : 5))
+    shift
+    while [[ $# -gt 0 && $1 != -* ]]; do
+        dataSources+=("$1")
+        shift
+    done
+    case ${#dataSources[@]} in
+        1)
+            useSqlServer "${dataSources[0]}"
+            dataSources=()
+            ;;
+        4) [[ -n $callerPassword ]] || die -2 '--sqlserver with data sources needs the password in QUINMARK_PASSWORD' ;;
+        *) die -2 '--sqlserver needs HOST[:PORT], or two data sources and two prefixes' ;;
+    esac
 fi
+
+# The reasons for which tests were skipped that ask a server for what it does not have.
+tellWhatIsLacking() {
+    local lacking
+    lacking=$(grep -aoh 'the server lacks .*' "$binaries/Testing/Temporary/LastTest.log" | tr -d '\r' | sort -u) || true
+    note "what ${sqlServer:-the server} lacks, as tests found it:" "${lacking:-nothing}"
+}
 
 "$repoRoot/scripts/install-deps.sh" --tests
 build
 startTestbed
 # The first program with a window brings up the desktop, which would hold on to a test's output like the others.
 registerServers >/dev/null 2>&1
-[[ ${#sqlServer[@]} -eq 0 ]] || useSqlServer "${sqlServer[@]}"
+[[ ${#dataSources[@]} -eq 0 ]] || useDataSources "${dataSources[@]}"
 export QUINMARK_REQUIRE_DATABASE=1 QUINMARK_REQUIRE_DISPLAY=1
 note 'testing'
 # One more than there are processors: many tests wait for a server or a person.
-runInterruptible ctest --preset "$preset" --parallel "$(($(nproc) + 1))" "$@"
+status=0
+runInterruptible ctest --preset "$preset" --parallel "$(($(nproc) + 1))" "$@" || status=$?
+[[ ${QUINMARK_SERVER-} != sqlserver ]] || tellWhatIsLacking
+exit "$status"

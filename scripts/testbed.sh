@@ -9,12 +9,17 @@ interruptible=''
 displayPid=''
 wineServerPid=''
 testbedUp=''
+# The commands start, reset and stop of the databases, and the settings that they leave.
+databases=("$repoRoot/scripts/devdb.sh")
+databaseSettings="$repoRoot/build/devdb/env.sh"
+sqlServer=''
 
 mkdir -p "$repoRoot/build"
 cd "$repoRoot"
 
 # File names beyond ASCII need a locale that knows them.
 export LC_ALL=C.UTF-8
+export PYTHONDONTWRITEBYTECODE=1
 export WINEPREFIX="$repoRoot/build/wine" WINEARCH=win32 WINEDEBUG="${WINEDEBUG:--all}"
 # No offers to download browser or .NET engines. And no debugger for a program that crashed: having told where, it may
 # end it with status 0, which would pass for success.
@@ -111,7 +116,7 @@ stopTestbed() {
         fi
         stopWine
         [[ -z $displayPid ]] || { kill "$displayPid" && wait "$displayPid"; } 2>/dev/null || true
-        "$repoRoot/scripts/devdb.sh" stop 9>&- || true
+        "${databases[@]}" stop 9>&- || status=1
     fi
     exit "$status"
 }
@@ -124,9 +129,18 @@ startTestbed() {
     startDisplay
     startWine
     note 'starting the databases'
-    "$repoRoot/scripts/devdb.sh" start 9>&-
+    "${databases[@]}" start ${sqlServer:+"$sqlServer"} 9>&-
     # shellcheck source=/dev/null
-    source "$repoRoot/build/devdb/env.sh"
+    source "$databaseSettings"
+}
+
+# Databases on the SQL Server HOST[:PORT], in place of the private PostgreSQL's.
+useSqlServer() { # HOST[:PORT]
+    [[ -n ${QUINMARK_ADMIN-} && -n ${QUINMARK_ADMIN_PASSWORD-} ]] ||
+        die -2 '--sqlserver needs the login of an administrator in QUINMARK_ADMIN and QUINMARK_ADMIN_PASSWORD'
+    sqlServer=$1
+    databases=(/usr/bin/python3 "$repoRoot/tests/support/sqlserver_pair.py")
+    databaseSettings="$repoRoot/build/sqlserver/env.sh"
 }
 
 registerServers() {

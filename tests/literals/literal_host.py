@@ -1,6 +1,5 @@
 """The place where literals are tried: a database of their own, and a Wine prefix of their own for regional settings."""
 
-import contextlib
 import os
 import subprocess
 
@@ -27,7 +26,7 @@ class LiteralDatabase:
 
     def read_dates_as(self, order):
         """For later connections."""
-        with contextlib.closing(self._server.owner()) as owner:
+        with self._server.owner() as owner:
             owner.sql(f"alter database {DATABASE} set datestyle = 'ISO, {order}'")
 
     def fill(self, rows):

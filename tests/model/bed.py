@@ -1,6 +1,5 @@
 """The databases and the component that a case runs on."""
 
-import contextlib
 import json
 import os
 import subprocess
@@ -23,7 +22,7 @@ class Databases:
         server = server_of()
         for name in self.names.values():
             server.create(name, *server.CONTROL_FILES, settings=SETTINGS)
-            with contextlib.closing(server.login(name)) as login:
+            with server.login(name) as login:
                 login.sql(schema())
         server.introduce(*self.names.values())
         self._sides = {side: server.owner(name) for side, name in self.names.items()}

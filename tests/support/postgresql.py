@@ -46,11 +46,11 @@ class PostgreSql:
         """Makes a database anew that belongs to the component's login; runs files in it as that login. Its tables are
         in a schema of its own name. `settings` are those of later connections."""
         self.drop(database)
-        with contextlib.closing(self.owner()) as server:
+        with self.owner() as server:
             server.sql(f"create database {database} template template0")
             for setting in (f"search_path = {database}, dbo, public", "datestyle = 'ISO, MDY'", *settings):
                 server.sql(f"alter database {database} set {setting}")
-        with contextlib.closing(self.owner(database)) as owner:
+        with self.owner(database) as owner:
             owner.run_files("00_server_compat.sql")
             owner.sql(f"create schema {database} authorization {LOGIN}")
             owner.run_files(*files, login=LOGIN)
@@ -58,11 +58,11 @@ class PostgreSql:
     def introduce(self, *databases):
         """Makes the tables of two databases known to each other under their prefixes."""
         for database, peer in zip(databases, reversed(databases)):
-            with contextlib.closing(self.owner(database)) as owner:
+            with self.owner(database) as owner:
                 owner.run_files("75_peer_database.sql", peer=peer, password=self._environment["QUINMARK_PASSWORD"])
 
     def drop(self, *databases):
-        with contextlib.closing(self.owner()) as server:
+        with self.owner() as server:
             for database in databases:
                 server.sql(f"drop database if exists {database} with (force)")
 

@@ -125,7 +125,11 @@ class Side(abc.ABC):
                 self._connection.close()
         self._connection = None
 
-    close = disconnect
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.disconnect()
 
     def is_up(self):
         """Whether the server takes connections."""

@@ -8,7 +8,6 @@ $(NAME) in the SQL is a variable. Values have tabs between them.
 """
 
 import argparse
-import contextlib
 import datetime
 import os
 import pathlib
@@ -22,7 +21,9 @@ def text(value):
 
 
 def replicated_tables(side):
-    names = side.column("select table_name from information_schema.tables where table_type = 'BASE TABLE'")
+    # PostgreSQL has them in a schema of the database's name.
+    names = side.column("select table_name from information_schema.tables where table_type = 'BASE TABLE'"
+                        " and table_schema in (table_catalog, 'dbo')")
     return sorted(set(names) - {*RECORDS, "control"})
 
 
@@ -36,7 +37,7 @@ def main():
     source.add_argument("--tables", action="store_true")
     chosen = parser.parse_args()
     side = Side.of(os.environ[f"QUINMARK_{chosen.side.upper()}_DSN"])
-    with contextlib.closing(side):
+    with side:
         if chosen.tables:
             lines = [[name, *row.values()] for name, rows in side.tables(*replicated_tables(side)).items()
                      for row in rows]

@@ -45,21 +45,21 @@ class SqlServer:
     def create(self, database, *files):
         """Makes a database anew that belongs to the component's login; runs files in it as that login."""
         self.drop(database)
-        with contextlib.closing(self.owner()) as server:
+        with self.owner() as server:
             try:
                 server.run_files("00_database.sql", Database=database, Password=self._environment["QUINMARK_PASSWORD"])
             except pymssql.Error:
                 # Where members of db_owner cannot be added the login may do everything, which a test server can bear.
                 # It is no user of the database then.
                 server.sql(f"use {database}; drop user if exists {LOGIN}; alter server role sysadmin add member {LOGIN}")
-        with contextlib.closing(self.login(database)) as login:
+        with self.login(database) as login:
             login.run_files(*files)
 
     def introduce(self, *databases):
         """The prefixes of one server's databases are known on all connections."""
 
     def drop(self, *databases):
-        with contextlib.closing(self.owner()) as server:
+        with self.owner() as server:
             for database in databases:
                 if server.value(f"select count(*) from sys.databases where name = '{database}'"):
                     server.end_sessions(database)
@@ -109,7 +109,7 @@ class SqlServerSide(Side):
 
     @contextlib.contextmanager
     def transaction(self, statement):
-        with contextlib.closing(pymssql.connect(**self._where, appname="tests")) as connection:
+        with pymssql.connect(**self._where, appname="tests") as connection:
             with connection.cursor() as cursor:
                 cursor.execute(statement)
             yield
@@ -157,6 +157,9 @@ def _plain(value):
 
 
 def said(error):
-    """The server's own message in an exception of the driver."""
-    text = error.args[-1] if error.args else ""
-    return (text.decode() if isinstance(text, bytes) else str(text)).partition("DB-Lib error")[0]
+    """The message in an exception of the driver: the server's own, or the first of the driver, without their numbers."""
+    text = error.args[-1]
+    if isinstance(text, tuple):
+        text = text[-1].decode()
+    own, _, drivers = str(text).partition("DB-Lib error message")
+    return own or drivers.splitlines()[1]

@@ -11,7 +11,6 @@ Exit status: 0 done, 1 failed, 2 wrong usage.
 """
 
 import argparse
-import contextlib
 import os
 import secrets
 import shlex
@@ -66,7 +65,7 @@ def start(address):
     stop()
     write_settings(address)
     server = server_of_settings()
-    with contextlib.closing(server.owner()) as owner:
+    with server.owner() as owner:
         print(f"sqlserver: {address} is {owner.value('select @@version').splitlines()[0]}", file=sys.stderr)
         left = [f"the database {name}" for name in own_databases(owner)]
         left += [f"the login {LOGIN}"] * has_login(owner)
@@ -87,7 +86,7 @@ def reset(patients, both):
     make_pair(server)
     for side, database in PAIR.items():
         if both or side == "Office":
-            with contextlib.closing(server.login(database)) as login:
+            with server.login(database) as login:
                 login.run_files(*sorted(file.name for file in SQL_FILES.glob("8*.sql")), Patients=patients)
 
 
@@ -95,7 +94,7 @@ def stop():
     if not MADE.exists():
         return
     server = server_of_settings()
-    with contextlib.closing(server.owner()) as owner:
+    with server.owner() as owner:
         server.drop(*own_databases(owner))
         if has_login(owner):
             owner.sql(f"drop login {LOGIN}")
