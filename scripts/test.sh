@@ -5,10 +5,11 @@
 #   test.sh --sqlserver HOST[:PORT] [CTEST ARGUMENT...]
 #   test.sh --sqlserver SOURCE_DSN DESTINATION_DSN SOURCE_PREFIX DESTINATION_PREFIX [CTEST ARGUMENT...]
 #
-# With a HOST the tests use databases that they make on this SQL Server and take away again, instead of the private
-# PostgreSQL's; QUINMARK_ADMIN and QUINMARK_ADMIN_PASSWORD are an administrator's login there. With data sources those
-# that need no further database use these, with the password in QUINMARK_PASSWORD and the ODBC settings of the caller
-# (ODBCINI); they EMPTY the practice's tables.
+# With --sqlserver those tests run that mean something there, unless an ARGUMENT says which. With a HOST they use
+# databases that they make on this SQL Server and take away again; QUINMARK_ADMIN and QUINMARK_ADMIN_PASSWORD are an
+# administrator's login there. With data sources they use these, with the password in QUINMARK_PASSWORD and the ODBC
+# settings of the caller (ODBCINI). They EMPTY the practice's tables, and are skipped where they need databases of their
+# own.
 # Tests that need what cannot be installed (a browser, sanitizers) are skipped, unless QUINMARK_REQUIRE_TOOLS is 1.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
@@ -38,6 +39,7 @@ if [[ ${1-} == --sqlserver ]]; then
         4) [[ -n $callerPassword ]] || die -2 '--sqlserver with data sources needs the password in QUINMARK_PASSWORD' ;;
         *) die -2 '--sqlserver needs HOST[:PORT], or two data sources and two prefixes' ;;
     esac
+    [[ $# -gt 0 ]] || set -- -L server
 fi
 
 # The reasons for which tests were skipped that ask a server for what it does not have.
