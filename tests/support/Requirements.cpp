@@ -1,5 +1,7 @@
 #include "Requirements.h"
 
+#include "com/error.h"
+
 #include <windows.h>
 
 std::wstring setting(const wchar_t* name)
@@ -23,4 +25,19 @@ void skipWithout(const wchar_t* what, const wchar_t* requirement)
     if (setting(requirement) == L"1")
         FAIL() << "needs " << what;
     GTEST_SKIP() << "needs " << what;
+}
+
+bool tryOrSkip(const wchar_t* what, const std::function<void()>& setUp)
+{
+    const auto skip = [what](const com::Error& error) {
+        GTEST_SKIP() << "the server lacks " << what << ": " << error.description;
+    };
+    try {
+        setUp();
+        return true;
+    }
+    catch (const com::Error& error) {
+        skip(error);
+        return false;
+    }
 }

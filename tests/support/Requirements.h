@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 
 /// An environment variable; empty when it is not set.
@@ -14,6 +15,10 @@ std::wstring missingDatabaseSetting();
 
 /// Skips the test for want of `what`, or fails it where the setting `requirement` is 1.
 void skipWithout(const wchar_t* what, const wchar_t* requirement);
+
+/// Whether `setUp`, which needs `what` of the server, went through. Where it raises, the test is skipped with the
+/// server's message, and has to return.
+[[nodiscard]] bool tryOrSkip(const wchar_t* what, const std::function<void()>& setUp);
 
 /// `Base` for tests that expect message boxes.
 template <class Base>
