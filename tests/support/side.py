@@ -142,6 +142,18 @@ class Side(abc.ABC):
     def sql(self, statements):
         """Runs statements; the rows that the last of them gives."""
 
+    def refusal(self, statements):
+        """The server's message where it refuses statements; else None."""
+        try:
+            self.sql(statements)
+        except self.REFUSED as error:
+            return self.said(error)
+        return None
+
+    def said(self, error):
+        """The server's own message in an exception of the driver."""
+        return str(error)
+
     def column(self, query):
         return [value for value, in self.sql(query)]
 

@@ -107,6 +107,14 @@ class SqlServerSide(Side):
                 if batch.strip():
                     self.sql(batch)
 
+    @staticmethod
+    def insertion(table, rows):
+        # A backslash takes the line end after it out of a literal.
+        return re.sub(r"\\(?=\r?\n)", r"\\'+'", Side.insertion(table, rows))
+
+    def said(self, error):
+        return said(error)
+
     @contextlib.contextmanager
     def transaction(self, statement):
         with pymssql.connect(**self._where, appname="tests") as connection:
@@ -160,6 +168,8 @@ def said(error):
     """The message in an exception of the driver: the server's own, or the first of the driver, without their numbers."""
     text = error.args[-1]
     if isinstance(text, tuple):
-        text = text[-1].decode()
+        text = text[-1]
+    if isinstance(text, bytes):
+        text = text.decode()
     own, _, drivers = str(text).partition("DB-Lib error message")
     return own or drivers.splitlines()[1]
