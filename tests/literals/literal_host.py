@@ -4,11 +4,11 @@ import os
 import subprocess
 
 from practice import BINARIES
+from logins import LoginHere
 from rows import COLUMNS, ROUTINE_COLUMNS
 from side import server_of
 from wine_prefix import Prefix
 
-DATABASE = "literals"
 LOG = "literals.log"
 TABLES = {"source": COLUMNS, "inserted": COLUMNS, "updated": COLUMNS, "routines": ROUTINE_COLUMNS}
 
@@ -18,22 +18,26 @@ class LiteralDatabase:
 
     def __init__(self):
         self._server = server_of()
-        self._server.create(DATABASE)
-        self._side = self._server.login(DATABASE)
+        self._server.create(LoginHere.DATABASE)
+        self._side = self._server.login(LoginHere.DATABASE)
         for table, columns in TABLES.items():
-            declared = ", ".join(f"{name} {kind}" for name, kind in columns.items())
+            declared = ", ".join(f"{name} {LoginHere.TYPES.get(kind, kind)}" for name, kind in columns.items())
             self._side.sql(f"create table literal_{table} (unid int primary key, {declared})")
 
-    def read_dates_as(self, order):
-        """For later connections."""
-        with self._server.owner() as owner:
-            owner.sql(f"alter database {DATABASE} set datestyle = 'ISO, {order}'")
+    def pairs(self):
+        """Regional settings, each with a login of this server."""
+        return LoginHere.pairs(self._side)
 
     def fill(self, rows):
-        self._side.sql(f"truncate {', '.join(f'literal_{table}' for table in TABLES)};" +
+        """The source's rows by their keys, with values as the server holds them."""
+        self._side.sql("".join(f"truncate table literal_{table};" for table in TABLES) +
                        self._side.insertion("literal_source", [{"unid": key, **row} for key, row in enumerate(rows)]) +
                        # Marked, so that an update to Null is seen.
                        "insert into literal_updated (unid, t) select unid, 'former' from literal_source")
+        source = self.read("source")
+        if [source[key]["t"] for key in range(len(rows))] != [row["t"] for row in rows]:
+            raise RuntimeError("the source has other texts than were inserted")
+        return source
 
     def read(self, table):
         """The rows of a table by their keys."""
@@ -42,7 +46,7 @@ class LiteralDatabase:
 
     def close(self):
         self._side.disconnect()
-        self._server.drop(DATABASE)
+        self._server.drop(LoginHere.DATABASE)
 
 
 class RegionalPrefix(Prefix):
@@ -69,9 +73,9 @@ class RegionalPrefix(Prefix):
         return lines
 
 
-def copy_rows(prefix):
+def copy_rows(prefix, login):
     """Runs the host over all rows; the statements that were refused, as (key, table), with their errors."""
-    dsn = f"{os.environ['QUINMARK_OFFICE_DSN']};Database={DATABASE}"
+    dsn = f"{os.environ['QUINMARK_OFFICE_DSN']};Database={LoginHere.DATABASE};{login.option}"
     # To a file: Wine's desktop holds on to a pipe for longer than the host lives.
     output = prefix.path / "host.txt"
     with output.open("wb") as file:

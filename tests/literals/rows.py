@@ -6,17 +6,16 @@ import math
 import struct
 import uuid
 
-from settings import Refused, read_date, read_number
+from logins import LENGTHS, Refused
 
 # Columns beside the key, and their types.
-COLUMNS = {"t": "varchar(4000)", "c": "char(12)", "i": "int", "s": "smallint", "f": "double precision",
-           "m": "numeric(19, 4)", "b": "boolean", "g": "uuid", "d": "timestamp(3)"}
-ROUTINE_COLUMNS = {"q": "varchar(8000)", "l": "varchar(8000)", "r": "varchar(8000)", "w": "varchar(8000)", "n": "int",
-                   "d": "timestamp(3)"}
+COLUMNS = {"t": f"varchar({LENGTHS['t']})", "c": f"char({LENGTHS['c']})", "i": "int", "s": "smallint", "f": "float",
+           "m": "money", "b": "bit", "g": "uniqueidentifier", "d": "datetime"}
+ROUTINE_COLUMNS = {**dict.fromkeys("qlrw", COLUMNS["t"]), "n": "int", "d": "datetime"}
 PIECES = ["'", "''", '"', "\\", "\\'", "--", "/*", "*/", ";", "?", "{", "}", "{d '", "{fn now()}", "[x]", "]", "$$",
-          "$1", "%", "_", ":x", "@p", "Null", "\r\n", "\n", "\t", "\x1a", "\x01", "\x7f", " ", "   ", "E'", "U&'", "N'",
-          "go\n", "select top 1", "dateadd(s, 1, x)", "getdate()", "O'Brien", "é", "ß", "–", "€", "日本", "ー", "\u00a0",
-          "\u200b", "\ufeff", "\U0001f9b7", "\U00020bb7", "е́", "؟"]
+          "$1", "%", "_", ":x", "@p", "Null", "\r\n", "\n", "\\\r\n", "\\\n", "\t", "\x1a", "\x01", "\x7f", " ", "   ",
+          "E'", "U&'", "N'", "go\n", "select top 1", "dateadd(s, 1, x)", "getdate()", "O'Brien", "é", "ß", "–", "€",
+          "日本", "ー", "\u00a0", "\u200b", "\ufeff", "\U0001f9b7", "\U00020bb7", "е́", "؟"]
 FIRST_DAY = datetime.datetime(100, 1, 1)
 LAST_DAY = datetime.datetime(9999, 12, 31)
 NEAR = [*map(datetime.datetime.fromisoformat, ("1899-12-29", "1899-12-30", "1899-12-31", "1900-01-01", "1970-01-01",
@@ -66,13 +65,13 @@ def random_date(chance):
     if chance.random() < 0.3:
         return day
     milliseconds = chance.choice([chance.randrange(86_398_000), chance.randrange(86_398) * 1000, 400, 1000, 43_200_000])
-    # Half a second may be rounded either way.
-    return day + datetime.timedelta(milliseconds=milliseconds + (milliseconds % 1000 == 500))
+    # Half a second may be rounded either way, and a server may hold its neighbours as half a second.
+    return day + datetime.timedelta(milliseconds=milliseconds + 3 * (milliseconds % 1000 in (499, 500, 501)))
 
 
 MAKERS = {
-    "t": lambda chance: random_text(chance, 4000),
-    "c": lambda chance: random_text(chance, 12).ljust(12),
+    "t": lambda chance: random_text(chance, LENGTHS["t"]),
+    "c": lambda chance: random_text(chance, LENGTHS["c"]).ljust(LENGTHS["c"]),
     "i": lambda chance: chance.choice([0, 1, -2**31, 2**31 - 1, chance.randint(-2**31, 2**31 - 1)]),
     "s": lambda chance: chance.choice([0, 1, -2**15, 2**15 - 1, chance.randint(-2**15, 2**15 - 1)]),
     "f": random_double,
@@ -90,36 +89,39 @@ def random_row(chance):
     return {name: MAKERS[name](chance) if name in wanted else None for name in COLUMNS}
 
 
-def carried(name, value, region, server):
+def carried(name, value, region, login):
     """The value that arrives; raises Refused where the statement is refused."""
     if value is None or value == "" and name == "t":
         return None
+    if name == "t":
+        return login.text(value)
+    if name == "c":
+        return login.text(value).ljust(LENGTHS["c"])
     if name == "d":
-        return read_date(value, region, server)
+        return login.date(value, region)
     if name == "f":
-        number = read_number(f"{value:.15G}", region)
-        if not math.isfinite(number):
-            raise Refused
-        return number
+        return login.number(f"{value:.15G}", region)
     if name == "m":
-        read_number(f"{value:f}".rstrip("0").rstrip("."), region)
+        login.number(f"{value:f}".rstrip("0").rstrip("."), region)
     return value
 
 
-def carried_row(row, region, server):
+def carried_row(row, region, login):
     """The row that arrives, or None when it is refused."""
     try:
-        return {name: carried(name, value, region, server) for name, value in row.items()}
+        return {name: carried(name, value, region, login) for name, value in row.items()}
     except Refused:
         return None
 
 
-def routine_results(row, region, server):
+def routine_results(row, region, login):
     """The values that the literal routines' statement stores: four texts, a bit, a date; None when it is refused."""
-    text = row["t"] or ""
+    given = bool(row["t"])
+    text = login.text(row["t"] or "")
+    if len(text) > LENGTHS["t"] - 2:
+        return None
     try:
-        return {"q": text or None, "l": "%" + text if text else "%", "r": text + "%" if text else "%",
-                "w": f"%{text}%" if text else "%", "n": 1 if text else 0,
-                "d": read_date(row["d"], region, server)}
+        return {"q": text if given else None, "l": f"%{text}", "r": f"{text}%", "w": f"%{text}%" if given else "%",
+                "n": int(given), "d": login.date(row["d"], region)}
     except Refused:
         return None

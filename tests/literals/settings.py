@@ -1,19 +1,8 @@
-"""Regional settings, their texts of dates and numbers, and the values that a server's date order reads from these.
-
-Written from the documentation of the settings alone; dates are datetimes, in whole seconds where they are texts.
-"""
+"""Regional settings, and their texts of dates and numbers."""
 
 import dataclasses
 import datetime
 import re
-
-ZERO_DAY = datetime.date(1899, 12, 30)
-# A server reads a year of two digits into the hundred years that begin here.
-CENTURY_OF_TWO_DIGITS = 1970
-
-
-class Refused(Exception):
-    """The database cannot read the literal."""
 
 
 @dataclasses.dataclass(frozen=True)
@@ -54,48 +43,7 @@ class Region:
 
 UNITED_STATES = Region("United States", "M/d/yyyy", "h:mm:ss tt", "AM", "PM", ".", "MDY")
 TWO_DIGITS = Region("United States, years of two digits", "M/d/yy", "h:mm:ss tt", "AM", "PM", ".", "MDY")
+UNITED_KINGDOM = Region("United Kingdom", "dd/MM/yyyy", "HH:mm:ss", "", "", ".", "DMY")
 GERMANY = Region("Germany", "dd.MM.yyyy", "HH:mm:ss", "", "", ",", "DMY")
 JAPAN = Region("Japan", "yyyy/MM/dd", "H:mm:ss", "午前", "午後", ".", "YMD")
 JAPAN_TWELVE_HOURS = Region("Japan, clock of twelve hours", "yyyy/MM/dd", "tt h:mm:ss", "午前", "午後", ".", "YMD")
-
-# Regional settings and the date order of the server's login.
-PAIRS = [(UNITED_STATES, "MDY"), (UNITED_STATES, "DMY"), (UNITED_STATES, "YMD"), (TWO_DIGITS, "MDY"),
-         (GERMANY, "DMY"), (GERMANY, "MDY"), (GERMANY, "YMD"),
-         (JAPAN, "YMD"), (JAPAN, "MDY"), (JAPAN, "DMY"), (JAPAN_TWELVE_HOURS, "YMD")]
-
-
-def whole_seconds(moment):
-    return (moment + datetime.timedelta(milliseconds=500)).replace(microsecond=0)
-
-
-def _read_day(day, region, server):
-    if region.has_two_digit_years:
-        year = CENTURY_OF_TWO_DIGITS + (day.year - CENTURY_OF_TWO_DIGITS) % 100
-        try:
-            day = day.replace(year=year)
-        except ValueError:
-            raise Refused from None
-    if region.order in (server, "YMD"):
-        return day
-    if server == "YMD" or day.day > 12:
-        raise Refused
-    return day.replace(month=day.day, day=day.month)
-
-
-def read_date(moment, region, server):
-    """The date that a server reads from the literal of `moment`; None for the literal Null."""
-    if moment is None or moment == datetime.datetime.combine(ZERO_DAY, datetime.time()):
-        return None
-    seconds = whole_seconds(moment)
-    if seconds.date() == ZERO_DAY:
-        raise Refused  # a time without a day
-    if region.has_foreign_markers and moment.time() != datetime.time():
-        raise Refused
-    return datetime.datetime.combine(_read_day(seconds.date(), region, server), seconds.time())
-
-
-def read_number(text, region):
-    """The number that a server reads from a text in plain form. One with an exponent keeps its point under Wine."""
-    if region.decimal != "." and re.fullmatch(r"-?\d+\.\d+", text):
-        raise Refused
-    return float(text)
