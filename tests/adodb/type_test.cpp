@@ -1,5 +1,4 @@
 #include "ado_types.h"
-#include "odbc_error.h"
 
 #include <gtest/gtest.h>
 
@@ -50,21 +49,6 @@ TEST(ColumnType, WideTextIsPlainWhereThereAreNoNationalTypes)
     EXPECT_EQ(typeOf(SQL_WCHAR, 5, false, true), 129);
     EXPECT_EQ(typeOf(SQL_WVARCHAR, 5, false, true), 200);
     EXPECT_EQ(typeOf(SQL_WLONGVARCHAR, 5, false, true), 201);
-}
-
-TEST(SqlState, HasItsHresult)
-{
-    for (const auto& [state, message, result] :
-         {std::tuple(L"28000", L"", 0x80040E4D), std::tuple(L"28P01", L"", 0x80040E4D),
-          std::tuple(L"42000", L"", 0x80040E14), std::tuple(L"42601", L"", 0x80040E14),
-          std::tuple(L"42703", L"", 0x80040E14), std::tuple(L"42S02", L"", 0x80040E37),
-          std::tuple(L"42P01", L"", 0x80040E37), std::tuple(L"42501", L"", 0x80040E09),
-          std::tuple(L"23000", L"", 0x80040E2F), std::tuple(L"23505", L"", 0x80040E2F),
-          std::tuple(L"HYT00", L"", 0x80040E31), std::tuple(L"HYT01", L"", 0x80040E31),
-          std::tuple(L"57014", L"", 0x80040E31), std::tuple(L"IM002", L"", 0x80004005),
-          std::tuple(L"08S01", L"", 0x80004005), std::tuple(L"08001", L"connection refused", 0x80004005),
-          std::tuple(L"08001", L"password authentication failed for user", 0x80040E4D)})
-        EXPECT_EQ(static_cast<unsigned>(hresultOfDiagnostic({state, 0, message})), result) << state;
 }
 
 } // namespace

@@ -26,7 +26,8 @@ struct OdbcError : com::Error
     std::vector<Diagnostic> diagnostics;
 };
 
-/// The HRESULT that ADO reports for a diagnostic record.
+/// The HRESULT that ADO reports for a diagnostic record: by its SQLSTATE, and by the server's number where the message
+/// names SQL Server. Other servers' numbers mean nothing.
 HRESULT hresultOfDiagnostic(const Diagnostic& diagnostic) noexcept;
 
 /// All diagnostic records of a handle, in the driver's order.
