@@ -1,5 +1,7 @@
 #include "database_test.h"
 
+#include "support/ServerSql.h"
+
 #include <psapi.h>
 
 namespace adodb {
@@ -8,11 +10,8 @@ namespace {
 class ConcurrencyTest : public DatabaseTest
 {
 protected:
-    long backend() const { return scalar(L"select pg_backend_pid()"); }
-    com::Dispatch numbers(long last) const
-    {
-        return query(L"select g as n from generate_series(1, " + std::to_wstring(last) + L") g");
-    }
+    long backend() const { return scalar(sessionQuery()); }
+    com::Dispatch rowsUpTo(int last) const { return query(L"select n from " + numbers(last)); }
     static long remaining(const com::Dispatch& rows)
     {
         long count = 0;
@@ -25,7 +24,7 @@ protected:
 TEST_F(ConcurrencyTest, StatementBesideAnOpenResultRunsOnAFurtherConnection)
 {
     const long first = backend();
-    const auto open = numbers(10);
+    const auto open = rowsUpTo(10);
     const long second = backend();
     EXPECT_NE(second, first);
     EXPECT_EQ(backend(), second) << "kept and used again";
@@ -35,9 +34,9 @@ TEST_F(ConcurrencyTest, StatementBesideAnOpenResultRunsOnAFurtherConnection)
 
 TEST_F(ConcurrencyTest, SeveralResultsAreReadInTurns)
 {
-    const auto a = numbers(1000);
-    const auto b = numbers(1000);
-    const auto c = numbers(1000);
+    const auto a = rowsUpTo(1000);
+    const auto b = rowsUpTo(1000);
+    const auto c = rowsUpTo(1000);
     for (long n = 1; n <= 1000; ++n) {
         ASSERT_EQ(long(field(a, 0L)), n);
         ASSERT_EQ(long(field(b, 0L)), n);
@@ -51,11 +50,11 @@ TEST_F(ConcurrencyTest, SeveralResultsAreReadInTurns)
 TEST_F(ConcurrencyTest, TableCanBeChangedWhileItIsRead)
 {
     createTable(L"v integer");
-    execute(L"insert into " + table + L" select g, 0 from generate_series(1, 300) g");
-    const auto rows = query(L"select key from " + table + L" order by key");
+    execute(L"insert into " + table + L" select n, 0 from " + numbers(300));
+    const auto rows = query(L"select id from " + table + L" order by id");
     for (; !bool(rows.property(L"EOF")); rows.call(L"MoveNext"))
-        execute(L"update " + table + L" set v = key where key = " + std::to_wstring(long(field(rows, 0L))));
-    EXPECT_EQ(long(scalar(L"select count(*)::integer from " + table + L" where v = key")), 300);
+        execute(L"update " + table + L" set v = id where id = " + std::to_wstring(long(field(rows, 0L))));
+    EXPECT_EQ(long(scalar(L"select count(*) from " + table + L" where v = id")), 300);
 }
 
 TEST_F(ConcurrencyTest, TransactionUsesOneConnection)
@@ -63,23 +62,23 @@ TEST_F(ConcurrencyTest, TransactionUsesOneConnection)
     createTable(L"");
     connection.call(L"BeginTrans");
     const long first = backend();
-    execute(L"insert into " + table + L" select g from generate_series(1, 500) g");
-    const auto open = query(L"select key from " + table + L" order by key");
+    execute(L"insert into " + table + L" select n from " + numbers(500));
+    const auto open = query(L"select id from " + table + L" order by id");
     EXPECT_EQ(backend(), first);
     execute(L"insert into " + table + L" values (501)");
     EXPECT_EQ(remaining(open), 500);
     connection.call(L"RollbackTrans");
-    EXPECT_EQ(long(scalar(L"select count(*)::integer from " + table)), 0);
+    EXPECT_EQ(long(scalar(L"select count(*) from " + table)), 0);
 }
 
 TEST_F(ConcurrencyTest, ResultSurvivesTheEndOfItsTransaction)
 {
     connection.call(L"BeginTrans");
-    const auto committed = numbers(700);
+    const auto committed = rowsUpTo(700);
     connection.call(L"CommitTrans");
     EXPECT_EQ(remaining(committed), 700);
     connection.call(L"BeginTrans");
-    const auto rolledBack = numbers(700);
+    const auto rolledBack = rowsUpTo(700);
     connection.call(L"RollbackTrans");
     EXPECT_EQ(remaining(rolledBack), 700);
 }
@@ -87,8 +86,8 @@ TEST_F(ConcurrencyTest, ResultSurvivesTheEndOfItsTransaction)
 TEST_F(ConcurrencyTest, TransactionBesideAnOpenResult)
 {
     createTable(L"");
-    execute(L"insert into " + table + L" select g from generate_series(1, 500) g");
-    const auto open = query(L"select key from " + table + L" order by key");
+    execute(L"insert into " + table + L" select n from " + numbers(500));
+    const auto open = query(L"select id from " + table + L" order by id");
     connection.call(L"BeginTrans");
     execute(L"delete from " + table);
     connection.call(L"CommitTrans");
@@ -97,7 +96,7 @@ TEST_F(ConcurrencyTest, TransactionBesideAnOpenResult)
 
 TEST_F(ConcurrencyTest, CloseOfTheConnectionClosesItsRecordsets)
 {
-    const auto streaming = numbers(10);
+    const auto streaming = rowsUpTo(10);
     const auto kept = query(L"select 1", 3);
     connection.call(L"Close");
     EXPECT_EQ(long(streaming.property(L"State")), 0);
@@ -107,7 +106,7 @@ TEST_F(ConcurrencyTest, CloseOfTheConnectionClosesItsRecordsets)
 
 TEST_F(ConcurrencyTest, RecordsetKeepsItsConnectionAlive)
 {
-    const auto rows = numbers(10);
+    const auto rows = rowsUpTo(10);
     connection = {};
     EXPECT_EQ(remaining(rows), 10);
     connection = openConnection();
@@ -120,9 +119,10 @@ TEST_F(ConcurrencyTest, ManyRowsAreReadWithoutHoldingThem)
         K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
         return counters.WorkingSetSize;
     };
-    remaining(numbers(1000));
+    remaining(rowsUpTo(1000));
     const size_t before = workingSet();
-    const auto rows = query(L"select g as n, repeat('x', 500)::varchar(500) as t from generate_series(1, 200000) g");
+    const auto rows =
+        query(L"select n, cast(" + repeated(L"'x'", 500) + L" as varchar(500)) as t from " + numbers(200000));
     for (long n = 1; n < 100000; ++n)
         rows.call(L"MoveNext");
     const size_t halfway = workingSet();

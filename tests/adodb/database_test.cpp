@@ -21,7 +21,8 @@ void DatabaseTest::TearDown()
 {
     if (connection) {
         connection = openConnection();
-        execute(L"drop table if exists " + table + L"; drop function if exists " + table + L"_f");
+        execute(L"drop table if exists " + table + L"; drop " + (isPostgreSql() ? L"function" : L"procedure") +
+                L" if exists " + table + L"_p");
     }
     connection = {};
     EXPECT_FALSE(com::moduleInUse()) << "an object is left";
@@ -41,7 +42,7 @@ std::wstring DatabaseTest::connectionString() const
 
 void DatabaseTest::createTable(const std::wstring& columns) const
 {
-    execute(L"create table " + table + L" (key integer primary key" + (columns.empty() ? L"" : L", ") + columns + L")");
+    execute(L"create table " + table + L" (id integer primary key" + (columns.empty() ? L"" : L", ") + columns + L")");
 }
 
 com::Dispatch DatabaseTest::execute(const std::wstring& sql) const
@@ -69,12 +70,31 @@ com::Dispatch DatabaseTest::command(const std::wstring& text) const
     return created;
 }
 
-com::Dispatch DatabaseTest::procedure(const std::wstring& definition) const
+com::Dispatch DatabaseTest::procedure(const std::wstring& postgreSql, const std::wstring& sqlServer) const
 {
-    execute(L"create function " + table + L"_f" + definition);
-    com::Dispatch call = command(table + L"_f");
+    execute(L"create " +
+            (isPostgreSql() ? L"function " + table + L"_p" + postgreSql : L"procedure " + table + L"_p " + sqlServer));
+    com::Dispatch call = command(table + L"_p");
     call.put(L"CommandType", 4L);
     return call;
+}
+
+bool DatabaseTest::goesThrough(const wchar_t* what, const std::function<void()>& body)
+{
+    if (!isPostgreSql())
+        return tryOrSkip(what, body);
+    body();
+    return true;
+}
+
+std::wstring DatabaseTest::waitingUpdate(const com::Dispatch& holder) const
+{
+    createTable(L"");
+    execute(L"insert into " + table + L" values (1)");
+    const std::wstring update = L"update " + table + L" set id = 2 where id = 1";
+    holder.call(L"BeginTrans");
+    holder.call(L"Execute", {com::textVariant(update)});
+    return update;
 }
 
 com::Dispatch DatabaseTest::append(const com::Dispatch& command, const wchar_t* name, long type, long direction,

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 
 namespace adodb {
@@ -21,15 +22,20 @@ protected:
     com::Dispatch openConnection() const;
     std::wstring connectionString() const;
 
-    /// Makes the table, with these columns after `key integer primary key`.
+    /// Makes the table, with these columns after `id integer primary key`.
     void createTable(const std::wstring& columns) const;
 
     com::Dispatch execute(const std::wstring& sql) const;
     com::Dispatch query(const std::wstring& sql, long cursorType = 0) const;
     _variant_t scalar(const std::wstring& sql) const;
     com::Dispatch command(const std::wstring& text) const;
-    /// A command that calls the procedure, which is made of its parameters, language and text.
-    com::Dispatch procedure(const std::wstring& definition) const;
+    /// A command that calls the procedure, which is made of its parameters and text: a function on PostgreSQL.
+    com::Dispatch procedure(const std::wstring& postgreSql, const std::wstring& sqlServer) const;
+    /// Whether `body`, which needs `what` of the server, went through. Where a SQL Server refuses it, the test is
+    /// skipped with the server's message, and has to return; PostgreSQL has everything.
+    [[nodiscard]] static bool goesThrough(const wchar_t* what, const std::function<void()>& body);
+    /// An update that waits for a row of the table, which `holder` keeps locked.
+    std::wstring waitingUpdate(const com::Dispatch& holder) const;
 
     /// A new parameter, appended to the command.
     static com::Dispatch append(const com::Dispatch& command, const wchar_t* name, long type, long direction, long size,

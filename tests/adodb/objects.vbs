@@ -1,12 +1,14 @@
 ' ADO's classes as a script uses them: default members, For Each, by-reference arguments, error numbers.
-Dim settings, connection, rows, command, affected, item, names
+Dim settings, connection, rows, command, affected, item, names, missing
 Set settings = CreateObject("WScript.Shell").Environment("PROCESS")
 If settings("QUINMARK_OFFICE_DSN") = "" And settings("QUINMARK_REQUIRE_DATABASE") <> "1" Then WScript.Quit 77
 Set connection = CreateObject("ADODB.Connection")
+missing = "42P01"
+If settings("QUINMARK_SERVER") = "sqlserver" Then missing = "42S02"
 connection.Open "DSN=" & settings("QUINMARK_OFFICE_DSN"), "quinmarkapp_user", settings("QUINMARK_PASSWORD")
 
 Set rows = CreateObject("ADODB.Recordset")
-rows.Open "select 1 as id, 'O''Brien'::varchar(20) as name union all select 2, null order by 1", connection, 3, 1
+rows.Open "select 1 as id, cast('O''Brien' as varchar(20)) as name union all select 2, null order by 1", connection, 3, 1
 Check "default members", rows("id") & rows("NAME") & rows.Fields("id") & rows.Fields.Item(0).Value, "1O'Brien11"
 Check "type", rows(1).Type, CLng(200)
 rows.MoveNext
@@ -39,16 +41,16 @@ For Each item In command.Parameters
     names = names & item.Name & "=" & item & ","
 Next
 Check "parameters in turn", names, "a=40,b=2,"
-connection.Execute "create temp table adodb_script(a integer); insert into adodb_script values (1), (2)"
-connection.Execute "update adodb_script set a = 3", affected
+connection.Execute "drop table if exists dbo.adodb_script; create table dbo.adodb_script(a integer)"
+connection.Execute "insert into dbo.adodb_script values (1), (2)", affected
 Check "affected by a statement", affected, CLng(2)
 
 On Error Resume Next
 names = rows("missing")
 CheckError "missing item", 3265, "ADODB.Fields", "Item cannot be found in the collection corresponding to the requested name or ordinal."
-connection.Execute "select * from no_such_table"
+connection.Execute "drop table dbo.adodb_script; drop table dbo.adodb_script"
 CheckErrorNumber "missing table", &H80040E37
-Check "errors", connection.Errors.Count & " " & connection.Errors(0).SQLState, "1 42P01"
+Check "errors", connection.Errors.Count & " " & connection.Errors(0).SQLState, "1 " & missing
 connection.RollbackTrans
 CheckError "no transaction", -2147168242, "Microsoft OLE DB Provider for ODBC Drivers", "No transaction is active."
 

@@ -1,4 +1,5 @@
 #include "database_test.h"
+#include "support/ServerSql.h"
 
 namespace adodb {
 namespace {
@@ -35,7 +36,7 @@ TEST_F(ParameterTest, ValueMustFitTypeAndSize)
 TEST_F(ParameterTest, DigitsBeyondPrecisionOrScaleAreRefused)
 {
     for (const wchar_t* value : {L"1.234", L"1234.5"}) {
-        const auto select = command(L"select ?::numeric");
+        const auto select = command(L"select cast(? as numeric)");
         const auto parameter = append(select, L"p", 131, 1, 0, value);
         parameter.put(L"Precision", 5L);
         parameter.put(L"NumericScale", 2L);
@@ -45,19 +46,22 @@ TEST_F(ParameterTest, DigitsBeyondPrecisionOrScaleAreRefused)
 
 TEST_F(ParameterTest, InputWithoutValueIsRefused)
 {
-    const auto select = command(L"select ?::integer");
+    const auto select = command(L"select cast(? as integer)");
     append(select, L"p", 3, 1, 0);
     EXPECT_EQ(numberOf([&] { select.call(L"Execute"); }), kNoValue);
 }
 
 TEST_F(ParameterTest, OutputTextMayUseItsWholeSizeAndNoMore)
 {
-    const auto call = procedure(L"(out o varchar, n integer) language sql as 'select repeat(''\x0416'', n)'");
-    const auto output = append(call, L"o", 200, 2, 10);
+    const auto call = procedure(L"(out o varchar, n integer) language sql as 'select repeat(''\x0416'', n)'",
+                                L"@o nvarchar(4000) output, @n int as set @o = replicate(N'\x0416', @n)");
+    const auto output = append(call, L"o", 202, 2, 10);
     const auto count = append(call, L"n", 3, 1, 0, 10L);
     call.call(L"Execute");
     EXPECT_EQ(textOf(output.property(L"Value")), std::wstring(10, L'\x0416'));
-    count.put(L"Value", 5000L);
+    count.put(L"Value", 4000L);
+    if (!isPostgreSql())
+        return; // SQL Server itself cuts the value
     EXPECT_NE(numberOf([&] { call.call(L"Execute"); }), 0);
 }
 

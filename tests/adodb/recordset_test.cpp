@@ -1,4 +1,5 @@
 #include "database_test.h"
+#include "support/ServerSql.h"
 
 namespace adodb {
 namespace {
@@ -7,15 +8,12 @@ class RecordsetTest : public DatabaseTest
 {
 protected:
     static bool isEof(const com::Dispatch& recordset) { return recordset.property(L"EOF"); }
-    std::wstring numbers(long last) const
-    {
-        return L"select g as n from generate_series(1, " + std::to_wstring(last) + L") g";
-    }
+    static std::wstring rowsUpTo(int last) { return L"select n from " + numbers(last); }
 };
 
 TEST_F(RecordsetTest, WalksForwardThroughItsRows)
 {
-    const auto rows = query(numbers(3));
+    const auto rows = query(rowsUpTo(3));
     EXPECT_EQ(long(rows.property(L"State")), 1);
     EXPECT_EQ(long(rows.property(L"RecordCount")), -1);
     for (long expected = 1; expected <= 3; ++expected) {
@@ -35,7 +33,7 @@ TEST_F(RecordsetTest, WalksForwardThroughItsRows)
 TEST_F(RecordsetTest, EmptyIsAtBothEnds)
 {
     for (const long cursorType : {0L, 3L}) {
-        const auto rows = query(numbers(0), cursorType);
+        const auto rows = query(rowsUpTo(0), cursorType);
         EXPECT_TRUE(isEof(rows));
         EXPECT_TRUE(bool(rows.property(L"BOF")));
         EXPECT_EQ(long(rows.property(L"RecordCount")), cursorType == 0 ? -1 : 0);
@@ -46,7 +44,7 @@ TEST_F(RecordsetTest, EmptyIsAtBothEnds)
 
 TEST_F(RecordsetTest, ForwardOnlyDoesNotGoBack)
 {
-    const auto rows = query(numbers(2));
+    const auto rows = query(rowsUpTo(2));
     rows.call(L"MoveFirst");
     rows.call(L"MoveNext");
     const com::Error error = errorOf([&] { rows.call(L"MoveFirst"); });
@@ -56,7 +54,7 @@ TEST_F(RecordsetTest, ForwardOnlyDoesNotGoBack)
 TEST_F(RecordsetTest, OtherCursorsGoBackAndCount)
 {
     for (const long cursorType : {1L, 2L, 3L}) {
-        const auto rows = query(numbers(3), cursorType);
+        const auto rows = query(rowsUpTo(3), cursorType);
         EXPECT_EQ(long(rows.property(L"CursorType")), cursorType);
         EXPECT_EQ(long(rows.property(L"RecordCount")), 3);
         while (!isEof(rows))
@@ -69,7 +67,7 @@ TEST_F(RecordsetTest, OtherCursorsGoBackAndCount)
 TEST_F(RecordsetTest, ClientSideConnectionGivesStaticRecordsets)
 {
     connection.put(L"CursorLocation", 3L);
-    const auto rows = execute(numbers(4));
+    const auto rows = execute(rowsUpTo(4));
     EXPECT_EQ(long(rows.property(L"CursorType")), 3);
     EXPECT_EQ(long(rows.property(L"CursorLocation")), 3);
     EXPECT_EQ(long(rows.property(L"RecordCount")), 4);
@@ -86,7 +84,7 @@ TEST_F(RecordsetTest, StatementWithoutRowsLeavesItClosed)
 
 TEST_F(RecordsetTest, OpenRefusesASecondOpen)
 {
-    const auto rows = query(numbers(2));
+    const auto rows = query(rowsUpTo(2));
     EXPECT_EQ(numberOf([&] { rows.call(L"Open", {L"select 1"}); }), 3705);
     EXPECT_EQ(numberOf([&] { rows.put(L"CursorType", 3L); }), 3705);
     rows.call(L"Close");
@@ -127,7 +125,7 @@ TEST_F(RecordsetTest, ItemsAreFoundByNameAndNumberOnly)
 
 TEST_F(RecordsetTest, FieldFollowsTheCurrentRow)
 {
-    const auto rows = query(numbers(2));
+    const auto rows = query(rowsUpTo(2));
     const auto n = com::Dispatch::from(rows.property(L"Fields", {0L}));
     EXPECT_EQ(long(n.property(L"Value")), 1);
     rows.call(L"MoveNext");
@@ -138,7 +136,7 @@ TEST_F(RecordsetTest, FieldFollowsTheCurrentRow)
 
 TEST_F(RecordsetTest, UpdatingIsRefused)
 {
-    const auto rows = query(numbers(1));
+    const auto rows = query(rowsUpTo(1));
     EXPECT_EQ(numberOf([&] { rows.call(L"AddNew"); }), 3251);
     EXPECT_EQ(numberOf([&] { rows.call(L"Update"); }), 3251);
     EXPECT_EQ(numberOf([&] { com::Dispatch::from(rows.property(L"Fields", {0L})).put(L"Value", 1L); }), 3251);
@@ -149,11 +147,11 @@ TEST_F(RecordsetTest, FailureInALaterRowIsRaised)
 {
     const auto rows = createRecordset();
     const com::Error error = errorOf([&] {
-        rows.call(L"Open", {L"select 1 / (3000 - g) from generate_series(1, 5000) g", object(connection)});
+        rows.call(L"Open", {com::textVariant(L"select 1 / (3000 - n) from " + numbers(5000)), object(connection)});
         while (!isEof(rows))
             rows.call(L"MoveNext");
     });
-    EXPECT_NE(error.description.find(L"division by zero"), std::wstring::npos) << error.description.c_str();
+    EXPECT_NE(error.description.find(L"zero"), std::wstring::npos) << error.description.c_str();
 }
 
 } // namespace

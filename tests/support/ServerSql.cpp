@@ -12,9 +12,39 @@ std::wstring dateType()
     return isPostgreSql() ? L"timestamp(3)" : L"datetime";
 }
 
+std::wstring moneyType()
+{
+    return isPostgreSql() ? L"numeric(19,4)" : L"money";
+}
+
 std::wstring convertedDate()
 {
     return isPostgreSql() ? L"2025-01-02 1" : L"Jan  2 2025 ";
+}
+
+std::wstring numbers(int last)
+{
+    const std::wstring count = std::to_wstring(last);
+    return isPostgreSql() ? L"generate_series(1, " + count + L") n"
+                          : L"(select top " + count +
+                                L" row_number() over (order by (select null)) as n"
+                                L" from sys.all_columns a cross join sys.all_columns b) n";
+}
+
+std::wstring repeated(const std::wstring& text, int count)
+{
+    return isPostgreSql() ? L"repeat(" + text + L", " + std::to_wstring(count) + L")"
+                          : L"replicate(cast(" + text + L" as nvarchar(max)), " + std::to_wstring(count) + L")";
+}
+
+std::wstring databaseQuery()
+{
+    return isPostgreSql() ? L"select current_database()" : L"select db_name()";
+}
+
+std::wstring sessionQuery()
+{
+    return isPostgreSql() ? L"select pg_backend_pid()" : L"select cast(@@spid as int)";
 }
 
 Change knownTable(const std::wstring& prefix, const std::wstring& table)
@@ -51,11 +81,6 @@ std::wstring emptyStatement(const std::vector<std::wstring>& tables)
     for (const std::wstring& table : tables)
         list += (list.empty() ? L"" : L", ") + table;
     return L"truncate " + list + L" cascade;";
-}
-
-std::wstring numbers(int last)
-{
-    return L"generate_series(1, " + std::to_wstring(last) + L") n";
 }
 
 std::wstring analyzeStatement(const std::wstring& table)

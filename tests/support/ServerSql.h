@@ -17,9 +17,19 @@ struct Change
 
 /// The type of a date and time with its thousandths of a second.
 std::wstring dateType();
+/// The type of an amount with four decimals.
+std::wstring moneyType();
 
 /// The first twelve characters of 2 January 2025, 15:45, as the server converts a date to text.
 std::wstring convertedDate();
+
+/// A table of the numbers `n` from 1 to `last`.
+std::wstring numbers(int last);
+/// `text`, an expression, written `count` times; one of any length.
+std::wstring repeated(const std::wstring& text, int count);
+/// The name of the database, and the number of the connection's session.
+std::wstring databaseQuery();
+std::wstring sessionQuery();
 
 /// Makes a table of the other database known under that database's prefix.
 Change knownTable(const std::wstring& prefix, const std::wstring& table);
@@ -43,8 +53,6 @@ std::wstring emptyStatement(const std::vector<std::wstring>& tables);
 /// A lock that somebody holds ends a statement instead of stopping it for ever.
 inline constexpr wchar_t kShortLockTimeout[] = L"set lock_timeout = '10s'; set client_min_messages = error";
 
-/// A table of the numbers `n` from 1 to `last`.
-std::wstring numbers(int last);
 /// Has the server look at a table anew before it plans queries.
 std::wstring analyzeStatement(const std::wstring& table);
 /// One row that differs when the contents of a table do.
