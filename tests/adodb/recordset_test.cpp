@@ -143,6 +143,15 @@ TEST_F(RecordsetTest, UpdatingIsRefused)
     EXPECT_EQ(numberOf([&] { rows.call(L"NextRecordset"); }), 3251);
 }
 
+TEST_F(RecordsetTest, CloseBeforeALaterFailureLeavesTheConnectionUsable)
+{
+    createTable(L"");
+    execute(L"insert into " + table + L" values (1)");
+    // A server that runs the whole batch at once raises the failure here.
+    errorOf([&] { query(L"select 1 as a; insert into " + table + L" values (1)").call(L"Close"); });
+    EXPECT_EQ(long(scalar(L"select 7")), 7);
+}
+
 TEST_F(RecordsetTest, FailureInALaterRowIsRaised)
 {
     const auto rows = createRecordset();

@@ -93,6 +93,12 @@ const Rule* findRule(std::span<const Rule> rules, const Diagnostic& diagnostic)
     return found == rules.end() ? nullptr : &*found;
 }
 
+/// Neither success nor a warning.
+bool isFailure(const Diagnostic& diagnostic) noexcept
+{
+    return !diagnostic.state.starts_with(L"00") && !diagnostic.state.starts_with(L"01");
+}
+
 } // namespace
 
 HRESULT hresultOfDiagnostic(const Diagnostic& diagnostic) noexcept
@@ -136,15 +142,23 @@ OdbcError errorOf(SQLSMALLINT kind, SQLHANDLE handle, const wchar_t* call)
     error.diagnostics = readDiagnostics(kind, handle);
     if (error.diagnostics.empty())
         error.diagnostics.push_back({L"HY000", 0, std::wstring(call) + L" failed and the driver gave no reason."});
-    error.number = hresultOfDiagnostic(error.diagnostics.front());
+    const auto failure = std::ranges::find_if(error.diagnostics, isFailure);
+    const Diagnostic& cause = failure == error.diagnostics.end() ? error.diagnostics.front() : *failure;
+    error.number = hresultOfDiagnostic(cause);
     error.source = kProviderName;
-    error.description = error.diagnostics.front().message;
+    error.description = cause.message;
     return error;
 }
 
 void throwOdbcError(SQLSMALLINT kind, SQLHANDLE handle, const wchar_t* call)
 {
     throw errorOf(kind, handle, call);
+}
+
+void throwToldError(SQLSMALLINT kind, SQLHANDLE handle, const wchar_t* call)
+{
+    if (std::ranges::any_of(readDiagnostics(kind, handle), isFailure))
+        throwOdbcError(kind, handle, call);
 }
 
 } // namespace adodb

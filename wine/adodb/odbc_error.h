@@ -20,7 +20,7 @@ struct Diagnostic
     std::wstring message;
 };
 
-/// The exception for a failed ODBC call: its first record decides number and description.
+/// The exception for a failed ODBC call: its first record that is no warning decides number and description.
 struct OdbcError : com::Error
 {
     std::vector<Diagnostic> diagnostics;
@@ -34,6 +34,8 @@ HRESULT hresultOfDiagnostic(const Diagnostic& diagnostic) noexcept;
 std::vector<Diagnostic> readDiagnostics(SQLSMALLINT kind, SQLHANDLE handle);
 
 [[noreturn]] void throwOdbcError(SQLSMALLINT kind, SQLHANDLE handle, const wchar_t* call);
+/// Throws OdbcError when a call that came back with information has told a failure among its warnings.
+void throwToldError(SQLSMALLINT kind, SQLHANDLE handle, const wchar_t* call);
 
 /// Throws OdbcError unless `rc` is success, success with information or "no data".
 template <SQLSMALLINT Kind>

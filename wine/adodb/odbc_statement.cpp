@@ -73,8 +73,12 @@ void Statement::bind(const std::vector<Binding>& columns, SQLULEN rows)
 
 SQLULEN Statement::fetch()
 {
-    if (odbcCheck(SQLFetch(handle_.get()), handle_, L"SQLFetch") == SQL_NO_DATA)
+    const SQLRETURN rc = odbcCheck(SQLFetch(handle_.get()), handle_, L"SQLFetch");
+    if (rc == SQL_NO_DATA)
         return 0;
+    // FreeTDS gives out the rows before a failure in this way, and afterwards only says that there are no more.
+    if (rc == SQL_SUCCESS_WITH_INFO)
+        throwToldError(SQL_HANDLE_STMT, handle_.get(), L"SQLFetch");
     if (blockRows_ == 1)
         return 1;
     // A row that cannot be read is no failure of a block as a whole.
@@ -86,7 +90,9 @@ SQLULEN Statement::fetch()
 
 void Statement::reset() noexcept
 {
-    SQLFreeStmt(handle_.get(), SQL_CLOSE);
+    // It may tell the failure of a later statement of a batch. The handle then stays in use, until it is closed again.
+    if (!SQL_SUCCEEDED(SQLFreeStmt(handle_.get(), SQL_CLOSE)))
+        SQLFreeStmt(handle_.get(), SQL_CLOSE);
 }
 
 } // namespace adodb
