@@ -5,13 +5,14 @@
 namespace adodb {
 namespace {
 
-long typeOf(int sqlType, int digits, bool isUnsigned, bool withoutNationalTypes = false)
+long typeOf(int sqlType, Dialect dialect = Dialect::Untouched, SQLULEN size = 10, bool isUnsigned = true)
 {
-    constexpr int kScale = 4;
-    const int scale = sqlType == SQL_NUMERIC || sqlType == SQL_DECIMAL ? kScale : 0;
-    return adoTypeOfColumn(
-        {static_cast<SQLSMALLINT>(sqlType), static_cast<SQLULEN>(digits), static_cast<SQLSMALLINT>(scale), isUnsigned},
-        withoutNationalTypes);
+    return adoTypeOfColumn({static_cast<SQLSMALLINT>(sqlType), size, 0, isUnsigned, L""}, dialect);
+}
+
+long decimalType(Dialect dialect, SQLULEN size, SQLSMALLINT digits, const wchar_t* name)
+{
+    return adoTypeOfColumn({SQL_DECIMAL, size, digits, false, name}, dialect);
 }
 
 TEST(ColumnType, FollowsFromTheSqlType)
@@ -28,27 +29,40 @@ TEST(ColumnType, FollowsFromTheSqlType)
                                            std::pair(SQL_WVARCHAR, 202),  std::pair(SQL_WLONGVARCHAR, 203),
                                            std::pair(SQL_VARBINARY, 204), std::pair(SQL_LONGVARBINARY, 205),
                                            std::pair(SQL_INTERVAL_DAY, 0)})
-        EXPECT_EQ(typeOf(sqlType, 10, true), adoType) << sqlType;
+        EXPECT_EQ(typeOf(sqlType), adoType) << sqlType;
 }
 
-TEST(ColumnType, OnlyDecimal19With4DecimalsIsCurrency)
+TEST(ColumnType, MoneyIsKnownByItsName)
 {
-    EXPECT_EQ(typeOf(SQL_DECIMAL, 19, false), 6);
-    EXPECT_EQ(typeOf(SQL_NUMERIC, 19, false), 6);
-    EXPECT_EQ(typeOf(SQL_DECIMAL, 18, false), 131);
-    EXPECT_EQ(adoTypeOfColumn({SQL_DECIMAL, 19, 2, false}, false), 131);
+    EXPECT_EQ(decimalType(Dialect::Untouched, 19, 4, L"money"), 6);
+    EXPECT_EQ(decimalType(Dialect::Untouched, 10, 4, L"smallmoney"), 6);
+    EXPECT_EQ(decimalType(Dialect::Untouched, 19, 4, L"decimal"), 131);
+}
+
+TEST(ColumnType, MoneyOfPostgreSqlIsKnownByItsDigits)
+{
+    EXPECT_EQ(decimalType(Dialect::PostgreSql, 19, 4, L""), 6);
+    EXPECT_EQ(decimalType(Dialect::PostgreSql, 18, 4, L""), 131);
+    EXPECT_EQ(decimalType(Dialect::PostgreSql, 19, 2, L""), 131);
 }
 
 TEST(ColumnType, SignedTinyIntIsItsOwn)
 {
-    EXPECT_EQ(typeOf(SQL_TINYINT, 3, false), 16);
+    EXPECT_EQ(typeOf(SQL_TINYINT, Dialect::Untouched, 3, false), 16);
 }
 
-TEST(ColumnType, WideTextIsPlainWhereThereAreNoNationalTypes)
+TEST(ColumnType, WideTextOfPostgreSqlIsPlain)
 {
-    EXPECT_EQ(typeOf(SQL_WCHAR, 5, false, true), 129);
-    EXPECT_EQ(typeOf(SQL_WVARCHAR, 5, false, true), 200);
-    EXPECT_EQ(typeOf(SQL_WLONGVARCHAR, 5, false, true), 201);
+    EXPECT_EQ(typeOf(SQL_WCHAR, Dialect::PostgreSql), 129);
+    EXPECT_EQ(typeOf(SQL_WVARCHAR, Dialect::PostgreSql), 200);
+    EXPECT_EQ(typeOf(SQL_WLONGVARCHAR, Dialect::PostgreSql), 201);
+}
+
+TEST(ColumnType, WithoutASizeIsLong)
+{
+    EXPECT_EQ(typeOf(SQL_VARCHAR, Dialect::Untouched, 0), 201);
+    EXPECT_EQ(typeOf(SQL_WVARCHAR, Dialect::Untouched, 0), 203);
+    EXPECT_EQ(typeOf(SQL_VARBINARY, Dialect::Untouched, 0), 205);
 }
 
 } // namespace

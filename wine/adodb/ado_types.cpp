@@ -47,9 +47,11 @@ constexpr std::array kTypes{
 constexpr auto kTypeNumber = [](const TypeInfo& info) { return long{info.type}; };
 static_assert(std::ranges::is_sorted(kTypes, {}, kTypeNumber));
 
-AdoType decimalType(const SqlColumnType& column) noexcept
+bool isMoney(const SqlColumnType& column, Dialect dialect) noexcept
 {
-    return column.size == 19 && column.digits == 4 ? adCurrency : adNumeric;
+    if (dialect == Dialect::PostgreSql)
+        return column.size == 19 && column.digits == 4;
+    return column.typeName.ends_with(L"money"); // smallmoney, too
 }
 
 } // namespace
@@ -60,8 +62,10 @@ const TypeInfo* findType(long adoType) noexcept
     return found != kTypes.end() && found->type == adoType ? &*found : nullptr;
 }
 
-AdoType adoTypeOfColumn(const SqlColumnType& column, bool plainText) noexcept
+AdoType adoTypeOfColumn(const SqlColumnType& column, Dialect dialect) noexcept
 {
+    const bool plainText = dialect == Dialect::PostgreSql;
+    const bool isLong = column.size == 0; // varchar(max) and the like have no size
     switch (column.sqlType) {
     case SQL_SMALLINT:
         return adSmallInt;
@@ -82,17 +86,19 @@ AdoType adoTypeOfColumn(const SqlColumnType& column, bool plainText) noexcept
         return adGUID;
     case SQL_DECIMAL:
     case SQL_NUMERIC:
-        return decimalType(column);
+        return isMoney(column, dialect) ? adCurrency : adNumeric;
     case SQL_CHAR:
         return adChar;
     case SQL_VARCHAR:
-        return adVarChar;
+        return isLong ? adLongVarChar : adVarChar;
     case SQL_LONGVARCHAR:
         return adLongVarChar;
     case SQL_WCHAR:
         return plainText ? adChar : adWChar;
     case SQL_WVARCHAR:
-        return plainText ? adVarChar : adVarWChar;
+        if (plainText)
+            return adVarChar;
+        return isLong ? adLongVarWChar : adVarWChar;
     case SQL_WLONGVARCHAR:
         return plainText ? adLongVarChar : adLongVarWChar;
     case kSqlServerXml:
@@ -107,7 +113,7 @@ AdoType adoTypeOfColumn(const SqlColumnType& column, bool plainText) noexcept
     case SQL_BINARY:
         return adBinary;
     case SQL_VARBINARY:
-        return adVarBinary;
+        return isLong ? adLongVarBinary : adVarBinary;
     case SQL_LONGVARBINARY:
         return adLongVarBinary;
     default:

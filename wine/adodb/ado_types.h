@@ -1,8 +1,11 @@
 #pragma once
 
+#include "dialect.h"
 #include "odbc_handle.h"
 
 #include <wtypes.h>
+
+#include <string>
 
 namespace adodb {
 
@@ -92,10 +95,11 @@ struct SqlColumnType
     SQLULEN size;
     SQLSMALLINT digits;
     bool isUnsigned;
+    std::wstring typeName; ///< the server's name of a decimal type; not asked of PostgreSQL
 };
 
-/// The ADO type of a result column, adEmpty when there is none. `plainText`: the database has no separate national
-/// character types, so wide text is reported as CHAR, VARCHAR and LONGVARCHAR.
-AdoType adoTypeOfColumn(const SqlColumnType& column, bool plainText) noexcept;
+/// The ADO type of a result column, adEmpty when there is none. PostgreSQL has no separate national character types, so
+/// its wide text is reported as CHAR, VARCHAR and LONGVARCHAR; numeric(19,4) is its form of money.
+AdoType adoTypeOfColumn(const SqlColumnType& column, Dialect dialect) noexcept;
 
 } // namespace adodb

@@ -79,6 +79,12 @@ SqlColumnType Result::columnType(SQLUSMALLINT number, ColumnInfo& info) const
                   handle(), L"SQLColAttribute");
         sql.isUnsigned = isUnsigned == SQL_TRUE;
     }
+    const bool isDecimal = sql.sqlType == SQL_DECIMAL || sql.sqlType == SQL_NUMERIC;
+    if (isDecimal && connection_->dialect() != Dialect::PostgreSql) {
+        odbcCheck(SQLColAttributeW(handle().get(), number, SQL_DESC_TYPE_NAME, name, sizeof name, nullptr, nullptr),
+                  handle(), L"SQLColAttribute");
+        sql.typeName = name;
+    }
     return sql;
 }
 
@@ -86,7 +92,7 @@ void Result::describeColumn(SQLUSMALLINT number)
 {
     ColumnInfo info{std::pmr::wstring(&names_), {}, 0, 0, 0};
     const SqlColumnType sql = columnType(number, info);
-    info.type = adoTypeOfColumn(sql, connection_->dialect() == Dialect::PostgreSql);
+    info.type = adoTypeOfColumn(sql, connection_->dialect());
     const TypeInfo* type = findType(info.type);
     if (!type)
         throw com::Error{E_FAIL, kProviderName,
