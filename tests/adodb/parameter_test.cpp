@@ -44,6 +44,23 @@ TEST_F(ParameterTest, DigitsBeyondPrecisionOrScaleAreRefused)
     }
 }
 
+TEST_F(ParameterTest, NegativeTinyIntIsRefusedWhereItHasNoSign)
+{
+    createTable(L"v smallint");
+    const auto insert = command(L"insert into " + table + L" values (1, ?)");
+    append(insert, L"v", 16, 1, 0, short{-5});
+    EXPECT_EQ(numberOf([&] { insert.call(L"Execute"); }), isPostgreSql() ? 0 : 3421);
+}
+
+TEST_F(ParameterTest, TextBeyondTheCodePageOfItsColumnArrivesWithQuestionMarks)
+{
+    createTable(L"v varchar(20)");
+    const auto insert = command(L"insert into " + table + L" values (1, ?)");
+    append(insert, L"v", 200, 1, 20, L"\x00eb \x0416");
+    insert.call(L"Execute");
+    EXPECT_EQ(textOf(scalar(L"select v from " + table)), isPostgreSql() ? L"\x00eb \x0416" : L"\x00eb ?");
+}
+
 TEST_F(ParameterTest, InputWithoutValueIsRefused)
 {
     const auto select = command(L"select cast(? as integer)");

@@ -30,6 +30,41 @@ int fractionDigits(const ParameterData& parameter, Dialect dialect)
     return dialect == Dialect::PostgreSql ? 6 : 3;
 }
 
+SQLSMALLINT wideType(SQLSMALLINT sqlType)
+{
+    switch (sqlType) {
+    case SQL_CHAR:
+        return SQL_WCHAR;
+    case SQL_VARCHAR:
+        return SQL_WVARCHAR;
+    case SQL_LONGVARCHAR:
+        return SQL_WLONGVARCHAR;
+    default:
+        return sqlType;
+    }
+}
+
+bool isAscii(const VARIANT& text)
+{
+    return std::ranges::all_of(std::wstring_view(V_BSTR(&text), SysStringLen(V_BSTR(&text))),
+                               [](wchar_t c) { return c < 0x80; });
+}
+
+/// The type as which a value goes out. SQL Server gets text that is not plain ASCII as national text: it writes a
+/// question mark for what a code page lacks, as with its own driver; FreeTDS would refuse the value.
+SQLSMALLINT sqlTypeOf(const TypeInfo& type, const VARIANT& value, Dialect dialect)
+{
+    const bool isNational = dialect != Dialect::PostgreSql && V_VT(&value) == VT_BSTR && !isAscii(value);
+    return isNational ? wideType(type.sqlType) : type.sqlType;
+}
+
+/// SQL Server's tinyint has no sign; FreeTDS sends 251 for -5.
+void requireUnsigned(const VARIANT& value, Dialect dialect)
+{
+    if (dialect != Dialect::PostgreSql && V_VT(&value) == VT_I1 && V_I1(&value) < 0)
+        raiseAdoError(kDataConversion, L"ADODB.Parameter");
+}
+
 SQLSMALLINT directionOf(const ParameterData& parameter)
 {
     switch (parameter.direction) {
@@ -46,7 +81,8 @@ SQLSMALLINT directionOf(const ParameterData& parameter)
 
 OdbcParameter::OdbcParameter(const ParameterData& parameter, Dialect dialect)
     : parameter_(parameter),
-      type_(completeType(parameter))
+      type_(completeType(parameter)),
+      sqlType_(sqlTypeOf(type_, parameter.value, dialect))
 {
     if (type_.sqlType == SQL_TYPE_TIMESTAMP) {
         digits_ = static_cast<SQLSMALLINT>(fractionDigits(parameter, dialect));
@@ -69,6 +105,7 @@ OdbcParameter::OdbcParameter(const ParameterData& parameter, Dialect dialect)
         const _variant_t value = coerceValue(parameter, parameter.value);
         if (V_VT(&value) == VT_EMPTY)
             raiseAdoError(kNoValueForParameter, kProviderName);
+        requireUnsigned(value, dialect);
         if (V_VT(&value) != VT_NULL)
             store(value);
     }
@@ -158,8 +195,8 @@ void OdbcParameter::reserveOutput()
 
 void OdbcParameter::bind(const StatementHandle& statement, SQLUSMALLINT number)
 {
-    odbcCheck(SQLBindParameter(statement.get(), number, directionOf(parameter_), type_.cType, type_.sqlType,
-                               columnSize_, digits_, buffer_.data(), static_cast<SQLLEN>(buffer_.size()), &length_),
+    odbcCheck(SQLBindParameter(statement.get(), number, directionOf(parameter_), type_.cType, sqlType_, columnSize_,
+                               digits_, buffer_.data(), static_cast<SQLLEN>(buffer_.size()), &length_),
               statement, L"SQLBindParameter");
 }
 

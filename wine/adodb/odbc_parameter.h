@@ -30,6 +30,7 @@ private:
 
     const ParameterData& parameter_;
     const TypeInfo& type_;
+    SQLSMALLINT sqlType_;
     std::vector<std::byte> buffer_;
     SQLLEN length_ = SQL_NULL_DATA;
     SQLULEN columnSize_ = 0;
