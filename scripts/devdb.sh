@@ -198,6 +198,7 @@ export ODBCINI=$(printf %q "$state/odbc.ini")
 export ODBCSYSINI=$(printf %q "$state")
 export QUINMARK_OFFICE_DSN=QuinmarkOffice
 export QUINMARK_LAPTOP_DSN=QuinmarkLaptop
+export QUINMARK_SERVER_ADDRESS=127.0.0.1:$port
 export QUINMARK_PASSWORD=$kPassword
 export QUINMARK_OFFICE_PREFIX=office.
 export QUINMARK_LAPTOP_PREFIX=laptop.

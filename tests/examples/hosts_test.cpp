@@ -1,5 +1,5 @@
 #include "Examples.h"
-#include "support/Sabotage.h"
+#include "support/Relay.h"
 
 #include <gmock/gmock.h>
 
@@ -173,12 +173,12 @@ TEST_P(ExampleHost, EndsWithTwoWhenARowChangedOnBothSides)
 
 TEST_P(ExampleHost, LeavesTheIntervalWhenAFailedRunCannotBeRecorded)
 {
-    if (!isPostgreSql())
-        GTEST_SKIP() << "ends connections of the private PostgreSQL";
-    const Sabotage cut(destination(), trigger(L"patient", L"insert", L"true",
-                                              L"perform * from (" + cutStatement(L"quinmark_host") + L") cut;"));
-    host().sourceDsn = taggedDsn(host().sourceDsn, L"quinmark_host");
-    host().destinationDsn = taggedDsn(host().destinationDsn, L"quinmark_host");
+    const std::unique_ptr<Relay> relay = relayToServer();
+    if (!relay)
+        return;
+    relay->cutAt(L"Insert into patient ");
+    host().sourceDsn = relay->dataSource(host().sourceDsn);
+    host().destinationDsn = relay->dataSource(host().destinationDsn);
     const ProgramEnd end = run();
     EXPECT_EQ(end.exitCode, 1U) << end.output;
     EXPECT_THAT(end.output, HasSubstr("0x80004005"));

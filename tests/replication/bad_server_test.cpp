@@ -1,5 +1,5 @@
 #include "BadInput.h"
-#include "support/Sabotage.h"
+#include "support/Relay.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -8,34 +8,53 @@ using testing::StartsWith;
 
 namespace {
 
-constexpr wchar_t kTag[] = L"quinmark_cut";
-
 /// Servers that go away, or were never there. tests/faults fails every single call into ADO.
-class BadServer : public NeedsPostgreSql<BadInput>
+class BadServer : public BadInput
 {
 protected:
-    /// Connects with connections that `cut` ends, and with a run object.
+    void SetUp() override
+    {
+        relay_ = relayToServer();
+        if (relay_)
+            BadInput::SetUp();
+    }
+
+    /// Connects to one side through the relay, and returns a run object.
     RunObject start(std::wstring HostSettings::*dsn)
     {
         const HostSettings good = host();
-        host().*dsn = taggedDsn(host().*dsn, kTag);
+        host().*dsn = relay_->dataSource(host().*dsn);
         connect();
         host() = good;
         return createRun();
     }
 
-    static void cut(const PracticeSide& side) { side.execute(cutStatement(kTag)); }
+    void cut() { relay_->cut(); }
+
+    /// The failure of a run that loses a side at a statement with this text.
+    com::Error failureOfCutRun(std::wstring HostSettings::*dsn, const TablePlan& plan, const std::wstring& text)
+    {
+        const HostSettings good = host();
+        host().*dsn = relay_->dataSource(host().*dsn);
+        relay_->cutAt(text);
+        const com::Error error = runFailure({plan});
+        host() = good;
+        return error;
+    }
 
     void expectGoodRunAfterwards()
     {
         disconnect();
         expectGoodRun();
     }
+
+private:
+    std::unique_ptr<Relay> relay_;
 };
 
 TEST_F(BadServer, ThatDoesNotListenFailsInit)
 {
-    host().sourceDsn += L";Port=1";
+    host().sourceDsn = atPort(host().sourceDsn, 1);
     EXPECT_THAT(connectFailure(), isError(kFailed, L"Factory.init", Not(IsEmpty())));
     EXPECT_EQ(log(), L"");
 }
@@ -43,7 +62,7 @@ TEST_F(BadServer, ThatDoesNotListenFailsInit)
 TEST_F(BadServer, ThatIsGoneBeforeTheRunFailsItsStart)
 {
     const RunObject run = start(&HostSettings::sourceDsn);
-    cut(destination());
+    cut();
     EXPECT_THAT(initFailure(*run.Get()), isError(kFailed, L"clsReplicate.initNextRun", Not(IsEmpty())));
     EXPECT_TRUE(runFailed(*run.Get()));
     EXPECT_THAT(runError(*run.Get()), StartsWith(L"clsReplicate.initNextRun: -2147467259: "));
@@ -55,7 +74,7 @@ TEST_F(BadServer, ThatIsGoneWhenTheTablesStartFailsTheRun)
     const RunObject run = start(&HostSettings::sourceDsn);
     initNextRun(*run.Get());
     const TableObject table = createTable(kConfig);
-    cut(destination());
+    cut();
     const com::Error error = raised([&] { go(*run.Get(), {table}); });
     EXPECT_THAT(error, isError(kFailed, L"clsReplicate.go", Not(IsEmpty())));
     EXPECT_EQ(runError(*run.Get()), error.description);
@@ -69,7 +88,7 @@ TEST_F(BadServer, ThatIsRemoteAndGoneFailsTheTableAndLeavesTheKeyDropped)
 {
     const RunObject run = start(&HostSettings::destinationDsn);
     initNextRun(*run.Get());
-    cut(source());
+    cut();
     EXPECT_THAT(raised([&] { go(*run.Get(), {createTable(kConfig)}); }),
                 isError(kFailed, L"clsReplicate.go", Not(IsEmpty())));
     EXPECT_FALSE(local().hasPatientKey());
@@ -85,10 +104,8 @@ TEST_F(BadServer, ThatIsGoneInTheMiddleOfATableKeepsTheRowsBeforeAndTheNextRunDo
     for (const int key : {9, 10})
         addUser(source(), key, L"new", kNew);
     addUser(destination(), 11, L"gone", kOld);
-    {
-        const CutConnection cut(destination(), L"users", L"insert", L"new.unid = 10");
-        EXPECT_THAT(runFailure({kUsers}), isError(kFailed, L"clsReplicate.go", Not(IsEmpty())));
-    }
+    EXPECT_THAT(failureOfCutRun(&HostSettings::destinationDsn, kUsers, L"values (10, 'new'"),
+                isError(kFailed, L"clsReplicate.go", Not(IsEmpty())));
     EXPECT_THAT(users(destination()), ElementsAre(L"7|changed", L"9|new", L"11|gone"));
     EXPECT_THAT(recordedError(), StartsWith(L"error: clsReplicateTable.replicateOneWay: "));
     EXPECT_FALSE(local().hasPatientKey());
@@ -104,10 +121,8 @@ TEST_F(BadServer, ThatIsGoneInAFullCopyLeavesTheDestinationEmptyUntilTheNextRun)
 {
     source().execute(L"insert into config (category, config_name) values ('run', 'a'), ('run', 'b')");
     destination().execute(L"insert into config (category, config_name) values ('run', 'stale')");
-    {
-        const CutConnection cut(destination(), L"config", L"insert", L"new.config_name = 'b'");
-        EXPECT_THAT(runFailure({kConfig}), isError(kFailed, L"clsReplicate.go", Not(IsEmpty())));
-    }
+    EXPECT_THAT(failureOfCutRun(&HostSettings::sourceDsn, kConfig, L"config select * from "),
+                isError(kFailed, L"clsReplicate.go", Not(IsEmpty())));
     EXPECT_EQ(destination().count(L"config"), 0);
     EXPECT_EQ(recordedError(), L"none");
     EXPECT_FALSE(local().hasPatientKey());

@@ -1,7 +1,7 @@
 #include "com/convert.h"
 #include "support/PracticePair.h"
 #include "support/Raised.h"
-#include "support/Sabotage.h"
+#include "support/Relay.h"
 
 #include <gmock/gmock.h>
 
@@ -135,18 +135,18 @@ TEST_F(Conflicts, SavedByTheHostAppearInTheDatabase)
     EXPECT_THAT(conflicts(), ElementsAre(L"shortcut|0|" + std::wstring(kKey) + L"|3|Müller's €"));
 }
 
-class CutResolution : public NeedsPostgreSql<Conflicts>
+TEST_F(Conflicts, WhoseResolutionIsCutMayBeResolvedAgain)
 {
-};
-
-TEST_F(CutResolution, LeavesTheConflictToBeResolvedAgain)
-{
+    const std::unique_ptr<Relay> relay = relayToServer();
+    if (!relay)
+        return;
     runAt(LAPTOP);
+    const HostSettings good = host();
+    host().destinationDsn = relay->dataSource(host().destinationDsn);
     find(CHANGED_ON_BOTH);
-    {
-        const CutConnection cut(destination(), L"shortcut", L"update", L"new.item_name = 'source''s'");
-        EXPECT_EQ(raised([&] { resolve(loadConflict(), USE_SOURCE); }).source, L"clsConflict.resolve");
-    }
+    host() = good;
+    relay->cutAt(L"item_name = 'source''s'");
+    EXPECT_EQ(raised([&] { resolve(loadConflict(), USE_SOURCE); }).source, L"clsConflict.resolve");
     EXPECT_THAT(shortcuts(destination()), ElementsAre(L"destination's"));
     EXPECT_EQ(conflicts().size(), 1U);
     disconnect();

@@ -33,7 +33,7 @@ protected:
     }
 };
 
-/// `Base` for tests that cut connections, write triggers or count what the server did.
+/// `Base` for tests that count what the server did.
 template <class Base>
 class NeedsPostgreSql : public Base
 {

@@ -26,15 +26,3 @@ class FailingRows : public Sabotage
 public:
     FailingRows(const PracticeSide& side, const std::wstring& table, const std::wstring& condition);
 };
-
-/// PostgreSQL only: ends the connection that does `event` to a row of `table` that fits `condition`, in the middle of
-/// the statement.
-class CutConnection : public Sabotage
-{
-public:
-    CutConnection(const PracticeSide& side, const std::wstring& table, const std::wstring& event,
-                  const std::wstring& condition)
-        : Sabotage(side, trigger(table, event, condition, kCutOwnConnection))
-    {
-    }
-};

@@ -56,25 +56,6 @@ Change knownTable(const std::wstring& prefix, const std::wstring& table)
             L"drop foreign table " + prefix + table};
 }
 
-std::wstring taggedDsn(const std::wstring& dsn, const std::wstring& tag)
-{
-    return dsn + L";pqopt={application_name=" + tag + L"}";
-}
-
-std::wstring cutStatement(const std::wstring& tag)
-{
-    return L"select pg_terminate_backend(pid) from pg_stat_activity where application_name = '" + tag + L"'";
-}
-
-Change trigger(const std::wstring& table, const std::wstring& event, const std::wstring& condition,
-               const std::wstring& statements)
-{
-    return {L"create or replace function test_trigger() returns trigger language plpgsql as $$begin " + statements +
-                L" return new; end$$; create trigger test_trigger before " + event + L" on " + table +
-                L" for each row when (" + condition + L") execute function test_trigger()",
-            L"drop function test_trigger() cascade"};
-}
-
 std::wstring emptyStatement(const std::vector<std::wstring>& tables)
 {
     std::wstring list;

@@ -36,18 +36,6 @@ Change knownTable(const std::wstring& prefix, const std::wstring& table);
 
 // PostgreSQL only.
 
-/// The data source `dsn`, with connections that the server lists under `tag`.
-std::wstring taggedDsn(const std::wstring& dsn, const std::wstring& tag);
-/// Ends the connections listed under `tag`, and runs on any other one.
-std::wstring cutStatement(const std::wstring& tag);
-
-/// Runs `statements` before `event` (insert, update, delete) of a row of `table` that fits `condition`. The row is NEW,
-/// or OLD for a delete.
-Change trigger(const std::wstring& table, const std::wstring& event, const std::wstring& condition,
-               const std::wstring& statements);
-/// Statements of a trigger that end the connection they run on.
-inline constexpr wchar_t kCutOwnConnection[] = L"perform pg_terminate_backend(pg_backend_pid()); perform pg_sleep(5);";
-
 /// Empties tables, so that rows inserted later are found in the order of their insertion.
 std::wstring emptyStatement(const std::vector<std::wstring>& tables);
 /// A lock that somebody holds ends a statement instead of stopping it for ever.
