@@ -17,11 +17,6 @@ std::wstring moneyType()
     return isPostgreSql() ? L"numeric(19,4)" : L"money";
 }
 
-std::wstring convertedDate()
-{
-    return isPostgreSql() ? L"2025-01-02 1" : L"Jan  2 2025 ";
-}
-
 std::wstring numbers(int last)
 {
     const std::wstring count = std::to_wstring(last);

@@ -20,9 +20,6 @@ std::wstring dateType();
 /// The type of an amount with four decimals.
 std::wstring moneyType();
 
-/// The first twelve characters of 2 January 2025, 15:45, as the server converts a date to text.
-std::wstring convertedDate();
-
 /// A table of the numbers `n` from 1 to `last`.
 std::wstring numbers(int last);
 /// `text`, an expression, written `count` times; one of any length.
