@@ -30,9 +30,9 @@ TEST(BuiltDll, MayGoOnceItsObjectsAreGoneWhateverFailed)
     EXPECT_EQ(dll.call("DllCanUnloadNow"), S_OK);
 }
 
-std::string fileText(const wchar_t* path)
+std::string fileText(const std::filesystem::path& path)
 {
-    std::ifstream file{std::filesystem::path(path)};
+    std::ifstream file(path);
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
@@ -41,7 +41,7 @@ struct Version
 {
     Version()
     {
-        const std::string text = fileText(VERSION_FILE);
+        const std::string text = fileText(sourceFile(L"VERSION"));
         EXPECT_EQ(std::sscanf(text.c_str(), "%d.%d.%d", &major, &minor, &revision), 3) << text;
     }
     std::wstring text() const
@@ -88,7 +88,7 @@ TEST(BuiltDll, EntryObjectReportsTheVersionOfTheSources)
 TEST(BuiltDll, ManifestHasTheVersionOfTheSources)
 {
     const Version version;
-    const std::string manifest = fileText(MANIFEST_FILE);
+    const std::string manifest = fileText(builtFile(L"QuinmarkRepDLL.manifest"));
     const std::string library = std::to_string(version.major) + "." + std::to_string(version.minor);
     const std::string assembly = library + ".0." + std::to_string(version.revision);
     EXPECT_NE(manifest.find("name=\"QuinmarkRepDLL\" version=\"" + assembly + "\""), std::string::npos) << manifest;

@@ -189,7 +189,7 @@ TEST(TypeLibrary, KeepsItsTypesAndTheirMembers)
              << '\n';
         listMembers(*type.Get(), text);
     }
-    std::ifstream file{std::filesystem::path(TYPELIB_FILE)};
+    std::ifstream file(sourceFile(L"tests/component/typelib.txt"));
     EXPECT_EQ(text.str(), std::string(std::istreambuf_iterator<char>(file), {}));
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/ChildProcess.h"
+#include "support/Folders.h"
 #include "support/PracticePair.h"
 
 /// The practice pair, and programs that are started in the examples' folder.
@@ -9,7 +10,7 @@ class Examples : public PracticePair
 protected:
     static ProgramEnd runExample(const std::wstring& commandLine)
     {
-        return ChildProcess(commandLine, EXAMPLES_FOLDER).wait();
+        return ChildProcess(commandLine, sourceFile(L"examples").wstring()).wait();
     }
 
     static void addPatient(const PracticeSide& side, int unid, const std::wstring& name, const std::wstring& modified)

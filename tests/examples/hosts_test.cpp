@@ -204,8 +204,8 @@ TEST_P(ExampleHost, RefusesWrongArguments)
 INSTANTIATE_TEST_SUITE_P(, ExampleHost,
                          testing::Values(Host{"VBScript", L"cscript.exe //nologo replicate.vbs daily", LAPTOP, true},
                                          Host{"JScript", L"cscript.exe //nologo replicate.js", OFFICES, false},
-                                         Host{"Cpp", L"\"" + builtProgram(L"example_replicate.exe") + L"\"", OFFICES,
-                                              true}),
+                                         Host{"Cpp", L"\"" + builtFile(L"example_replicate.exe").wstring() + L"\"",
+                                              OFFICES, true}),
                          [](const testing::TestParamInfo<Host>& info) { return std::string(info.param.name); });
 
 } // namespace

@@ -92,7 +92,7 @@ private:
     /// With a log of the test's own.
     std::string sample()
     {
-        std::ifstream file(std::filesystem::path(EXAMPLES_FOLDER) / "../docs/hosting.md", std::ios::binary);
+        std::ifstream file(sourceFile(L"docs/hosting.md"), std::ios::binary);
         const std::string text{std::istreambuf_iterator<char>(file), {}};
         const std::string fence = "```vbscript\n";
         const size_t begin = text.find(fence) + fence.size();

@@ -21,7 +21,7 @@ std::string side(const char* name, const std::wstring& dsn, const std::wstring& 
 void keepOutput(const std::string& definition, const std::string& output)
 {
     static int number = 0;
-    const std::filesystem::path folder = JSON_OUTPUTS;
+    const std::filesystem::path folder = builtFile(L"quinrep_outputs");
     if (number == 0)
         std::filesystem::remove_all(folder);
     std::filesystem::create_directories(folder);
@@ -59,7 +59,7 @@ std::wstring Quinrep::commandLine(const std::wstring& arguments)
          << side("destination", settings.destinationDsn, settings.destinationPrefix) << "[log]\nfile = '"
          << toUtf8(settings.logFile) << "'\nlevel = 1\n"
          << sections << tables;
-    return L"\"" + builtProgram(L"quinrep.exe") + L"\" -c \"" + configurationPath() + L"\" " + arguments;
+    return L"\"" + builtFile(L"quinrep.exe").wstring() + L"\" -c \"" + configurationPath() + L"\" " + arguments;
 }
 
 Ended Quinrep::quinrep(const std::wstring& arguments)

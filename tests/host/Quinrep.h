@@ -2,6 +2,7 @@
 
 #include "HostError.h"
 #include "support/ChildProcess.h"
+#include "support/Folders.h"
 #include "support/PracticePair.h"
 
 #include <filesystem>

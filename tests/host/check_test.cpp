@@ -40,7 +40,7 @@ protected:
 /// Without the configuration of the practice pair.
 Ended quinrepAlone(const std::wstring& arguments)
 {
-    return {ChildProcess(L"\"" + builtProgram(L"quinrep.exe") + L"\" " + arguments).wait()};
+    return {ChildProcess(L"\"" + builtFile(L"quinrep.exe").wstring() + L"\" " + arguments).wait()};
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Folders.h"
 #include "QuinmarkRepDLL.h"
 #include "com/error.h"
 
@@ -10,9 +11,7 @@
 /// The DLL that was built beside the test program.
 inline std::filesystem::path builtDll()
 {
-    wchar_t path[MAX_PATH];
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return std::filesystem::path(path).replace_filename(L"QuinmarkRepDLL.dll");
+    return builtFile(L"QuinmarkRepDLL.dll");
 }
 
 /// A DLL loaded by its path, not by its registration, for as long as this lives.

@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr DWORD kLongestRun = 60000;
-
 HANDLE inheritedFile(const std::wstring& path)
 {
     SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
@@ -47,15 +45,16 @@ ChildProcess::ChildProcess(std::wstring commandLine, const std::wstring& folder)
 ChildProcess::~ChildProcess()
 {
     TerminateProcess(process_.hProcess, 99);
-    WaitForSingleObject(process_.hProcess, kLongestRun);
+    WaitForSingleObject(process_.hProcess, INFINITE);
     CloseHandle(process_.hThread);
     CloseHandle(process_.hProcess);
 }
 
-ProgramEnd ChildProcess::wait()
+ProgramEnd ChildProcess::wait(std::chrono::milliseconds longest)
 {
     ProgramEnd end;
-    EXPECT_EQ(WaitForSingleObject(process_.hProcess, kLongestRun), WAIT_OBJECT_0) << "the program does not end";
+    EXPECT_EQ(WaitForSingleObject(process_.hProcess, static_cast<DWORD>(longest.count())), WAIT_OBJECT_0)
+        << "the program does not end";
     GetExitCodeProcess(process_.hProcess, &end.exitCode);
     end.output = linesOf(outputPath_);
     end.messages = linesOf(messagesPath_);
@@ -66,11 +65,4 @@ std::string contentOf(const std::wstring& path)
 {
     std::ifstream file(std::filesystem::path(path), std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
-}
-
-std::wstring builtProgram(const wchar_t* name)
-{
-    wchar_t path[MAX_PATH];
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return std::filesystem::path(path).replace_filename(name).wstring();
 }

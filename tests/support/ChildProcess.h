@@ -2,6 +2,8 @@
 
 #include "TemporaryFolder.h"
 
+#include <chrono>
+
 /// The exit code and the output of a program, its lines ended by LF.
 struct ProgramEnd
 {
@@ -20,7 +22,8 @@ public:
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
-    ProgramEnd wait();
+    /// The end of the program, which must come in time.
+    ProgramEnd wait(std::chrono::milliseconds longest = std::chrono::minutes(1));
 
 private:
     const TemporaryFolder files_;
@@ -31,6 +34,3 @@ private:
 
 /// The whole text of a file.
 std::string contentOf(const std::wstring& path);
-
-/// A program in the folder of the one that runs.
-std::wstring builtProgram(const wchar_t* name);
