@@ -2,12 +2,18 @@
 # install rules of the component "product" name its contents.
 set(PACKAGE_NAME "QuinmarkRepDLL-${PROJECT_VERSION}")
 
+# program_manifest(PROGRAM FOLDER): a manifest below the build folder, by which the program finds the DLL beside it.
+function(program_manifest program folder)
+    set(PROGRAM "${program}")
+    configure_file("${PROJECT_SOURCE_DIR}/packaging/program.exe.manifest.in"
+        "${CMAKE_BINARY_DIR}/${folder}/${program}.exe.manifest" @ONLY)
+endfunction()
+
 install(TARGETS QuinmarkRepDLL RUNTIME DESTINATION . COMPONENT product)
 install(TARGETS quinrep RUNTIME DESTINATION . COMPONENT product)
-configure_file(packaging/quinrep.exe.manifest.in "${CMAKE_BINARY_DIR}/package/quinrep.exe.manifest" @ONLY)
+program_manifest(quinrep package)
 install(FILES
     "${CMAKE_BINARY_DIR}/package/quinrep.exe.manifest"
-    "${CMAKE_BINARY_DIR}/QuinmarkRepDLL.manifest"
     "${CMAKE_BINARY_DIR}/QuinmarkRepDLL.tlb"
     README.md CHANGELOG.md
     DESTINATION . COMPONENT product)

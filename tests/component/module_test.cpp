@@ -85,10 +85,21 @@ TEST(BuiltDll, EntryObjectReportsTheVersionOfTheSources)
     EXPECT_EQ(result.value, _variant_t(Version().text().c_str()));
 }
 
+/// The resource by which a program finds the DLL beside it as an assembly.
+std::string manifestOf(HMODULE module)
+{
+    constexpr WORD kManifest = 24;
+    const HRSRC found = FindResourceW(module, MAKEINTRESOURCEW(1), MAKEINTRESOURCEW(kManifest));
+    if (!found)
+        return "none";
+    return {static_cast<const char*>(LockResource(LoadResource(module, found))), SizeofResource(module, found)};
+}
+
 TEST(BuiltDll, ManifestHasTheVersionOfTheSources)
 {
     const Version version;
-    const std::string manifest = fileText(builtFile(L"QuinmarkRepDLL.manifest"));
+    const LoadedDll dll;
+    const std::string manifest = manifestOf(dll.module());
     const std::string library = std::to_string(version.major) + "." + std::to_string(version.minor);
     const std::string assembly = library + ".0." + std::to_string(version.revision);
     EXPECT_NE(manifest.find("name=\"QuinmarkRepDLL\" version=\"" + assembly + "\""), std::string::npos) << manifest;
