@@ -55,7 +55,7 @@ startTestbed
 # The first program with a window brings up the desktop, which would hold on to a test's output like the others.
 registerServers >/dev/null 2>&1
 [[ ${#dataSources[@]} -eq 0 ]] || useDataSources "${dataSources[@]}"
-export QUINMARK_REQUIRE_DATABASE=1 QUINMARK_REQUIRE_DISPLAY=1
+export QUINMARK_REQUIRE_DATABASE=1 QUINMARK_REQUIRE_DISPLAY=1 QUINMARK_REQUIRE_REGISTRATION=1
 note 'testing'
 # One more than there are processors: many tests wait for a server or a person.
 status=0

@@ -16,6 +16,9 @@ class TestBedScript : public Examples
 protected:
     void SetUp() override
     {
+        skipWithoutRegistration();
+        if (IsSkipped() || HasFatalFailure())
+            return;
         Examples::SetUp();
         if (host().sourceDsn != L"QuinmarkOffice" || host().destinationDsn != L"QuinmarkLaptop")
             GTEST_SKIP() << "the script knows the data sources of the test bed";

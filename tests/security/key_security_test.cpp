@@ -1,5 +1,6 @@
 // The users who may write to the registered keys.
 #include "com/registration.h"
+#include "support/Requirements.h"
 
 #include <gmock/gmock.h>
 
@@ -12,6 +13,13 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+
+/// Only administrators register the component, and only they may write such keys.
+class RegisteredKeys : public testing::Test
+{
+protected:
+    void SetUp() override { skipWithoutRegistration(); }
+};
 
 /// The entries of a key's access list that let somebody write who may not change the machine anyhow: neither
 /// administrators, the system, the creator nor the owner.
@@ -46,7 +54,7 @@ std::vector<std::string> foreignWriters(std::wstring key)
     return writers;
 }
 
-TEST(RegisteredKeys, AreWritableByAdministratorsOnly)
+TEST_F(RegisteredKeys, AreWritableByAdministratorsOnly)
 {
     const std::wstring clsid = L"CLSID\\" + com::guidText(CLSID_Factory);
     for (const std::wstring& key :
@@ -55,7 +63,7 @@ TEST(RegisteredKeys, AreWritableByAdministratorsOnly)
         EXPECT_THAT(foreignWriters(key), IsEmpty()) << std::string(key.begin(), key.end());
 }
 
-TEST(RegisteredKeys, WithAnEntryForEverybodyWouldBeSeen)
+TEST_F(RegisteredKeys, WithAnEntryForEverybodyWouldBeSeen)
 {
     HKEY key = nullptr;
     ASSERT_EQ(RegCreateKeyExW(HKEY_CLASSES_ROOT, L"QuinmarkKeySecurityTest", 0, nullptr, REG_OPTION_VOLATILE,

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <functional>
 #include <string>
 
@@ -20,6 +21,21 @@ void skipWithout(const wchar_t* what, const wchar_t* requirement);
 /// server's message, and has to return.
 [[nodiscard]] bool tryOrSkip(const wchar_t* what, const std::function<void()>& setUp);
 
+/// Whether Wine stands in for Windows.
+bool isWine();
+
+/// Skips a test that expects message boxes where nobody could see them.
+void skipWithoutDisplay();
+
+/// The DLL with which the component is registered on this machine; empty when it is not.
+std::filesystem::path registeredDll();
+
+/// Whether that is the DLL beside the program.
+bool isRegistered();
+
+/// Skips a test of hosts without a manifest unless the DLL beside the program is the registered one.
+void skipWithoutRegistration();
+
 /// `Base` for tests that expect message boxes.
 template <class Base>
 class NeedsDisplay : public Base
@@ -27,9 +43,9 @@ class NeedsDisplay : public Base
 protected:
     void SetUp() override
     {
-        if (setting(L"DISPLAY").empty())
-            return skipWithout(L"a display: DISPLAY is not set", L"QUINMARK_REQUIRE_DISPLAY");
-        Base::SetUp();
+        skipWithoutDisplay();
+        if (!this->IsSkipped() && !this->HasFatalFailure())
+            Base::SetUp();
     }
 };
 
