@@ -5,16 +5,6 @@
 
 namespace {
 
-/// Children before their parents.
-constexpr wchar_t kEmptyTables[] =
-    L"delete from chart_comment_info; delete from chart_item; delete from chart_hdr; delete from patient_spec_xref;"
-    L"delete from patient_dates; delete from patient; delete from dentist; delete from specialist;"
-    L"delete from dentist_company; delete from users; delete from procs_letter; delete from procs;"
-    L"delete from ada_code; delete from chair_type; delete from shortcut; delete from combo_values;"
-    L"delete from config; delete from chart_option; delete from chart_option_setting;"
-    L"delete from computer_type_setting; delete from computer_type; delete from replication_counts;"
-    L"delete from replication_conflict_data; delete from replication_conflict";
-
 std::wstring whereSite(enumReplicationUniqueId site)
 {
     return L" where unique_key = " + std::to_wstring(static_cast<int>(site));
@@ -54,10 +44,8 @@ void PracticePair::TearDown()
 
 void PracticePair::emptyTables() const
 {
-    for (const PracticeSide* side : {source_.get(), destination_.get()}) {
-        side->execute(kEmptyTables);
-        side->restorePatientKey();
-    }
+    source_->emptyTables();
+    destination_->emptyTables();
 }
 
 void PracticePair::restoreControl() const

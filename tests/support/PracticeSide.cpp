@@ -1,13 +1,46 @@
 #include "PracticeSide.h"
 
+#include "Requirements.h"
+#include "TextLine.h"
+
 #include "com/convert.h"
 #include "com/error.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <stdexcept>
 
 namespace {
+
+/// Children before their parents.
+constexpr const wchar_t* kPracticeTables[] = {L"chart_comment_info",
+                                              L"chart_item",
+                                              L"chart_hdr",
+                                              L"patient_spec_xref",
+                                              L"patient_dates",
+                                              L"patient",
+                                              L"dentist",
+                                              L"specialist",
+                                              L"dentist_company",
+                                              L"users",
+                                              L"procs_letter",
+                                              L"procs",
+                                              L"ada_code",
+                                              L"chair_type",
+                                              L"shortcut",
+                                              L"combo_values",
+                                              L"config",
+                                              L"chart_option",
+                                              L"chart_option_setting",
+                                              L"computer_type_setting",
+                                              L"computer_type",
+                                              L"replication_counts",
+                                              L"replication_conflict_data",
+                                              L"replication_conflict"};
+
+/// Says whether the rows of its database are those of tests.
+constexpr wchar_t kMark[] = L"quinmark_test_database";
 
 /// Dates to the millisecond: the platform's own text ends with the second.
 std::wstring isoText(DATE date)
@@ -49,10 +82,22 @@ std::wstring rowText(const com::Dispatch& fields)
 
 } // namespace
 
-PracticeSide::PracticeSide(const std::wstring& dsn, const std::wstring& password)
+PracticeSide::PracticeSide(const std::wstring& dsn, const std::wstring& password, Unclaimed)
     : connection_(com::Dispatch::create(L"ADODB.Connection"))
 {
     connection_.call(L"Open", {com::textVariant(L"DSN=" + dsn + L";UID=quinmarkapp_user;PWD=" + password)});
+}
+
+PracticeSide::PracticeSide(const std::wstring& dsn, const std::wstring& password)
+    : PracticeSide(dsn, password, Unclaimed{})
+{
+    if (isWine() && setting(L"QUINMARK_KIT").empty())
+        return;
+    for (const std::wstring& prefix :
+         {std::wstring(), setting(L"QUINMARK_OFFICE_PREFIX"), setting(L"QUINMARK_LAPTOP_PREFIX")})
+        if (rowsOfTests(prefix) != L"1")
+            throw std::runtime_error("refused to touch " + toUtf8(dsn) + ": " + toUtf8(prefix + kMark) +
+                                     " does not say that rows_of_tests is 1, which run-tests.cmd makes it for its run");
 }
 
 PracticeSide::~PracticeSide()
@@ -119,6 +164,33 @@ void PracticeSide::restorePatientKey() const
     if (!hasPatientKey())
         execute(L"alter table patient add constraint FK_patient_dentist foreign key (dc_id, dentist_id)"
                 L" references dentist (dc_id, dentist_id)");
+}
+
+std::wstring PracticeSide::rowsOfTests(const std::wstring& prefix) const
+{
+    try {
+        return row(L"select rows_of_tests from " + prefix + kMark);
+    }
+    catch (const com::Error& error) {
+        return error.description;
+    }
+}
+
+std::wstring PracticeSide::filledTable() const
+{
+    for (const wchar_t* table : kPracticeTables)
+        if (count(table) > 0)
+            return table;
+    return L"";
+}
+
+void PracticeSide::emptyTables() const
+{
+    std::wstring statements;
+    for (const std::wstring table : kPracticeTables)
+        statements += L"delete from " + table + L";";
+    execute(statements);
+    restorePatientKey();
 }
 
 void PracticeSide::restoreControl() const

@@ -9,7 +9,8 @@
 class PracticeSide
 {
 public:
-    /// Connects as the component's login.
+    /// Connects as the component's login. On Windows it raises std::runtime_error unless all databases that a test can
+    /// reach, also by the prefixes, are claimed by a run of the kit: their rows are those of tests.
     PracticeSide(const std::wstring& dsn, const std::wstring& password);
     ~PracticeSide();
     PracticeSide(const PracticeSide&) = delete;
@@ -18,6 +19,9 @@ public:
     /// The name under which messages of a run call this database.
     std::wstring name() const;
     com::Dispatch connection() const { return connection_; }
+
+    /// Empties the practice's tables and those that runs write, and restores FK_patient_dentist.
+    void emptyTables() const;
 
     void execute(const std::wstring& sql) const;
 
@@ -42,6 +46,19 @@ public:
     void restoreControl() const;
 
     static constexpr wchar_t kLastRun[] = L"2025-03-10T12:00:00";
+
+protected:
+    struct Unclaimed
+    {
+    };
+    /// Connects to a database that may hold anybody's rows.
+    PracticeSide(const std::wstring& dsn, const std::wstring& password, Unclaimed);
+
+    /// Whether the rows of a database are those of tests, "1" or "0", as it says itself; else why it does not say it.
+    std::wstring rowsOfTests(const std::wstring& prefix) const;
+
+    /// A table that `emptyTables` would take rows from; empty when there is none.
+    std::wstring filledTable() const;
 
 private:
     com::Dispatch query(const std::wstring& sql) const;

@@ -42,6 +42,11 @@ std::wstring sessionQuery()
     return isPostgreSql() ? L"select pg_backend_pid()" : L"select cast(@@spid as int)";
 }
 
+std::wstring versionQuery()
+{
+    return isPostgreSql() ? L"select version()" : L"select @@version";
+}
+
 Change knownTable(const std::wstring& prefix, const std::wstring& table)
 {
     if (!isPostgreSql())

@@ -28,6 +28,9 @@ std::wstring repeated(const std::wstring& text, int count);
 std::wstring databaseQuery();
 std::wstring sessionQuery();
 
+/// The server's name and version, in one row.
+std::wstring versionQuery();
+
 /// Makes a table of the other database known under that database's prefix.
 Change knownTable(const std::wstring& prefix, const std::wstring& table);
 
