@@ -8,17 +8,10 @@ foreach(tool WIXL WIXL_HEAT)
     endif()
 endforeach()
 
-set(work "${BUILD}/package")
-file(REMOVE_RECURSE "${work}/${NAME}")
-execute_process(
-    COMMAND "${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${work}/${NAME}" --component product --strip
-    OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+set(COMPONENT product)
+include("${CMAKE_CURRENT_LIST_DIR}/pack.cmake")
 
-file(REMOVE "${BUILD}/${NAME}.zip" "${BUILD}/${NAME}.msi")
-execute_process(
-    COMMAND "${CMAKE_COMMAND}" -E tar cf "${BUILD}/${NAME}.zip" --format=zip "${NAME}"
-    WORKING_DIRECTORY "${work}" COMMAND_ERROR_IS_FATAL ANY)
-
+file(REMOVE "${BUILD}/${NAME}.msi")
 file(GLOB_RECURSE files RELATIVE "${work}" "${work}/${NAME}/*")
 list(JOIN files "\n" list)
 file(WRITE "${work}/files.txt" "${list}\n")

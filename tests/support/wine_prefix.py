@@ -15,7 +15,7 @@ class Prefix:
         self._folder = tempfile.TemporaryDirectory(prefix="wine-own-", dir=original.parent)
         self.path = pathlib.Path(self._folder.name)
         shutil.copytree(original / "drive_c", self.path / "drive_c", symlinks=True, copy_function=os.link,
-                        ignore=lambda folder, _: ["Temp", "temp"])
+                        ignore=lambda folder, names: names if folder.lower().endswith("temp") else [])
         for file in [*original.glob("*.reg"), original / ".update-timestamp"]:
             shutil.copy2(file, self.path)
         shutil.copytree(original / "dosdevices", self.path / "dosdevices", symlinks=True)

@@ -1,0 +1,14 @@
+# cmake -DBUILD=... -DNAME=... -DCOMPONENT=... -P pack.cmake
+# Collects the installed files of COMPONENT below BUILD/package/NAME and makes BUILD/NAME.zip of them.
+cmake_minimum_required(VERSION 3.25)
+
+set(work "${BUILD}/package")
+file(REMOVE_RECURSE "${work}/${NAME}")
+execute_process(
+    COMMAND "${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${work}/${NAME}" --component ${COMPONENT} --strip
+    OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+
+file(REMOVE "${BUILD}/${NAME}.zip")
+execute_process(
+    COMMAND "${CMAKE_COMMAND}" -E tar cf "${BUILD}/${NAME}.zip" --format=zip "${NAME}"
+    WORKING_DIRECTORY "${work}" COMMAND_ERROR_IS_FATAL ANY)
