@@ -5,6 +5,7 @@
 #include "RowDecision.h"
 #include "TableContent.h"
 #include "WaitingRows.h"
+#include "WrittenColumns.h"
 #include "com/convert.h"
 #include "commands/rows.h"
 #include "replication/row_queries.h"
@@ -29,6 +30,10 @@ constexpr char kNoDate[] = "These rows have no mod_date, and one side alone has 
 constexpr char kNoKey[] = "A row without a key ends the table in an error (94, Invalid use of Null): give it a key.";
 constexpr char kUnsupported[] = "These rows have a value in a column of a type that cannot be copied: a message box "
                                 "opens, and then the statement fails.";
+constexpr char kUnwritable[] = "These rows cannot be written: {}. `quinrep check` says what to do.";
+constexpr char kNoCopy[] =
+    "The rows of {} would be deleted, and the source's not copied: {}. `quinrep check` says what "
+    "to do.";
 constexpr char kAttend[] = " Run with --attended while somebody sits at the screen.";
 
 long long countRows(clsConn& conn, const std::wstring& table)
@@ -127,6 +132,9 @@ private:
     /// All rows are replaced: those that are the same afterwards are no change.
     void previewFullCopy(const KeyedTable& table)
     {
+        for (const UnwritableColumn& column :
+             serverFilledColumns(databases_.destination(), "destination", table.sTable))
+            stops_.add(StopReason::WillFail, fmt::format(kNoCopy, toUtf8(table.sTable), column.text));
         const bool hasKey = hasColumn(databases_.source(), table.sTable, table.sKey) &&
                             hasColumn(databases_.destination(), table.sTable, table.sKey);
         const TableContent source = readContent(databases_.source(), table, hasKey);
@@ -152,9 +160,11 @@ private:
     {
         preview_.destinationRows = countRows(databases_.destination(), table_.sTable);
         sourceUnsupported_ = unsupportedColumns(databases_.source(), table_.sTable);
+        destinationUnwritable_ = unwritableColumns(databases_.destination(), "destination", table_.sTable);
         if (plan_.engine == Engine::TwoWay) {
             sourceRows_ = countRows(databases_.source(), table_.sTable);
             destinationUnsupported_ = unsupportedColumns(databases_.destination(), table_.sTable);
+            sourceUnwritable_ = unwritableColumns(databases_.source(), "source", table_.sTable);
         }
         const auto& [sourceDB, destinationDB] = prefixes_;
         if (plan_.copiesRows) {
@@ -195,22 +205,22 @@ private:
             break;
         case RowAction::UpdateDestination:
             overwritesRow(preview_.destinationUpdates, key);
-            findUnsupported(databases_.source(), sourceUnsupported_, key);
+            findUncopied(databases_.source(), sourceUnsupported_, destinationUnwritable_, key);
             break;
         case RowAction::InsertIntoDestination:
             ++preview_.destinationAdds;
-            findUnsupported(databases_.source(), sourceUnsupported_, key);
+            findUncopied(databases_.source(), sourceUnsupported_, destinationUnwritable_, key);
             break;
         case RowAction::DeleteAtDestination:
             losesRow(key);
             break;
         case RowAction::UpdateSource:
             overwritesRow(preview_.sourceUpdates, key);
-            findUnsupported(databases_.destination(), destinationUnsupported_, key);
+            findUncopied(databases_.destination(), destinationUnsupported_, sourceUnwritable_, key);
             break;
         case RowAction::InsertIntoSource:
             ++preview_.sourceAdds;
-            findUnsupported(databases_.destination(), destinationUnsupported_, key);
+            findUncopied(databases_.destination(), destinationUnsupported_, sourceUnwritable_, key);
             break;
         case RowAction::ReportConflict:
             previewReport(decision.conflict, key);
@@ -241,9 +251,13 @@ private:
             stops_.addRow(StopReason::WaitingConflict, kWaits, key);
     }
 
-    /// A value of a type that has no literal opens a message box and leaves a hole in the statement.
-    void findUnsupported(clsConn& from, const std::vector<std::wstring>& unsupported, const _variant_t& key)
+    /// A value of a type that has no literal opens a message box and leaves a hole in the statement; a column that
+    /// cannot be written ends it whatever its value.
+    void findUncopied(clsConn& from, const std::vector<std::wstring>& unsupported,
+                      const std::vector<UnwritableColumn>& unwritable, const _variant_t& key)
     {
+        for (const UnwritableColumn& column : unwritable)
+            stops_.addRow(StopReason::WillFail, fmt::format(kUnwritable, column.text), key);
         if (unsupported.empty())
             return;
         ado::Recordset rs = openForwardOnly(from, selectRow(table_, key));
@@ -299,6 +313,8 @@ private:
     TableStops stops_;
     std::vector<std::wstring> sourceUnsupported_;
     std::vector<std::wstring> destinationUnsupported_;
+    std::vector<UnwritableColumn> sourceUnwritable_;
+    std::vector<UnwritableColumn> destinationUnwritable_;
     long long sourceRows_ = 0;
     /// The keys of the rows that are counted, to be listed where they are too many.
     std::vector<_variant_t> deleted_;

@@ -1,4 +1,5 @@
 #include "Session.h"
+#include "WrittenColumns.h"
 #include "commands.h"
 #include "commands/rows.h"
 #include "conflicts/DecisionLog.h"
@@ -6,6 +7,7 @@
 #include "files.h"
 #include "replication/method_plan.h"
 
+#include <algorithm>
 #include <functional>
 
 using namespace quinmark;
@@ -73,8 +75,10 @@ std::vector<std::wstring> columns(clsConn& conn, const std::string& side, const 
         return columnNames(conn, toWide(table));
     }
     catch (const com::Error& error) {
+        const bool plain = table.starts_with('[') || isPlainName(conn, toWide(table));
         throw Finding{"the " + side + " cannot read it: " + trimmed(toUtf8(error.description)),
-                      "correct the name, or create the table on both sides and grant the login rights on it"};
+                      plain ? "correct the name, or create the table on both sides and grant the login rights on it"
+                            : "write the name in brackets in the configuration: [" + table + "]"};
     }
 }
 
@@ -92,6 +96,7 @@ void checkPrefix(clsConn& local, const std::string& side, const std::string& pre
 }
 
 /// Raises Finding unless both sides have the table, alike and with the columns that are needed, in reach of each other.
+/// A table of which none is needed is copied as a whole, by statements that name no columns.
 void checkSides(const Configuration& configuration, Databases& databases, const std::string& table,
                 const std::vector<std::string>& needed)
 {
@@ -106,6 +111,39 @@ void checkSides(const Configuration& configuration, Databases& databases, const 
                       "give the destination the source's columns, in the source's order"};
     checkPrefix(databases.local(), "source", configuration.source.prefix, table);
     checkPrefix(databases.local(), "destination", configuration.destination.prefix, table);
+    if (!needed.empty())
+        return;
+    const std::vector<UnwritableColumn> filled =
+        serverFilledColumns(databases.destination(), "destination", toWide(table));
+    if (!filled.empty())
+        throw Finding{filled.front().text + ": a run deletes the table's rows and then fails to copy the source's",
+                      filled.front().todo};
+}
+
+/// Warns of the columns that end a run at the first row that it copies from one side to the other.
+void warnOfColumns(Findings& findings, const std::string& table, clsConn& read, clsConn& written,
+                   const std::string& writtenSide)
+{
+    const std::string what = "table " + table;
+    const std::vector<UnwritableColumn> unwritable = unwritableColumns(written, writtenSide, toWide(table));
+    for (const UnwritableColumn& column : unwritable)
+        findings.warn(what, {column.text + ": a run ends in an error at the first row that it writes", column.todo});
+    for (const std::wstring& column : unsupportedColumns(read, toWide(table)))
+        if (std::ranges::find(unwritable, toUtf8(column), &UnwritableColumn::name) == unwritable.end())
+            findings.warn(what, {"column " + toUtf8(column) +
+                                     " is of a type that cannot be copied: a value in it opens a "
+                                     "message box and ends the run",
+                                 "change its type (docs/replication.md, Values), or use method \"full_copy\""});
+}
+
+void warnOfTriggers(Findings& findings, const std::string& table, clsConn& written, const std::string& side)
+{
+    for (const std::string& trigger : triggersOf(written, toWide(table)))
+        findings.warn("table " + table,
+                      {"trigger " + trigger + " of the " + side +
+                           " fires for the rows that a run writes and deletes, with the rights of quinmarkapp_user; "
+                           "rows and dates that it writes count as somebody's own",
+                       "let it do nothing for the user quinmarkapp_user, unless it is meant for copied rows too"});
 }
 
 /// Warns of methods and columns that end a run, or make it wait for a person, once there are rows for it.
@@ -125,13 +163,13 @@ void warnOfTable(Findings& findings, Databases& databases, const TableConfigurat
                                  ", and conflicts are read by unid, so a run ends in an "
                                  "error at its first conflict",
                              "use unid as the key, or keep both sides from changing the same rows"});
-    if (plan.engine != Engine::OneWay && plan.engine != Engine::TwoWay)
+    warnOfTriggers(findings, table.name, databases.destination(), "destination");
+    if (plan.copiesRows)
+        warnOfColumns(findings, table.name, databases.source(), databases.destination(), "destination");
+    if (plan.engine != Engine::TwoWay)
         return;
-    for (const std::wstring& column : unsupportedColumns(databases.source(), toWide(table.name)))
-        findings.warn(what, {"column " + toUtf8(column) +
-                                 " is of a type that cannot be copied: a value in it opens a "
-                                 "message box and ends the run",
-                             "change its type (docs/replication.md, Values), or use method \"full_copy\""});
+    warnOfTriggers(findings, table.name, databases.source(), "source");
+    warnOfColumns(findings, table.name, databases.destination(), databases.source(), "source");
 }
 
 /// Rows that are compared one by one need their key and a date of change; copied ones and dependent ones do not.

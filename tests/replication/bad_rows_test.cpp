@@ -1,6 +1,6 @@
 #include "BadInput.h"
+#include "support/CreatedTable.h"
 #include "support/MessageBoxes.h"
-#include "support/Sabotage.h"
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -19,7 +19,7 @@ const std::wstring kRoutine = L"clsReplicateTable.replicateOneWay";
 class OwnTable : public NeedsDisplay<BadInput>
 {
 protected:
-    static constexpr wchar_t kTable[] = L"replication_test";
+    static constexpr const auto& kTable = CreatedTable::kName;
 
     void expectFailedTable(enumReplicationMethod method, const testing::Matcher<std::wstring>& reason)
     {
@@ -29,28 +29,6 @@ protected:
         EXPECT_FALSE(local().hasPatientKey());
         EXPECT_FALSE(logged(L"Replicated table: "));
     }
-};
-
-/// The table while it is there.
-class CreatedTable
-{
-public:
-    CreatedTable(const PracticeSide& source, const PracticeSide& destination, const HostSettings& host,
-                 const std::wstring& columns)
-        : create_{L"create table replication_test (" + columns + L")", L"drop table replication_test"},
-          atSource_(source, create_),
-          atDestination_(destination, create_),
-          sourceKnown_(destination, knownTable(host.sourcePrefix, L"replication_test")),
-          destinationKnown_(source, knownTable(host.destinationPrefix, L"replication_test"))
-    {
-    }
-
-private:
-    Change create_;
-    Sabotage atSource_;
-    Sabotage atDestination_;
-    Sabotage sourceKnown_;
-    Sabotage destinationKnown_;
 };
 
 TEST_F(OwnTable, WithoutKeyOrModificationDateIsNotReplicatedAndOneWayRecordsIt)

@@ -47,6 +47,26 @@ std::wstring versionQuery()
     return isPostgreSql() ? L"select version()" : L"select @@version";
 }
 
+std::wstring identityType()
+{
+    return isPostgreSql() ? L"int generated always as identity" : L"int identity";
+}
+
+std::wstring computedColumn(const std::wstring& name, const std::wstring& expression)
+{
+    return isPostgreSql() ? name + L" int generated always as (" + expression + L") stored"
+                          : name + L" as " + expression;
+}
+
+Change datingTrigger(const std::wstring& table, const std::wstring& date)
+{
+    if (isPostgreSql())
+        return trigger(table, L"insert or update", L"true", L"new.mod_date = '" + date + L"';");
+    return {L"create trigger test_trigger on " + table + L" after insert, update as update " + table +
+                L" set mod_date = '" + date + L"' where unid in (select unid from inserted)",
+            L"drop trigger test_trigger"};
+}
+
 Change knownTable(const std::wstring& prefix, const std::wstring& table)
 {
     if (!isPostgreSql())

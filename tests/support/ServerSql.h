@@ -31,6 +31,13 @@ std::wstring sessionQuery();
 /// The server's name and version, in one row.
 std::wstring versionQuery();
 
+/// The type of a whole number that the server alone gives, and a column that it computes from others.
+std::wstring identityType();
+std::wstring computedColumn(const std::wstring& name, const std::wstring& expression);
+
+/// A trigger, test_trigger, that gives every row of `table` that is inserted or updated this mod_date.
+Change datingTrigger(const std::wstring& table, const std::wstring& date);
+
 /// Makes a table of the other database known under that database's prefix.
 Change knownTable(const std::wstring& prefix, const std::wstring& table);
 
