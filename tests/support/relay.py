@@ -6,8 +6,12 @@ import socket
 import struct
 import threading
 
+from side import PATIENCE
+
 LOCALHOST = "127.0.0.1"
 SO_ATTACH_FILTER = 26
+# The bytes of the longest text that is awaited.
+LONGEST = 200
 
 
 class Relay:
@@ -19,6 +23,7 @@ class Relay:
         self._connections = set()
         self._listener = None
         self._until_freeze = None
+        self._awaited = ()
         self.frozen = threading.Event()
         self.passed = 0
         self.port = 0
@@ -40,13 +45,23 @@ class Relay:
         self.frozen.clear()
         self._until_freeze = self.passed + count
 
+    def freeze_before(self, text):
+        """Freezes before the end of a statement with this text has passed, and sets `frozen`: the server does not carry
+        it out. Connections that are encrypted after the login do not show their statements."""
+        self.frozen.clear()
+        self._awaited = (text.encode(), text.encode("utf-16-le"))  # as PostgreSQL has it, and as SQL Server
+
+    def wait_until_frozen(self):
+        if not self.frozen.wait(PATIENCE):
+            raise AssertionError(f"waited {PATIENCE} s in vain for what the relay has to keep back")
+
     def vanish(self):
         """Sends the clients nothing more, not even an acknowledgement of their data."""
         self._call(self._vanish())
 
     def heal(self):
         """Forwards again, and cancels a freeze to come. Frozen connections go on, cut ones stay cut."""
-        self._until_freeze = None
+        self._until_freeze, self._awaited = None, ()
         self._call(self._open())
 
     def close(self):
@@ -119,9 +134,14 @@ class Relay:
         self._writers.discard(server_writer)
 
     async def _pump(self, reader, writer):
+        end = b""  # of what has passed; the awaited text may begin there
         try:
             while data := await reader.read(65536):
                 await self._flowing.wait()
+                if any((end + data).find(text, max(0, len(end) + 1 - len(text))) >= 0 for text in self._awaited):
+                    self._awaited = ()
+                    await self._freeze()
+                end = (end + data)[-LONGEST:]
                 data = await self._pass_until_freeze(data, writer)
                 writer.write(data)
                 await writer.drain()
@@ -130,15 +150,18 @@ class Relay:
             pass  # the other pump sees its end of it
         writer.close()
 
+    async def _freeze(self):
+        self._flowing.clear()
+        self.frozen.set()
+        await self._flowing.wait()
+
     async def _pass_until_freeze(self, data, writer):
         """The rest of the data, once it flows again."""
         if self._until_freeze is None or self.passed + len(data) < self._until_freeze:
             return data
         first = self._until_freeze - self.passed
         self._until_freeze = None
-        self._flowing.clear()
         writer.write(data[:first])
         self.passed += first
-        self.frozen.set()
-        await self._flowing.wait()
+        await self._freeze()
         return data[first:]

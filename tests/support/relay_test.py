@@ -10,9 +10,12 @@ from relay import LOCALHOST, Relay
 
 
 class Echo(socketserver.BaseRequestHandler):
+    received = bytearray()
+
     def handle(self):
         with contextlib.suppress(OSError):
             while data := self.request.recv(1024):
+                self.received.extend(data)
                 self.request.sendall(data)
 
 
@@ -81,6 +84,23 @@ class RelayInFrontOfAServer(unittest.TestCase):
         self.relay.cut()
         with self.assertRaises(ConnectionResetError):
             connection.recv(1024)
+
+    def test_freezes_before_the_end_of_a_text_in_either_encoding_wherever_a_read_ends(self):
+        for encoding in ("utf-8", "utf-16-le"):
+            text = "x Insert into users".encode(encoding)
+            for first in (0, 1, len(text) - 1):
+                with self.subTest(encoding=encoding, first=first):
+                    connection = self.connect()
+                    self.relay.freeze_before("Insert into users")
+                    if first:
+                        self.assert_echoes(connection, text[:first])
+                    connection.sendall(text[first:])
+                    self.relay.wait_until_frozen()
+                    self.assertNotIn(text, Echo.received)
+                    self.relay.heal()
+                    self.assertEqual(connection.recv(1024), text[first:])
+                    self.assert_echoes(connection, text)
+                    Echo.received.clear()
 
 
 if __name__ == "__main__":
