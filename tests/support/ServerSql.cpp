@@ -61,7 +61,11 @@ std::wstring computedColumn(const std::wstring& name, const std::wstring& expres
 Change datingTrigger(const std::wstring& table, const std::wstring& date)
 {
     if (isPostgreSql())
-        return trigger(table, L"insert or update", L"true", L"new.mod_date = '" + date + L"';");
+        return {L"create function test_trigger() returns trigger language plpgsql as"
+                L" $$begin new.mod_date = '" +
+                    date + L"'; return new; end$$; create trigger test_trigger before insert or update on " + table +
+                    L" for each row execute function test_trigger()",
+                L"drop function test_trigger() cascade"};
     return {L"create trigger test_trigger on " + table + L" after insert, update as update " + table +
                 L" set mod_date = '" + date + L"' where unid in (select unid from inserted)",
             L"drop trigger test_trigger"};
