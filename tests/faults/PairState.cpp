@@ -47,7 +47,7 @@ Pair::Pair()
       destination_(setting(L"QUINMARK_LAPTOP_DSN"), setting(L"QUINMARK_PASSWORD"))
 {
     for (const PracticeSide* side : {&source_, &destination_})
-        side->execute(kShortLockTimeout);
+        side->execute(lockTimeoutStatement());
 }
 
 void Pair::reset(const Scenario& scenario) const

@@ -48,16 +48,3 @@ protected:
             Base::SetUp();
     }
 };
-
-/// `Base` for tests that count what the server did.
-template <class Base>
-class NeedsPostgreSql : public Base
-{
-protected:
-    void SetUp() override
-    {
-        if (!isPostgreSql())
-            return skipWithout(L"PostgreSQL: QUINMARK_SERVER names another server", L"");
-        Base::SetUp();
-    }
-};

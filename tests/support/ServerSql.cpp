@@ -2,6 +2,12 @@
 
 #include "Requirements.h"
 
+namespace {
+
+constexpr wchar_t kNothing[] = L"select 1";
+
+}
+
 bool isPostgreSql()
 {
     return setting(L"QUINMARK_SERVER") != L"sqlserver";
@@ -82,30 +88,39 @@ Change knownTable(const std::wstring& prefix, const std::wstring& table)
 
 std::wstring emptyStatement(const std::vector<std::wstring>& tables)
 {
-    std::wstring list;
+    std::wstring statements;
     for (const std::wstring& table : tables)
-        list += (list.empty() ? L"" : L", ") + table;
-    return L"truncate " + list + L" cascade;";
+        statements += (isPostgreSql() ? L"truncate " + table + L" cascade;" : L"delete from " + table + L";");
+    return statements;
+}
+
+std::wstring lockTimeoutStatement()
+{
+    return isPostgreSql() ? L"set lock_timeout = '10s'; set client_min_messages = error" : L"set lock_timeout 10000";
 }
 
 std::wstring analyzeStatement(const std::wstring& table)
 {
-    return L"vacuum analyze " + table;
-}
-
-std::wstring digestQuery(const std::wstring& table)
-{
-    return L"select count(*), sum(cast(hashtextextended(cast(t as text), 0) as numeric)) from " + table + L" t";
+    return isPostgreSql() ? L"vacuum analyze " + table : kNothing;
 }
 
 std::wstring workQuery(const std::wstring& table)
 {
-    return L"select n_tup_ins, n_tup_upd, n_tup_del, seq_scan, idx_scan from pg_stat_user_tables where relid = '" +
-           table + L"'::regclass";
+    if (isPostgreSql())
+        return L"select n_tup_ins, n_tup_upd, n_tup_del, seq_scan, idx_scan from pg_stat_user_tables where relid = '" +
+               table + L"'::regclass";
+    return L"select sum(leaf_insert_count), sum(leaf_update_count), sum(leaf_delete_count + leaf_ghost_count),"
+           L" sum(range_scan_count), sum(singleton_lookup_count)"
+           L" from sys.dm_db_index_operational_stats(db_id(), object_id('" +
+           table + L"'), null, null)";
 }
 
-std::wstring otherConnectionsQuery()
+std::wstring settleStatement()
 {
-    return L"select count(*) from pg_stat_activity where datname = current_database()"
-           L" and backend_type = 'client backend' and pid <> pg_backend_pid()";
+    return isPostgreSql() ? L"do $$begin for look in 1..500 loop perform pg_stat_clear_snapshot(); if not exists"
+                            L" (select from pg_stat_activity where datname = current_database() and"
+                            L" backend_type = 'client backend' and pid <> pg_backend_pid()) then"
+                            L" perform pg_stat_force_next_flush(); return; end if; perform pg_sleep(0.02); end loop;"
+                            L" raise 'connections are left'; end$$"
+                          : kNothing;
 }

@@ -41,20 +41,15 @@ Change datingTrigger(const std::wstring& table, const std::wstring& date);
 /// Makes a table of the other database known under that database's prefix.
 Change knownTable(const std::wstring& prefix, const std::wstring& table);
 
-// PostgreSQL only.
-
-/// Empties tables, so that rows inserted later are found in the order of their insertion.
+/// Empties tables, dependent ones first, so that rows inserted later are found in the order of their insertion.
 std::wstring emptyStatement(const std::vector<std::wstring>& tables);
 /// A lock that somebody holds ends a statement instead of stopping it for ever.
-inline constexpr wchar_t kShortLockTimeout[] = L"set lock_timeout = '10s'; set client_min_messages = error";
+std::wstring lockTimeoutStatement();
 
-/// Has the server look at a table anew before it plans queries.
+/// Has a server that would do it later look at a table anew before it plans queries.
 std::wstring analyzeStatement(const std::wstring& table);
-/// One row that differs when the contents of a table do.
-std::wstring digestQuery(const std::wstring& table);
-/// Rows inserted, updated and deleted in a table, scans of all of it, and look-ups by its key, since it was made. Other
-/// connections' count once they have ended, this one's after kFlushStatistics.
+/// Rows inserted, updated and deleted in a table, scans of all of it, and look-ups by its key, since it was made or the
+/// server was started.
 std::wstring workQuery(const std::wstring& table);
-inline constexpr wchar_t kFlushStatistics[] = L"select pg_stat_force_next_flush()";
-/// The number of other connections to this database.
-std::wstring otherConnectionsQuery();
+/// Waits until other connections to this database have ended, where their work counts only then, and counts this one's.
+std::wstring settleStatement();
