@@ -187,10 +187,6 @@ private:
 
 int main(int count, char** arguments)
 {
-    if (!isPostgreSql()) {
-        std::printf("needs PostgreSQL: QUINMARK_SERVER names another server\n");
-        return kSkipped;
-    }
     if (const std::wstring missing = missingDatabaseSetting(); !missing.empty()) {
         std::printf("%s is not set\n", toUtf8(missing).c_str());
         return setting(L"QUINMARK_REQUIRE_DATABASE") == L"1" ? EXIT_FAILURE : kSkipped;
