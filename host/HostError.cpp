@@ -22,6 +22,16 @@ constexpr char kBitness[] = "The data source is for 64-bit programs; make one of
 constexpr char kTable[] = "Look with `quinrep check` which side lacks the table or is reached by a wrong prefix.";
 constexpr char kRights[] = "Grant the login quinmarkapp_user the rights that docs/sql-server.md lists.";
 
+constexpr char kReadOnly[] = "The database can only be read: make it writable again (on SQL Server: alter database ... "
+                             "set read_write), then run again.";
+constexpr char kRestricted[] = "The database does not let the login in: look whether the data source names the right "
+                               "one, and whether it is offline, in a restore, or kept for one user or for "
+                               "administrators (on SQL Server: alter database ... set multi_user).";
+constexpr char kNoRoom[] = "The server has no room left: back up or enlarge the database's log, or make room on its "
+                           "disk, then run again.";
+constexpr char kLocked[] =
+    "Another program kept the row or table locked. No row is half done: look which program it is, then run again.";
+
 /// Advice by a text in the description; the first that fits. Drivers write these in their own words and in the user's
 /// language: errors with a number are known by it (see byNumber).
 constexpr Advice kAdvice[] = {
@@ -30,6 +40,7 @@ constexpr Advice kAdvice[] = {
     {L"architecture mismatch", kBitness},
     {L"password authentication failed", kLogin},
     {L"no password supplied", kLogin},
+    {L"Cannot open database", kRestricted},
     {L"Login failed", kLogin},
     {L"Connection refused", kServer},
     {L"could not connect to server", kServer},
@@ -47,6 +58,15 @@ constexpr Advice kAdvice[] = {
     {L"control record missing", kInsertControlRecord},
     {L"record missing from control table", kInsertControlRecord},
     {L"Last Replication Date not a valid date", kSetLastTimestamp},
+    {L"read-only", kReadOnly},
+    {L"can only have one user at a time", kRestricted},
+    {L"cannot be opened", kRestricted},
+    {L"transaction log for database", kNoRoom},
+    {L"filegroup is full", kNoRoom},
+    {L"No space left on device", kNoRoom},
+    {L"deadlock", kLocked},
+    {L"Lock request time out", kLocked},
+    {L"lock timeout", kLocked},
     {L"permission denied", kRights},
     {L"permission was denied", kRights},
     {L"Invalid object name", kTable},

@@ -77,6 +77,40 @@ Change datingTrigger(const std::wstring& table, const std::wstring& date)
             L"drop trigger test_trigger"};
 }
 
+Change updateTrigger(const std::wstring& table, const std::wstring& column, const std::wstring& value,
+                     const std::wstring& statement)
+{
+    const std::wstring fits = column + L" = '" + value + L"'";
+    if (isPostgreSql())
+        return trigger(table, L"update", L"new." + fits, statement + L";");
+    return {L"create trigger test_trigger on " + table + L" after update as if exists (select 1 from inserted where " +
+                fits + L") " + statement,
+            L"drop trigger test_trigger"};
+}
+
+std::wstring lockTimeout(int milliseconds)
+{
+    return L"set lock_timeout " +
+           (isPostgreSql() ? L"= " + std::to_wstring(milliseconds) : std::to_wstring(milliseconds));
+}
+
+std::wstring winDeadlocks()
+{
+    return isPostgreSql() ? L"" : L"set deadlock_priority high";
+}
+
+Change readOnlyDatabase()
+{
+    const auto change = [](const std::wstring& setting) {
+        return L"do $$begin execute format('alter role current_user in database %I " + setting +
+               L"', current_database()); end$$";
+    };
+    if (isPostgreSql())
+        return {change(L"set default_transaction_read_only = on"), change(L"reset default_transaction_read_only")};
+    return {L"alter database current set read_only with rollback immediate",
+            L"alter database current set read_write with rollback immediate"};
+}
+
 Change knownTable(const std::wstring& prefix, const std::wstring& table)
 {
     if (!isPostgreSql())

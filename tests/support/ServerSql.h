@@ -38,6 +38,19 @@ std::wstring computedColumn(const std::wstring& name, const std::wstring& expres
 /// A trigger, test_trigger, that gives every row of `table` that is inserted or updated this mod_date.
 Change datingTrigger(const std::wstring& table, const std::wstring& date);
 
+/// A trigger that runs `statement` with every update of `table` that gives a row this value in `column`.
+Change updateTrigger(const std::wstring& table, const std::wstring& column, const std::wstring& value,
+                     const std::wstring& statement);
+
+/// A lock that somebody holds ends a statement of this connection after so long.
+std::wstring lockTimeout(int milliseconds);
+
+/// Has this connection's statements win deadlocks; empty where the one that waits first loses.
+std::wstring winDeadlocks();
+
+/// Lets nobody write the database that it is run in; connections from before may be ended.
+Change readOnlyDatabase();
+
 /// Makes a table of the other database known under that database's prefix.
 Change knownTable(const std::wstring& prefix, const std::wstring& table);
 
