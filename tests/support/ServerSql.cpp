@@ -2,6 +2,8 @@
 
 #include "Requirements.h"
 
+#include <map>
+
 namespace {
 
 constexpr wchar_t kNothing[] = L"select 1";
@@ -15,12 +17,23 @@ bool isPostgreSql()
 
 std::wstring dateType()
 {
-    return isPostgreSql() ? L"timestamp(3)" : L"datetime";
+    return columnType(L"datetime");
 }
 
 std::wstring moneyType()
 {
-    return isPostgreSql() ? L"numeric(19,4)" : L"money";
+    return columnType(L"money");
+}
+
+std::wstring columnType(const std::wstring& ofSqlServer)
+{
+    // Its own money is another type. Its nchar is no national type: the name here is refused.
+    static const std::map<std::wstring, std::wstring> kForms{
+        {L"float", L"float8"},          {L"money", L"numeric(19,4)"},   {L"bit", L"boolean"},
+        {L"uniqueidentifier", L"uuid"}, {L"datetime", L"timestamp(3)"}, {L"nchar(4)", L"no nchar(4)"},
+    };
+    const auto form = kForms.find(ofSqlServer);
+    return isPostgreSql() && form != kForms.end() ? form->second : ofSqlServer;
 }
 
 std::wstring numbers(int last)

@@ -19,6 +19,8 @@ struct Change
 std::wstring dateType();
 /// The type of an amount with four decimals.
 std::wstring moneyType();
+/// The server's form of a column type of SQL Server; the name itself, which it refuses, where it has none.
+std::wstring columnType(const std::wstring& ofSqlServer);
 
 /// A table of the numbers `n` from 1 to `last`.
 std::wstring numbers(int last);
