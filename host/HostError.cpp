@@ -67,6 +67,7 @@ constexpr Advice kAdvice[] = {
     {L"deadlock", kLocked},
     {L"Lock request time out", kLocked},
     {L"lock timeout", kLocked},
+    {L"collation conflict", "Give the key column the same collation on both sides."},
     {L"permission denied", kRights},
     {L"permission was denied", kRights},
     {L"Invalid object name", kTable},

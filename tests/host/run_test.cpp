@@ -51,6 +51,25 @@ TEST_F(Quinrep, FailedRunTellsErrorAndControlRecord)
               L"2025-03-10 12:00:00.000");
 }
 
+// The error is recorded where the local database can be written, and told with what to do in any case.
+TEST_F(Quinrep, ReadOnlyDatabaseIsToldWithWhatToDo)
+{
+    addUser(source(), 1, L"new", kNew);
+    for (const PracticeSide* side : {&destination(), &source()}) {
+        std::optional<Sabotage> readOnly;
+        if (!tryOrSkip(L"read-only databases", [&] { readOnly.emplace(*side, readOnlyDatabase()); }))
+            return;
+        const Ended ended = quinrepJson(L"-q run", "run");
+        EXPECT_EQ(ended.exitCode, kFailed) << ended.output;
+        EXPECT_THAT(ended.result()["error"]["todo"].get<std::string>(), HasSubstr("make it writable again"));
+        readOnly.reset();
+        EXPECT_THAT(recordedError(), side == &destination() ? StartsWith(L"error: ") : StartsWith(L"none"));
+        source().execute(L"update replication_control set error_f = 0, error_message = null");
+    }
+    EXPECT_EQ(quinrep(L"-q run").exitCode, kDone);
+    EXPECT_THAT(users(destination()), ElementsAre(L"1|new"));
+}
+
 TEST_F(Quinrep, RunThatFailsInAFullCopyNamesTheTableAndTellsTheLostRows)
 {
     tables = tableSection("users", "full_copy");
