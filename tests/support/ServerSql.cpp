@@ -8,7 +8,17 @@ namespace {
 
 constexpr wchar_t kNothing[] = L"select 1";
 
+/// Runs `statement` before `event` of each row of `table` that fits `condition`.
+Change postgresTrigger(const std::wstring& table, const std::wstring& event, const std::wstring& condition,
+                       const std::wstring& statement)
+{
+    return {L"create function test_trigger() returns trigger language plpgsql as $$begin " + statement +
+                L"; return new; end$$; create trigger test_trigger before " + event + L" on " + table +
+                L" for each row when (" + condition + L") execute function test_trigger()",
+            L"drop function test_trigger() cascade"};
 }
+
+} // namespace
 
 bool isPostgreSql()
 {
@@ -80,11 +90,7 @@ std::wstring computedColumn(const std::wstring& name, const std::wstring& expres
 Change datingTrigger(const std::wstring& table, const std::wstring& date)
 {
     if (isPostgreSql())
-        return {L"create function test_trigger() returns trigger language plpgsql as"
-                L" $$begin new.mod_date = '" +
-                    date + L"'; return new; end$$; create trigger test_trigger before insert or update on " + table +
-                    L" for each row execute function test_trigger()",
-                L"drop function test_trigger() cascade"};
+        return postgresTrigger(table, L"insert or update", L"true", L"new.mod_date = '" + date + L"'");
     return {L"create trigger test_trigger on " + table + L" after insert, update as update " + table +
                 L" set mod_date = '" + date + L"' where unid in (select unid from inserted)",
             L"drop trigger test_trigger"};
@@ -95,7 +101,7 @@ Change updateTrigger(const std::wstring& table, const std::wstring& column, cons
 {
     const std::wstring fits = column + L" = '" + value + L"'";
     if (isPostgreSql())
-        return trigger(table, L"update", L"new." + fits, statement + L";");
+        return postgresTrigger(table, L"update", L"new." + fits, statement);
     return {L"create trigger test_trigger on " + table + L" after update as if exists (select 1 from inserted where " +
                 fits + L") " + statement,
             L"drop trigger test_trigger"};
