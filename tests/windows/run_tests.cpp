@@ -89,6 +89,7 @@ void claim(const Databases& databases)
 void saySurroundings(Results& results, const Databases& databases)
 {
     const com::Dispatch connection = com::Dispatch::create(L"ADODB.Connection");
+    results.say("QuinmarkRepDLL: " + trimmed(contentOf(sourceFile(L"VERSION").wstring())));
     results.say("Windows: " + toUtf8(windowsVersion()));
     results.say("ADO: " + toUtf8(com::toText(connection.property(L"Version"))));
     results.say("office: " + toUtf8(databases.office.server()));
@@ -125,8 +126,10 @@ void runPrograms(Results& results)
     const Registration registration;
     results.say(std::string("registered: ") + (isRegistered() ? "yes, for this run" : "no"));
     std::ifstream list(builtFile(L"programs.txt"));
-    for (std::string program; !g_stopped && list >> program;)
+    for (std::string program; !g_stopped && list >> program;) {
+        std::cout << program << " ..." << std::endl;
         attempt(results, program, [&] { results.add(program, outputOf(program)); });
+    }
     if (g_stopped)
         results.add("run-tests.cmd", {.failed = {"stopped by Ctrl+C"}});
 }
