@@ -1,5 +1,6 @@
 #include "PracticePair.h"
 
+#include "Folders.h"
 #include "com/convert.h"
 #include "com/error.h"
 
@@ -28,6 +29,8 @@ void PracticePair::SetUp()
     emptyTables();
     restoreControl();
     com::check(com::Dispatch::create(L"QuinmarkRepDLL.Factory").get()->QueryInterface(IID_PPV_ARGS(&factory_)));
+    ASSERT_TRUE(GetModuleHandleW(builtFile(L"QuinmarkRepDLL.dll").c_str()))
+        << "the component is not the one beside this";
 }
 
 void PracticePair::TearDown()
