@@ -79,25 +79,25 @@ class SqlServerSide(Side):
         return pymssql.connect(**self._where, autocommit=True, appname="tests")
 
     def sql(self, statements):
-        *_, last = self._results(statements)
-        return [tuple(row.values()) for row in last]
+        *_, (_, last) = [((), []), *self._results(statements)]
+        return last
 
     def tables(self, *names):
-        found = self._results("".join(f"select * from {name};" for name in names))
-        return dict(zip(names, found))
+        results = self._results("".join(f"select * from {name};" for name in names))
+        return {name: [dict(zip(columns, row)) for row in rows] for name, (columns, rows) in zip(names, results)}
 
     def _results(self, statements):
-        """The rows of each result; one without rows at the least."""
+        """The columns and rows of each result."""
         with self._connected().cursor() as cursor:
             cursor.execute(statements)
-            results = [[]]
+            results = []
             more = True
             while more:
                 if cursor.description:
                     columns = [column[0] for column in cursor.description]
-                    results.append([dict(zip(columns, map(_plain, row))) for row in cursor.fetchall()])
+                    results.append((columns, [tuple(map(_plain, row)) for row in cursor.fetchall()]))
                 more = cursor.nextset()
-            return results[1:] or results
+            return results
 
     def run_files(self, *names, **variables):
         """They are written for sqlcmd: `go` ends a batch, $(NAME) is a variable."""
