@@ -3,7 +3,7 @@ import assert from 'node:assert/strict';
 import { randomUUID } from 'node:crypto';
 import { rmSync, symlinkSync } from 'node:fs';
 import { test } from 'node:test';
-import { ConflictType } from './support/Practice.mjs';
+import { ConflictType, hoursAfter } from './support/Practice.mjs';
 import { decisionLogOf, lastDecision, report } from './support/Review.mjs';
 import { laptop, notice, office, page, practice, press, reviewAt, trouble } from './support/browser.mjs';
 
@@ -62,11 +62,12 @@ test('a conflict that a run recorded, in columns of every type, is decided at on
     const row = randomUUID();
     const patient = 990001;
     await practice.onBoth(`insert into patient (unid, full_name) values (${patient}, 'Mira Birkfelder')`);
-    const add = (side, values, hours) => side.sql(`insert into chart_item (unid, chart_hdr_id, patient_id, proc_id,
-        tooth, surface, treatment_date, fee, hours, completed_f, mod_date) values ('${row}', '${row}', ${patient}, ${values},
-        now() + interval '${hours} hours')`);
-    await add(office, "7, 11, 'MO', '2026-02-03 10:30:15.250', 1234.5000, 0.1, true", 1);
-    await add(laptop, "null, 12, 'D', '2026-02-04', 0.0001, 1e-7, false", 2);
+    const add = async (side, values, hours) => side.insert('chart_item', { unid: row, chart_hdr_id: row,
+        patient_id: patient, ...values, mod_date: hoursAfter(await side.now(), hours) });
+    await add(office, { proc_id: 7, tooth: 11, surface: 'MO', treatment_date: '2026-02-03T10:30:15.250', fee: 1234.5,
+        hours: 0.1, completed_f: 1 }, 1);
+    await add(laptop, { proc_id: null, tooth: 12, surface: 'D', treatment_date: '2026-02-04T00:00:00', fee: 0.0001,
+        hours: 1e-7, completed_f: 0 }, 2);
     try {
         const { status } = await report('recorded', '[[table]]\nname = "chart_item"\nmethod = "one_way"\n');
         assert.equal(status, 2);
@@ -75,7 +76,7 @@ test('a conflict that a run recorded, in columns of every type, is decided at on
             'treatment_date', 'fee', 'hours', 'completed_f']);
         await press('Use source');
         assert.match(await notice(), / date: .*: the source's row was copied over the destination's\./);
-        assert.equal(await laptop.sql(`select fee from chart_item where unid = '${row}'`), '1234.5000');
+        assert.deepEqual(await laptop.sql(`select fee from chart_item where unid = '${row}'`), [['1234.5000']]);
     }
     finally {
         await practice.onBoth(`delete from chart_item where unid = '${row}';

@@ -1,7 +1,7 @@
 // At the offices no resolution settles a conflict: the page says why, and what the next run does.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { ConflictType } from './support/Practice.mjs';
+import { ConflictType, hoursAfter } from './support/Practice.mjs';
 import { lastDecision } from './support/Review.mjs';
 import { assertFits, button, laptop, office, page, practice, press, reviewAt, trouble }
     from './support/browser.mjs';
@@ -13,9 +13,8 @@ const why = (choice) => page.textContent(`#why-${choice}`);
 async function typedInAtTheLaptop(key) {
     const conflict = await practice.conflict(office, key, { type: ConflictType.newOnDestination, office: null,
         laptop: 'only at the laptop' });
-    const lastRun = await office.sql('select last_timestamp from replication_control where unique_key = 0');
-    await laptop.sql(`update shortcut set mod_date = timestamp '${lastRun}' - interval '1 day'
-                      where unid = '${conflict.row}'`);
+    const [[lastRun]] = await office.sql('select last_timestamp from replication_control where unique_key = 0');
+    await laptop.sql(`update shortcut set mod_date = '${hoursAfter(lastRun, -24)}' where unid = '${conflict.row}'`);
     return conflict;
 }
 

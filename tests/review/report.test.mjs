@@ -25,8 +25,8 @@ test('a run that copied a row tells its counters and that all was done, in one f
 test('a conflict stands out and where to look is said', async () => {
     const unid = randomUUID();
     // Clearly after the last run, which may be of this very second.
-    await office.addShortcut(unid, 'set at the office', "now() + interval '1 hour'");
-    await laptop.addShortcut(unid, 'set at the laptop', "now() + interval '2 hours'");
+    await office.addShortcut(unid, 'set at the office', 1);
+    await laptop.addShortcut(unid, 'set at the laptop', 2);
     const { status, address } = await report('conflict', kShortcuts);
     assert.equal(status, 2);
     await page.goto(address);

@@ -11,13 +11,8 @@ missing() {
     exit 77
 }
 
-if [ -z "${QUINMARK_OFFICE_DSN-}" ] || [ "${QUINMARK_SERVER-}" = sqlserver ]; then
-    echo 'SKIPPED: QUINMARK_OFFICE_DSN does not name the private PostgreSQL' >&2
-    [ "${QUINMARK_REQUIRE_DATABASE-}" != 1 ] || [ "${QUINMARK_SERVER-}" = sqlserver ] || exit 1
-    exit 77
-fi
+/usr/bin/python3 -B "$(dirname "$0")/../support/sql.py" office --serve </dev/null || exit
 command -v node >/dev/null || missing node
-command -v psql >/dev/null || missing psql
 [ -x "${CHROMIUM:-/usr/bin/chromium}" ] || missing chromium
 [ -d "$REVIEW_MODULES/node_modules/playwright-core" ] || missing playwright-core
 mkdir -p "$REVIEW_OUTPUT"

@@ -1,63 +1,96 @@
 // The two databases of the test bed, and the conflicts the tests make there.
-import { execFile } from 'node:child_process';
+import { spawn } from 'node:child_process';
 import { randomUUID } from 'node:crypto';
-import { readFileSync } from 'node:fs';
-import { promisify } from 'node:util';
+import { createInterface } from 'node:readline';
+import { fileURLToPath } from 'node:url';
 
 export const ConflictType = { changedOnBoth: 1, newOnSource: 2, newOnDestination: 3, changedOnDestination: 4,
     deletedOnSource: 5 };
 
-function dsnSettings(dsn) {
-    const section = readFileSync(process.env.ODBCINI, 'utf8').split(`[${dsn}]`)[1].split('\n[')[0];
-    return Object.fromEntries([...section.matchAll(/^(\w+) *= *(.*)$/gm)].map((match) => [match[1], match[2].trim()]));
-}
+const kSqlProgram = fileURLToPath(new URL('../../support/sql.py', import.meta.url));
+const kConflict = { type: ConflictType.changedOnBoth, table: 'shortcut', column: 'item_text',
+    office: 'set at the office', laptop: 'set at the laptop' };
 
-function quote(value) {
-    return value === null ? 'null' : `'${String(value).replaceAll("'", "''")}'`;
+/// A time as databases tell it, so many hours later.
+export function hoursAfter(time, hours) {
+    return new Date(Date.parse(`${time}Z`) + hours * 3600000).toISOString().slice(0, 23);
 }
 
 class Side {
-    constructor(dsn) {
-        const { Port, Database, Username } = dsnSettings(dsn);
-        this.psql = ['-X', '-q', '-At', '-v', 'ON_ERROR_STOP=1', '-h', '127.0.0.1', '-p', Port, '-U', Username, '-d',
-            Database, '-c'];
+    constructor(name) {
+        this.program = spawn('/usr/bin/python3', ['-B', kSqlProgram, name, '--serve'],
+            { stdio: ['pipe', 'pipe', 'inherit'] });
+        this.answers = createInterface({ input: this.program.stdout })[Symbol.asyncIterator]();
     }
 
-    /// The lines that psql answers.
-    async sql(text) {
-        const env = { ...process.env, PGPASSWORD: process.env.QUINMARK_PASSWORD };
-        return (await promisify(execFile)('psql', [...this.psql, text], { env })).stdout.trimEnd();
+    close() {
+        this.program.stdin.end();
     }
 
-    addShortcut(unid, text, modified = 'now()') {
-        return this.sql(`insert into shortcut (unid, item_name, item_text, mod_date)
-                         values ('${unid}', 'review', ${quote(text)}, ${modified})`);
+    /// The rows of the last statement.
+    async sql(request) {
+        this.program.stdin.write(`${JSON.stringify(request)}\n`);
+        const { value, done } = await this.answers.next();
+        const { rows, error } = done ? { error: 'sql.py has ended' } : JSON.parse(value);
+        if (error) throw new Error(`${error}: ${request}`);
+        return rows;
+    }
+
+    /// Inserts rows, each given as its values by column.
+    insert(table, ...rows) {
+        return this.sql([table, rows]);
+    }
+
+    async now() {
+        const [[now]] = await this.sql('select getdate()');
+        return now;
+    }
+
+    async addShortcut(unid, text, hoursFromNow = 0) {
+        await this.insert('shortcut', { unid, item_name: 'review', item_text: text,
+            mod_date: hoursAfter(await this.now(), hoursFromNow) });
     }
 
     setText(unid, text) {
-        return this.sql(`update shortcut set item_text = ${quote(text)} where unid = '${unid}'`);
+        return this.sql(`update shortcut set item_text = '${text}' where unid = '${unid}'`);
     }
 
     /// The text of a row; empty when there is no such row.
-    shortcutText(unid) {
-        return this.sql(`select item_text from shortcut where unid = '${unid}'`);
+    async shortcutText(unid) {
+        const [[text] = ['']] = await this.sql(`select item_text from shortcut where unid = '${unid}'`);
+        return text;
     }
 
     /// How many records and columns of conflicts there are in all.
     async conflictCounts() {
-        return (await this.sql(`select count(*) from replication_conflict
-                                union all select count(*) from replication_conflict_data`)).split('\n').map(Number);
+        const [counts] = await this.sql(`select (select count(*) from replication_conflict),
+                                                (select count(*) from replication_conflict_data)`);
+        return counts;
     }
 
     async waits(conflict) {
-        return await this.sql(`select count(*) from replication_conflict
-                               where unid in (${conflict.ids.map(quote)})`) !== '0';
+        const found = await this.sql(`select unid from replication_conflict
+                                      where unid in ('${conflict.ids.join("', '")}')`);
+        return found.length > 0;
+    }
+
+    async addConflicts(records) {
+        await this.insert('replication_conflict', ...records.map(({ id, found, table, row, type, key }) => ({
+            unid: id, unique_key: 1, last_replicate_date: found, table_name: table, patient_id: 0, guid: row,
+            conflict_type: type, key_info: key, source_mod_date: '2026-03-02 09:15',
+            destination_mod_date: '2026-03-02 11:40' })));
+        await this.insert('replication_conflict_data', ...records.map(({ id, column, office, laptop }) => ({
+            conflict_id: id, field_name: column, source_data: office, destination_data: laptop })));
     }
 }
 
 export class Practice {
-    office = new Side(process.env.QUINMARK_OFFICE_DSN);
-    laptop = new Side(process.env.QUINMARK_LAPTOP_DSN);
+    office = new Side('office');
+    laptop = new Side('laptop');
+
+    close() {
+        for (const side of [this.office, this.laptop]) side.close();
+    }
 
     async onBoth(sql) {
         for (const side of [this.office, this.laptop]) await side.sql(sql);
@@ -70,35 +103,26 @@ export class Practice {
 
     /// A shortcut with a text at the office and one at the laptop (null: no row there), and its conflict at `side`,
     /// with a record for each run that found it.
-    async conflict(side, key, { type = ConflictType.changedOnBoth, table = 'shortcut', column = 'item_text',
-        office = 'set at the office', laptop = 'set at the laptop', found = ['2026-03-01 18:00'] } = {}) {
+    async conflict(side, key, { found = ['2026-03-01 18:00'], ...more } = {}) {
         const conflict = { ids: found.map(() => randomUUID()), row: randomUUID() };
         conflict.id = conflict.ids.at(-1);
-        if (table === 'shortcut') {
-            if (office !== null) await this.office.addShortcut(conflict.row, office.slice(0, 500));
-            if (laptop !== null) await this.laptop.addShortcut(conflict.row, laptop.slice(0, 500));
-        }
-        await side.sql(conflict.ids.map((id, index) => `insert into replication_conflict (unid, unique_key,
-            last_replicate_date, table_name, patient_id, guid, conflict_type, key_info, source_mod_date,
-            destination_mod_date) values ('${id}', 1, '${found[index]}', ${quote(table)}, 0, '${conflict.row}', ${type},
-            ${quote(key)}, '2026-03-02 09:15', '2026-03-02 11:40');
-            insert into replication_conflict_data values ('${id}', ${quote(column)}, ${quote(office)},
-            ${quote(laptop)})`).join('; '));
+        const record = { ...kConflict, key, row: conflict.row, ...more };
+        for (const name of record.table === 'shortcut' ? ['office', 'laptop'] : [])
+            if (record[name] !== null) await this[name].addShortcut(conflict.row, record[name].slice(0, 500));
+        await side.addConflicts(conflict.ids.map((id, index) => ({ ...record, id, found: found[index] })));
         return conflict;
     }
 
-    /// `rows` shortcuts that differ, each found `times` times at `side`.
-    async manyConflicts(side, rows, times) {
-        for (const [at, text] of [[this.office, 'office'], [this.laptop, 'laptop']]) {
-            await at.sql(`insert into shortcut (unid, item_name, item_text) select md5('row' || n)::uuid, 'Row ' || n,
-                          'set at the ${text} ' || n from generate_series(1, ${rows}) n`);
-        }
-        await side.sql(`insert into replication_conflict select md5(n || '.' || m)::uuid, 1,
-            timestamp '2026-03-01 18:00' + m * interval '1 day', 'shortcut', 0, md5('row' || n)::uuid, 1,
-            'Row ' || lpad(n::text, 3, '0'), '2026-03-02 09:15', '2026-03-02 11:40'
-            from generate_series(1, ${rows}) n, generate_series(1, ${times}) m;
-            insert into replication_conflict_data select md5(n || '.' || m)::uuid, 'item_text',
-            'set at the office ' || n, 'set at the laptop ' || n
-            from generate_series(1, ${rows}) n, generate_series(1, ${times}) m`);
+    /// `rows` shortcuts that differ, each found on `days` days at `side`.
+    async manyConflicts(side, rows, days) {
+        const records = Array.from({ length: rows }, (_, index) => ({ ...kConflict, row: randomUUID(),
+            key: `Row ${String(index + 1).padStart(3, '0')}`, office: `set at the office ${index + 1}`,
+            laptop: `set at the laptop ${index + 1}` }));
+        for (const name of ['office', 'laptop'])
+            await this[name].insert('shortcut', ...records.map((record) => ({ unid: record.row, item_name: record.key,
+                item_text: record[name] })));
+        const found = Array.from({ length: days }, (_, index) => `2026-03-0${index + 1} 18:00`);
+        await side.addConflicts(records.flatMap((record) =>
+            found.map((day) => ({ ...record, id: randomUUID(), found: day }))));
     }
 }

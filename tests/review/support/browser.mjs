@@ -16,7 +16,7 @@ const context = await chromium.launchPersistentContext(profile, {
         '--disable-component-update', '--disable-sync'],
     viewport: { width: 1280, height: 900 },
 });
-context.setDefaultTimeout(15000);
+context.setDefaultTimeout(60000);
 
 export const page = context.pages()[0];
 export const practice = new Practice();
@@ -62,5 +62,6 @@ after(async () => {
     const codes = [];
     for (const review of reviews.values()) codes.push(await (await review).stop());
     await practice.clear();
+    practice.close();
     assert.deepEqual(codes, codes.map(() => 0));
 });
