@@ -16,7 +16,6 @@ constexpr char kDsn[] =
     "There is no ODBC data source of that name for 32-bit programs; make it with odbcad32 of SysWOW64.";
 constexpr char kLogin[] =
     "The login quinmarkapp_user or its password is refused; check the password's source in the configuration.";
-constexpr char kServer[] = "The server does not answer; look whether it runs and the network is up, then try again.";
 constexpr char k64BitProgram[] = "A 64-bit program cannot load the component; use the 32-bit quinrep.";
 constexpr char kBitness[] = "The data source is for 64-bit programs; make one of that name with odbcad32 of SysWOW64.";
 constexpr char kTable[] = "Look with `quinrep check` which side lacks the table or is reached by a wrong prefix.";
@@ -42,16 +41,16 @@ constexpr Advice kAdvice[] = {
     {L"no password supplied", kLogin},
     {L"Cannot open database", kRestricted},
     {L"Login failed", kLogin},
-    {L"Connection refused", kServer},
-    {L"could not connect to server", kServer},
-    {L"connection to server", kServer},
-    {L"server closed the connection", kServer},
-    {L"terminating connection", kServer},
-    {L"connection lost", kServer},
-    {L"not connected to the server", kServer},
-    {L"SQL Server does not exist", kServer},
-    {L"Communication link failure", kServer},
-    {L"Login timeout expired", kServer},
+    {L"Connection refused", kServerIsLost},
+    {L"could not connect to server", kServerIsLost},
+    {L"connection to server", kServerIsLost},
+    {L"server closed the connection", kServerIsLost},
+    {L"terminating connection", kServerIsLost},
+    {L"connection lost", kServerIsLost},
+    {L"not connected to the server", kServerIsLost},
+    {L"SQL Server does not exist", kServerIsLost},
+    {L"Communication link failure", kServerIsLost},
+    {L"Login timeout expired", kServerIsLost},
     {L"out of sync on table", "Give both sides of the table the same columns in the same order."},
     {L"out of sync", "The two databases have different schema versions; update the older one first."},
     {L"does not match the version of the database", "Set program_version to the database's version, or update one."},

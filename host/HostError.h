@@ -48,6 +48,10 @@ inline constexpr char kInsertControlRecord[] = "Insert the site's row into repli
 inline constexpr char kSetLastTimestamp[] =
     "Set last_timestamp of the site's control record to a date before all changes that are to be replicated.";
 
+/// Advice for a server that is not reached, or not any more.
+inline constexpr char kServerIsLost[] =
+    "The server does not answer; look whether it runs and the network is up, then try again.";
+
 /// The failure of a command that needs the site's control record and finds none.
 HostError missingControlRecord();
 

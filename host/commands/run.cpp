@@ -228,7 +228,11 @@ private:
         }
         Outcome outcome{summary(tables), kFailed};
         outcome.result["error"] = errorJson(error);
-        outcome.result["connection_lost"] = !component_.isConnected();
+        const bool lost = !component_.isConnected();
+        outcome.result["connection_lost"] = lost;
+        // Not every driver's text says so.
+        if (lost && resultText(outcome.result["error"]["todo"]).empty())
+            outcome.result["error"]["todo"] = kServerIsLost;
         outcome.result["recorded"] = tellControlRecord(error) ? toUtf8(error.description) : "";
         return outcome;
     }
