@@ -1,8 +1,9 @@
 """Runs with an accident in the middle: a connection cut or frozen, the server or the host killed, after a random number
-of bytes. Each is judged by the databases after it, and after the next run.
+of bytes. Each is judged by the databases after it, and after the next run. A SQL Server is not killed, since others use
+it too; a session of the run is ended there.
 
-The last lines say what was tried and how much was found; the exit status is 1 when anything was, 77 when the private
-PostgreSQL is not used. `--seed N --first K --accidents 1` repeats an accident.
+The last lines say what was tried and how much was found; the exit status is 1 when anything was, 77 when the databases
+are not told. `--seed N --first K --accidents 1` repeats an accident.
 """
 
 import collections
@@ -16,7 +17,7 @@ import drawing
 from fragile_practice import PATIENCE, FragilePractice
 from judgement import after_accident, after_good_run, settings_left
 from scene import Scene
-from side import skip_without_postgresql, wait_until
+from side import is_postgresql, skip_without_databases, wait_until
 
 ACCIDENTS_OF_A_SCENE = 16
 SAMPLE = 8
@@ -43,7 +44,7 @@ class Accident:
     """One accident of a seed: each kind in its turn, in front of which database, after how many bytes."""
 
     KINDS = ["cut", "cut politely", "cut for good", "frozen for a while", "frozen until the host was killed",
-             "host killed", "server process killed", "server killed"]
+             "host killed"] + (["server process killed", "server killed"] if is_postgresql() else ["session ended"])
 
     def __init__(self, number, choose, rehearsal):
         self.kind = self.KINDS[number % len(self.KINDS)]
@@ -83,10 +84,10 @@ class Accident:
             process.wait()
             if self.kind != "host killed":
                 relay.cut()
-        elif self.kind == "server process killed":
-            practice.kill_backend(self.place, self._choose.choice)
+        elif self.kind == "server killed":
+            practice.home.kill_server()
         else:
-            practice.kill_server()
+            practice.kill_session(self._choose.choice)
 
 
 class Trial:
@@ -139,7 +140,7 @@ class Trial:
 
 
 def main():
-    skip_without_postgresql()
+    skip_without_databases()
     chosen = drawing.parser(__doc__, "accidents", SAMPLE).parse_args()
     with contextlib.closing(FragilePractice()) as practice:
         trial = Trial(practice, chosen.seed)

@@ -2,18 +2,17 @@
 
 import unittest
 
-from own_server import OwnServer
+from own_databases import OwnDatabases
 from scene import ALL, TABLES, snapshot
 
 PATIENCE = 300
 
 
-class FragilePractice(OwnServer):
-    """On a server of its own, with a relay in front of either database."""
+class FragilePractice(OwnDatabases):
+    """On databases of its own, with a relay in front of either."""
 
     def __init__(self, *tables):
         super().__init__({name: TABLES[name][2] for name in tables or TABLES})
-        self.keep_what_is_committed()
         for side in self.sides:
             self.relay(side)
         # Without a display the message boxes of two-way replication do not wait for a person.

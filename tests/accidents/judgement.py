@@ -77,7 +77,6 @@ def _settings(side):
 
 def _conflicts(side, wanted):
     """Conflicts that an undisturbed run does not record; one that an accident interrupts may lack columns."""
-    known = {tuple(conflict[:4]): conflict[4] for conflict in wanted["conflicts"]}
+    known = {conflict[:4]: conflict[4] for conflict in wanted["conflicts"]}
     return [f"conflict {conflict}" for conflict in side["conflicts"]
-            if not (conflict[4] or {}).items() <= (known.get(tuple(conflict[:4])) or {}).items()
-            or tuple(conflict[:4]) not in known]
+            if conflict[:4] not in known or not conflict[4].items() <= known[conflict[:4]].items()]

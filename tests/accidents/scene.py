@@ -59,14 +59,14 @@ class Scene:
 
 def snapshot(side):
     """All rows by table and key, the conflicts, and what the run leaves in the control record."""
-    parts = [f"'{table}', (select json_object_agg(t.unid, row_to_json(t)) from {table} t)" for table in ALL]
-    parts += ["""'conflicts', (select json_agg(json_build_array(c.table_name, c.patient_id, c.guid, c.conflict_type,
-              (select json_object_agg(d.field_name, array[d.source_data, d.destination_data])
-               from replication_conflict_data d where d.conflict_id = c.unid)))
-              from replication_conflict c)""",
-              f"'advanced', (select last_timestamp <> '{LAST_RUN}' from replication_control where unique_key = 0)",
-              "'ready', (select ready_f from replication_control where unique_key = 0)",
-              f"'key', {str(side.has_patient_key()).lower()}"]
-    state = side.value(f"select json_build_object({', '.join(parts)})")
-    return {name: {} if name in ALL and value is None else value or [] if name == "conflicts" else value
-            for name, value in state.items()}
+    found = side.tables(*ALL, "replication_conflict", "replication_conflict_data", "replication_control")
+    state = {table: {str(row["unid"]): row for row in found[table]} for table in ALL}
+    columns = {}
+    for row in found["replication_conflict_data"]:
+        columns.setdefault(row["conflict_id"], {})[row["field_name"]] = row["source_data"], row["destination_data"]
+    state["conflicts"] = [
+        (*(row[name] for name in ("table_name", "patient_id", "guid", "conflict_type")), columns.get(row["unid"], {}))
+        for row in found["replication_conflict"]]
+    control, = (row for row in found["replication_control"] if row["unique_key"] == 0)
+    return {**state, "advanced": control["last_timestamp"] != LAST_RUN, "ready": control["ready_f"],
+            "key": side.has_patient_key()}

@@ -6,7 +6,7 @@ import signal
 
 import practice
 from practice import LAST_RUN
-from practice_case import PracticeCase
+from practice_case import FIRST_ROW, SECOND_ROW, PracticeCase
 from terminal import CTRL_C
 
 RECOVERY = practice.REPOSITORY / "docs" / "recovery.md"
@@ -14,19 +14,14 @@ CANCELLED = "Cancelled before table chair_type, with 1 of 2 tables not done"
 
 
 class InterruptedRun(PracticeCase):
-    def cancelled_run(self, readers=False):
-        """A run that is cancelled while it waits in the middle of the first table."""
-        with self.laptop.locked("users", readers):
-            terminal = self.waiting_run()
-            terminal.type(CTRL_C)
-            terminal.wait_for("^C")
+    def cancelled_run(self, statement=FIRST_ROW):
+        """A run that is cancelled before the laptop gets this statement."""
+        terminal = self.held_run(statement)
+        terminal.type(CTRL_C)
+        terminal.wait_for("^C")
+        self.relay.heal()
         self.assertEqual(terminal.wait(), 1)
         return terminal
-
-    def patient_key(self):
-        key, = self.office.sql("select oid, pg_get_constraintdef(oid) from pg_constraint "
-                               "where conname = 'fk_patient_dentist'")
-        return key
 
     def assert_unchanged(self):
         self.assertEqual(self.practice.control("last_timestamp, error_f"), (LAST_RUN, False))
@@ -54,39 +49,42 @@ class InterruptedRun(PracticeCase):
         self.cancelled_run()
         documented, = re.findall(r"^    (alter table .*?)\n\n", RECOVERY.read_text(), re.M | re.S)
         self.office.sql(documented)
-        by_hand, rule = self.patient_key()
-        self.assertEqual(rule, "FOREIGN KEY (dc_id, dentist_id) REFERENCES dentist(dc_id, dentist_id)")
-        self.assert_converges("--reset-error", "--ready")
-        by_run, same_rule = self.patient_key()
-        self.assertEqual(same_rule, rule)
-        self.assertNotEqual(by_run, by_hand)
+        self.assert_no_patient_without_dentist()
+        terminal = self.held_run(SECOND_ROW, "run", "--reset-error", "--ready")
+        self.assertFalse(self.office.has_patient_key())
+        self.relay.heal()
+        self.assertEqual(terminal.wait(), 0)
+        self.assert_no_patient_without_dentist()
+
+    def assert_no_patient_without_dentist(self):
+        self.assertTrue(self.office.has_patient_key())
+        with self.assertRaises(self.office.REFUSED):
+            self.office.sql("insert into patient (unid, full_name, dc_id, dentist_id) values (-1, 'new', -1, -1)")
 
     def test_ctrl_c_during_the_look_ahead_writes_nothing(self):
-        terminal = self.cancelled_run(readers=True)
+        terminal = self.cancelled_run("select count(*) from users")
         self.assertIn("quinrep: cancelled before the first table; nothing was written", "".join(terminal.lines))
         self.assertTrue(self.office.has_patient_key())
         self.assert_unchanged()
 
     def test_second_ctrl_c_ends_it_at_once(self):
-        with self.laptop.locked("users"):
-            terminal = self.waiting_run()
-            terminal.type(CTRL_C)
-            terminal.wait_for("^C")
-            terminal.type(CTRL_C)
-            self.assertEqual(terminal.wait(patience=5), 1)
-            self.laptop.end_waiters()
+        terminal = self.held_run(FIRST_ROW)
+        terminal.type(CTRL_C)
+        terminal.wait_for("^C")
+        terminal.type(CTRL_C)
+        self.assertEqual(terminal.wait(patience=5), 1)
+        self.relay.cut(refuse=False)
         self.assert_unchanged()
         self.assert_converges()
 
     def test_killed_run_is_not_in_the_way_of_the_next(self):
-        with self.laptop.locked("users"):
-            terminal = self.waiting_run()
-            refused = self.practice.quinrep("run")
-            self.assertEqual(refused.returncode, 4)
-            self.assertIn("another run of this site is going on", refused.stderr)
-            os.kill(terminal.pid, signal.SIGKILL)
-            self.assertEqual(terminal.wait(), -signal.SIGKILL)
-            self.laptop.end_waiters()
+        terminal = self.held_run(FIRST_ROW)
+        refused = self.practice.quinrep("run")
+        self.assertEqual(refused.returncode, 4)
+        self.assertIn("another run of this site is going on", refused.stderr)
+        os.kill(terminal.pid, signal.SIGKILL)
+        self.assertEqual(terminal.wait(), -signal.SIGKILL)
+        self.relay.cut(refuse=False)
         self.assert_unchanged()
         self.assert_converges()
 

@@ -1,4 +1,4 @@
-"""Tests of quinrep between the two databases of the test bed."""
+"""Tests of quinrep between two databases, with a relay in front of the laptop's."""
 
 import unittest
 
@@ -6,6 +6,8 @@ from practice import NEW, PASSWORD, Practice
 from terminal import Terminal
 
 TABLES = ["users", "chair_type"]
+# The statements that copy the new rows to the laptop.
+FIRST_ROW, SECOND_ROW = "Insert into users", "Insert into chair_type"
 
 
 class PracticeCase(unittest.TestCase):
@@ -18,13 +20,15 @@ class PracticeCase(unittest.TestCase):
         cls.practice = cls.Practice(dict.fromkeys(TABLES, "method = 'one_way_deletes'"))
         cls.addClassCleanup(cls.practice.close)
         cls.office, cls.laptop = cls.practice.sides.values()
+        cls.relay = cls.practice.relay("laptop")
 
     def setUp(self):
         self.practice.site, self.practice.passwords = "offices", [PASSWORD, PASSWORD]
+        self.relay.heal()
         self.practice.reset()
         self.addCleanup(self.practice.reset)
-        self.office.sql(f"""insert into users (unid, user_name, mod_date) values (1, 'new', '{NEW}');
-                        insert into chair_type (unid, chair_type_name, mod_date) values (1, 'new', '{NEW}')""")
+        self.office.sql(self.office.insertion("users", [{"unid": 1, "user_name": "new", "mod_date": NEW}]) +
+                        self.office.insertion("chair_type", [{"unid": 1, "chair_type_name": "new", "mod_date": NEW}]))
 
     def rows_at_laptop(self):
         """The keys in each table."""
@@ -36,8 +40,9 @@ class PracticeCase(unittest.TestCase):
         self.addCleanup(terminal.close)
         return terminal
 
-    def waiting_run(self, *arguments, results=None):
-        """A run that waits for what the test has locked at the laptop."""
+    def held_run(self, statement, *arguments, results=None):
+        """A run that is held before the laptop gets a statement with this text."""
+        self.relay.freeze_before(statement)
         terminal = self.terminal(*(arguments or ("run",)), results=results)
-        self.laptop.wait_for_waiter()
+        self.relay.wait_until_frozen()
         return terminal

@@ -8,8 +8,8 @@ For Each login In Split(settings("LOGINS"), vbLf)
     passwords = Split(login, vbTab)
     Set factory = CreateObject("QuinmarkRepDLL.Factory")
     Err.Clear
-    factory.init 0, "SOURCE", "office.", "QuinmarkOffice", passwords(0), _
-        "laptop.", "QuinmarkLaptop", passwords(1), 1, settings("LOG_FILE")
+    factory.init 0, "SOURCE", settings("QUINMARK_OFFICE_PREFIX"), settings("QUINMARK_OFFICE_DSN"), passwords(0), _
+        settings("QUINMARK_LAPTOP_PREFIX"), settings("QUINMARK_LAPTOP_DSN"), passwords(1), 1, settings("LOG_FILE")
     WScript.Echo "raised: " & Err.Number & " " & Err.Source & " " & Err.Description
     WScript.Echo "message: " & factory.sErrorMessage
 Next

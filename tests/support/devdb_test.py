@@ -11,7 +11,7 @@ import unittest
 
 import psycopg2
 
-from own_server import copy_scripts, environment_of
+from own_postgresql import copy_scripts, environment_of
 from practice import main
 from side import Side, data_sources, skip_without_postgresql, wait_until
 

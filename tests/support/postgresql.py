@@ -7,12 +7,11 @@ import subprocess
 
 import psycopg2
 
-from side import LOGIN, REPOSITORY, Side, data_sources
+from side import LOGIN, REPOSITORY, Side, literal
 
 SQL_FILES = REPOSITORY / "database" / "postgres"
 # The tests' own connections are known by their name.
 APPLICATION = "tests"
-OTHERS = f"backend_type = 'client backend' and application_name <> '{APPLICATION}'"
 
 
 class PostgreSql:
@@ -121,15 +120,13 @@ class PostgreSqlSide(Side):
                 cursor.execute(statement)
                 yield
 
-    def locked(self, table, readers=False):
-        return self.transaction(f"lock table {table} in {'access exclusive' if readers else 'exclusive'} mode")
+    def may(self, statement):
+        with contextlib.suppress(*self.REFUSED):
+            self.sql(f"set lock_timeout = 100; {statement}; reset lock_timeout")
+            return True
+        self.sql("reset lock_timeout")
+        return False
 
-    def waiters(self):
-        return self.column("select pid from pg_locks where not granted and database = "
-                           "(select oid from pg_database where datname = current_database())")
-
-    def end_waiters(self):
-        self.sql("select pg_terminate_backend(pid, 5000) from pg_locks where not granted and pid <> pg_backend_pid()")
-
-    def cancel_waiters(self):
-        self.sql("select pg_cancel_backend(pid) from pg_locks where not granted")
+    def sessions(self, *databases):
+        return self.column(f"""select pid from pg_stat_activity where datname in ({', '.join(map(literal, databases))})
+            and backend_type = 'client backend' and application_name <> '{APPLICATION}' order by backend_start, pid""")

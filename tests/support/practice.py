@@ -9,7 +9,7 @@ import tempfile
 import unittest
 
 from relay import LOCALHOST, Relay
-from side import REPOSITORY, Side, data_sources, server_of, skip_without_databases
+from side import REPOSITORY, data_sources, server_of, skip_without_databases
 
 BINARIES = pathlib.Path(os.environ.get("QUINMARK_BINARIES", REPOSITORY / "build" / "x86-release"))
 QUINREP = BINARIES / "quinrep.exe"
@@ -43,9 +43,15 @@ class Practice:
         self.site = "offices"
         self.passwords = [PASSWORD, PASSWORD]
         self.dsns = {side: self.environment[f"QUINMARK_{side.upper()}_DSN"] for side in ("office", "laptop")}
-        self.sides = {side: Side.of(dsn, self.environment) for side, dsn in self.dsns.items()}
+        self.server = server_of(self.environment)
+        self.sides = self.connections()
         self.office, self.laptop = self.sides.values()
         self.relays = {}
+
+    def connections(self):
+        """Both databases, through connections of their own that no relay is in front of."""
+        sources = data_sources(self.environment)
+        return {side: self.server.login(sources[dsn]["Database"]) for side, dsn in self.dsns.items()}
 
     def close(self):
         for relay in self.relays.values():
@@ -75,8 +81,7 @@ class Practice:
 
     def relay(self, side):
         """Puts a relay between quinrep and a database."""
-        server = server_of(self.environment)
-        self.relays[side] = Relay(server.host, int(server.port))
+        self.relays[side] = Relay(self.server.host, int(self.server.port))
         self.set_odbc(side, Server=LOCALHOST, Port=self.relays[side].port)
         return self.relays[side]
 
@@ -108,7 +113,7 @@ class Practice:
         """The output of quinrep so far: results and messages."""
         return [(self.folder / name).read_text(errors="replace") for name in ("out.txt", "err.txt")]
 
-    def quinrep(self, *arguments, patience=60):
+    def quinrep(self, *arguments, patience=300):
         """Runs quinrep; returns its subprocess.CompletedProcess."""
         with self.start(*arguments) as process:
             try:

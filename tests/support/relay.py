@@ -53,7 +53,7 @@ class Relay:
 
     def wait_until_frozen(self):
         if not self.frozen.wait(PATIENCE):
-            raise AssertionError(f"waited {PATIENCE} s in vain for what the relay has to keep back")
+            raise AssertionError(f"waited {PATIENCE} s in vain for the statement; is the connection encrypted?")
 
     def vanish(self):
         """Sends the clients nothing more, not even an acknowledgement of their data."""

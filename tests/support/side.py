@@ -15,7 +15,7 @@ REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
 SETTINGS = ["QUINMARK_OFFICE_DSN", "QUINMARK_LAPTOP_DSN", "QUINMARK_PASSWORD", "QUINMARK_OFFICE_PREFIX",
             "QUINMARK_LAPTOP_PREFIX", "ODBCINI", "ODBCSYSINI"]
 LOGIN = "quinmarkapp_user"
-PATIENCE = 20
+PATIENCE = 60
 
 
 def skip(reason, required):
@@ -165,6 +165,11 @@ class Side(abc.ABC):
         """The server's clock."""
         return self.value("select getdate()")
 
+    def table_names(self):
+        # PostgreSQL has them in a schema of the database's name.
+        return sorted(self.column("select table_name from information_schema.tables where table_type = 'BASE TABLE'"
+                                  " and table_schema in (table_catalog, 'dbo')"))
+
     @abc.abstractmethod
     def tables(self, *names):
         """All rows of each table by its name, each row as its values by column, in the order in which the server lists
@@ -195,21 +200,9 @@ class Side(abc.ABC):
         """A context: runs a statement on a connection of its own, in a transaction that is committed at the end."""
 
     @abc.abstractmethod
-    def locked(self, table, readers=False):
-        """A context in which everybody else who writes to a table waits, or, if told, who reads it."""
+    def may(self, statement):
+        """Whether a statement goes past the locks that others hold."""
 
     @abc.abstractmethod
-    def waiters(self):
-        """The connections whose statements wait for a lock."""
-
-    def wait_for_waiter(self):
-        """Waits until somebody waits for a lock."""
-        wait_until(self.waiters, "somebody waits for a lock")
-
-    @abc.abstractmethod
-    def end_waiters(self):
-        """Ends the connections that wait for a lock, which the server does not do when their client is gone."""
-
-    @abc.abstractmethod
-    def cancel_waiters(self):
-        """Refuses the statements that wait for a lock."""
+    def sessions(self, *databases):
+        """Those that others than the tests have with these databases, the oldest first; an owner sees them."""

@@ -25,10 +25,7 @@ def text(value):
 
 
 def replicated_tables(side):
-    # PostgreSQL has them in a schema of the database's name.
-    names = side.column("select table_name from information_schema.tables where table_type = 'BASE TABLE'"
-                        " and table_schema in (table_catalog, 'dbo')")
-    return sorted(set(names) - {*RECORDS, "control"})
+    return [name for name in side.table_names() if name not in (*RECORDS, "control")]
 
 
 def answer(side, request):

@@ -10,6 +10,8 @@ import pymssql
 from side import LOGIN, REPOSITORY, Side, data_sources, wait_until, with_variables
 
 SQL_FILES = REPOSITORY / "database" / "sqlserver"
+# The tests' own connections are known by their name.
+APPLICATION = "tests"
 
 
 class SqlServer:
@@ -76,7 +78,7 @@ class SqlServerSide(Side):
         self._where = where
 
     def _connect(self):
-        return pymssql.connect(**self._where, autocommit=True, appname="tests")
+        return pymssql.connect(**self._where, autocommit=True, appname=APPLICATION)
 
     def sql(self, statements):
         *_, (_, last) = [((), []), *self._results(statements)]
@@ -117,47 +119,35 @@ class SqlServerSide(Side):
 
     @contextlib.contextmanager
     def transaction(self, statement):
-        with pymssql.connect(**self._where, appname="tests") as connection:
+        with pymssql.connect(**self._where, appname=APPLICATION) as connection:
             with connection.cursor() as cursor:
                 cursor.execute(statement)
             yield
             connection.commit()
 
-    @contextlib.contextmanager
-    def locked(self, table, readers=False):
-        hint = "tablockx" if readers else "tablock"
-        with self.transaction(f"select count(*) from {table} with ({hint}, holdlock)"):
-            if self._may(f"delete from {table} where 1 = 0"):
-                raise unittest.SkipTest("the server lacks locks of tables: a statement goes past one")
-            yield
-
-    def _may(self, statement):
-        """Whether a statement goes past the locks that others hold."""
+    def may(self, statement):
         with contextlib.suppress(*self.REFUSED):
             self.sql(f"set lock_timeout 100; {statement}; set lock_timeout -1")
             return True
         self.sql("set lock_timeout -1")
         return False
 
-    def waiters(self):
-        return self.column("select session_id from sys.dm_exec_requests"
-                           " where blocking_session_id <> 0 and database_id = db_id()")
+    def sessions(self, *databases):
+        return self._sessions(databases, f"program_name <> '{APPLICATION}'")
 
-    def end_waiters(self):
-        for session in self.waiters():
-            self.sql(f"kill {session}")
-
-    def cancel_waiters(self):
-        raise unittest.SkipTest("a server of this kind does not cancel another's statement")
+    def _sessions(self, databases, condition):
+        names = ", ".join(f"db_id('{database}')" for database in databases)
+        return self.column(f"select session_id from sys.dm_exec_sessions where database_id in ({names})"
+                           f" and session_id <> @@spid and {condition} order by login_time, session_id")
 
     def end_sessions(self, database):
         """Ends all connections to a database."""
-        for session in self.column(f"select session_id from sys.dm_exec_sessions where database_id = db_id('{database}')"
-                                   " and session_id <> @@spid"):
+        def own_and_others():
+            return self._sessions([database], "1 = 1")
+        for session in own_and_others():
             with contextlib.suppress(*self.REFUSED):
                 self.sql(f"kill {session}")
-        wait_until(lambda: not self.value("select count(*) from sys.dm_exec_sessions where session_id <> @@spid"
-                                          f" and database_id = db_id('{database}')"), f"nobody uses {database}")
+        wait_until(lambda: not own_and_others(), f"nobody uses {database}")
 
 
 def _plain(value):

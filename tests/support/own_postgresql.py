@@ -1,4 +1,4 @@
-"""The practice on a database server of a test's own, which may be killed, or have a password of its own."""
+"""A PostgreSQL of a test's own, which may be killed."""
 
 import contextlib
 import fcntl
@@ -11,9 +11,8 @@ import subprocess
 import tempfile
 import zlib
 
-from practice import Practice
-from postgresql import OTHERS, SQL_FILES
-from side import REPOSITORY, data_sources, server_of, wait_until
+from postgresql import SQL_FILES
+from side import LOGIN, REPOSITORY, data_sources, server_of
 
 SCRIPTS = [REPOSITORY / "scripts" / name for name in ("devdb.sh", "lib.sh")]
 PATIENTS = 5
@@ -40,8 +39,9 @@ def _devdb(root, *arguments):
 
 
 def _prepared():
-    """A folder with a stopped server, which belongs to the scripts and the SQL as they are."""
-    sum_of_files = zlib.crc32(b"".join(file.read_bytes() for file in (*SCRIPTS, *sorted(SQL_FILES.iterdir()))))
+    """A folder with a stopped server, which belongs to the scripts, the SQL and this file as they are."""
+    files = (*SCRIPTS, *sorted(SQL_FILES.iterdir()), pathlib.Path(__file__))
+    sum_of_files = zlib.crc32(b"".join(file.read_bytes() for file in files))
     PREPARED.mkdir(parents=True, exist_ok=True)
     with open(PREPARED / "lock", "w", encoding="utf-8") as lock:
         fcntl.flock(lock, fcntl.LOCK_EX)
@@ -52,49 +52,50 @@ def _prepared():
             copy_scripts(root)
             _devdb(root, "reset", str(PATIENTS), "--both")
             # devdb.sh resets from these templates; a copy of the whole server is quicker.
-            _devdb(root, "psql", "-c", "drop database office_template", "-c", "drop database laptop_template")
+            _devdb(root, "psql", "-c", "drop database office_template", "-c", "drop database laptop_template",
+                   # The server may be killed.
+                   "-c", "alter system set synchronous_commit = on")
             _devdb(root, "stop")
             (root / "ready").touch()
     return root
 
 
-class OwnServer(Practice):
-    """The practice on a server that is made for it and goes with it."""
+class OwnPostgreSql:
+    """A server that is made for a test and goes with it."""
 
-    def __init__(self, tables, password=None):
-        self.root = pathlib.Path(tempfile.mkdtemp(prefix="quinmark-"))
-        self.root.chmod(0o755)
+    databases = ("office", "laptop")
+
+    def __init__(self, password=None):
+        self._root = pathlib.Path(tempfile.mkdtemp(prefix="quinmark-"))
+        self._root.chmod(0o755)
         # The files of the server keep their owner.
-        subprocess.run(["cp", "-a", f"{_prepared()}/.", self.root], check=True)
-        self._state = self.root / "build" / "devdb"
+        subprocess.run(["cp", "-a", f"{_prepared()}/.", self._root], check=True)
+        self._state = self._root / "build" / "devdb"
         (self._state / "port").unlink()
-        _devdb(self.root, "start")
-        super().__init__(tables, self._server_environment(password))
+        _devdb(self._root, "start")
+        self.environment = self._environment()
+        if password:
+            self._change_password(password)
 
-    def _server_environment(self, password):
-        """The environment of programs that use this server. Its data sources are its own, since quinrep runs once for a
-        data source on a machine."""
+    def _change_password(self, password):
+        self.environment["QUINMARK_PASSWORD"] = password
+        for database in self.databases:
+            with server_of(self.environment).owner(database) as owner:
+                owner.sql(f"alter role {LOGIN} password '{password}';"
+                          f"alter user mapping for public server peer options (set password '{password}')")
+
+    def _environment(self):
+        """The environment of programs that use this server."""
         settings = environment_of(self._state)
         sources = data_sources(settings)
         port = (self._state / "port").read_text().strip()
         for name in ("QUINMARK_OFFICE_DSN", "QUINMARK_LAPTOP_DSN"):
             sources[settings[name] + port] = dict(sources[settings[name]])
             settings[name] += port
-        settings["ODBCINI"] = str(self.root / "odbc.ini")
+        settings["ODBCINI"] = str(self._root / "odbc.ini")
         with open(settings["ODBCINI"], "w", encoding="utf-8") as file:
             sources.write(file)
-        if password:
-            settings["QUINMARK_PASSWORD"] = password
-            for database in ("office", "laptop"):
-                server_of(settings).owner(database).sql(f"""alter role quinmarkapp_user password '{password}';
-                    alter user mapping for public server peer options (set password '{password}')""")
         return settings
-
-    def keep_what_is_committed(self):
-        """Even if the server is killed."""
-        owner = server_of(self.environment).owner()
-        for statement in ("alter system set synchronous_commit = on", "select pg_reload_conf()"):
-            owner.sql(statement)
 
     def kill_server(self):
         """As a power cut does: all of its processes at once."""
@@ -103,31 +104,16 @@ class OwnServer(Practice):
         for pid in (postmaster, *map(int, children)):
             _kill(pid)
 
-    def kill_backend(self, side, choose):
-        """Kills one of the server's processes that serve a program; the server then ends all others and comes back."""
-        query = f"select pid from pg_stat_activity where {OTHERS} order by backend_start, pid"
-        if pids := self.sides[side].column(query):
-            _kill(choose(pids))
+    @staticmethod
+    def kill_session(_, pid):
+        _kill(pid)
 
-    def restore(self):
-        """Waits until network and server are there, and no statement of a program is under way: statements go on after
-        their client is gone.
-        """
-        for relay in self.relays.values():
-            relay.heal()
-        wait_until(self._is_up, "the server comes back", 30)
-        for side in self.sides.values():
-            side.disconnect()
-        others = f"select count(*) from pg_stat_activity where {OTHERS}"
-        wait_until(lambda: not self.office.value(others), "the statements under way have ended", 30)
-
-    def _is_up(self):
-        if self.office.is_up():
-            return True
+    def revive(self):
+        """Starts the server if it was killed."""
         if not os.path.exists(f"/proc/{self._postmaster()}"):
             # Shared memory of the killed processes may still be attached.
             with contextlib.suppress(subprocess.CalledProcessError):
-                _devdb(self.root, "start")
+                _devdb(self._root, "start")
         return False
 
     def _postmaster(self):
@@ -135,9 +121,8 @@ class OwnServer(Practice):
         return int(pid_file.read_text().split()[0]) if pid_file.exists() else 0
 
     def close(self):
-        super().close()
-        _devdb(self.root, "stop")
-        shutil.rmtree(self.root)
+        _devdb(self._root, "stop")
+        shutil.rmtree(self._root)
 
 
 def _kill(pid):
