@@ -6,11 +6,14 @@ A case is one base table perturbed twice, once for each side, so that the sides 
 import copy
 import dataclasses
 import decimal
+import itertools
 import json
 import re
 import uuid
 
 import rules
+from dialect import DIALECT
+from server import collide
 from tables import TABLES, parsed, plain
 from values import (BIGINT, BIT, DATE, DAY, DOUBLE, GUID, INTEGER, MONEY, REAL, SECOND, SMALLINT, TEXT, ZERO_DATE,
                     date_of)
@@ -71,6 +74,15 @@ class Case:
     def copy(self):
         return copy.deepcopy(self)
 
+    def kept(self):
+        """The case with its values as the server keeps them."""
+        for tables in self.state.values():
+            for name, rows in tables.items():
+                for row in rows:
+                    row.update({c.name: DIALECT.kept(c.type, row[c.name]) for c in TABLES[name].columns})
+        self.last, self.next = DIALECT.kept(DATE, self.last), DIALECT.kept(DATE, self.next)
+        return self
+
     def to_json(self):
         """Text, with a row to a line, without its Nulls; the settings of the run have a line, too."""
         fields = dict(vars(self))
@@ -86,7 +98,7 @@ class Case:
         fields = json.loads(text)
         fields["state"] = {side: {name: [parsed(TABLES[name], row) for row in rows] for name, rows in tables.items()}
                            for side, tables in fields["state"].items()}
-        return cls(**fields)
+        return cls(**fields).kept()
 
 
 class Generator:
@@ -111,7 +123,8 @@ class Generator:
             self._fill(case, name, plans)
         for name in case.tables():
             self._relate(name, case)
-        return case
+        self._respell(case)
+        return case.kept()
 
     def _next(self):
         if self._random.random() < 0.01:
@@ -202,10 +215,12 @@ class Generator:
 
     def _distinct(self, table, rows, also_keys):
         """Leaves out what the database's own constraints forbid; key fields name one row."""
-        columns = {column for _, column in table.unique} | (set(table.key_fields) if also_keys else set())
+        unique = {column for _, column in table.unique}
+        keys = set(table.key_fields) - unique if also_keys else set()
         kept = []
         for row in rows:
-            if all(row[column] is None or all(other[column] != row[column] for other in kept) for column in columns):
+            if not any(collide(row[column], other[column]) for other in kept for column in unique) and not any(
+                    collide(row[column], other[column]) for other in kept for column in keys if row[column] is not None):
                 kept.append(row)
         return [row for row in kept if all(abs(row[c.name]) % SECOND != 500 for c in table.columns
                                            if c.type is DATE and row[c.name] is not None)]
@@ -242,6 +257,13 @@ class Generator:
         for side in SIDES:
             for row in case.state[side][name]:
                 row[column] = self._random.choice(keys + [None])
+
+    def _respell(self, case):
+        """Lets the destination have keys that the server calls equal to what they were."""
+        for name, rows in case.state["destination"].items():
+            for row, key in itertools.product(rows, sorted(set(TABLES[name].key_fields))):
+                if "char" in TABLES[name].by_name[key].type.sql and row[key] is not None:
+                    row[key] = self._random.choice(DIALECT.spellings(row[key]))
 
     def _value(self, column):
         random = self._random

@@ -5,6 +5,7 @@ from values import DAY, NEW_YEAR_1900, ZERO_DATE, text_of
 
 BOTH, NEW_ON_SOURCE, NEW_ON_DESTINATION, CHANGED_ON_DESTINATION, DELETED_ON_SOURCE = range(1, 6)
 NO_COMMAND = 3001
+TYPE_MISMATCH = 13
 # The columns that describe a row, in the table's own way.
 WORDS = {"users": ["user_name"], "procs": ["proc_name"], "shortcut": ["item_name"], "chart_option": ["option_name"],
          "config": ["category", "config_name"], "combo_values": ["combo_name", "combo_value"],
@@ -20,6 +21,7 @@ class Conflict:
         self.table = one_way.table
         self.key = key
         self.kind = kind
+        self.number = 0
         self.dates = [self._stored_date(one_way.source_date), self._stored_date(one_way.destination_date)]
 
     @staticmethod
@@ -30,6 +32,7 @@ class Conflict:
         """Whether there was a difference to be saved."""
         source = self.pair.source.select(self.table, "unid", self.key)
         destination = self.pair.destination.select(self.table, "unid", self.key)
+        self.number = self._number()
         described = self.pair.source if self.kind in (BOTH, NEW_ON_SOURCE) else self.pair.destination
         words = description(described, self.table, self.key)
         differences = self._differences(source, destination)
@@ -40,6 +43,14 @@ class Conflict:
             for name, *texts in differences:
                 record["differences"].append((name, *[parameter(text, 3500) for text in texts]))
         return bool(differences)
+
+    def _number(self):
+        """The key of a row that has a number, as the platform reads it; SQL Server finds the row 0 by blanks, too."""
+        if not is_number_keyed(self.table):
+            return 0
+        if not self.key.strip():
+            raise Failure(TYPE_MISMATCH, "Type mismatch")
+        return int(self.key)
 
     def _differences(self, source, destination):
         differences = []
@@ -55,7 +66,7 @@ class Conflict:
         message = ""
         if self.run_object.next == NEW_YEAR_1900:
             message += "Next replicate date not supplied.\r\n"
-        if is_number_keyed(self.table) and int(self.key) < 1:
+        if is_number_keyed(self.table) and self.number < 1:
             message += "Patiend id or table guid not supplied\r\n"
         if message:
             raise Failure(raised(OWN_ERROR), f"Error saving conflict: {message}")
@@ -63,7 +74,7 @@ class Conflict:
     def _record(self, words):
         by_number = is_number_keyed(self.table)
         return {"site": self.pair.site, "next": self._stored_date(self.run_object.next),
-                "table": parameter(self.run_object.name, 50), "number": int(self.key) if by_number else 0,
+                "table": parameter(self.run_object.name, 50), "number": self.number,
                 "guid": None if by_number else self.key, "kind": self.kind, "words": parameter(words, 125),
                 "source date": self.dates[0], "destination date": self.dates[1], "differences": []}
 

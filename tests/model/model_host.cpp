@@ -70,12 +70,11 @@ void Host::createTable(const Fields& command)
                                                   text(command.at(4)), std::stol(command.at(5))})));
 }
 
-/// A date as the component gets it in a run: read from a database. "0" is no date.
+/// A date as the component gets it in a run: read from a database, by an expression.
 _variant_t Host::date(const std::wstring& value)
 {
     if (!dates_.contains(value)) {
-        const Dispatch row =
-            Dispatch::from(database_.call(L"Execute", {text(L"select cast('" + value + L"' as timestamp(3))")}));
+        const Dispatch row = Dispatch::from(database_.call(L"Execute", {text(L"select " + value)}));
         const Dispatch field = Dispatch::from(Dispatch::from(row.property(L"Fields")).property(L"Item", {0L}));
         dates_[value] = com::toDate(field.property(L"Value"));
         row.call(L"Close");
@@ -91,7 +90,7 @@ void Host::tellCounters(const Dispatch& table) const
     answer(fields);
 }
 
-/// go INDEX LAST NEXT
+/// go INDEX LAST NEXT, where "0" is no date
 void Host::goTable(const Fields& command)
 {
     const _variant_t last = command.at(2) == L"0" ? _variant_t(0.0, VT_DATE) : date(command.at(2));
@@ -136,6 +135,8 @@ void Host::obey(const Fields& command)
             goTable(command);
         else if (verb == L"run")
             goRun(command);
+        else if (verb == L"try")
+            database_.call(L"Execute", {text(command.at(1))});
         else if (verb == L"clear")
             tables_.clear();
         else

@@ -1,9 +1,11 @@
 """A model of a run: the changes in the tables of two databases, by the rules alone."""
 
+import copy
 import dataclasses
 import itertools
 
 from conflict import BOTH, CHANGED_ON_DESTINATION, DELETED_ON_SOURCE, NEW_ON_DESTINATION, NEW_ON_SOURCE, Conflict
+from dialect import DIALECT
 from server import OWN_ERROR, Database, Failure, no_row, null_used, raised, row_values
 from tables import TABLES
 from values import GUID, Unsupported, ZERO_DATE, date_literal, seconds, text_of
@@ -29,28 +31,29 @@ class Pair:
 
 
 def changed_rows(pair, table, key, last):
-    """Keys of the rows on both sides that differ in date, one of them after the last run; in the key's order."""
+    """Keys and dates of the rows on both sides that differ in date, one of them after the last run."""
     limit = date_literal(last)
     if limit is None:
         return []
     listed = []
-    for row, other in itertools.product(pair.source.rows(table), pair.destination.rows(table)):
+    for row, other in itertools.product(pair.source.listed(table), pair.destination.listed(table)):
         dates = (row["mod_date"], other["mod_date"])
-        if row[key] is None or row[key] != other[key] or None in dates or dates[0] == dates[1]:
+        if row[key] is None or other[key] is None or None in dates or dates[0] == dates[1]:
             continue
-        if max(dates) > limit:
-            listed.append((row[key], *dates))
-    return sorted(listed, key=lambda item: item[0])
+        if DIALECT.comparable(row[key]) == DIALECT.comparable(other[key]) and max(dates) > limit:
+            listed.append((other[key], *dates))
+    return DIALECT.joined(listed)
 
 
 def missing_rows(here, there, table, key):
     """Key and date of the rows that only `here` has. A Null among the keys there hides them all."""
-    keys = [row[key] for row in there.rows(table)]
+    keys = {DIALECT.comparable(row[key]) for row in there.rows(table)}
     if not keys:
-        return [(row[key], row["mod_date"]) for row in here.rows(table)]
+        return [(row[key], row["mod_date"]) for row in here.listed(table)]
     if None in keys:
         return []
-    return [(row[key], row["mod_date"]) for row in here.rows(table) if row[key] is not None and row[key] not in keys]
+    return [(row[key], row["mod_date"]) for row in here.listed(table)
+            if row[key] is not None and DIALECT.comparable(row[key]) not in keys]
 
 
 class TableRun:
@@ -67,6 +70,12 @@ class TableRun:
         self.deletes = deletes
         self.count = dict.fromkeys(COUNTERS, 0)
         self.last = self.next = ZERO_DATE
+
+    def copy(self):
+        """Another with counters of its own."""
+        other = copy.copy(self)
+        other.count = dict(self.count)
+        return other
 
     def go(self, pair, last, next_date):
         self.pair, self.last, self.next = pair, last, next_date
@@ -228,9 +237,10 @@ class OneWay:
 
     def _copy_settings(self, settings, key):
         self.pair.destination.delete(settings, "chart_option_id", key)
-        for row in self.pair.source.rows(settings):
-            if row["chart_option_id"] is not None and text_of(GUID, row["chart_option_id"]) == key:
-                self.pair.destination.insert(settings, dict(row))
+        with self.pair.destination.statement():
+            for row in self.pair.source.rows(settings):
+                if row["chart_option_id"] is not None and text_of(GUID, row["chart_option_id"]) == key:
+                    self.pair.destination.insert(settings, dict(row))
 
     def _report(self, key, kind, error, *logged):
         """Saves a conflict; the log shows the row of these sides, which are read for it."""

@@ -2,14 +2,11 @@
 
 import contextlib
 import re
-import uuid
 
+from dialect import DIALECT, LeftOut, Refusal
 from tables import NUMBER_KEYED
 from values import GUID, INTEGER, TooLarge, Unsupported, literal_value
 
-SYNTAX = 0x80040E14
-CONSTRAINT = 0x80040E2F
-FAILED = 0x80004005
 NO_ROW = 3021
 WRONG_VALUE = 3421
 INVALID_USE_OF_NULL = 94
@@ -26,6 +23,10 @@ class Failure(Exception):
         self.description = description
 
 
+class NotConverted(Failure):
+    """A key's text is no value of the column that it is compared with."""
+
+
 def raised(number):
     """The number after a routine has passed an error on."""
     if number == 1:
@@ -37,8 +38,8 @@ def host_number(number):
     return 0x800A0000 + number if number < 0x10000 else number
 
 
-def refused(number, message):
-    return Failure(number, f"ERROR: {message};\nError while executing the query")
+def refused(reason, *names, kind=Failure):
+    return kind(*DIALECT.refusal(reason, *names))
 
 
 def null_used():
@@ -54,10 +55,10 @@ def quoted_text(text):
     """The text that the database reads from `text` between two apostrophes."""
     literal = re.match(r"((?:[^']|'')*)'(?!')(.*)", f"{text}'", flags=re.S)
     if not literal:
-        raise refused(SYNTAX, f"""unterminated quoted string at or near "'{text}'\"""")
+        raise refused(Refusal.UNTERMINATED, text)
     if literal.group(2):
         word = re.match(r"\w+|.", literal.group(2)).group()
-        raise refused(SYNTAX, f'syntax error at or near "{word}"')
+        raise refused(Refusal.UNEXPECTED, word)
     return literal.group(1).replace("''", "'")
 
 
@@ -69,52 +70,65 @@ def parameter(text, size):
 
 
 def key_value(column, text):
-    """The value that the database compares `column` with for the key literal of `text`: nothing in it is doubled, and
-    Null, without a text, makes none.
+    """The value that the database compares `column` with for the key literal of `text`, in its comparable form: nothing
+    in the text is doubled, and Null, without a text, makes none.
     """
     if text is None:
         raise null_used()
     text = quoted_text(text)
     if column.type is INTEGER:
-        if not re.fullmatch(r"\s*[+-]?\d+\s*", text):
-            raise refused(FAILED, f'invalid input syntax for type integer: "{text}"')
-        if not -2**31 <= int(text) < 2**31:
-            raise refused(FAILED, f'value "{text}" is out of range for type integer')
-        return int(text)
+        value = DIALECT.integer(text)
+        if value is None:
+            raise refused(Refusal.NO_INTEGER, text, kind=NotConverted)
+        if not -2**31 <= value < 2**31:
+            raise refused(Refusal.INTEGER_RANGE, text, kind=NotConverted)
+        return value
     if column.type is GUID:
-        try:
-            return str(uuid.UUID(text))
-        except ValueError:
-            raise refused(FAILED, f'invalid input syntax for type uuid: "{text}"') from None
-    return text
+        value = DIALECT.guid(text)
+        if value is None:
+            raise refused(Refusal.NO_GUID, text, kind=NotConverted)
+        return DIALECT.comparable(value)
+    return DIALECT.comparable(text)
 
 
 class Database:
-    """`tables` holds rows in the order of storage: an updated row goes to the end."""
+    """`tables` holds rows in the order of storage: an updated row goes to the end. `order` is that of listed rows."""
 
-    def __init__(self, name, tables):
+    def __init__(self, name, tables, order=list):
         self.name = name
         self.tables = tables
         self.error = None
         self.counts = []
         self.conflicts = []
+        self._order = order
 
     def rows(self, table):
         return self.tables[table.name]
 
+    def listed(self, table):
+        return self._order(self.rows(table))
+
     def select(self, table, column, text):
         """The first row whose `column` is the key `text`, or None."""
-        wanted = key_value(table.by_name[column], text)
-        return next((row for row in self.rows(table) if row[column] == wanted), None)
+        return next(iter(self._found(table, column, text)), None)
+
+    def _found(self, table, column, text):
+        try:
+            wanted = key_value(table.by_name[column], text)
+        except NotConverted:
+            if self.rows(table) or DIALECT.REFUSES_WITHOUT_ROWS:
+                raise
+            raise LeftOut("a key that is not converted, for a table without rows: refused or not found") from None
+        return [row for row in self.listed(table) if DIALECT.comparable(row[column]) == wanted]
 
     def update(self, table, column, text, values):
-        wanted = key_value(table.by_name[column], text)
+        found = self._found(table, column, text)
         self._check_literals(values)
-        with self.batch():
-            for row in [row for row in self.rows(table) if row[column] == wanted]:
+        with self.statement():
+            for row in found:
                 changed = {**row, **values}
                 self._check_row(table, changed, row)
-                self.rows(table).remove(row)
+                self._remove(table, row)
                 self.rows(table).append(changed)
 
     def insert(self, table, values):
@@ -124,12 +138,15 @@ class Database:
         self.rows(table).append(row)
 
     def delete(self, table, column, text):
-        wanted = key_value(table.by_name[column], text)
-        self.tables[table.name] = [row for row in self.rows(table) if row[column] != wanted]
+        for row in self._found(table, column, text):
+            self._remove(table, row)
+
+    def _remove(self, table, row):
+        self.tables[table.name] = [other for other in self.rows(table) if other is not row]
 
     @contextlib.contextmanager
-    def batch(self):
-        """Several statements sent as one: here PostgreSQL takes all or nothing, where SQL Server keeps the first."""
+    def statement(self):
+        """One statement: all or nothing."""
         former = {name: list(rows) for name, rows in self.tables.items()}
         try:
             yield
@@ -137,23 +154,32 @@ class Database:
             self.tables.update(former)
             raise
 
+    def batch(self):
+        """Several statements sent as one."""
+        return self.statement() if DIALECT.BATCH_IS_ALL_OR_NOTHING else contextlib.nullcontext()
+
     @staticmethod
     def _check_literals(values):
         if Unsupported in values.values():
-            raise refused(SYNTAX, 'syntax error at or near ","')
+            raise refused(Refusal.UNEXPECTED, ",")
         for value in values.values():
             if isinstance(value, TooLarge):
-                raise refused(FAILED, f'"{value.digits}" is out of range for type double precision')
+                raise refused(Refusal.DOUBLE_RANGE, value.digits)
 
     def _check_row(self, table, row, former):
         for column in table.columns:
             if column.required and row[column.name] is None:
-                raise refused(CONSTRAINT, f'null value in column "{column.name}" of relation "{table.name}" '
-                                          "violates not-null constraint")
+                raise refused(Refusal.NULL, column.name, table.name)
         for name, column in table.unique:
-            if any(other is not former and row[column] is not None and other[column] == row[column]
-                   for other in self.rows(table)):
-                raise refused(CONSTRAINT, f'duplicate key value violates unique constraint "{name}"')
+            if any(other is not former and collide(row[column], other[column]) for other in self.rows(table)):
+                raise refused(Refusal.DUPLICATE, name)
+
+
+def collide(value, other):
+    """Whether a unique column cannot have both values."""
+    if value is None or other is None:
+        return DIALECT.ONE_NULL and value is other
+    return DIALECT.comparable(value) == DIALECT.comparable(other)
 
 
 def is_number_keyed(table):

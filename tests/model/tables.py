@@ -2,6 +2,7 @@
 
 import dataclasses
 
+from dialect import DIALECT
 from values import BIGINT, BIT, DATE, DOUBLE, GUID, INTEGER, MONEY, REAL, SMALLINT, TEXT, Type, char, varchar
 
 
@@ -13,7 +14,7 @@ class Column:
     required: bool = False
 
     def ddl(self):
-        return f"{self.name} {self.type.sql}{' not null' if self.required else ''}"
+        return f"{self.name} {DIALECT.declaration(self.type.sql)}{' not null' if self.required else ''}"
 
 
 class Table:

@@ -46,8 +46,10 @@ class SqlServer:
 
     def create(self, database, *files):
         """Makes a database anew that belongs to the component's login; runs files in it as that login."""
-        self.drop(database)
         with self.owner() as server:
+            # A server makes one database at a time and refuses to begin another.
+            server.sql("exec sp_getapplock 'QuinmarkTest', 'Exclusive', 'Session'")
+            self.drop(database)
             try:
                 server.run_files("00_database.sql", Database=database, Password=self._environment["QUINMARK_PASSWORD"])
             except pymssql.Error:
