@@ -9,12 +9,14 @@ import traceback
 import clients
 import component
 import pt_table_sync
-from databases import REPOSITORY
 from figures import within
 from measure import processors_awake
+from side import REPOSITORY, is_postgresql
 
 PARTS = {"run": component.run, "growth": component.growth, "log": component.log, "full-copy": component.full_copy,
          "nothing-to-do": component.nothing_to_do, "pt-table-sync": pt_table_sync.compare}
+# They compare with programs of PostgreSQL or MariaDB, or need no database.
+ON_POSTGRESQL_ONLY = ("log", "full-copy", "pt-table-sync")
 JSON = REPOSITORY / "build" / "bench.json"
 
 
@@ -46,11 +48,14 @@ def measure_parts(names, rows, rounds):
 
 
 def main():
+    parts = [name for name in PARTS if is_postgresql() or name not in ON_POSTGRESQL_ONLY]
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--rows", type=int, default=10_000, help="size of the tables in which rows of all kinds differ")
     parser.add_argument("--rounds", type=int, help="of each comparison; 5, and from 100000 rows on 3")
-    parser.add_argument("--only", nargs="+", default=PARTS, choices=PARTS, metavar="PART", help=", ".join(PARTS))
+    parser.add_argument("--only", nargs="+", default=parts, choices=PARTS, metavar="PART", help=", ".join(PARTS))
     given = parser.parse_args()
+    if refused := set(given.only).difference(parts):
+        parser.error(f"on a SQL Server there is no measurement of {' and '.join(sorted(refused))}")
     clients.FOLDER.mkdir(parents=True, exist_ok=True)
     JSON.unlink(missing_ok=True)
     with processors_awake():

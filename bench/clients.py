@@ -1,7 +1,7 @@
 """The programs that work on a pair of databases, each measured from its begin to its end."""
 
-from databases import REPOSITORY
 from measure import measure
+from side import REPOSITORY
 
 BINARIES = REPOSITORY / "build" / "x86-release"
 FOLDER = REPOSITORY / "build" / "bench"

@@ -6,13 +6,13 @@ changed ones only, and not of NUMBER.
 
 import atexit
 import functools
-import pathlib
 import re
 import statistics
 
 import clients
-from databases import AS_LOGIN, Pair
+from databases import AS_LOGIN, new_pair
 from figures import figure, median, ratio, require_same, take_turns
+from side import REPOSITORY, is_postgresql
 
 GUID = (3, "work_guid", "")
 NUMBER = (7, "work_number", "row_no")
@@ -30,7 +30,8 @@ TRACE = clients.FOLDER / "run.trace"
 
 @functools.cache
 def _pair():
-    pair = Pair("bench", pathlib.Path(__file__).with_name("work.sql").read_text(encoding="utf-8"))
+    server = "postgresql" if is_postgresql() else "sqlserver"
+    pair = new_pair("bench", REPOSITORY / "bench" / f"work_{server}.sql")
     atexit.register(pair.close)
     return pair
 
@@ -38,8 +39,7 @@ def _pair():
 def _make(state):
     kind, rows = state.split("_")
     for side in "SD":
-        _pair().psql(side, "truncate work_guid, work_number;"
-                           f"call fill_work({rows}, {side == 'S'}, {kind == 'mixed'});")
+        _pair().fill(side, rows, kind)
     _pair().keep(state)
 
 
@@ -51,14 +51,14 @@ def _in_state(state, client, *arguments, **options):
     return client(*arguments, **options)
 
 
-def _run(state, tables, **options):
+def run_in(state, tables, **options):
     return _in_state(state, clients.run, _pair(), tables, **options)
 
 
 def _left(table):
-    """A sum over each copy of a table, and the counts of the run."""
-    return tuple(_pair().psql(side, f"select count(*), sum(hashtextextended(t::text, 0)::numeric) from {table} t;"
-                                    "select count_name, count_value from replication_counts order by 1;")
+    """Number and sum of each copy's rows, and the counts of the run there."""
+    return tuple((_pair().sum_of(side, table),
+                  tuple(_pair().sql(side, "select count_name, count_value from replication_counts order by 1")))
                  for side in "SD")
 
 
@@ -84,18 +84,18 @@ def _run_and_loop(state, rounds, table):
         return taken
 
     _make(state)
-    _run(state, (table,), trace=TRACE)
+    run_in(state, (table,), trace=TRACE)
     taken = take_turns(rounds, {"run": lambda: client("run", _pair(), (table,)), "loop": lambda: client("loop", TRACE)})
     require_same(f"databases after a run and the bare loop on {name}", left)
     source, destination = left["run"]
-    require_same(f"both copies of {name}", {"source": source.split("\n")[0], "destination": destination})
+    require_same(f"both copies of {name}", {"source": source[0], "destination": destination[0]})
     return taken
 
 
 def growth(rows, rounds):
     """A changed row's time when there are many, against few."""
     def per_row(state):
-        taken = _run(state, (GUID,))
+        taken = run_in(state, (GUID,))
         return {**{key: taken[key] / taken["updated"] for key in ("wall", "cpu")}, "peak": taken["peak_kb"] / 1024}
 
     def few():
@@ -112,7 +112,7 @@ def growth(rows, rounds):
 
 def log(rows, rounds):
     """An entry of the log, against the system calls that it consists of; as many and as long as a run's at DEBUG."""
-    _run(f"mixed_{rows}", (GUID,), level=clients.DEBUG)
+    run_in(f"mixed_{rows}", (GUID,), level=clients.DEBUG)
     written = clients.LOG.read_bytes()
     entries = written.count(b"\r\n\r\n") + 1
     taken = take_turns(rounds, {kind: lambda kind=kind: clients.log(kind, entries, len(written) // entries)
@@ -133,10 +133,10 @@ def full_copy(rows, rounds):
 
     def client(kind, start):
         taken = start()
-        left[kind] = _left(name)[1]
+        left[kind] = _pair().sql("D", f"select count(*), sum(hashtextextended(t::text, 0)::numeric) from {name} t")[0]
         return taken
 
-    taken = take_turns(min(rounds, FEW), {"run": lambda: client("run", lambda: _run(state, (FULL,))),
+    taken = take_turns(min(rounds, FEW), {"run": lambda: client("run", lambda: run_in(state, (FULL,))),
                                                 "typed": lambda: client("typed", lambda: _in_state(state, typed))})
     require_same("destinations after a full copy and the typed statements", left)
     return [figure(f"full copy of {rows} rows against psql: wall time", ratio(taken["run"], taken["typed"], "wall"),
@@ -146,8 +146,8 @@ def full_copy(rows, rounds):
 def nothing_to_do(rows, rounds):
     """Start to end of a run over unchanged tables: connecting and disconnecting are part of it."""
     state = f"mixed_{rows}"
-    _run(state, QUIET, whole=True, trace=TRACE)
-    taken = take_turns(rounds, {"run": lambda: _run(state, QUIET, whole=True),
+    run_in(state, QUIET, whole=True, trace=TRACE)
+    taken = take_turns(rounds, {"run": lambda: run_in(state, QUIET, whole=True),
                                 "loop": lambda: _in_state(state, clients.loop, TRACE, whole=True)})
     return [figure(f"run over {len(QUIET)} unchanged tables against bare loop: wall time",
                    ratio(taken["run"], taken["loop"], "wall"), 1.03)]

@@ -3,9 +3,12 @@
 import random
 import statistics
 
+from side import is_postgresql
+
 
 def figure(name, value, limit=None):
-    return {"name": name, "value": round(value, 4), "limit": limit}
+    """Limits are promised on PostgreSQL."""
+    return {"name": name, "value": round(value, 4), "limit": limit if is_postgresql() else None}
 
 
 def within(entry):

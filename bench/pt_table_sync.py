@@ -9,10 +9,11 @@ import pathlib
 import clients
 import equal_rows
 import mariadb
-from databases import AS_LOGIN, Pair, psql
+from databases import PostgreSqlPair
 from equal_rows import TABLE
 from figures import figure, median, ratio, take_turns
 from measure import measure
+from side import server_of
 
 ROUNDS = 3
 WRAPPER = pathlib.Path(__file__).with_name("pt_table_sync.pl")
@@ -30,15 +31,15 @@ ONE_SERVER = "component, two databases of one server"
 FOREIGN = "component, through postgres_fdw"
 
 
-class ForeignSides(Pair):
+class ForeignSides(PostgreSqlPair):
     """Each side is a PostgreSQL database, which the other one reaches through postgres_fdw."""
 
     def __init__(self, name="foreign"):
-        super().__init__(name, equal_rows.create_table("timestamp"))
+        super().__init__(name, tables=equal_rows.create_table("timestamp"))
         self._prepare()
         for side, rows in ROWS_OF.items():
             self.psql(self._home(side), f"\\copy {self.prefix(side)}{TABLE} from '{rows}'")
-        self.psql("S", f"update replication_control set last_timestamp = '{equal_rows.LAST_RUN}';")
+        self.sql("S", f"update replication_control set last_timestamp = '{equal_rows.LAST_RUN}';")
         if self.differences() != equal_rows.DIFFERENCES:
             raise RuntimeError(f"the sides differ in {self.differences()} rows")
         self.keep("differing")
@@ -52,8 +53,9 @@ class ForeignSides(Pair):
     def differences(self):
         """The number of rows, of both sides together, that the other side lacks or has with other values."""
         one, other = self.prefix("S") + TABLE, self.prefix("D") + TABLE
-        return int(self.psql("S", f"select count(*) from ((table {one} except table {other}) union all "
-                                  f"(table {other} except table {one})) x"))
+        (count,), = self.sql("S", f"select count(*) from ((table {one} except table {other}) union all "
+                                  f"(table {other} except table {one})) x")
+        return count
 
     def _prepare(self):
         """Before the rows are loaded."""
@@ -76,8 +78,8 @@ class OneServerSides(ForeignSides):
         return super().dsn("S") + (setting if side == "D" else "")
 
     def _prepare(self):
-        self.psql("S", f"drop foreign table {self.prefix('D')}{TABLE}; {AS_LOGIN}"
-                       f"set search_path = {self.databases['D']}; {equal_rows.create_table('timestamp')}")
+        self.sql("S", f"drop foreign table {self.prefix('D')}{TABLE}; set search_path = {self.databases['D']};"
+                      + equal_rows.create_table("timestamp"))
 
     def _home(self, side):
         return "S"
@@ -129,12 +131,17 @@ def compare(_, rounds):
 @contextlib.contextmanager
 def _durable():
     """The server of the test bed as durable as PostgreSQL is by default; it does not wait for the disk otherwise."""
-    settings = ("fsync", "full_page_writes", "synchronous_commit")
+    def alter(change):
+        with server_of().owner() as server:
+            for name in ("fsync", "full_page_writes", "synchronous_commit"):
+                server.sql("alter system " + change.format(name))
+            server.sql("select pg_reload_conf()")
+
     try:
-        psql("postgres", "".join(f"alter system set {name} = on;" for name in settings) + "select pg_reload_conf();")
+        alter("set {} = on")
         yield
     finally:
-        psql("postgres", "".join(f"alter system reset {name};" for name in settings) + "select pg_reload_conf();")
+        alter("reset {}")
 
 
 def _twice(contestant):

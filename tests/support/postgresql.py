@@ -10,6 +10,7 @@ import psycopg2
 from side import LOGIN, REPOSITORY, Side, literal
 
 SQL_FILES = REPOSITORY / "database" / "postgres"
+PEER_FILE = "75_peer_database.sql"
 # The tests' own connections are known by their name.
 APPLICATION = "tests"
 
@@ -17,9 +18,8 @@ APPLICATION = "tests"
 class PostgreSql:
     """The server of an environment, and databases on it."""
 
-    FILES = ("schema.sql",)
-    CONTROL_FILES = ("10_control.sql", "20_replication_control.sql", "30_replication_counts.sql",
-                     "40_replication_conflict.sql", "50_procedures.sql")
+    FILES = tuple(sorted(file.name for file in SQL_FILES.glob("[1-7]*.sql") if file.name != PEER_FILE))
+    CONTROL_FILES = tuple(name for name in FILES if name < "6")
 
     def __init__(self, environment):
         self._environment = environment
@@ -44,21 +44,25 @@ class PostgreSql:
     def create(self, database, *files, settings=()):
         """Makes a database anew that belongs to the component's login; runs files in it as that login. Its tables are
         in a schema of its own name. `settings` are those of later connections."""
-        self.drop(database)
-        with self.owner() as server:
-            server.sql(f"create database {database} template template0")
-            for setting in (f"search_path = {database}, dbo, public", "datestyle = 'ISO, MDY'", *settings):
-                server.sql(f"alter database {database} set {setting}")
+        self.copy("template0", database, settings)
         with self.owner(database) as owner:
             owner.run_files("00_server_compat.sql")
             owner.sql(f"create schema {database} authorization {LOGIN}")
             owner.run_files(*files, login=LOGIN)
 
+    def copy(self, template, database, settings=()):
+        """Makes a database anew as a copy of another one."""
+        self.drop(database)
+        with self.owner() as server:
+            server.sql(f"create database {database} template {template} strategy file_copy")
+            for setting in (f"search_path = {database}, dbo, public", "datestyle = 'ISO, MDY'", *settings):
+                server.sql(f"alter database {database} set {setting}")
+
     def introduce(self, *databases):
         """Makes the tables of two databases known to each other under their prefixes."""
         for database, peer in zip(databases, reversed(databases)):
             with self.owner(database) as owner:
-                owner.run_files("75_peer_database.sql", peer=peer, password=self._environment["QUINMARK_PASSWORD"])
+                owner.run_files(PEER_FILE, peer=peer, password=self._environment["QUINMARK_PASSWORD"])
 
     def drop(self, *databases):
         with self.owner() as server:
