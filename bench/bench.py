@@ -9,12 +9,14 @@ import traceback
 import clients
 import component
 import pt_table_sync
+import round_trips
 from figures import within
 from measure import processors_awake
 from side import REPOSITORY, is_postgresql
 
 PARTS = {"run": component.run, "growth": component.growth, "log": component.log, "full-copy": component.full_copy,
-         "nothing-to-do": component.nothing_to_do, "pt-table-sync": pt_table_sync.compare}
+         "nothing-to-do": component.nothing_to_do, "round-trips": round_trips.count,
+         "pt-table-sync": pt_table_sync.compare}
 # They compare with programs of PostgreSQL or MariaDB, or need no database.
 ON_POSTGRESQL_ONLY = ("log", "full-copy", "pt-table-sync")
 JSON = REPOSITORY / "build" / "bench.json"

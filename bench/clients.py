@@ -10,12 +10,14 @@ OFF = 5  # log level: nothing of a run without conflicts is an error
 DEBUG = 1
 
 
-def run(pair, tables, *, level=OFF, whole=False, trace=None):
-    """A run of the component over `tables`: of each its method, its name and, or an empty text, its key."""
+def run(pair, tables, *, level=OFF, whole=False, trace=None, **settings):
+    """A run of the component over `tables`: of each its method, its name and, or an empty text, its key. `settings` are
+    for its environment.
+    """
     LOG.unlink(missing_ok=True)
     return _program("run", *([f"--trace={_windows_path(trace)}"] if trace else []), *(["--whole"] if whole else []),
                     pair.dsn("S"), pair.prefix("S"), pair.dsn("D"), pair.prefix("D"), level, _windows_path(LOG),
-                    *(word for table in tables for word in table))
+                    *(word for table in tables for word in table), **settings)
 
 
 def loop(trace, *, whole=False):
@@ -29,8 +31,8 @@ def log(kind, entries, size):
     return _program("log", kind, _windows_path(LOG), entries, size)
 
 
-def _program(name, *words):
-    return measure(["wine", BINARIES / f"bench_{name}.exe", *words])
+def _program(name, *words, **settings):
+    return measure(["wine", BINARIES / f"bench_{name}.exe", *words], **settings)
 
 
 def _windows_path(path):

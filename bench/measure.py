@@ -30,12 +30,12 @@ def processors_awake():
         yield
 
 
-def measure(argv):
-    """Runs a client; Wine programs are given as ["wine", "x.exe", ...].
+def measure(argv, **settings):
+    """Runs a client, with further settings in its environment; Wine programs are given as ["wine", "x.exe", ...].
 
     {"wall": seconds, "cpu": seconds of all threads, "peak_kb": most memory} and the numbers of its `end` line.
     """
-    environment = {**os.environ, "LC_ALL": "C.UTF-8", "WINEDEBUG": "-all"}
+    environment = {**os.environ, "LC_ALL": "C.UTF-8", "WINEDEBUG": "-all", **settings}
     # No client shows a window; the driver for a display would count as memory of Wine's clients.
     environment.pop("DISPLAY", None)
     with subprocess.Popen([str(word) for word in argv], stdin=subprocess.PIPE, stdout=subprocess.PIPE,

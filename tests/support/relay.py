@@ -26,6 +26,7 @@ class Relay:
         self._awaited = ()
         self.frozen = threading.Event()
         self.passed = 0
+        self.turns = None  # where a list is put here, it gets what clients send each time before the server answers
         self.port = 0
         self._loop = asyncio.new_event_loop()
         self._thread = threading.Thread(target=self._loop.run_forever, daemon=True)
@@ -130,13 +131,26 @@ class Relay:
             server_writer.transport.abort()
             return
         self._writers.add(server_writer)
-        await asyncio.gather(self._pump(reader, server_writer), self._pump(server_reader, writer))
+        turn = bytearray()
+
+        def hear_client(data):
+            if self.turns is not None and not turn:
+                self.turns.append(turn)
+            turn.extend(data)
+
+        def hear_server(_):
+            nonlocal turn
+            turn = bytearray()
+
+        await asyncio.gather(self._pump(reader, server_writer, hear_client),
+                             self._pump(server_reader, writer, hear_server))
         self._writers.discard(server_writer)
 
-    async def _pump(self, reader, writer):
+    async def _pump(self, reader, writer, hear):
         end = b""  # of what has passed; the awaited text may begin there
         try:
             while data := await reader.read(65536):
+                hear(data)
                 await self._flowing.wait()
                 if any((end + data).find(text, max(0, len(end) + 1 - len(text))) >= 0 for text in self._awaited):
                     self._awaited = ()

@@ -102,6 +102,12 @@ class RelayInFrontOfAServer(unittest.TestCase):
                     self.assert_echoes(connection, text)
                     Echo.received.clear()
 
+    def test_turns_are_what_a_client_sends_before_the_server_answers(self):
+        self.relay.turns = []
+        connection = self.connect_and_echo()
+        self.assert_echoes(connection, b"and again")
+        self.assertEqual(self.relay.turns, [b"there and back", b"and again"])
+
 
 if __name__ == "__main__":
     unittest.main()
