@@ -13,6 +13,8 @@ from side import literal
 RUNS, MOST_RUNS = 5, 30
 # The least number of changes that the writer has to make during the runs.
 CHANGES = 70
+# The most: a slow run would have ever more to copy.
+MOST_CHANGES = 700
 ROWS = 200
 # A run records the end of its interval to the nearest second; a change up to that end counts as seen.
 ROUNDED = datetime.timedelta(milliseconds=600)
@@ -35,7 +37,7 @@ class Writer(threading.Thread):
 
     def run(self):
         try:
-            while not self._told.wait(0.04):
+            while not self._told.wait(0.04) and len(self.changes) < MOST_CHANGES:
                 self._write()
         except Exception as failure:  # told by stop(), in the test's own thread
             self.failure = failure
