@@ -5,6 +5,7 @@
 #include "support/PracticeSide.h"
 #include "support/Requirements.h"
 #include "support/Sabotage.h"
+#include "support/TextLine.h"
 
 #include <algorithm>
 #include <fstream>
@@ -24,6 +25,11 @@ struct DocumentedType
     std::wstring value;   ///< an expression; empty where the server gives the value
     std::wstring literal; ///< empty for a type that cannot be copied
 };
+
+void PrintTo(const DocumentedType& type, std::ostream* out)
+{
+    *out << toUtf8(type.columnType);
+}
 
 /// The text between the first two backticks of a cell.
 std::wstring codeOf(const std::wstring& cell)
