@@ -87,6 +87,14 @@ std::wstring computedColumn(const std::wstring& name, const std::wstring& expres
                           : name + L" as " + expression;
 }
 
+Change nullableColumn(const std::wstring& table, const std::wstring& column, const std::wstring& type)
+{
+    const std::wstring alter = L"alter table " + table + L" alter column " + column + L" ";
+    if (isPostgreSql())
+        return {alter + L"drop not null", alter + L"set not null"};
+    return {alter + type + L" null", alter + type + L" not null"};
+}
+
 Change datingTrigger(const std::wstring& table, const std::wstring& date)
 {
     if (isPostgreSql())

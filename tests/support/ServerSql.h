@@ -37,6 +37,9 @@ std::wstring versionQuery();
 std::wstring identityType();
 std::wstring computedColumn(const std::wstring& name, const std::wstring& expression);
 
+/// Has a column of this type, which refuses Null, accept it.
+Change nullableColumn(const std::wstring& table, const std::wstring& column, const std::wstring& type);
+
 /// A trigger, test_trigger, that gives every row of `table` that is inserted or updated this mod_date.
 Change datingTrigger(const std::wstring& table, const std::wstring& date);
 
