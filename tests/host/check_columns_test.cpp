@@ -57,7 +57,7 @@ protected:
     /// The reason for which the look ahead stops a run that would end in an error.
     std::string stopText()
     {
-        const Ended ended = quinrepJson(L"run", "run");
+        const Ended ended = quinrepJson(L"run", "preview");
         EXPECT_EQ(ended.exitCode, kGuarded);
         EXPECT_EQ(recordedError(), L"none");
         const json stops = ended.result()["stops"];
