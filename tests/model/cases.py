@@ -219,8 +219,8 @@ class Generator:
         keys = set(table.key_fields) - unique if also_keys else set()
         kept = []
         for row in rows:
-            if not any(collide(row[column], other[column]) for other in kept for column in unique) and not any(
-                    collide(row[column], other[column]) for other in kept for column in keys if row[column] is not None):
+            columns = unique | {column for column in keys if row[column] is not None}
+            if not any(collide(row[column], other[column]) for other in kept for column in columns):
                 kept.append(row)
         return [row for row in kept if all(abs(row[c.name]) % SECOND != 500 for c in table.columns
                                            if c.type is DATE and row[c.name] is not None)]

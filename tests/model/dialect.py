@@ -26,7 +26,7 @@ class LeftOut(Exception):
 
 
 class Refusal(enum.Enum):
-    """Why a server refuses a statement."""
+    """What a server refuses a statement for."""
     UNTERMINATED = "a text without its end"
     UNEXPECTED = "a word that is not expected"
     NO_INTEGER = "a text that is no whole number"
@@ -48,7 +48,7 @@ class Dialect(abc.ABC):
 
     @abc.abstractmethod
     def opened(self, server, name):
-        """The database of this name, as the bed works on it."""
+        """The connection by which the bed fills and reads the database of this name."""
 
     @abc.abstractmethod
     def declaration(self, sql):
@@ -60,19 +60,19 @@ class Dialect(abc.ABC):
 
     @abc.abstractmethod
     def read(self, database, tables, site):
-        """All rows of the tables and records, plain, in the order in which the server lists them, and the control
-        record of the site as "control"."""
+        """The rows of each table and each kind of record by its name, with plain values and in the order in which the
+        server lists them, and the site's control record as "control"."""
 
     def differences(self, attempt):
-        """How the server differs from its documents, found by trying: `attempt` gives the answer to a statement."""
+        """How the server differs from its documents. `attempt` runs a statement and gives the host's answer."""
         return []
 
     def kept(self, column_type, value):
-        """A value as a column of this type keeps it."""
+        """The value that is in a column of this type after `value` was written to it."""
         return value
 
     def comparable(self, value):
-        """Equal for values that the server calls equal."""
+        """A form of the value that is equal for values that the server calls equal."""
         return value
 
     def spellings(self, text):
@@ -206,8 +206,8 @@ class SqlServer(Dialect):
         return f"cast('{text}' as datetime)"
 
     def read(self, database, tables, site):
-        found = database.tables(*tables, *RECORDS).items()
-        state = {name: [{column: _plain(value) for column, value in row.items()} for row in rows] for name, rows in found}
+        state = {name: [{column: _plain(value) for column, value in row.items()} for row in rows]
+                 for name, rows in database.tables(*tables, *RECORDS).items()}
         control, = (row for row in state["replication_control"] if row["unique_key"] == site)
         return state | {"control": control}
 

@@ -1,7 +1,8 @@
 """Random cases, and the kept ones, on the component against the model, in several processes side by side.
 
-The last lines say what was tried, found, and left out because its outcome is not determined; the exit status is 1 when anything was, 77 when a setting for
-the databases is missing (1 with QUINMARK_REQUIRE_DATABASE=1). `--seed` and `--first` repeat cases.
+The last lines say what was tried, what was left out because its outcome is not determined, and how much was found; the
+exit status is 1 when anything was, 77 when a setting for the databases is missing (1 with QUINMARK_REQUIRE_DATABASE=1).
+`--seed` and `--first` repeat cases.
 """
 
 import collections

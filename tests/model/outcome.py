@@ -147,8 +147,7 @@ class Actual:
         local = state[self._side_of]["control"]
         error = DIALECT.words(local["error_message"]) if local["error_f"] else None
         return {"state": {side: {**{name: ordered(state[side][name]) for name in tables},
-                                 "counts": DIALECT.records([(row["unique_key"], row["count_name"], row["count_value"])
-                                                            for row in state[side]["replication_counts"] or []]),
+                                 "counts": counts(state[side]),
                                  "conflicts": conflicts(state[side])} for side in state},
                 "control": [local["ready_f"], error, date_of_json(local["last_timestamp"])],
                 "key": {side: state[side]["key"] for side in state}}
@@ -163,18 +162,24 @@ def ordered(rows):
     return sorted(rows, key=repr)
 
 
+def counts(state):
+    return DIALECT.records([(row["unique_key"], row["count_name"], row["count_value"])
+                            for row in state["replication_counts"] or []])
+
+
 def conflicts(state):
     """The conflict tables in the model's form; without order, because nothing orders them."""
     data = {}
     for row in state["replication_conflict_data"] or []:
         data.setdefault(row["conflict_id"], []).append((row["field_name"], row["source_data"], row["destination_data"]))
-
     return sorted(({"site": row["unique_key"], "next": date_of_json(row["last_replicate_date"]),
                     "table": row["table_name"], "number": row["patient_id"],
-                    "guid": row["guid"] and GUID.text(row["guid"]), "kind": row["conflict_type"], "words": row["key_info"],
+                    "guid": row["guid"] and GUID.text(row["guid"]),
+                    "kind": row["conflict_type"], "words": row["key_info"],
                     "source date": date_of_json(row["source_mod_date"]),
                     "destination date": date_of_json(row["destination_mod_date"]),
-                    "differences": DIALECT.records(data.get(row["unid"], []))} for row in state["replication_conflict"] or []), key=repr)
+                    "differences": DIALECT.records(data.get(row["unid"], []))}
+                   for row in state["replication_conflict"] or []), key=repr)
 
 
 def differences(expected, actual, path=""):
