@@ -9,7 +9,7 @@
 # databases that they make on this SQL Server and take away again; QUINMARK_ADMIN and QUINMARK_ADMIN_PASSWORD are an
 # administrator's login there. With data sources they use these, with the password in QUINMARK_PASSWORD and the ODBC
 # settings of the caller (ODBCINI). They EMPTY the practice's tables, and are skipped where they need databases of their
-# own.
+# own, or cut connections and QUINMARK_SERVER_ADDRESS (127.0.0.1:PORT) does not say where on this machine the server is.
 # Tests that need what cannot be installed (a browser, sanitizers) are skipped, unless QUINMARK_REQUIRE_TOOLS is 1.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
@@ -20,10 +20,12 @@ source "$repoRoot/scripts/testbed.sh"
 useDataSources() {
     export QUINMARK_OFFICE_DSN=$1 QUINMARK_LAPTOP_DSN=$2 QUINMARK_OFFICE_PREFIX=$3 QUINMARK_LAPTOP_PREFIX=$4
     export QUINMARK_PASSWORD=$callerPassword ODBCINI=$callerOdbcIni QUINMARK_SERVER=sqlserver
+    export QUINMARK_SERVER_ADDRESS=$callerServerAddress
 }
 
 callerPassword=${QUINMARK_PASSWORD-}
 callerOdbcIni=${ODBCINI-$HOME/.odbc.ini}
+callerServerAddress=${QUINMARK_SERVER_ADDRESS-}
 dataSources=()
 if [[ ${1-} == --sqlserver ]]; then
     shift

@@ -50,8 +50,8 @@ def write_settings(address):
     for side, database in PAIR.items():
         settings[f"QUINMARK_{side.upper()}_DSN"] = f"Quinmark{side}"
         settings[f"QUINMARK_{side.upper()}_PREFIX"] = SqlServer.prefix(database)
-    if host in ("127.0.0.1", "localhost"):  # the driver takes another port for a data source, but no other host
-        settings["QUINMARK_SERVER_ADDRESS"] = f"{host}:{port or 1433}"
+    # The driver takes another port for a data source, but no other host.
+    settings["QUINMARK_SERVER_ADDRESS"] = f"{host}:{port or 1433}" if host in ("127.0.0.1", "localhost") else ""
     file = STATE / "env.sh"
     file.touch(0o600)
     file.write_text("".join(f"export {name}={shlex.quote(value)}\n" for name, value in settings.items()))
