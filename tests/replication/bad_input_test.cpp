@@ -20,6 +20,12 @@ TEST_F(BadInput, UnknownDataSourceFailsInitAndLeavesNothingToWaitFor)
 
 TEST_F(BadInput, MissingTableLeavesTheKeyDroppedUntilTheNextGoodRun)
 {
+    if (!tryOrSkip(L"a number for missing tables", [&] {
+            const com::Error told = raised([&] { source().execute(L"delete from no_such_table"); });
+            if (told.number != kNoSuchTable)
+                throw told;
+        }))
+        return;
     source().execute(L"insert into config (category, config_name) values ('run', 'copied')");
     EXPECT_THAT(runFailure({kConfig, {.method = ONE_WAY_DELETE_ALL, .table = L"no_such_table"}, kConfig}),
                 isError(kNoSuchTable, L"clsReplicate.go", HasSubstr(L"no_such_table")));
