@@ -1,4 +1,4 @@
-// The script for conflicts, and the sample of docs/hosting.md: both know the data sources of the test bed.
+// The script for conflicts, and the sample of docs/hosting.md.
 #include "Examples.h"
 
 #include <gmock/gmock.h>
@@ -11,7 +11,7 @@ using testing::HasSubstr;
 
 namespace {
 
-class TestBedScript : public Examples
+class Script : public Examples
 {
 protected:
     void SetUp() override
@@ -20,12 +20,17 @@ protected:
         if (IsSkipped() || HasFatalFailure())
             return;
         Examples::SetUp();
-        if (host().sourceDsn != L"QuinmarkOffice" || host().destinationDsn != L"QuinmarkLaptop")
-            GTEST_SKIP() << "the script knows the data sources of the test bed";
+    }
+
+    /// The script for conflicts, on the databases of the pair.
+    ProgramEnd conflicts(const std::wstring& arguments)
+    {
+        return runExample(L"cscript.exe //nologo conflicts.vbs " + arguments + L" " + host().sourceDsn + L" " +
+                          host().sourcePrefix + L" " + host().destinationDsn + L" " + host().destinationPrefix);
     }
 };
 
-class ConflictScript : public TestBedScript, public testing::WithParamInterface<enumReplicationUniqueId>
+class ConflictScript : public Script, public testing::WithParamInterface<enumReplicationUniqueId>
 {
 };
 
@@ -38,8 +43,7 @@ TEST_P(ConflictScript, ListsWhatARunRecorded)
     addPatient(destination(), 7, L"Jorvesson, Odile", atOffice ? kNew : kOld);
     replicate({ONE_WAY_ALLOW_DELETES, L"patient"});
     local().execute(L"update replication_conflict set source_mod_date = null where patient_id = 7");
-    const ProgramEnd end =
-        runExample(std::wstring(L"cscript.exe //nologo conflicts.vbs list") + (atOffice ? L" --office" : L""));
+    const ProgramEnd end = conflicts(atOffice ? L"list --office" : L"list");
     EXPECT_EQ(end.exitCode, 0U) << end.output;
     EXPECT_THAT(end.output, HasSubstr("patient, changed on both sides: Birkfelder, Ada (5)\n"));
     EXPECT_THAT(end.output, HasSubstr("full_name: source 'Birkfelder, Ada', destination 'Birkfelder, Mira'"));
@@ -52,28 +56,30 @@ TEST_P(ConflictScript, ListsWhatARunRecorded)
 INSTANTIATE_TEST_SUITE_P(, ConflictScript, testing::Values(OFFICES, LAPTOP),
                          [](const auto& info) { return info.param == OFFICES ? "AtOffices" : "AtLaptop"; });
 
-TEST_F(TestBedScript, LeavesConflictsOfNumericKeysThatAreToBeTakenFromTheSource)
+TEST_F(Script, LeavesConflictsOfNumericKeysThatAreToBeTakenFromTheSource)
 {
     const std::wstring id = L"{00000000-0000-0000-0000-000000000005}";
     destination().execute(L"insert into replication_conflict (unid, unique_key, last_replicate_date, table_name, "
                           L"patient_id, conflict_type, key_info, source_mod_date, destination_mod_date) values ('" +
                           id + L"', 1, '" + kNew + L"', 'patient', 5, 5, 'Birkfelder', '" + kOld + L"', '" + kOld +
                           L"')");
-    const ProgramEnd end = runExample(L"cscript.exe //nologo conflicts.vbs resolve " + id + L" source");
+    const ProgramEnd end = conflicts(L"resolve " + id + L" source");
     EXPECT_EQ(end.exitCode, 1U);
     EXPECT_THAT(end.output, HasSubstr("Not possible: the table has numeric keys. Save the record again at the office"));
     EXPECT_EQ(destination().count(L"replication_conflict"), 1);
 }
 
-/// The sample of docs/hosting.md, which runs at the laptop.
-class DocumentedHost : public TestBedScript
+/// The sample of docs/hosting.md, which runs at the laptop and knows the data sources of the test bed.
+class DocumentedHost : public Script
 {
 protected:
     void SetUp() override
     {
-        TestBedScript::SetUp();
+        Script::SetUp();
         if (IsSkipped() || HasFatalFailure())
             return;
+        if (host().sourceDsn != L"QuinmarkOffice" || host().destinationDsn != L"QuinmarkLaptop")
+            GTEST_SKIP() << "the sample knows the data sources of the test bed";
         runAt(LAPTOP);
         script_ = host().logFile + L".vbs";
         std::ofstream(std::filesystem::path(script_), std::ios::binary) << sample();
@@ -83,7 +89,7 @@ protected:
     {
         if (!script_.empty())
             std::filesystem::remove(script_);
-        TestBedScript::TearDown();
+        Script::TearDown();
     }
 
     ProgramEnd run(const std::wstring& options = L"")
