@@ -98,14 +98,19 @@ protected:
     }
 
 private:
-    /// With a log of the test's own.
+    /// With a log of the test's own, between the databases of the settings.
     std::string sample()
     {
         std::ifstream file(sourceFile(L"docs/hosting.md"), std::ios::binary);
         const std::string text{std::istreambuf_iterator<char>(file), {}};
         const std::string fence = "```vbscript\n";
         const size_t begin = text.find(fence) + fence.size();
-        const std::string code = text.substr(begin, text.find("```", begin) - begin);
+        std::string code = text.substr(begin, text.find("```", begin) - begin);
+        for (const auto& [said, meant] : {std::pair("\"office\\.\"", host().sourcePrefix),
+                                          {"\"laptop\\.\"", host().destinationPrefix},
+                                          {"\"QuinmarkOffice\"", host().sourceDsn},
+                                          {"\"QuinmarkLaptop\"", host().destinationDsn}})
+            code = std::regex_replace(code, std::regex(said), "\"" + std::filesystem::path(meant).string() + "\"");
         const std::string log = std::filesystem::path(host().logFile).string();
         return std::regex_replace(code, std::regex(R"(build\\demo\\short\.log)"), log);
     }
