@@ -151,7 +151,10 @@ std::wstring emptyStatement(const std::vector<std::wstring>& tables)
 {
     std::wstring statements;
     for (const std::wstring& table : tables)
-        statements += (isPostgreSql() ? L"truncate " + table + L" cascade;" : L"delete from " + table + L";");
+        // SQL Server truncates no table that a foreign key refers to.
+        statements += isPostgreSql() ? L"truncate " + table + L" cascade;"
+                                     : L"begin try truncate table " + table + L" end try begin catch delete from " +
+                                           table + L" end catch;";
     return statements;
 }
 
