@@ -23,6 +23,17 @@ useDataSources() {
     export QUINMARK_SERVER_ADDRESS=$callerServerAddress
 }
 
+# The tests empty the practice's tables: a practice's own databases have the name of its office.
+refuseOffices() {
+    local side offices
+    for side in office laptop; do
+        offices=$(/usr/bin/python3 tests/support/sql.py "$side" \
+            "select id from control where type = 'DBOffice' and id <> 'Norvale'") ||
+            die "the tests cannot look whether the $side database is an office's"
+        [[ -z $offices ]] || die "the $side database is that of $offices, whose rows the tests would delete"
+    done
+}
+
 callerPassword=${QUINMARK_PASSWORD-}
 callerOdbcIni=${ODBCINI-$HOME/.odbc.ini}
 callerServerAddress=${QUINMARK_SERVER_ADDRESS-}
@@ -56,7 +67,10 @@ build
 startTestbed
 # The first program with a window brings up the desktop, which would hold on to a test's output like the others.
 registerServers >/dev/null 2>&1
-[[ ${#dataSources[@]} -eq 0 ]] || useDataSources "${dataSources[@]}"
+if [[ ${#dataSources[@]} -gt 0 ]]; then
+    useDataSources "${dataSources[@]}"
+    refuseOffices
+fi
 export QUINMARK_REQUIRE_DATABASE=1 QUINMARK_REQUIRE_DISPLAY=1 QUINMARK_REQUIRE_REGISTRATION=1
 note 'testing'
 # One more than there are processors: many tests wait for a server or a person.
