@@ -3,6 +3,7 @@
 #include "replication/row_sql.h"
 
 #include <algorithm>
+#include <fmt/format.h>
 
 using namespace quinmark;
 using nlohmann::ordered_json;
@@ -24,6 +25,15 @@ ordered_json jsonValue(const _variant_t& value)
     default:
         return toUtf8(com::toText(value));
     }
+}
+
+std::string isoDate(DATE date)
+{
+    SYSTEMTIME time{};
+    if (!VariantTimeToSystemTime(date, &time))
+        return {};
+    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}", time.wYear, time.wMonth, time.wDay, time.wHour,
+                       time.wMinute, time.wSecond);
 }
 
 std::optional<DATE> optionalDate(const _variant_t& value)

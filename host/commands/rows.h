@@ -15,6 +15,9 @@
 /// A value of a result as JSON: null, a boolean, a whole number, or its text.
 nlohmann::ordered_json jsonValue(const _variant_t& value);
 
+/// A date by the databases' own clock in ISO 8601, as 2026-11-21T20:30:00; empty for one that is no date.
+std::string isoDate(DATE date);
+
 /// The date in a value; nothing for Null.
 std::optional<DATE> optionalDate(const _variant_t& value);
 

@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <fmt/format.h>
 #include <iomanip>
 #include <map>
 #include <sstream>
@@ -62,10 +61,7 @@ ordered_json dateJson(const std::optional<DATE>& date)
 /// A date as 2026-11-21; empty for none, which is before every day.
 std::string dayOf(const std::optional<DATE>& date)
 {
-    SYSTEMTIME time{};
-    if (!date || !VariantTimeToSystemTime(*date, &time))
-        return {};
-    return fmt::format("{:04}-{:02}-{:02}", time.wYear, time.wMonth, time.wDay);
+    return date ? isoDate(*date).substr(0, std::string_view("2026-11-21").size()) : std::string();
 }
 
 /// All conflicts by the rows that they are about, in the order of the query: latest first.
