@@ -6,6 +6,7 @@
 #include "files.h"
 #include "passwords.h"
 #include "text.h"
+#include "usage_mistake.h"
 #include "version.h"
 
 #include <CLI/CLI.hpp>
@@ -39,6 +40,8 @@ struct Options
     bool all = false;
     bool dryRun = false;
     bool changedToo = false;
+    /// The command that help is about, word by word; none for all of them.
+    std::vector<std::string> topic;
 };
 
 const std::map<std::string, enumResolution> kUses = {
@@ -139,14 +142,26 @@ public:
     {
         app_.require_subcommand(1);
         app_.set_version_flag("--version", "quinrep " + toUtf8(kVersion));
-        app_.add_option("-c,--config", options_.configurationFile, "The configuration file")->capture_default_str();
-        app_.add_option("--log-file", options_.logFile, "The component's log, instead of the configuration's");
+        app_.add_option("-c,--config", options_.configurationFile, "The configuration file")
+            ->capture_default_str()
+            ->type_name("FILE");
+        app_.add_option("--log-file", options_.logFile, "The component's log, instead of the configuration's")
+            ->type_name("FILE");
+        app_.add_flag("--json", options_.json, "Print the result as one JSON object");
         app_.add_flag("-q,--quiet", options_.run.quiet, "No progress");
-        app_.add_flag("-v,--verbose", options_.verbose, "Log every statement");
+        app_.add_flag("-v,--verbose", options_.verbose, "Say what is used, and log every statement");
         app_.fallthrough();
+        app_.footer(kOfEveryCommand);
+        app_.get_formatter()->label("SUBCOMMAND", "COMMAND");
+        app_.get_formatter()->label("OPTIONS", "options");
         addCommands();
         addRun();
         addConflicts();
+        for (CLI::App* command : app_.get_subcommands([](CLI::App*) { return true; }))
+            command->group("Commands");
+        app_.footer("The options stand before or after the command.\n"
+                    "Exit codes: 0 done, 1 failed, 2 done but conflicts or differences were recorded, 3 usage or "
+                    "configuration, 4 not ready or in error, 7 stopped by the look ahead.");
     }
 
     int go()
@@ -168,23 +183,33 @@ private:
     {
         // A script that asked for JSON gets it, also when the rest of the line is wrong.
         const bool json = std::find(given.begin(), given.end(), "--json") != given.end();
+        std::ranges::replace(given, "/?", "--help");
         try {
             std::reverse(given.begin(), given.end()); // as CLI11 takes them
             app_.parse(std::move(given));
         }
-        catch (const CLI::Success&) {
-            throw;
-        }
         catch (const CLI::ParseError& error) {
-            options_.json = json;
-            throw HostError(kUsage, error.what(), "`quinrep --help` and `quinrep COMMAND --help` tell what there is.");
+            const bool asked = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success);
+            if (asked && app_.remaining(true).empty())
+                throw;
+            options_.json = options_.json || json;
+            if (lacksCommand(app_, error))
+                std::cerr << app_.help() << std::endl;
+            throw usageMistake(app_, error);
         }
+    }
+
+    int help()
+    {
+        std::vector<std::string> line = options_.topic;
+        line.emplace_back("--help");
+        parse(std::move(line));
+        return kDone;
     }
 
     CLI::App& add(CLI::App& parent, const char* name, const char* help, Command command)
     {
         CLI::App* subcommand = parent.add_subcommand(name, help);
-        subcommand->add_flag("--json", options_.json, "Print one JSON object");
         subcommand->callback([this, name, command = std::move(command)] {
             chosen_ = [this, name, command] { return execute(name, command); };
         });
@@ -205,8 +230,15 @@ private:
 
     void addCommands()
     {
+        CLI::App& help = *app_.add_subcommand("help", "Tell about a command and its options, or about all of them");
+        help.add_option("command", options_.topic, "The command, such as conflicts resolve")->type_name("");
+        help.callback([this] { chosen_ = [this] { return this->help(); }; });
         app_.add_subcommand("init", "Write a configuration file to start from")->callback([this] {
-            chosen_ = [this] { return initCommand(options_.configurationFile); };
+            chosen_ = [this] {
+                if (options_.json)
+                    throw HostError(kUsage, "init prints no JSON object", "Leave --json out.");
+                return initCommand(options_.configurationFile);
+            };
         });
         add(app_, "check", "Look whether everything is in place, and say what to do where not", checkCommand);
         add(app_, "preview", "Show what a run would do; changes nothing", previewCommand);
@@ -228,7 +260,7 @@ private:
         run.add_flag("--attended", options_.run.attended,
                      "Go on where message boxes will open: somebody sits at the screen and closes them");
         run.add_flag("--ready", options_.run.markReady, "Mark the control records ready first");
-        run.add_option("--report", options_.reportFile, "Write the result as an HTML page too");
+        run.add_option("--report", options_.reportFile, "Write the result as an HTML page too")->type_name("FILE");
         run.add_flag("--reset-error", options_.run.resetError, "Clear the recorded error first");
     }
 
@@ -244,15 +276,17 @@ private:
             [this](const Configuration& configuration) {
                 return showConflictCommand(configuration, options_.conflictId);
             })
-            .add_option("id", options_.conflictId, "The conflict's id")
+            .add_option("ID", options_.conflictId, "The conflict's id")
+            ->type_name("")
             ->required();
         CLI::App& resolve = addDecision(conflicts, "resolve", "Resolve the conflicts of rows, through the component",
                                         resolveChosenConflicts);
         resolve.add_flag("--changed-too", options_.changedToo,
                          "Also rows that are no longer as they were found; `show` tells how they are");
         resolve.add_option("--use", options_.use, "Which copy wins, or later")
+            ->type_name("WORD")
             ->required()
-            ->check(CLI::IsMember({"source", "destination", "later"}));
+            ->check(oneOf({"source", "destination", "later"}));
         addDecision(conflicts, "dismiss", "Take conflicts off the list; the rows stay as they are",
                     dismissChosenConflicts)
             .add_option("--reason", options_.reason, "Why, for the decision log")
@@ -265,10 +299,13 @@ private:
     CLI::App& addFilters(CLI::App& command)
     {
         ConflictFilter& filter = options_.filter;
-        command.add_option("--table", filter.table, "Only of this table");
-        command.add_option("--kind", filter.kind, "Only of this kind")->check(CLI::IsMember(kindWords()));
-        command.add_option("--contains", filter.contains, "Only with this text in table, kind or description");
-        command.add_option("--before", filter.before, "Only last found, or decided, before this day: 2026-11-21");
+        command.add_option("--table", filter.table, "Only of this table")->type_name("NAME")->check(notEmpty());
+        command.add_option("--kind", filter.kind, "Only of this kind")->type_name("WORD")->check(oneOf(kindWords()));
+        command.add_option("--contains", filter.contains, "Only with this text in table, kind or description")
+            ->check(notEmpty());
+        command.add_option("--before", filter.before, "Only last found, or decided, before this day: 2026-11-21")
+            ->type_name("DAY")
+            ->check(notEmpty());
         return command;
     }
 
@@ -278,16 +315,13 @@ private:
         CLI::App& command = add(parent, name, help, [this, decide](const Configuration& configuration) {
             return decide(configuration, options_);
         });
-        command.add_option("id", options_.filter.ids, "Conflicts by their ids");
+        command.add_option("ID", options_.filter.ids, "Conflicts by their ids")->type_name("");
         command.add_flag("--all", options_.all, "All conflicts that fit the filters");
         command.add_flag("--dry-run", options_.dryRun, "Say what would be done, and do nothing");
         return addFilters(command);
     }
 
-    CLI::App app_{"Replicates a practice's databases through QuinmarkRepDLL.\n"
-                  "Exit codes: 0 done, 1 failed, 2 done but conflicts or differences were recorded, 3 usage or "
-                  "configuration, 4 not ready or in error, 7 stopped by the look ahead.",
-                  "quinrep"};
+    CLI::App app_{"Replicates a practice's databases through QuinmarkRepDLL.", "quinrep"};
     Options options_;
     std::function<int()> chosen_;
 };

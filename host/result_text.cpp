@@ -1,12 +1,20 @@
 #include "result_text.h"
 
 #include <fmt/format.h>
+#include <regex>
 
 using nlohmann::ordered_json;
 
 std::string resultText(const ordered_json& value)
 {
-    return value.is_string() ? value.get<std::string>() : value.is_null() ? "" : value.dump();
+    static const std::regex kDate("(\\d{4}-\\d\\d-\\d\\d)T(\\d\\d:\\d\\d:\\d\\d)(Z?)");
+    if (!value.is_string())
+        return value.is_null() ? "" : value.dump();
+    const std::string text = value;
+    std::smatch date;
+    if (!std::regex_match(text, date, kDate))
+        return text;
+    return fmt::format("{} {}{}", date[1].str(), date[2].str(), date[3].length() > 0 ? " UTC" : "");
 }
 
 std::string unshownRows(const ordered_json& rows)

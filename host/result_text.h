@@ -9,7 +9,8 @@ inline constexpr size_t kShownRows = 100;
 /// How many rows of a stop are not shown, and where they are; empty when all are.
 std::string unshownRows(const nlohmann::ordered_json& rows);
 
-/// A value of a result for a person: a text as it stands, nothing for null.
+/// A value of a result for a person: a date with a blank between day and time, any other text as it stands, nothing for
+/// null.
 std::string resultText(const nlohmann::ordered_json& value);
 
 /// The names of the tables that a run did not do, with commas between them.

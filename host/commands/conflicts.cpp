@@ -72,8 +72,9 @@ Outcome showConflictCommand(const Configuration& configuration, const std::strin
     Databases databases(configuration);
     const ConflictedRow row = conflictedRows(configuration, databases, {.ids = {id}}).front();
     ordered_json conflict = row.toJson();
-    conflict["columns"] = recordedColumns(databases.local(), row);
-    conflict["changed_since"] = row.state != RowState::Unknown && !isStillAsRecorded(row, conflict["columns"]);
+    const ordered_json recorded = recordedColumns(databases.local(), row);
+    conflict["columns"] = shownColumns(row, recorded);
+    conflict["changed_since"] = row.state != RowState::Unknown && !isStillAsRecorded(row, recorded);
     conflict["source_has_it"] = row.source.row.exists;
     conflict["destination_has_it"] = row.destination.row.exists;
     conflict["today"] = differences(row);

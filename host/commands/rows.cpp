@@ -23,8 +23,16 @@ ordered_json jsonValue(const _variant_t& value)
     case VT_I8:
         return value.llVal;
     default:
-        return toUtf8(com::toText(value));
+        return columnValue(value);
     }
+}
+
+ordered_json columnValue(const _variant_t& value)
+{
+    if (value.vt == VT_NULL || value.vt == VT_EMPTY)
+        return nullptr;
+    const std::string date = value.vt == VT_DATE ? isoDate(value.date) : std::string();
+    return date.empty() ? toUtf8(com::toText(value)) : date;
 }
 
 std::string isoDate(DATE date)

@@ -12,8 +12,12 @@
 #include <string>
 #include <vector>
 
-/// A value of a result as JSON: null, a boolean, a whole number, or its text.
+/// A value of a result as JSON: null, a boolean, a whole number, a date as isoDate has it, or its text.
 nlohmann::ordered_json jsonValue(const _variant_t& value);
+
+/// The value of a column in the one form that all commands give it: null for Null, a date as isoDate has it, any other
+/// as its text.
+nlohmann::ordered_json columnValue(const _variant_t& value);
 
 /// A date by the databases' own clock in ISO 8601, as 2026-11-21T20:30:00; empty for one that is no date.
 std::string isoDate(DATE date);

@@ -192,8 +192,8 @@ private:
     ordered_json summary(TableRun& tables)
     {
         ordered_json result;
-        result["from"] = toUtf8(com::dateText(from_));
-        result["to"] = toUtf8(com::dateText(dateProperty(*run_.Get(), &_clsReplicate::get_dNextReplicate)));
+        result["from"] = isoDate(from_);
+        result["to"] = isoDate(dateProperty(*run_.Get(), &_clsReplicate::get_dNextReplicate));
         result["tables"] = ordered_json::array();
         for (size_t index = 0; index < tables.tables().size(); ++index) {
             const auto changes = changes_.find(index);

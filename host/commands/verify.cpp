@@ -20,8 +20,8 @@ ordered_json differingColumns(Databases& databases, const KeyedTable& table, con
     ordered_json columns = ordered_json::array();
     const long count = source.eof() || destination.eof() ? 0 : source.fieldCount();
     for (long index = 0; index < count; ++index) {
-        ordered_json here = jsonValue(source.field(index).value());
-        ordered_json there = jsonValue(destination.field(index).value());
+        ordered_json here = columnValue(source.field(index).value());
+        ordered_json there = columnValue(destination.field(index).value());
         if (here != there)
             columns.push_back({{"column", toUtf8(source.field(index).name())},
                                {"source", std::move(here)},

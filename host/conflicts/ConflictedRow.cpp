@@ -55,7 +55,7 @@ bool sameName(const std::string& left, const std::string& right)
 
 ordered_json dateJson(const std::optional<DATE>& date)
 {
-    return date ? ordered_json(toUtf8(com::dateText(*date))) : ordered_json();
+    return date ? columnValue(_variant_t(*date, VT_DATE)) : ordered_json();
 }
 
 /// A date as 2026-11-21; empty for none, which is before every day.
@@ -256,6 +256,19 @@ ordered_json recordedColumns(clsConn& local, const ConflictedRow& row)
                            {"source", value(2, row.sourceLackedIt())},
                            {"destination", value(3, row.destinationLackedIt())}});
     rs.close();
+    return columns;
+}
+
+ordered_json shownColumns(const ConflictedRow& row, ordered_json columns)
+{
+    for (ordered_json& column : columns)
+        for (const char* side : {"source", "destination"}) {
+            if (!column[side].is_string() || !row.dateColumns.contains(column["column"]))
+                continue;
+            const _variant_t recorded = com::textVariant(toWide(column[side].get<std::string>()));
+            if (com::isDate(recorded))
+                column[side] = columnValue(_variant_t(com::toDate(recorded), VT_DATE));
+        }
     return columns;
 }
 

@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -26,8 +27,10 @@ struct ConflictRecord
 struct CopyToday
 {
     RowCopy row;
-    /// Its columns in their order, as text; null for Null.
+    /// Its columns in their order, as columnValue has them.
     nlohmann::ordered_json columns = nlohmann::ordered_json::object();
+    /// The same as the texts that conflict reporting compares; null for Null.
+    nlohmann::ordered_json texts = nlohmann::ordered_json::object();
 };
 
 enum class RowState
@@ -72,6 +75,8 @@ struct ConflictedRow
     RowState state = RowState::Unknown;
     CopyToday source = {};
     CopyToday destination = {};
+    /// The names of the columns that hold dates today.
+    std::set<std::string> dateColumns = {};
     NextRun next = NextRun::Unknown;
 
     const ConflictRecord& latest() const { return records.front(); }
@@ -121,6 +126,10 @@ void filterRows(const Configuration& configuration, std::vector<ConflictedRow>& 
 /// The recorded differences of a row, from its latest record: column, source and destination; null for a side that
 /// lacked the row.
 nlohmann::ordered_json recordedColumns(clsConn& local, const ConflictedRow& row);
+
+/// Recorded differences for a reader: a date, which the component records in the user's own form, as columnValue has
+/// it where the column holds dates today.
+nlohmann::ordered_json shownColumns(const ConflictedRow& row, nlohmann::ordered_json columns);
 
 /// A sentence about the next run.
 const char* nextRunText(NextRun next);

@@ -40,11 +40,21 @@ CopyToday copyOf(const ado::Recordset& rs)
         const ado::Field field = rs.field(index);
         const _variant_t value = field.value();
         const std::wstring name = field.name();
-        copy.columns[toUtf8(name)] = value.vt == VT_NULL ? ordered_json() : ordered_json(toUtf8(com::toText(value)));
+        copy.columns[toUtf8(name)] = columnValue(value);
+        copy.texts[toUtf8(name)] = value.vt == VT_NULL ? ordered_json() : ordered_json(toUtf8(com::toText(value)));
         if (com::upperCase(name) == L"MOD_DATE")
             copy.row.modified = optionalDate(value);
     }
     return copy;
+}
+
+std::set<std::string> dateColumns(const ado::Recordset& rs)
+{
+    std::set<std::string> names;
+    for (long index = 0, count = rs.fieldCount(); index < count; ++index)
+        if (const ado::Field field = rs.field(index); literalForm(field.type()) == LiteralForm::Date)
+            names.insert(toUtf8(field.name()));
+    return names;
 }
 
 /// A value as conflict reporting compares it: Null is the empty text.
@@ -56,7 +66,7 @@ std::string comparedText(const ordered_json& value)
 bool holds(const CopyToday& copy, const ordered_json& recorded, const std::string& column)
 {
     return copy.row.exists == !recorded.is_null() &&
-           comparedText(copy.columns.value(column, ordered_json())) == comparedText(recorded);
+           comparedText(copy.texts.value(column, ordered_json())) == comparedText(recorded);
 }
 
 /// The rows of one table that are looked at together.
@@ -102,6 +112,9 @@ private:
         }
         ado::Recordset rs = openForwardOnly(side, L"select * from " + table_.sTable + L" where " + table_.sKey +
                                                       L" in " + idList(keys));
+        const std::set<std::string> dates = dateColumns(rs);
+        for (ConflictedRow* row : rows)
+            row->dateColumns.insert(dates.begin(), dates.end());
         for (; !rs.eof(); rs.moveNext())
             if (const auto row = byKey.find(upper(toUtf8(com::concatText(rs.value(table_.sKey))))); row != byKey.end())
                 row->second->*copy = copyOf(rs);
@@ -120,8 +133,8 @@ private:
     {
         if (!row.source.row.exists || !row.destination.row.exists)
             return false;
-        const auto& source = row.source.columns.get_ref<const ordered_json::object_t&>();
-        const auto& destination = row.destination.columns.get_ref<const ordered_json::object_t&>();
+        const auto& source = row.source.texts.get_ref<const ordered_json::object_t&>();
+        const auto& destination = row.destination.texts.get_ref<const ordered_json::object_t&>();
         return std::ranges::equal(source, destination, [this](const auto& left, const auto& right) {
             return Utils::isSkipField(table_.sTable, toWide(left.first), true) ||
                    comparedText(left.second) == comparedText(right.second);
@@ -165,7 +178,7 @@ private:
             return row.source.row.exists ? NextRun::InsertsIntoDestination : NextRun::LeavesIt;
         if (!row.source.row.exists)
             return NextRun::DeletesAtDestination;
-        return row.source.columns == row.destination.columns ? NextRun::LeavesIt : NextRun::OverwritesDestination;
+        return row.source.texts == row.destination.texts ? NextRun::LeavesIt : NextRun::OverwritesDestination;
     }
 
     Databases& databases_;
@@ -219,7 +232,7 @@ bool isStillAsRecorded(const ConflictedRow& row, const ordered_json& columns)
     if (!row.source.row.exists || !row.destination.row.exists)
         return true;
     // Other columns were equal.
-    return std::ranges::all_of(row.destination.columns.items(), [&](const auto& column) {
+    return std::ranges::all_of(row.destination.texts.items(), [&](const auto& column) {
         return recorded(column.key()) || Utils::isSkipField(toWide(row.table), toWide(column.key()), true) ||
                holds(row.source, ordered_json(comparedText(column.value())), column.key());
     });

@@ -186,7 +186,7 @@ std::string ConflictPage::detail(const ordered_json& columns) const
                        kindName(row.latest().kind),
                        row.state == RowState::Waits ? "" : fmt::format(" · <strong>{}</strong>", stateName(row.state)),
                        dates(row)) +
-           columnTable(row, columns) +
+           columnTable(row, shownColumns(row, columns)) +
            (row.state != RowState::Waits || isStillAsRecorded(row, columns)
                 ? ""
                 : "<p class=\"soft\">The row is not as it was found. What is there today is shown before it is "

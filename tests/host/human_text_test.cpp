@@ -18,12 +18,12 @@ struct Shown
 
 const Shown kShown[] = {
     {"StatusAnswersQuestions", "status",
-     R"({"control": {"ready_f": false, "error_f": true, "error_message": "trouble", "last_timestamp": "a",
-                     "next_timestamp": null},
+     R"({"control": {"ready_f": false, "error_f": true, "error_message": "trouble", "last_timestamp":
+                     "2026-11-21T20:30:00", "next_timestamp": null},
          "counts": [], "conflicts": [{"table_name": "users", "waiting": 2}], "log": ["line"]})",
      R"(Ready for a run: no
 In error: yes, trouble
-Last run's interval ended: a
+Last run's interval ended: 2026-11-21 20:30:00
 Next attempt: )"
      R"(
 Counters of the last run: none

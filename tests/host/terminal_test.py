@@ -22,7 +22,7 @@ class QuinrepOnATerminal(PracticeCase):
         shown = [screen(state)[-1] for state in terminal.output.split("\r\r\n")[0].split("\r")]
         self.assertEqual(without_times(shown), PROGRESS)
         self.assertEqual(without_times(terminal.lines[:1]), PROGRESS[-1:])
-        self.assertRegex(terminal.lines[1], "^Interval: 3/1/2026 6:00:00 PM to ")
+        self.assertRegex(terminal.lines[1], "^Interval: 2026-03-01 18:00:00 to ")
         self.assertRegex(terminal.lines[2], "^  table +method +adds +updates .* conflicts +errors$")
         self.assertRegex(terminal.lines[3], r"^  users +one_way_deletes +1( +0)+$")
         self.assertRegex(terminal.lines[4], r"^  chair_type +one_way_deletes +1( +0)+$")
