@@ -6,104 +6,135 @@ using namespace quinmark;
 
 namespace {
 
-RowDecision report(enumConflictType kind)
+RowDecision by(RowRule rule)
 {
-    return {.action = RowAction::ReportConflict, .conflict = kind};
+    const RuleEntry& entry = entryOf(rule);
+    return {.rule = rule, .action = entry.action, .conflict = entry.conflict, .announced = entry.announced};
 }
 
-RowDecision decideOneWayCommon(Site site, const CommonDates& dates)
+RowRule oneWayCommon(Site site, const CommonDates& dates)
 {
     switch (decideCommonRow(site, dates)) {
-    case CommonRow::Leave:
-        break;
+    case CommonRow::LeaveEqualDates:
+        return RowRule::NearDates;
+    case CommonRow::LeaveDestinationNewer:
+        return RowRule::DestinationNewerAtLaptop;
     case CommonRow::Update:
-        return {RowAction::UpdateDestination};
+        return RowRule::SourceNewer;
     case CommonRow::ReportChangedOnBoth:
-        return report(CHANGED_ON_BOTH);
+        return site == Site::Offices ? RowRule::ChangedOnBothAtOffices : RowRule::ChangedOnBothAtLaptop;
     case CommonRow::ReportChangedOnDestination:
-        return report(CHANGED_ON_DEST);
+        break;
     }
-    return {};
+    return RowRule::DestinationNewerAtOffices;
 }
 
-RowDecision decideTwoWayCommon(DATE source, DATE destination, DATE dLastReplicate)
+RowRule twoWayCommon(DATE source, DATE destination)
 {
-    RowDecision decision{.announced = source > dLastReplicate && destination > dLastReplicate};
     switch (decideTwoWayRow(secondsApart(source, destination) == 0, source > destination)) {
     case TwoWayRow::Leave:
-        break;
+        return RowRule::TwoWaySameSecond;
     case TwoWayRow::UpdateDestination:
-        decision.action = RowAction::UpdateDestination;
-        break;
+        return RowRule::TwoWaySourceNewer;
     case TwoWayRow::UpdateSource:
-        decision.action = RowAction::UpdateSource;
         break;
     }
-    return decision;
+    return RowRule::TwoWayDestinationNewer;
 }
 
 RowDecision decideCommon(const MethodPlan& plan, Site site, DATE source, DATE destination, DATE dLastReplicate)
 {
-    return plan.engine == Engine::TwoWay ? decideTwoWayCommon(source, destination, dLastReplicate)
-                                         : decideOneWayCommon(site, compareDates(source, destination, dLastReplicate));
+    if (plan.engine != Engine::TwoWay)
+        return by(oneWayCommon(site, compareDates(source, destination, dLastReplicate)));
+    RowDecision decision = by(twoWayCommon(source, destination));
+    decision.announced = source > dLastReplicate && destination > dLastReplicate;
+    return decision;
 }
 
-RowDecision decideSourceOnly(const MethodPlan& plan, Site site, Modified modified)
+RowRule sourceOnly(const MethodPlan& plan, Site site, Modified modified)
 {
     if (plan.engine == Engine::TwoWay)
-        return {.action = RowAction::InsertIntoDestination, .announced = modified == Modified::BeforeLastRun};
+        return modified == Modified::SinceLastRun ? RowRule::TwoWaySourceOnlyNew
+               : plan.deletes                     ? RowRule::TwoWaySourceOnlyDeleted
+                                                  : RowRule::TwoWaySourceOnlyConflict;
     switch (decideSourceOnlyRow(site, modified)) {
     case SourceOnlyRow::Leave:
-        break;
+        return RowRule::SourceOnlyOldAtLaptop;
     case SourceOnlyRow::Insert:
-        return {RowAction::InsertIntoDestination};
+        return RowRule::SourceOnlyNew;
     case SourceOnlyRow::ReportDeletedInDestination:
-        return report(NEW_ON_source);
+        break;
     }
-    return {};
+    return RowRule::SourceOnlyOldAtOffices;
 }
 
-RowDecision decideDestinationOnly(const MethodPlan& plan, Site site, Modified modified)
+RowRule destinationOnly(const MethodPlan& plan, Site site, Modified modified)
 {
     if (plan.engine == Engine::TwoWay)
-        return {.action = RowAction::InsertIntoSource, .announced = modified == Modified::BeforeLastRun};
+        return modified == Modified::SinceLastRun ? RowRule::TwoWayDestinationOnlyNew
+               : plan.deletes                     ? RowRule::TwoWayDestinationOnlyDeleted
+                                                  : RowRule::TwoWayDestinationOnlyConflict;
     switch (decideDestinationOnlyRow(site, modified, plan.deletes)) {
     case DestinationOnlyRow::Leave:
-        break;
+        return RowRule::DestinationOnlyNewAtLaptop;
     case DestinationOnlyRow::Delete:
-        return {RowAction::DeleteAtDestination};
+        return RowRule::DestinationOnlyOldDeleted;
     case DestinationOnlyRow::ReportNew:
+        return RowRule::DestinationOnlyNewAtOffices;
     case DestinationOnlyRow::ReportNewOrDeletedFromSource:
-        return report(NEW_ON_DEST);
+        return RowRule::DestinationOnlyOldAtOffices;
     case DestinationOnlyRow::ReportDeletedFromSource:
-        return report(DELETED_ON_SOURCE);
+        break;
     }
-    return {};
+    return RowRule::DestinationOnlyOldAtLaptop;
+}
+
+/// The rule for a row that no comparison query of the method looks for.
+std::optional<RowRule> notLookedFor(const MethodPlan& plan, const RowCopy& source, const RowCopy& destination)
+{
+    if (source.exists)
+        return plan.copiesRows ? std::nullopt : std::optional(RowRule::KeyOnlyDeletes);
+    if (!destination.exists)
+        return RowRule::OnNeitherSide;
+    return plan.looksForDeletedRows ? std::nullopt : std::optional(RowRule::KeySkipsDeletes);
+}
+
+/// The rule by which a comparison query passes over a row that both sides have.
+std::optional<RowRule> passedOver(const RowCopy& source, const RowCopy& destination, DATE dLastReplicate)
+{
+    if (!source.modified || !destination.modified)
+        return std::nullopt;
+    if (*source.modified == *destination.modified)
+        return RowRule::EqualDates;
+    return *source.modified > dLastReplicate || *destination.modified > dLastReplicate
+               ? std::nullopt
+               : std::optional(RowRule::UnchangedOnBoth);
 }
 
 } // namespace
 
-RowDecision decideRow(const MethodPlan& plan, Site site, const RowCopy& source, const RowCopy& destination,
-                      DATE dLastReplicate)
+RowDecision decideListedRow(const MethodPlan& plan, Site site, const RowCopy& source, const RowCopy& destination,
+                            DATE dLastReplicate)
 {
-    const bool looks = source.exists ? plan.copiesRows : plan.looksForDeletedRows;
-    if (!looks || (!source.exists && !destination.exists))
-        return {};
+    if (const auto rule = notLookedFor(plan, source, destination))
+        return by(*rule);
     if (source.exists && destination.exists)
         return source.modified && destination.modified
                    ? decideCommon(plan, site, *source.modified, *destination.modified, dLastReplicate)
-                   : RowDecision();
+                   : by(RowRule::UndatedOnBoth);
     const RowCopy& only = source.exists ? source : destination;
     if (!only.modified)
-        return {RowAction::Fail};
+        return by(RowRule::UndatedOnOne);
     const Modified modified = modifiedSince(*only.modified, dLastReplicate);
-    return source.exists ? decideSourceOnly(plan, site, modified) : decideDestinationOnly(plan, site, modified);
+    return by(source.exists ? sourceOnly(plan, site, modified) : destinationOnly(plan, site, modified));
 }
 
-bool isListed(const RowCopy& source, const RowCopy& destination, DATE dLastReplicate)
+RowDecision decideRow(const MethodPlan& plan, Site site, const RowCopy& source, const RowCopy& destination,
+                      DATE dLastReplicate)
 {
-    if (!source.exists || !destination.exists)
-        return source.exists || destination.exists;
-    return source.modified && destination.modified && *source.modified != *destination.modified &&
-           (*source.modified > dLastReplicate || *destination.modified > dLastReplicate);
+    if (plan.engine == Engine::FullCopy || plan.engine == Engine::ComputerType)
+        return by(RowRule::FullCopy);
+    if (const auto rule = passedOver(source, destination, dLastReplicate); rule && plan.copiesRows)
+        return by(*rule);
+    return decideListedRow(plan, site, source, destination, dLastReplicate);
 }

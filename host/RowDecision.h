@@ -1,24 +1,11 @@
 #pragma once
 
+#include "RowRule.h"
 #include "replication/method_plan.h"
 #include "replication/row_policy.h"
 
 #include <oaidl.h>
 #include <optional>
-
-/// The action of a run on one row.
-enum class RowAction
-{
-    Leave,
-    UpdateDestination,
-    InsertIntoDestination,
-    DeleteAtDestination,
-    UpdateSource,
-    InsertIntoSource,
-    ReportConflict,
-    /// The run ends in an error: one side alone has the row, and without a date.
-    Fail,
-};
 
 /// One side's copy of a row.
 struct RowCopy
@@ -28,20 +15,22 @@ struct RowCopy
     std::optional<DATE> modified = {};
 };
 
+/// A run's action on a row, and the rule that decided it.
 struct RowDecision
 {
-    RowAction action = RowAction::Leave;
+    RowRule rule = RowRule::OnNeitherSide;
+    NextRun action = NextRun::LeavesIt;
     /// The kind of a reported conflict.
     enumConflictType conflict = CHANGED_ON_BOTH;
     /// Whether two-way replication shows a message box first.
     bool announced = false;
 };
 
-/// The method's action on a row that its comparison queries list, by the component's own decision tables. Full copies
-/// compare no rows: for them nothing is decided.
+/// The method's action on a row, by the component's own decision tables. What a full copy does depends on more than the
+/// dates: its action is Unknown.
 RowDecision decideRow(const quinmark::MethodPlan& plan, quinmark::Site site, const RowCopy& source,
                       const RowCopy& destination, DATE dLastReplicate);
 
-/// Whether the comparison queries list the row: one that both sides have is passed over unless its dates differ and one
-/// of them is later than the last run.
-bool isListed(const RowCopy& source, const RowCopy& destination, DATE dLastReplicate);
+/// The same for a row that the comparison queries have listed.
+RowDecision decideListedRow(const quinmark::MethodPlan& plan, quinmark::Site site, const RowCopy& source,
+                            const RowCopy& destination, DATE dLastReplicate);

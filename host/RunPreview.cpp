@@ -45,17 +45,17 @@ long long countRows(clsConn& conn, const std::wstring& table)
 }
 
 /// Describes what two-way replication does with a row that it announces.
-std::string notice(RowAction action)
+std::string notice(NextRun action)
 {
     const auto then = [action] {
         switch (action) {
-        case RowAction::UpdateDestination:
+        case NextRun::OverwritesDestination:
             return "overwrites the destination's row with the source's, which is newer";
-        case RowAction::UpdateSource:
+        case NextRun::OverwritesSource:
             return "overwrites the source's row with the destination's, which is newer";
-        case RowAction::InsertIntoDestination:
+        case NextRun::InsertsIntoDestination:
             return "copies the row to the destination, also if it was deleted there";
-        case RowAction::InsertIntoSource:
+        case NextRun::InsertsIntoSource:
             return "copies the row to the source, also if it was deleted there";
         default:
             return "leaves the row as it is";
@@ -191,42 +191,42 @@ private:
 
     void previewRow(const RowCopy& source, const RowCopy& destination, const _variant_t& key)
     {
-        const RowDecision decision = decideRow(plan_, site_, source, destination, dLastReplicate_);
+        const RowDecision decision = decideListedRow(plan_, site_, source, destination, dLastReplicate_);
         if (decision.announced)
             stops_.addRow(StopReason::MessageBoxes, notice(decision.action), key);
-        if (decision.action == RowAction::Leave)
+        if (decision.action == NextRun::LeavesIt)
             return;
         if (key.vt == VT_NULL)
             return stops_.addRow(StopReason::WillFail, kNoKey, key);
         if (!isSafeKey(key))
             return stops_.addRow(StopReason::WillFail, kApostrophe, key);
         switch (decision.action) {
-        case RowAction::Leave:
-            break;
-        case RowAction::UpdateDestination:
+        case NextRun::OverwritesDestination:
             overwritesRow(preview_.destinationUpdates, key);
             findUncopied(databases_.source(), sourceUnsupported_, destinationUnwritable_, key);
             break;
-        case RowAction::InsertIntoDestination:
+        case NextRun::InsertsIntoDestination:
             ++preview_.destinationAdds;
             findUncopied(databases_.source(), sourceUnsupported_, destinationUnwritable_, key);
             break;
-        case RowAction::DeleteAtDestination:
+        case NextRun::DeletesAtDestination:
             losesRow(key);
             break;
-        case RowAction::UpdateSource:
+        case NextRun::OverwritesSource:
             overwritesRow(preview_.sourceUpdates, key);
             findUncopied(databases_.destination(), destinationUnsupported_, sourceUnwritable_, key);
             break;
-        case RowAction::InsertIntoSource:
+        case NextRun::InsertsIntoSource:
             ++preview_.sourceAdds;
             findUncopied(databases_.destination(), destinationUnsupported_, sourceUnwritable_, key);
             break;
-        case RowAction::ReportConflict:
+        case NextRun::ReportsIt:
             previewReport(decision.conflict, key);
             break;
-        case RowAction::Fail:
+        case NextRun::Fails:
             stops_.addRow(StopReason::WillFail, kNoDate, key);
+            break;
+        default:
             break;
         }
     }

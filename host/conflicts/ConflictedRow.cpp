@@ -296,7 +296,7 @@ const char* nextRunText(NextRun next)
     case NextRun::Unknown:
         break;
     }
-    return "It is not known what the next run does with the row: a side cannot be read.";
+    return "It is not known what the next run does with the row: a side, or the control record, cannot be read.";
 }
 
 const char* stateName(RowState state)

@@ -44,22 +44,6 @@ enum class RowState
     Unknown,
 };
 
-/// The next run's action on a row that no conflict protects.
-enum class NextRun
-{
-    LeavesIt,
-    OverwritesDestination,
-    DeletesAtDestination,
-    InsertsIntoDestination,
-    OverwritesSource,
-    InsertsIntoSource,
-    ReportsIt,
-    Fails,
-    /// The configuration does not list the table.
-    PassesTheTable,
-    Unknown,
-};
-
 /// A row with all conflicts that are about it: every run records it again, and one decision closes all of them.
 struct ConflictedRow
 {
@@ -78,6 +62,8 @@ struct ConflictedRow
     /// The names of the columns that hold dates today.
     std::set<std::string> dateColumns = {};
     NextRun next = NextRun::Unknown;
+    /// By the rules alone; nothing where the configuration does not list the table, or the row is not known.
+    std::optional<RowDecision> decision = {};
 
     const ConflictRecord& latest() const { return records.front(); }
     std::vector<std::string> ids() const;

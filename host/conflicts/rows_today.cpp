@@ -97,7 +97,7 @@ public:
         for (ConflictedRow* row : rows) {
             row->otherKey = com::upperCase(table_.sKey) != L"UNID";
             row->state = stateOf(*row);
-            row->next = nextOf(*row, lastReplicate);
+            decide(*row, lastReplicate);
         }
     }
 
@@ -141,35 +141,15 @@ private:
         });
     }
 
-    NextRun nextOf(const ConflictedRow& row, const std::optional<DATE>& lastReplicate) const
+    void decide(ConflictedRow& row, const std::optional<DATE>& lastReplicate) const
     {
-        if (!configured_)
-            return NextRun::PassesTheTable;
-        if (plan_.engine == Engine::FullCopy || plan_.engine == Engine::ComputerType)
-            return nextOfFullCopy(row);
-        if (!lastReplicate)
-            return NextRun::Unknown;
-        if (!isListed(row.source.row, row.destination.row, *lastReplicate))
-            return NextRun::LeavesIt;
-        switch (decideRow(plan_, site_, row.source.row, row.destination.row, *lastReplicate).action) {
-        case RowAction::Leave:
-            break;
-        case RowAction::UpdateDestination:
-            return NextRun::OverwritesDestination;
-        case RowAction::InsertIntoDestination:
-            return NextRun::InsertsIntoDestination;
-        case RowAction::DeleteAtDestination:
-            return NextRun::DeletesAtDestination;
-        case RowAction::UpdateSource:
-            return NextRun::OverwritesSource;
-        case RowAction::InsertIntoSource:
-            return NextRun::InsertsIntoSource;
-        case RowAction::ReportConflict:
-            return agree(row) ? NextRun::LeavesIt : NextRun::ReportsIt;
-        case RowAction::Fail:
-            return NextRun::Fails;
-        }
-        return NextRun::LeavesIt;
+        row.next = configured_ ? NextRun::Unknown : NextRun::PassesTheTable;
+        if (!configured_ || !lastReplicate)
+            return;
+        row.decision = decideRow(plan_, site_, row.source.row, row.destination.row, *lastReplicate);
+        row.next = row.decision->rule == RowRule::FullCopy ? nextOfFullCopy(row) : row.decision->action;
+        if (row.next == NextRun::ReportsIt && agree(row))
+            row.next = NextRun::LeavesIt;
     }
 
     static NextRun nextOfFullCopy(const ConflictedRow& row)

@@ -78,7 +78,8 @@ void OneWay::forEachMissingRow(const std::wstring& sHasPrefix, const std::wstrin
 void OneWay::handleCommonRow(const _variant_t& vKey)
 {
     switch (decideCommonRow(plan_.site, compareDates(dSrcModDate_, dDestModDate_, dLastReplicate_))) {
-    case CommonRow::Leave:
+    case CommonRow::LeaveEqualDates:
+    case CommonRow::LeaveDestinationNewer:
         break;
     case CommonRow::Update:
         updateDestination(vKey);

@@ -25,7 +25,8 @@ struct CommonDates
 
 enum class CommonRow
 {
-    Leave,
+    LeaveEqualDates,
+    LeaveDestinationNewer,
     Update,
     ReportChangedOnBoth,
     ReportChangedOnDestination,
@@ -35,14 +36,14 @@ enum class CommonRow
 constexpr CommonRow decideCommonRow(Site site, const CommonDates& dates)
 {
     if (dates.equal)
-        return CommonRow::Leave;
+        return CommonRow::LeaveEqualDates;
     if (dates.sourceAfterLastRun && dates.destinationAfterLastRun)
         return CommonRow::ReportChangedOnBoth;
     if (dates.sourceNewer)
         return CommonRow::Update;
     if (dates.destinationNewer && site == Site::Offices)
         return CommonRow::ReportChangedOnDestination;
-    return CommonRow::Leave;
+    return CommonRow::LeaveDestinationNewer;
 }
 
 /// When a row that only one side has was modified. The last run's own time counts as since.

@@ -141,6 +141,50 @@ def configuration_names():
     return {word.strip('"') for listed in re.findall(r"expected one of (.*)", text) for word in listed.split(", ")}
 
 
+# A rule's action, as the cells of docs/replication.md begin that tell it.
+ACTIONS = {"LeavesIt": ("none", "no"), "OverwritesDestination": ("update the destination",),
+           "InsertsIntoDestination": ("insert into the destination",),
+           "DeletesAtDestination": ("delete in the destination",), "OverwritesSource": ("update the source",),
+           "InsertsIntoSource": ("insert into the source",), "Fails": ("the table fails",), "Unknown": ("then as below",)}
+
+
+def told_rules():
+    """What quinrep says of each rule: its action, words, kind of conflict, and whether a message box opens."""
+    source = (ROOT / "host/RowRule.cpp").read_text(encoding="utf-8")
+    entries = re.findall(r'RuleEntry\{\s*\w+, "(\w+)", (\w+),\s*((?:"(?:[^"\\]|\\.)*"\s*)+)(?:,\s*(\w+)(, true)?)?\}', source)
+    return {name: (action, re.sub(r'"\s*"', "", words), kind, bool(box)) for name, action, words, kind, box in entries}
+
+
+def documented_rules():
+    """The cells of each rule in docs/replication.md."""
+    text = (ROOT / "docs/replication.md").read_text(encoding="utf-8")
+    rows = re.findall(r"^\| ([A-Z]\d+) \| (.*) \|$", text, re.M)
+    return {name: [cell.strip() for cell in cells.split("|")] for name, cells in rows}
+
+
+class RulesTest(unittest.TestCase):
+    """`quinrep explain` names rows of docs/replication.md, and says what they say."""
+
+    def test_every_rule_is_documented(self):
+        # K1 and K2 tell of no row; F1 is no row of a table.
+        self.assertEqual(set(documented_rules()) - {"K1", "K2"}, set(told_rules()) - {"F1"})
+        self.assertIn("Rule F1", (ROOT / "docs/replication.md").read_text(encoding="utf-8"))
+
+    def test_rules_say_what_is_documented(self):
+        for name, (action, words, kind, box) in told_rules().items():
+            if name == "F1":
+                continue
+            cells = documented_rules()[name]
+            with self.subTest(name):
+                told = (f"`{kind}`",) if action == "ReportsIt" else ACTIONS[action]
+                self.assertTrue(any(cell.startswith(told) for cell in cells), told)
+                self.assertEqual(box, any(cell.startswith('"') for cell in cells) and name.startswith("T"))
+                for place, site in (("the offices", "`OFFICES`"), ("a laptop", "`LAPTOP`")):
+                    self.assertEqual(site in cells, place in words)
+                self.assertEqual(any(cell.startswith("before") for cell in cells), "unchanged since" in words)
+                self.assertEqual("conflict, error" in cells, "a conflict and an error" in words)
+
+
 class DocumentsTest(unittest.TestCase):
     def test_documents_name_what_exists(self):
         for document in DOCUMENTS:

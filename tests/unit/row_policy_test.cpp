@@ -17,18 +17,18 @@ TEST(CommonRowPolicy, IsDecidedBySiteAndDates)
         CommonRow atOffices;
         CommonRow atLaptop;
     } constexpr kCases[] = {
-        {{true, false, false, true, false}, Leave, Leave},
-        {{true, true, false, true, false}, Leave, Leave},
-        {{true, false, true, false, true}, Leave, Leave},
-        {{true, true, true, true, false}, Leave, Leave},
-        {{true, true, true, false, true}, Leave, Leave},
-        {{true, true, true, false, false}, Leave, Leave},
+        {{true, false, false, true, false}, LeaveEqualDates, LeaveEqualDates},
+        {{true, true, false, true, false}, LeaveEqualDates, LeaveEqualDates},
+        {{true, false, true, false, true}, LeaveEqualDates, LeaveEqualDates},
+        {{true, true, true, true, false}, LeaveEqualDates, LeaveEqualDates},
+        {{true, true, true, false, true}, LeaveEqualDates, LeaveEqualDates},
+        {{true, true, true, false, false}, LeaveEqualDates, LeaveEqualDates},
         {{false, true, true, true, false}, ReportChangedOnBoth, ReportChangedOnBoth},
         {{false, true, true, false, true}, ReportChangedOnBoth, ReportChangedOnBoth},
         {{false, true, false, true, false}, Update, Update},
         {{false, false, false, true, false}, Update, Update},
-        {{false, false, true, false, true}, ReportChangedOnDestination, Leave},
-        {{false, false, false, false, true}, ReportChangedOnDestination, Leave},
+        {{false, false, true, false, true}, ReportChangedOnDestination, LeaveDestinationNewer},
+        {{false, false, false, false, true}, ReportChangedOnDestination, LeaveDestinationNewer},
     };
     for (const auto& given : kCases) {
         EXPECT_EQ(decideCommonRow(Site::Offices, given.dates), given.atOffices) << &given - kCases;
