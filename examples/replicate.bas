@@ -1,6 +1,7 @@
 Attribute VB_Name = "Replicate"
 ' Replicates the tables of an office with its laptop's database, from the office: the office's database is the local
-' one and the source. For 32-bit Office, with a reference to "Quinmark replication of practice databases".
+' one and the source. For 32-bit Office, with a reference to "Quinmark replication of practice databases"; vb6 makes a
+' program of it.
 '
 '   ? ReplicateOffice("C:\Replication\office.log")
 '
@@ -16,17 +17,21 @@ Private Const PROGRAM_VERSION As String = "3.46"
 Private Const NEXT_STEP As String = "Look at the conflicts (cscript conflicts.vbs list --office, or quinrep " & _
     "review) and settle each one. Only then run with resetError:=True."
 
+' All that was said.
+Public Said As String
+
 Private factory As QuinmarkRepDLL.Factory
 Private run As QuinmarkRepDLL.clsReplicate
 Private tables As Collection
 
-Public Function ReplicateOffice(logFile As String, Optional officeDsn As String = "QuinmarkOffice", _
+Public Function ReplicateOffice(ByVal logFile As String, Optional officeDsn As String = "QuinmarkOffice", _
         Optional officePrefix As String = "office.", Optional laptopDsn As String = "QuinmarkLaptop", _
         Optional laptopPrefix As String = "laptop.", Optional ready As Boolean = False, _
         Optional resetError As Boolean = False) As Long
     On Error GoTo Failed
     Dim password As String
     password = Environ("QUINMARK_PASSWORD")
+    Said = ""
     Set factory = New QuinmarkRepDLL.Factory
     factory.init QuinmarkRepDLL.OFFICES, "SOURCE", officePrefix, officeDsn, password, _
         laptopPrefix, laptopDsn, password, LOG_LEVEL_DEBUG, logFile
@@ -34,12 +39,13 @@ Public Function ReplicateOffice(logFile As String, Optional officeDsn As String 
     factory.disconnect
     Exit Function
 Failed:
-    Debug.Print "Could not replicate: " & ErrorText
+    Say "Could not replicate: " & ErrorText
     ReplicateOffice = 1
     If Not factory Is Nothing Then factory.disconnect
 End Function
 
 Private Function RunTables(ready As Boolean, resetError As Boolean) As Long
+    Dim failure As String
     If Not factory.ensureReplication Then
         RunTables = StopWith(1, "The databases do not belong together: " & factory.sErrorMessage)
         Exit Function
@@ -48,7 +54,7 @@ Private Function RunTables(ready As Boolean, resetError As Boolean) As Long
     If ready Then run.SetReady
     run.initNextRun SECONDS_BETWEEN_ATTEMPTS, PROGRAM_VERSION
     If resetError And run.bError Then
-        Debug.Print "Clearing the recorded error: " & run.sErrorMessage
+        Say "Clearing the recorded error: " & run.sErrorMessage
         factory.resetError
         run.initNextRun SECONDS_BETWEEN_ATTEMPTS, PROGRAM_VERSION
     End If
@@ -58,9 +64,13 @@ Private Function RunTables(ready As Boolean, resetError As Boolean) As Long
         RunTables = StopWith(4, "Nothing was run: this site is not ready; ready:=True marks it")
     Else
         CreateTables
-        GoOrRecord
-        ShowSummary
-        RunTables = StatusOfRun
+        failure = GoOrRecord
+        If failure <> "" Then
+            RunTables = StopWith(1, "The run failed: " & failure)
+        Else
+            ShowSummary
+            RunTables = StatusOfRun
+        End If
     End If
 End Function
 
@@ -75,26 +85,24 @@ Private Sub CreateTables()
         "chart_option_setting")
 End Sub
 
-' An error goes into the control record first, so that the next attempt and the administrator see it.
-Private Sub GoOrRecord()
-    Dim number As Long, source As String, description As String
+' Tells how the run failed, or nothing. The error goes into the control record, so that the next attempt and the
+' administrator see it.
+Private Function GoOrRecord() As String
     Dim collected As Variant
-    On Error GoTo Failed
     Set collected = tables
+    On Error Resume Next
     run.go collected
-    Exit Sub
-Failed:
-    number = Err.Number
-    source = Err.Source
-    description = Err.Description
+    If Err.Number = 0 Then Exit Function
+    GoOrRecord = ErrorText
+    Err.Clear
     factory.setError True, run.sErrorMessage
-    Err.Raise number, source, description
-End Sub
+    If Err.Number <> 0 Then GoOrRecord = GoOrRecord & vbCrLf & "and it could not be recorded: " & ErrorText
+End Function
 
 Private Sub ShowSummary()
     Dim table As QuinmarkRepDLL.clsReplicateTable
     For Each table In tables
-        Debug.Print table.sTable & ": added " & table.lCntDestAdd & ", updated " & table.lCntDestUpdate & _
+        Say table.sTable & ": added " & table.lCntDestAdd & ", updated " & table.lCntDestUpdate & _
             ", deleted " & table.lCntDestDelete & ", conflicts " & table.lCntConflict
     Next
 End Sub
@@ -104,15 +112,15 @@ Private Function StatusOfRun() As Long
     Dim table As QuinmarkRepDLL.clsReplicateTable
     If run.bError Then
         StatusOfRun = 2
-        Debug.Print "Recorded: " & run.sErrorMessage
+        Say "Recorded: " & run.sErrorMessage
     End If
     For Each table In tables
         If table.lCntConflict > 0 Then
             StatusOfRun = 2
-            Debug.Print "Conflicts in " & table.sTable & ": " & table.lCntConflict
+            Say "Conflicts in " & table.sTable & ": " & table.lCntConflict
         End If
     Next
-    If StatusOfRun = 2 Then Debug.Print NEXT_STEP
+    If StatusOfRun = 2 Then Say NEXT_STEP
 End Function
 
 Private Function ErrorText() As String
@@ -120,6 +128,11 @@ Private Function ErrorText() As String
 End Function
 
 Private Function StopWith(status As Long, text As String) As Long
-    Debug.Print text
+    Say text
     StopWith = status
 End Function
+
+Public Sub Say(text As String)
+    Debug.Print text
+    Said = Said & text & vbCrLf
+End Sub

@@ -67,12 +67,20 @@ function replicate(factory, ready, resetError) {
     try {
         run.go(tables);
     } catch (error) {
-        // Into the control record first, so that the next attempt and the administrator see it.
-        factory.setError(true, run.sErrorMessage);
-        throw error;
+        return stop(1, "The run failed: " + errorText(error) + recordError(factory, run));
     }
     showSummary(tables);
     return statusOfRun(run, tables);
+}
+
+// The error goes into the control record, so that the next attempt and the administrator see it. Tells why it could not.
+function recordError(factory, run) {
+    try {
+        factory.setError(true, run.sErrorMessage);
+        return "";
+    } catch (error) {
+        return "\nand it could not be recorded: " + errorText(error);
+    }
 }
 
 // A dictionary's keys are the tables; it keeps their order.

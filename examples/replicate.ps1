@@ -68,6 +68,15 @@ function Stop-Run($status, $text) {
     return $status
 }
 
+# The error goes into the control record, so that the next attempt and the administrator see it. Tells why it could not.
+function Save-Error($factory, $run) {
+    try {
+        [void] $factory.setError($true, $run.sErrorMessage)
+    } catch {
+        "`nand it could not be recorded: $(Get-ErrorText $_)"
+    }
+}
+
 # The status that the script ends with.
 function Invoke-Run($factory) {
     if (-not $factory.ensureReplication()) {
@@ -88,9 +97,7 @@ function Invoke-Run($factory) {
     try {
         [void] $run.go($tables)
     } catch {
-        # Into the control record first, so that the next attempt and the administrator see it.
-        $factory.setError($true, $run.sErrorMessage)
-        throw
+        return Stop-Run 1 "The run failed: $(Get-ErrorText $_)$(Save-Error $factory $run)"
     }
     Show-Summary $tables
     return Get-StatusOfRun $run $tables

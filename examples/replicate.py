@@ -69,6 +69,16 @@ def stop(status, text):
     return status
 
 
+def record_error(factory, run):
+    """The error goes into the control record, so that the next attempt and the administrator see it. Tells why it could
+    not."""
+    try:
+        factory.setError(True, run.sErrorMessage)
+        return ""
+    except pythoncom.com_error as error:
+        return f"\nand it could not be recorded: {error_text(error)}"
+
+
 def replicate(factory, ready, reset_error):
     """The status that the program ends with."""
     if not factory.ensureReplication():
@@ -88,10 +98,8 @@ def replicate(factory, ready, reset_error):
     tables = create_tables(factory)
     try:
         run.go(tables)
-    except pythoncom.com_error:
-        # Into the control record first, so that the next attempt and the administrator see it.
-        factory.setError(True, run.sErrorMessage)
-        raise
+    except pythoncom.com_error as error:
+        return stop(1, f"The run failed: {error_text(error)}{record_error(factory, run)}")
     show_summary(tables)
     return status_of_run(run, tables)
 

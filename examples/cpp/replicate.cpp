@@ -143,17 +143,25 @@ std::wstring errorMessage(_clsReplicate& run)
     return textOf(text);
 }
 
-/// An error goes into the control record first, so that the next attempt and the administrator see it.
-void goOrRecord(_Factory& factory, _clsReplicate& run, const Tables& tables)
+std::wstring errorText(const Failure& failure)
+{
+    wchar_t number[32] = L"";
+    swprintf(number, std::size(number), L"%ld (0x%08lX), ", failure.number, static_cast<unsigned long>(failure.number));
+    return number + failure.source + L": " + failure.text;
+}
+
+/// The error goes into the control record, so that the next attempt and the administrator see it. Tells why it could
+/// not.
+std::wstring recordError(_Factory& factory, _clsReplicate& run)
 {
     try {
-        go(run, tables);
-    }
-    catch (const Failure&) {
         VARIANT_BOOL failed = VARIANT_TRUE;
         Text message(errorMessage(run).c_str());
         check(factory.setError(&failed, &message));
-        throw;
+        return L"";
+    }
+    catch (const Failure& failure) {
+        return L"\nand it could not be recorded: " + errorText(failure);
     }
 }
 
@@ -238,7 +246,12 @@ int replicate(_Factory& factory, const Arguments& given)
         return stop(4, L"Nothing was run: this site is not ready; --ready marks it");
 
     const Tables tables = createTables(factory);
-    goOrRecord(factory, *run.Get(), tables);
+    try {
+        go(*run.Get(), tables);
+    }
+    catch (const Failure& failure) {
+        return stop(1, L"The run failed: " + errorText(failure) + recordError(factory, *run.Get()));
+    }
     for (const ComPtr<_clsReplicateTable>& table : tables)
         showTable(*table.Get());
     return statusOfRun(*run.Get(), tables);
@@ -284,8 +297,7 @@ int wmain(int count, wchar_t* arguments[])
         status = run(given);
     }
     catch (const Failure& failure) {
-        wprintf(L"Could not replicate: %ld (0x%08lX), %ls: %ls\n", failure.number,
-                static_cast<unsigned long>(failure.number), failure.source.c_str(), failure.text.c_str());
+        say(L"Could not replicate: " + errorText(failure));
     }
     CoUninitialize();
     return status;

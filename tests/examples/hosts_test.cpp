@@ -121,6 +121,7 @@ TEST_P(ExampleHost, RecordsAFailedRunAndRefusesTheNext)
     addPatientOfAnOldDentist();
     const ProgramEnd failed = run();
     EXPECT_EQ(failed.exitCode, 1U) << failed.output;
+    EXPECT_THAT(failed.output, HasSubstr("The run failed: "));
     EXPECT_THAT(failed.output, HasSubstr("_patient_dentist"));
     EXPECT_EQ(failed.output.find("clsReplicate.go") != std::string::npos, GetParam().tellsSource) << failed.output;
     EXPECT_EQ(controlRecord(L"error_f"), L"True");
@@ -176,7 +177,7 @@ TEST_P(ExampleHost, EndsWithTwoWhenARowChangedOnBothSides)
     EXPECT_THAT(patients(destination()), ElementsAre(L"5|Birkfelder, Mira"));
 }
 
-TEST_P(ExampleHost, LeavesTheIntervalWhenAFailedRunCannotBeRecorded)
+TEST_P(ExampleHost, TellsBothErrorsAndLeavesTheIntervalWhenAFailedRunCannotBeRecorded)
 {
     const std::unique_ptr<Relay> relay = relayToServer();
     if (!relay)
@@ -186,7 +187,8 @@ TEST_P(ExampleHost, LeavesTheIntervalWhenAFailedRunCannotBeRecorded)
     host().destinationDsn = relay->dataSource(host().destinationDsn);
     const ProgramEnd end = run();
     EXPECT_EQ(end.exitCode, 1U) << end.output;
-    EXPECT_THAT(end.output, HasSubstr("0x80004005"));
+    EXPECT_THAT(end.output, HasSubstr("The run failed: -2147467259 (0x80004005)"));
+    EXPECT_THAT(end.output, HasSubstr("\nand it could not be recorded: "));
     EXPECT_EQ(controlRecord(L"error_f, last_timestamp"), L"False|2025-03-10 12:00:00.000");
 }
 
