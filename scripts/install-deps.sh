@@ -5,9 +5,9 @@
 #   install-deps.sh [--tests|--bench]
 #
 # --tests also gets the tools of tests that are skipped without them: modules for Python, a browser and its driver (the
-# latter into build/review-node_modules), a compiler for this machine with its sanitizers, and checkers of the source.
-# When these cannot be had, the script only says so, unless QUINMARK_REQUIRE_TOOLS is 1. --bench also gets the tools
-# that the benches compare with.
+# latter into build/review-node_modules), a compiler for this machine with its sanitizers, one for C#, and checkers of
+# the source. When these cannot be had, the script only says so, unless QUINMARK_REQUIRE_TOOLS is 1. --bench also gets
+# the tools that the benches compare with.
 # Exit status: 0 all there, 1 failed, 4 root is needed.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
@@ -18,10 +18,11 @@ readonly kPackages=(
     cmake ninja-build g++-mingw-w64-i686-posix mingw-w64-tools googletest
     wine wine32:i386 xvfb
     libodbc2:i386 odbc-postgresql:i386 tdsodbc:i386 postgresql python3 python3-psycopg2 python3-pymssql
-    libcli11-dev libtomlplusplus-dev nlohmann-json3-dev libfmt-dev wixl
+    libcli11-dev libtomlplusplus-dev nlohmann-json3-dev libfmt-dev
+    wixl msitools python3-markdown-it python3-mdit-py-plugins
 )
 readonly kTestPackages=(
-    chromium clang libclang-rt-14-dev clang-tidy cppcheck gcovr
+    chromium clang libclang-rt-14-dev clang-tidy cppcheck gcovr mono-mcs
     python3-jsonschema python3-pexpect python3-pyte
 )
 # MariaDB without its service: the benches start a server of their own.

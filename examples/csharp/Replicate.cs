@@ -1,5 +1,6 @@
 // Replicates the tables of an office with its laptop's database, from the office: the office's database is the local
-// one and the source. Built for x86, the only platform that can load the component.
+// one and the source. Built for x86, the only platform that can load the component, with its type library: replicate.csproj
+// refers to it, and C# passes arguments by reference without saying so.
 //
 //   replicate.exe LOGFILE [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX]
 //       [--ready] [--reset-error]
@@ -10,15 +11,10 @@
 using System;
 using System.Collections;
 using System.Linq;
+using QuinmarkRepDLL;
 
 internal static class Replicate
 {
-    private const int OFFICES = 0;
-    private const int ONE_WAY_DELETE_ALL = 1;
-    private const int ONE_WAY = 2;
-    private const int ONE_WAY_ALLOW_DELETES = 3;
-    private const int ONE_WAY_WITH_PK_FIELD = 7;
-    private const int DELETE_WITH_UPDATES = 2;
     private const short LogLevelDebug = 1;
     private const short SecondsBetweenAttempts = 900;
     private const string ProgramVersion = "3.46";
@@ -34,17 +30,16 @@ internal static class Replicate
         if (names.Length != 1 && names.Length != 5)
             return Stop(3, "usage: replicate LOGFILE [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX] " +
                            "[--ready] [--reset-error]");
-        dynamic factory = null;
+        _Factory factory = null;
         try
         {
-            factory = Activator.CreateInstance(Type.GetTypeFromProgID("QuinmarkRepDLL.Factory", true));
+            factory = new Factory();
             Connect(factory, names);
             return Run(factory, ready, resetError);
         }
         catch (Exception error)
         {
-            return Stop(1, "Could not replicate: " +
-                           $"{error.HResult} (0x{error.HResult:X8}), {error.Source}: {error.Message}");
+            return Stop(1, "Could not replicate: " + ErrorText(error));
         }
         finally
         {
@@ -53,19 +48,20 @@ internal static class Replicate
         }
     }
 
-    private static void Connect(dynamic factory, string[] names)
+    private static void Connect(_Factory factory, string[] names)
     {
         string password = Environment.GetEnvironmentVariable("QUINMARK_PASSWORD") ?? "";
         bool all = names.Length == 5;
-        factory.init(OFFICES, "SOURCE", all ? names[2] : "office.", all ? names[1] : "QuinmarkOffice", password,
+        factory.init(enumReplicationUniqueId.OFFICES, "SOURCE",
+                     all ? names[2] : "office.", all ? names[1] : "QuinmarkOffice", password,
                      all ? names[4] : "laptop.", all ? names[3] : "QuinmarkLaptop", password, LogLevelDebug, names[0]);
     }
 
-    private static int Run(dynamic factory, bool ready, bool resetError)
+    private static int Run(_Factory factory, bool ready, bool resetError)
     {
         if (!factory.ensureReplication())
             return Stop(1, "The databases do not belong together: " + factory.sErrorMessage);
-        dynamic run = factory.createReplication();
+        _clsReplicate run = factory.createReplication();
         if (ready)
             run.SetReady();
         run.initNextRun(SecondsBetweenAttempts, ProgramVersion);
@@ -85,37 +81,58 @@ internal static class Replicate
         {
             run.go(tables);
         }
-        catch (Exception)
+        catch (Exception error)
         {
-            // Into the control record first, so that the next attempt and the administrator see it.
-            factory.setError(true, run.sErrorMessage);
-            throw;
+            return Stop(1, "The run failed: " + ErrorText(error) + RecordError(factory, run));
         }
         ShowSummary(tables);
         return StatusOfRun(run, tables);
     }
 
-    private static ArrayList CreateTables(dynamic factory)
+    // The error goes into the control record, so that the next attempt and the administrator see it. Tells why it could
+    // not.
+    private static string RecordError(_Factory factory, _clsReplicate run)
     {
-        var tables = new ArrayList();
-        tables.Add(factory.createReplicationTable(ONE_WAY_DELETE_ALL, "ada_code", ""));
-        tables.Add(factory.createReplicationTable(ONE_WAY_WITH_PK_FIELD, "dentist_company", "", "dc_id",
-                                                  DELETE_WITH_UPDATES));
-        tables.Add(factory.createReplicationTable(ONE_WAY, "dentist", ""));
-        tables.Add(factory.createReplicationTable(ONE_WAY_ALLOW_DELETES, "patient", ""));
-        tables.Add(factory.createReplicationTable(ONE_WAY_ALLOW_DELETES, "chart_option", "chart_option_setting"));
-        return tables;
+        try
+        {
+            factory.setError(true, run.sErrorMessage);
+            return "";
+        }
+        catch (Exception error)
+        {
+            return "\nand it could not be recorded: " + ErrorText(error);
+        }
+    }
+
+    private static ArrayList CreateTables(_Factory factory)
+    {
+        return new ArrayList
+        {
+            Table(factory, enumReplicationMethod.ONE_WAY_DELETE_ALL, "ada_code"),
+            Table(factory, enumReplicationMethod.ONE_WAY_WITH_PK_FIELD, "dentist_company", "", "dc_id",
+                  enumReplicateDeletes.DELETE_WITH_UPDATES),
+            Table(factory, enumReplicationMethod.ONE_WAY, "dentist"),
+            Table(factory, enumReplicationMethod.ONE_WAY_ALLOW_DELETES, "patient"),
+            Table(factory, enumReplicationMethod.ONE_WAY_ALLOW_DELETES, "chart_option", "chart_option_setting")
+        };
+    }
+
+    private static _clsReplicateTable Table(_Factory factory, enumReplicationMethod method, string name,
+                                            string dependent = "", string key = "",
+                                            enumReplicateDeletes deletes = enumReplicateDeletes.UNKNOWN)
+    {
+        return factory.createReplicationTable(method, name, dependent, key, deletes);
     }
 
     private static void ShowSummary(ArrayList tables)
     {
-        foreach (dynamic table in tables)
+        foreach (_clsReplicateTable table in tables)
             Console.WriteLine($"{table.sTable}: added {table.lCntDestAdd}, updated {table.lCntDestUpdate}, " +
                               $"deleted {table.lCntDestDelete}, conflicts {table.lCntConflict}");
     }
 
     // 0, or 2 and what was recorded. The error stays recorded until a person has decided.
-    private static int StatusOfRun(dynamic run, ArrayList tables)
+    private static int StatusOfRun(_clsReplicate run, ArrayList tables)
     {
         int status = 0;
         if (run.bError)
@@ -123,7 +140,7 @@ internal static class Replicate
             status = 2;
             Console.WriteLine("Recorded: " + run.sErrorMessage);
         }
-        foreach (dynamic table in tables)
+        foreach (_clsReplicateTable table in tables)
         {
             if (table.lCntConflict > 0)
             {
@@ -134,6 +151,11 @@ internal static class Replicate
         if (status == 2)
             Console.WriteLine(NextStep);
         return status;
+    }
+
+    private static string ErrorText(Exception error)
+    {
+        return $"{error.HResult} (0x{error.HResult:X8}), {error.Source}: {error.Message}";
     }
 
     private static int Stop(int status, string text)

@@ -1,14 +1,16 @@
-"""The example hosts use nothing but what the type library has, and all that a whole run takes."""
+"""The example hosts use nothing but what the type library has, and all that a whole run takes. Projects that bind early
+refer to that library."""
 
 import pathlib
 import re
 import unittest
 
-from type_library import CONSTANTS, MEMBERS, TYPES
+from type_library import CONSTANTS, DESCRIPTION, ID, MEMBERS, TYPES
 
-EXAMPLES = pathlib.Path(__file__).resolve().parents[2] / "examples"
-# The host in C++ is compiled.
-HOSTS = ["replicate.vbs", "replicate.js", "replicate.bas", "replicate.ps1", "replicate.py", "csharp/Replicate.cs"]
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+EXAMPLES = ROOT / "examples"
+# The hosts in C++ and C# are compiled.
+HOSTS = ["replicate.vbs", "replicate.js", "replicate.bas", "replicate.ps1", "replicate.py"]
 # The variables of the hosts that hold the component's objects.
 OBJECTS = {"factory": "Factory", "run": "clsReplicate", "table": "clsReplicateTable"}
 WHOLE_RUN = {
@@ -51,6 +53,33 @@ class Members(unittest.TestCase):
                 ("createReplicationTable($ONEWAY, ", ["ONEWAY"])]:
             with self.subTest(text):
                 self.assertEqual(found, strangers(text))
+
+
+class Projects(unittest.TestCase):
+    """Visual Basic and MSBuild find a type library by its id, and take its version or a later one."""
+
+    def setUp(self):
+        self.major, self.minor = (ROOT / "VERSION").read_text(encoding="utf-8").split(".")[:2]
+
+    def test_visual_basic_refers_to_the_library_and_has_its_modules(self):
+        project = (EXAMPLES / "vb6/Replicate.vbp").read_text(encoding="utf-8")
+        self.assertEqual([f"*\\G{{{ID}}}#{int(self.major):x}.{int(self.minor):x}#0#..\\..\\QuinmarkRepDLL.dll#{DESCRIPTION}"],
+                         re.findall("^Reference=(.*)", project, re.M))
+        modules = re.findall("^Module=(.*); (.*)", project, re.M)
+        self.assertEqual([f'Attribute VB_Name = "{name}"' for name, _ in modules],
+                         [(EXAMPLES / "vb6" / file.replace("\\", "/")).read_text(encoding="utf-8").split("\n")[0]
+                          for _, file in modules])
+
+    def test_visual_basic_gets_the_line_ends_that_it_reads(self):
+        for file in [*EXAMPLES.rglob("*.bas"), *EXAMPLES.rglob("*.vbp")]:
+            with self.subTest(file.name):
+                self.assertEqual([], re.findall(rb"[^\r]\n", file.read_bytes()))
+
+    def test_csharp_refers_to_the_library(self):
+        reference = re.search(r'<COMReference Include="QuinmarkRepDLL">(.*?)</COMReference>',
+                              (EXAMPLES / "csharp/replicate.csproj").read_text(encoding="utf-8"), re.S)[1]
+        for name, value in [("Guid", f"{{{ID}}}"), ("VersionMajor", self.major), ("VersionMinor", self.minor)]:
+            self.assertIn(f"<{name}>{value}</{name}>", reference)
 
 
 if __name__ == "__main__":

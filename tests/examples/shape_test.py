@@ -1,5 +1,6 @@
 """The example hosts that cannot run here have the shape of the others. Nothing but an argument marks a site ready or
-clears a recorded error. The error's text is shown first. A run that recorded something has its own exit status."""
+clears a recorded error. The error's text is shown first. A run that recorded something has its own exit status. A run
+that failed is recorded, and its error is told also where that fails."""
 
 import dataclasses
 import pathlib
@@ -8,28 +9,31 @@ import unittest
 
 EXAMPLES = pathlib.Path(__file__).resolve().parents[2] / "examples"
 
-# Statements of the hosts, and a word for each. The first that fits counts; None: it does not count.
+# Statements of the hosts, and a word for each. The first that fits counts.
 STOP = r"Stop(?:With|-Run)?[( ]"
 TERMS = [
-    (r"setError\b.*", None),
+    (r"factory\.setError\b.*", "record"),
+    (r"and it could not be recorded", "unrecorded"),
+    (r"The run failed", "failed"),
     (r"[iI]f \(?\$?[rR]eady\b", "if ready"),
     (r"run\.SetReady\b", "SetReady"),
     (r"run\.initNextRun\b", "initNextRun"),
-    (r"[iI]f \(?\$?[rR]esetError (?:And|&&|-and) \$?run\.bError", "if reset and error"),
+    (r"[iI]f \(?\$?[rR]esetError (?:And|-and) \$?run\.bError", "if reset and error"),
     (r"factory\.resetError\b", "resetError"),
     (r"[iI]f \(?\$?run\.bError", "if error"),
     (r"run\.sErrorMessage", "text"),
     (r"bReady\b", "marked"),
     (STOP + r"4", "stop 4"),
     (r"run\.go\b|\bGoOrRecord\b", "go"),
-    (r"[iI]f \(?\$?\w+ (?:=|==|-eq) 2\b", "if 2"),
+    (r"[iI]f \(?\$?\w+ (?:=|-eq) 2\b", "if 2"),
     (r"\w+ = 2\b", "status 2"),
     (r"lCntConflict (?:>|-gt) 0|conflicts > 0", "if conflicts"),
     (r"\b(?:NextStep|NEXT_STEP)\b", "next step"),
     (r"\b(?:Get-)?StatusOfRun\b", "status of run"),
 ]
 REPLICATE = ["if ready", "SetReady", "initNextRun", "if reset and error", "text", "resetError", "initNextRun",
-             "if error", "stop 4", "text", "next step", "marked", "stop 4", "go", "status of run"]
+             "if error", "stop 4", "text", "next step", "marked", "stop 4", "go", "failed", "status of run"]
+RECORD = ["record", "unrecorded"]
 STATUS_OF_RUN = ["if error", "status 2", "text", "if conflicts", "status 2", "if 2", "next step"]
 # The lines that depend on a condition: (what they hold, what the condition says).
 GUARDED = [("SetReady", ["if ready"]), ("resetError", ["if reset and error"])]
@@ -37,10 +41,12 @@ GUARDED = [("SetReady", ["if ready"]), ("resetError", ["if reset and error"])]
 
 @dataclasses.dataclass
 class Host:
-    """A source, how the routine that makes a run begins, and everything that gives one of the arguments a value."""
+    """A source, how three routines begin (they make a run, record its failure, tell its status), and everything that gives
+    one of the arguments a value."""
 
     file: str
     replicate: str
+    record: str
     status_of_run: str
     values: list
 
@@ -49,19 +55,18 @@ class Host:
 
 
 HOSTS = [
-    Host("replicate.bas", "Private Function RunTables(", "Private Function StatusOfRun(",
+    Host("replicate.bas", "Private Function RunTables(", "Private Function GoOrRecord(",
+         "Private Function StatusOfRun(",
          ["ready As Boolean = False", "resetError As Boolean = False"]),
-    Host("replicate.ps1", "function Invoke-Run(", "function Get-StatusOfRun(", ["[switch] $Ready",
-                                                                                "[switch] $ResetError"]),
-    Host("csharp/Replicate.cs", "    private static int Run(", "    private static int StatusOfRun(",
-         ['ready = given.Contains("--ready")', 'resetError = given.Contains("--reset-error")']),
+    Host("replicate.ps1", "function Invoke-Run(", "function Save-Error(", "function Get-StatusOfRun(",
+         ["[switch] $Ready", "[switch] $ResetError"]),
 ]
 
 
 def words(text):
     """The words for what a text says, in its order."""
     term = re.compile("|".join(f"({pattern})" for pattern, _ in TERMS))
-    return [word for match in term.finditer(text) if (word := TERMS[match.lastindex - 1][1])]
+    return [TERMS[match.lastindex - 1][1] for match in term.finditer(text)]
 
 
 def indentation(line):
@@ -88,17 +93,15 @@ def condition(text, word):
     outer = at - 1
     while outer > 0 and (lines[outer].strip() in ("", "{") or indentation(lines[outer]) >= indentation(lines[at])):
         outer -= 1
-    if at - outer > 1 and re.match(r"\s*if \(", lines[outer]) and "{" not in lines[outer] + lines[outer + 1]:
-        return ["if without a block"]
     return words(lines[outer])
 
 
 def faults(host, text):
     """In what a source has not the shape."""
     body = routine(text, host.replicate)
-    values = re.findall(r"\[switch\] \$\w+|\b(?:ready|resetError)(?: As Boolean)? = "
-                        r"(?:False|given\.Contains\(.*?\)|.*)", text)
+    values = re.findall(r"\[switch\] \$\w+|\b(?:ready|resetError)(?: As Boolean)? = (?:False|.*)", text)
     looks = [("run", words(body), REPLICATE),
+             ("record", [word for word in words(routine(text, host.record)) if word in RECORD], RECORD),
              ("outcome", [word for word in words(routine(text, host.status_of_run)) if word != "status of run"],
               STATUS_OF_RUN),
              ("values", values, host.values)]
@@ -113,7 +116,7 @@ BREAKS = {
     "marks the site ready where no argument says so": (r"([iI]f \(?\$?)[rR]eady\b", r"\1always"),
     "resets at a second place": (r"\Z", "factory.resetError"),
     "marks the site ready at a second place": (r"\Z", "run.SetReady"),
-    "resets without the argument": (r"\$?[rR]esetError (?:And|&&|-and) ", ""),
+    "resets without the argument": (r"\$?[rR]esetError (?:And|-and) ", ""),
     "resets outside of the branch": (r"( *)    (.*factory\.resetError\b.*)", r"\1\2"),
     "resets unseen": (r".*Clearing the recorded error.*\n", ""),
     "says 0 for an error": (r"(\n.*(?:status|StatusOfRun) = )2", r"\g<1>0"),
@@ -121,6 +124,9 @@ BREAKS = {
     "runs in spite of an error": (r".*Nothing was run\. Recorded.*\n", ""),
     "is in error with the status of a failure": (r"(" + STOP + r")4", r"\g<1>1"),
     "runs when not ready": (r".*Nothing was run: this site is not ready.*\n", ""),
+    "records no failure": (r".*factory\.setError.*\n", ""),
+    "tells nothing of a failure": (r"The run failed", ""),
+    "tells nothing of a failure that it could not record": (r"and it could not be recorded", ""),
     "says nothing of the next step": (r"(Nothing was run\. Recorded.*)(?:NextStep|NEXT_STEP)", r"\1"),
 }
 
