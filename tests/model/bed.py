@@ -52,6 +52,12 @@ class Databases:
     def has_patient_key(self):
         return {side: database.has_patient_key() for side, database in self._sides.items()}
 
+    def data_sources(self):
+        """Prefix and data source of either side."""
+        variables = ("QUINMARK_OFFICE_DSN", "QUINMARK_LAPTOP_DSN")
+        return [field for variable, prefix, name in zip(variables, self.prefixes, self.names.values())
+                for field in (prefix, f"{os.environ[variable]};Database={name}")]
+
 
 def _escape(text):
     return text.replace("\\", "\\\\").replace("\t", "\\t").replace("\n", "\\n").replace("\r", "\\r")
@@ -69,10 +75,7 @@ class Host:
     def __init__(self, databases, site, role):
         self._process = subprocess.Popen(["wine", str(BINARIES / "model_host.exe")], stdin=subprocess.PIPE,
                                          stdout=subprocess.PIPE, stderr=sys.stderr)
-        variables = ("QUINMARK_OFFICE_DSN", "QUINMARK_LAPTOP_DSN")
-        sides = [field for variable, prefix, name in zip(variables, databases.prefixes, databases.names.values())
-                 for field in (prefix, f"{os.environ[variable]};Database={name}")]
-        if answer := self.ask("init", site, role, *sides, os.environ["QUINMARK_PASSWORD"], 4, "NUL"):
+        if answer := self.ask("init", site, role, *databases.data_sources(), os.environ["QUINMARK_PASSWORD"], 4, "NUL"):
             raise RuntimeError(f"the component cannot be set up: {answer}")
 
     def ask(self, *fields):

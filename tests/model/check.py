@@ -5,7 +5,7 @@ import datetime
 from bed import Databases, Host
 from dialect import DIALECT, LeftOut
 from outcome import Actual, Expected, differences, tables_of
-from rules import OFFICES
+from pair import OFFICES
 from values import EPOCH, MILLISECOND, iso
 
 # Milliseconds between the server's clock at the start of a run and ours at its end.

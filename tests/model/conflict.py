@@ -1,9 +1,12 @@
 """A conflict as a run writes it down."""
 
-from server import OWN_ERROR, Failure, is_number_keyed, no_row, null_used, parameter, raised, skips
+from pair import LAPTOP
+from server import OWN_ERROR, Failure, is_number_keyed, no_row, null_used, parameter, raised, row_values, skips
+from tables import TABLES
 from values import DAY, NEW_YEAR_1900, ZERO_DATE, text_of
 
 BOTH, NEW_ON_SOURCE, NEW_ON_DESTINATION, CHANGED_ON_DESTINATION, DELETED_ON_SOURCE = range(1, 6)
+USE_SOURCE, USE_DESTINATION, WORK_LATER = range(1, 4)
 NO_COMMAND = 3001
 TYPE_MISMATCH = 13
 # The columns that describe a row, in the table's own way.
@@ -93,3 +96,25 @@ def description(database, table, text):
         raise null_used()
     texts = [text_of(table.by_name[column].type, row[column]) for column in columns]
     return f"{texts[0]} ({texts[1][:6]})" if table.name == "patient" else ".".join(texts)
+
+
+def resolve(pair, record, resolution):
+    """A person's decision about a conflict that is written down in the local database; the answer to the host."""
+    if resolution not in (USE_SOURCE, USE_DESTINATION, WORK_LATER):
+        return False, "Invalid resolution type"
+    if resolution == USE_DESTINATION and pair.site != LAPTOP:
+        return False, "Cannot replicate back to Norvale"
+    if resolution == WORK_LATER or pair.site != LAPTOP:
+        return True, ""
+    table, kind = TABLES[record["table"].lower()], record["kind"]
+    if resolution == USE_SOURCE and kind not in (BOTH, DELETED_ON_SOURCE):
+        return True, ""
+    if resolution == USE_SOURCE and kind == BOTH:
+        row = pair.source.select(table, "unid", record["guid"] or "")
+        if row is None:
+            raise no_row()
+        pair.destination.update(table, "unid", record["guid"], row_values(table, row))
+    elif resolution == USE_SOURCE:
+        pair.destination.delete(table, "unid", record["guid"] or "")
+    pair.local.conflicts.remove(record)
+    return True, ""

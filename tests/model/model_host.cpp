@@ -19,6 +19,10 @@ using Fields = std::vector<std::wstring>;
 
 constexpr short kFrequencySeconds = 600;
 constexpr double kMillisecondsADay = 86'400'000.0;
+constexpr wchar_t kLoadable[] =
+    L"select unid, last_replicate_date, table_name, coalesce(patient_id, 0) patient_id, guid, conflict_type, key_info, "
+    L"coalesce(source_mod_date, last_replicate_date) source_mod_date, coalesce(destination_mod_date, "
+    L"last_replicate_date) destination_mod_date from replication_conflict where unid = '";
 constexpr const wchar_t* kCounters[] = {L"lCntSourceAdd",  L"lCntSourceUpdate", L"lCntSourceDelete", L"lCntDestAdd",
                                         L"lCntDestUpdate", L"lCntDestDelete",   L"lCntConflict",     L"lCntError"};
 
@@ -42,13 +46,14 @@ private:
     void createTable(const Fields& command);
     void goTable(const Fields& command);
     void goRun(const Fields& command);
+    void resolve(const Fields& command);
     void tellCounters(const Dispatch& table) const;
     _variant_t date(const std::wstring& value);
 
     Dispatch factory_ = Dispatch::create(L"QuinmarkRepDLL.Factory");
     Fields boxes_;
     const UnshownBoxes unshown_{[this](const wchar_t* text) { boxes_.emplace_back(text); }, L"QuinmarkRepDLL.dll"};
-    Dispatch database_ = Dispatch::create(L"ADODB.Connection");
+    Dispatch local_ = Dispatch::create(L"ADODB.Connection");
     std::vector<Dispatch> tables_;
     std::map<std::wstring, DATE> dates_;
 };
@@ -56,7 +61,8 @@ private:
 /// init SITE ROLE SOURCE_PREFIX SOURCE_DSN DESTINATION_PREFIX DESTINATION_DSN PASSWORD LOG_LEVEL LOG_FILE
 void Host::init(const Fields& command)
 {
-    database_.call(L"Open", {text(L"DSN=" + command.at(4) + L";UID=quinmarkapp_user;PWD=" + command.at(7))});
+    const std::wstring& local = command.at(command.at(2) == L"SOURCE" ? 4 : 6);
+    local_.call(L"Open", {text(L"DSN=" + local + L";UID=quinmarkapp_user;PWD=" + command.at(7))});
     factory_.call(L"init", {std::stol(command.at(1)), text(command.at(2)), text(command.at(3)), text(command.at(4)),
                             text(command.at(7)), text(command.at(5)), text(command.at(6)), text(command.at(7)),
                             static_cast<short>(std::stoi(command.at(8))), text(command.at(9))});
@@ -74,7 +80,7 @@ void Host::createTable(const Fields& command)
 _variant_t Host::date(const std::wstring& value)
 {
     if (!dates_.contains(value)) {
-        const Dispatch row = Dispatch::from(database_.call(L"Execute", {text(L"select " + value)}));
+        const Dispatch row = Dispatch::from(local_.call(L"Execute", {text(L"select " + value)}));
         const Dispatch field = Dispatch::from(Dispatch::from(row.property(L"Fields")).property(L"Item", {0L}));
         dates_[value] = com::toDate(field.property(L"Value"));
         row.call(L"Close");
@@ -122,6 +128,19 @@ void Host::goRun(const Fields& command)
     tell();
 }
 
+/// resolve CONFLICT RESOLUTION: tells whether the component did not refuse, and why it did. A date that a row was
+/// recorded without is filled in, as quinrep does.
+void Host::resolve(const Fields& command)
+{
+    const Dispatch conflict = Dispatch::from(factory_.call(L"createConflict", {text(command.at(1))}));
+    const Dispatch row = Dispatch::from(local_.call(L"Execute", {text(kLoadable + command.at(1) + L"'")}));
+    conflict.call(L"loadFromRs", {_variant_t(row.get())});
+    row.call(L"Close");
+    conflict.put(L"iResolutionType", static_cast<short>(std::stoi(command.at(2))));
+    const bool settled = com::toBool(conflict.call(L"resolve"));
+    answer({L"resolved", settled ? L"1" : L"0", com::toText(conflict.property(L"sErrorMessage"))});
+}
+
 void Host::obey(const Fields& command)
 {
     const std::wstring& verb = command.at(0);
@@ -135,8 +154,10 @@ void Host::obey(const Fields& command)
             goTable(command);
         else if (verb == L"run")
             goRun(command);
+        else if (verb == L"resolve")
+            resolve(command);
         else if (verb == L"try")
-            database_.call(L"Execute", {text(command.at(1))});
+            local_.call(L"Execute", {text(command.at(1))});
         else if (verb == L"clear")
             tables_.clear();
         else

@@ -4,6 +4,7 @@ import copy
 
 import rules
 from dialect import DIALECT, WORDS
+from pair import OFFICES, Pair
 from server import Database, Failure, host_number, raised
 from values import DATE, GUID, SECOND, ZERO_DATE, date_literal, iso
 
@@ -18,20 +19,22 @@ def _pair(case, names, state, order, former):
     local.error, local.counts, local.conflicts = former.error, former.counts, former.conflicts
     if case.run:
         local.counts = []
-    return rules.Pair(databases["source"], databases["destination"], case.site, local)
+    return Pair(databases["source"], databases["destination"], case.site, local)
 
 
 class Expected:
-    """The model's side of a case, run by run."""
+    """The model's side of a case, run by run. `local` has what earlier runs recorded; `reasons` are those for which the
+    last run wrote over rows or deleted them."""
 
-    def __init__(self, case, names, patient_key):
+    def __init__(self, case, names, patient_key, local=None):
         self._case = case
         self._names = names
         self._key = dict(patient_key)
         self._last = case.last
-        self._local = Database(None, {})
+        self._local = local or Database(None, {})
         self._ready = True
         self.objects = []
+        self.reasons = {}
 
     def create(self):
         """The table objects, or the error that keeps one from being made."""
@@ -63,7 +66,7 @@ class Expected:
                 table.go(pair, self._last, next_date)
         except Failure as failure:
             outcome["error"] = self._told(failure, "clsReplicate.go" if self._case.run else "clsReplicateTable.go")
-        self._local = pair.local
+        self._local, self.reasons = pair.local, pair.reasons
         if self._case.run:
             outcome["run"] = self._finish(outcome["error"],
                                           half_second if next_date % SECOND == SECOND // 2 else date_literal(next_date))
@@ -80,7 +83,7 @@ class Expected:
         self._key["source" if self._case.role == "SOURCE" else "destination"] = not error
         if error:
             return [self._before[0], self._before[1], error[2]]
-        if self._case.site == rules.OFFICES:
+        if self._case.site == OFFICES:
             self._last = recorded
         self._ready = False
         self._before = [self._local.error is not None, False]
@@ -169,17 +172,21 @@ def counts(state):
 
 def conflicts(state):
     """The conflict tables in the model's form; without order, because nothing orders them."""
+    return sorted(conflicts_by_id(state).values(), key=repr)
+
+
+def conflicts_by_id(state):
     data = {}
     for row in state["replication_conflict_data"] or []:
         data.setdefault(row["conflict_id"], []).append((row["field_name"], row["source_data"], row["destination_data"]))
-    return sorted(({"site": row["unique_key"], "next": date_of_json(row["last_replicate_date"]),
-                    "table": row["table_name"], "number": row["patient_id"],
-                    "guid": row["guid"] and GUID.text(row["guid"]),
-                    "kind": row["conflict_type"], "words": row["key_info"],
-                    "source date": date_of_json(row["source_mod_date"]),
-                    "destination date": date_of_json(row["destination_mod_date"]),
-                    "differences": DIALECT.records(data.get(row["unid"], []))}
-                   for row in state["replication_conflict"] or []), key=repr)
+    return {row["unid"]: {"site": row["unique_key"], "next": date_of_json(row["last_replicate_date"]),
+                          "table": row["table_name"], "number": row["patient_id"],
+                          "guid": row["guid"] and GUID.text(row["guid"]),
+                          "kind": row["conflict_type"], "words": row["key_info"],
+                          "source date": date_of_json(row["source_mod_date"]),
+                          "destination date": date_of_json(row["destination_mod_date"]),
+                          "differences": DIALECT.records(data.get(row["unid"], []))}
+            for row in state["replication_conflict"] or []}
 
 
 def differences(expected, actual, path=""):

@@ -1,59 +1,17 @@
 """A model of a run: the changes in the tables of two databases, by the rules alone."""
 
 import copy
-import dataclasses
-import itertools
 
 from conflict import BOTH, CHANGED_ON_DESTINATION, DELETED_ON_SOURCE, NEW_ON_DESTINATION, NEW_ON_SOURCE, Conflict
-from dialect import DIALECT
-from server import OWN_ERROR, Database, Failure, no_row, null_used, raised, row_values
+from pair import FULL_COPY, NEWER_WINS, OFFICES, ONLY_DESTINATION, SOURCE_NEWER, changed_rows, missing_rows
+from server import OWN_ERROR, Failure, no_row, null_used, raised, row_values
 from tables import TABLES
-from values import GUID, Unsupported, ZERO_DATE, date_literal, seconds, text_of
+from values import GUID, Unsupported, ZERO_DATE, seconds, text_of
 
-OFFICES, LAPTOP = 0, 1
 DELETE_ALL, ONE_WAY, ONE_WAY_DELETES, TWO_WAY, TWO_WAY_NO_DELETES, COMPUTER_TYPE, BY_KEY = range(1, 8)
 UNKNOWN, DELETE_WITH_UPDATES, SKIP_DELETES, ONLY_DELETES = range(1, 5)
 COUNTERS = ("source add", "source update", "source delete", "add", "update", "delete", "conflict", "error")
 UNCODED_TYPE = "ado type not coded, see debug"
-
-
-@dataclasses.dataclass
-class Pair:
-    """The two databases of a run, its site and the messages that it showed."""
-    source: Database
-    destination: Database
-    site: int
-    local: Database
-    boxes: list = dataclasses.field(default_factory=list)
-
-    def set_error(self, message):
-        self.local.error = message
-
-
-def changed_rows(pair, table, key, last):
-    """Keys and dates of the rows on both sides that differ in date, one of them after the last run."""
-    limit = date_literal(last)
-    if limit is None:
-        return []
-    listed = []
-    for row, other in itertools.product(pair.source.listed(table), pair.destination.listed(table)):
-        dates = (row["mod_date"], other["mod_date"])
-        if row[key] is None or other[key] is None or None in dates or dates[0] == dates[1]:
-            continue
-        if DIALECT.comparable(row[key]) == DIALECT.comparable(other[key]) and max(dates) > limit:
-            listed.append((other[key], *dates))
-    return DIALECT.joined(listed)
-
-
-def missing_rows(here, there, table, key):
-    """Key and date of the rows that only `here` has. A Null among the keys there hides them all."""
-    keys = {DIALECT.comparable(row[key]) for row in there.rows(table)}
-    if not keys:
-        return [(row[key], row["mod_date"]) for row in here.listed(table)]
-    if None in keys:
-        return []
-    return [(row[key], row["mod_date"]) for row in here.listed(table)
-            if row[key] is not None and DIALECT.comparable(row[key]) not in keys]
 
 
 class TableRun:
@@ -122,6 +80,7 @@ class TableRun:
 
     def _copy(self, table):
         self.pair.destination.tables[table.name] = [dict(row) for row in self.pair.source.rows(table)]
+        self.pair.explain(self.pair.destination, table, None, FULL_COPY)
 
     def write_counts(self, *counts):
         for suffix, counter in counts:
@@ -174,6 +133,7 @@ class OneWay:
             self._report(key, BOTH, not_allowed if self.at_offices else None, self.pair.destination, self.pair.source)
         elif source > destination:
             self.pair.destination.update(self.table, self.key, key, self._source_values(key))
+            self.pair.explain(self.pair.destination, self.table, key, SOURCE_NEWER)
             self.run_object.count["update"] += 1
             self._dependents(key)
         elif self.at_offices:
@@ -217,6 +177,7 @@ class OneWay:
         if self.by_key and self.table.name == "dentist_company":
             self.pair.destination.update(TABLES["chart_comment_info"], "dc_id", key, {"dc_id": None})
         self.pair.destination.delete(self.table, self.key, key)
+        self.pair.explain(self.pair.destination, self.table, key, ONLY_DESTINATION)
         self._dependents(key)
         self.run_object.count["delete"] += 1
 
@@ -285,6 +246,7 @@ class TwoWay:
             if source < destination:
                 newer, older = older, newer
             older.update(self.table, "unid", key, self.run_object.values(newer.select(self.table, "unid", key)))
+            self.pair.explain(older, self.table, key, NEWER_WINS)
 
     def _one_sided(self, here, there, name):
         for value, date in missing_rows(here, there, self.table, "unid"):
