@@ -75,6 +75,10 @@ class Host:
     def __init__(self, databases, site, role):
         self._process = subprocess.Popen(["wine", str(BINARIES / "model_host.exe")], stdin=subprocess.PIPE,
                                          stdout=subprocess.PIPE, stderr=sys.stderr)
+        self.connect(databases, site, role)
+
+    def connect(self, databases, site, role):
+        """Connects, anew for another site or role."""
         if answer := self.ask("init", site, role, *databases.data_sources(), os.environ["QUINMARK_PASSWORD"], 4, "NUL"):
             raise RuntimeError(f"the component cannot be set up: {answer}")
 

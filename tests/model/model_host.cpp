@@ -58,9 +58,12 @@ private:
     std::map<std::wstring, DATE> dates_;
 };
 
-/// init SITE ROLE SOURCE_PREFIX SOURCE_DSN DESTINATION_PREFIX DESTINATION_DSN PASSWORD LOG_LEVEL LOG_FILE
+/// Connects, anew if it was connected: init SITE ROLE SOURCE_PREFIX SOURCE_DSN DESTINATION_PREFIX DESTINATION_DSN PASSWORD LOG_LEVEL LOG_FILE
 void Host::init(const Fields& command)
 {
+    tables_.clear();
+    factory_.call(L"disconnect");
+    local_ = Dispatch::create(L"ADODB.Connection");
     const std::wstring& local = command.at(command.at(2) == L"SOURCE" ? 4 : 6);
     local_.call(L"Open", {text(L"DSN=" + local + L";UID=quinmarkapp_user;PWD=" + command.at(7))});
     factory_.call(L"init", {std::stol(command.at(1)), text(command.at(2)), text(command.at(3)), text(command.at(4)),

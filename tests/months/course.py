@@ -1,28 +1,17 @@
-"""A month's course on the machines: each run of the component is compared with the model, and its losses are judged."""
-
-import copy
+"""A month's course on the machines: what people type and decide, the runs, and the judgement of what these did."""
 
 import conflict
 import month as calendar
-from cases import Case
-from check import closest
-from ledger import CLOSE, CONFLICT, SINCE, Copy, Ledger, Run
+from between import Between, Find
+from cases import SIDES
+from ledger import BOX, CLOSE, CONFLICT, SHARED, SINCE, Copy, Ledger, Run
 from machines import LAPTOPS, MACHINES, OFFICE
 from month import BEGIN, LAST_RUN, LONG_AGO, change, deletion, insertion, key_of
-from outcome import Actual, Expected, conflicts, conflicts_by_id, date_of_json, differences, ordered
-from pair import LAPTOP, Pair
-from server import Database, Failure, host_number, raised
-from tables import TABLES
+from pair import LAPTOP
 from values import DAY, SECOND, iso, seconds
 
 # At least two, and more as long as decisions make people save records again.
 QUIET_NIGHTS = 4
-SIDES = ("source", "destination")
-LOCAL = {"SOURCE": "source", "DESTINATION": "destination"}
-
-
-class Find(Exception):
-    """Something that must not be; its arguments are lines."""
 
 
 class Course:
@@ -34,11 +23,11 @@ class Course:
         self._seen = seen
         self._ledger = Ledger(LAST_RUN)
         self._copies = {machine: {} for machine in MACHINES}
+        self._pending = []  # statements of people
         self._last = dict.fromkeys(LAPTOPS, LAST_RUN)
         self._waiting = {}  # laptop and row by the id of a conflict
+        self._kept = set()  # laptops and rows for which a person has decided
         self._saved = 0  # records that a person has saved again
-        self._pending = []
-        self._settled_by_laptop = set()
         self.runs = 0
 
     def go(self):
@@ -48,7 +37,7 @@ class Course:
             for laptop, when in runs:
                 while moments and moments[0] < when:
                     self._type(moments.pop(0))
-                self._night(laptop, when)
+                self._run(laptop, when)
                 self._decide(laptop, when + calendar.MINUTE // 2, 0.5)
             for when in moments:
                 self._type(when)
@@ -72,20 +61,19 @@ class Course:
 
     def _write(self, machine, row, text, when, seen=None):
         """Somebody saves or deletes a row at a machine; `seen` are the versions in front of this person."""
-        name, key = row
         former = self._copies[machine].pop(row, None)
         if text is None:
             self._ledger.delete(machine, row, former.text, when)
-            self._pending.append(deletion(machine, name, key))
+            self._pending.append(deletion(machine, *row))
             return
         date = self._month.clock(machine, when)
         seen = {former.text} if seen is None and former else seen or ()
         self._ledger.type(machine, row, text, when, date, seen)
-        self._pending.append((change if former else insertion)(machine, name, key, text, date))
+        self._pending.append((change if former else insertion)(machine, *row, text, date))
         self._copies[machine][row] = Copy(text, date)
 
     def _decide(self, laptop, when, share):
-        """A person looks at the laptop's conflicts, row by row."""
+        """A person looks at the laptop's conflicts, row by row, and decides about this share of the rows."""
         rows = {}
         for number, (owner, row) in self._waiting.items():
             if owner == laptop:
@@ -95,226 +83,158 @@ class Course:
                 self._settle(laptop, row, numbers, when, share == 1)
 
     def _settle(self, laptop, row, numbers, when, for_good):
-        site = self._month.place.site
-        use = conflict.USE_SOURCE if for_good else self._month.random.choice((1, 1, 2, 3))
-        if site == LAPTOP or self._month.random.random() < 0.2:
-            settled = self._resolve(laptop, row, numbers[-1], use)
-        else:
-            settled = False
-        if use == conflict.USE_DESTINATION and settled:
-            self._settled_by_laptop.add((laptop, row))
+        use = conflict.USE_SOURCE if for_good else self._month.random.choice(
+            (conflict.USE_SOURCE, conflict.USE_SOURCE, conflict.USE_DESTINATION, conflict.WORK_LATER))
+        settled = False
+        # At the offices the component settles nothing: tried now and then.
+        if self._month.place.site == LAPTOP or self._month.random.random() < 0.2:
+            settled = self._resolve(laptop, numbers[-1], use)
+        if settled and use == conflict.USE_DESTINATION:
+            self._kept.add((laptop, row))
         if not settled and (for_good or self._month.random.random() < 0.5):
             self._settle_by_hand(laptop, row, when)
             settled = True
         if settled:
             self._dismiss(laptop, numbers)
 
-    def _dismiss(self, laptop, numbers):
-        machine = OFFICE if self._month.place.role == "SOURCE" else laptop
-        for number in numbers:
-            self._waiting.pop(number)
-            self._pending.append(f"delete from {machine}.replication_conflict_data where conflict_id = '{number}';"
-                                 f"delete from {machine}.replication_conflict where unid = '{number}';")
+    def _resolve(self, laptop, number, use):
+        self._flush()
+        decision = Between(self._machines, self._month, laptop)
+        settled = decision.resolve(number, use)
+        self._take(laptop, decision.after)
+        return settled
 
     def _settle_by_hand(self, laptop, row, when):
         """The person saves the record again at the office, or deletes it at the laptop where the office lacks it."""
         office, own = self._copies[OFFICE].get(row), self._copies[laptop].get(row)
         self._saved += 1
         if office:
-            seen = {copy.text for copy in (office, own) if copy}
-            self._write(OFFICE, row, self._month.word(OFFICE), when, seen)
+            self._write(OFFICE, row, self._month.word(OFFICE), when, {copy.text for copy in (office, own) if copy})
         elif own:
             self._write(laptop, row, None, when)
 
-    def _resolve(self, laptop, row, number, use):
-        """Lets the component settle a conflict; whether it did."""
-        self._flush(laptop, None)
-        case, actual = self._pairing(laptop)
-        before = actual.state
-        local = LOCAL[case.role]
-        records = conflicts_by_id(before[local])
-        pair = self._model(case, before, list(records.values()))
-        wanted = self._answer(pair, records[number], use)
-        answer = self._host(laptop).ask("resolve", number, use)
-        if answer[0][0] == "error":
-            given = int(answer[0][1])
-        else:
-            given = (answer[0][1] == "1", answer[0][2])
-        after = self._machines.pair(laptop).read(case.tables(), case.site)
-        self._compare(f"the decision {use} about {row}",
-                      {"answer": wanted, "conflicts": sorted(pair.local.conflicts, key=repr),
-                       **{side: {name: ordered(getattr(pair, side).tables[name]) for name in case.tables()}
-                          for side in SIDES}},
-                      {"answer": given, "conflicts": conflicts(after[local]),
-                       **{side: {name: ordered(after[side][name]) for name in case.tables()} for side in SIDES}})
-        self._take(laptop, after)
-        return number not in conflicts_by_id(after[local])
-
-    @staticmethod
-    def _answer(pair, record, use):
-        try:
-            return conflict.resolve(pair, record, use)
-        except Failure as failure:
-            return host_number(raised(failure.number))
+    def _dismiss(self, laptop, numbers):
+        for number in numbers:
+            self._waiting.pop(number)
+            self._pending += [f"delete from {self._local(laptop)}.{table} where {column} = '{number}';"
+                              for table, column in (("replication_conflict_data", "conflict_id"),
+                                                    ("replication_conflict", "unid"))]
 
     # Nights.
 
-    def _night(self, laptop, when, last=None):
+    def _run(self, laptop, when, last=None):
         """A run of the component, as a host makes it that goes on after conflicts."""
-        place = self._month.place
         if last is None and self._month.looks_back:
             last = BEGIN - DAY
-        if last is None and place is calendar.KEPT:
+        if last is None and self._month.place is calendar.KEPT:
             last = self._last[laptop]
-        self._flush(laptop, when, last)
-        case, actual = self._pairing(laptop)
-        before = actual.state
-        local = LOCAL[case.role]
-        case.last = date_of_json(before[local]["control"]["last_timestamp"])
-        known = conflicts_by_id(before[local])
-        memory = Database(None, {})
-        memory.conflicts = list(known.values())
-        names = self._machines.pair(laptop).names
-        expected = Expected(case, names, {side: before[side]["key"] for side in SIDES}, memory)
-        expected.create()
-        actual.create()
-        expected.begin()
-        outcome = actual.run()
-        next_date = outcome.pop("next")
-        found, expected = closest(expected, outcome, before, next_date, outcome["control"][2])
+        self._prepare(laptop, when, last)
+        between = Between(self._machines, self._month, laptop)
+        if list(self._rows(between.before).values()) != [self._copies[OFFICE], self._copies[laptop]]:
+            raise Find(f"somebody else has written at the office or {laptop}", str(between.before), str(self._copies))
+        known = between.conflicts()
+        recorded = between.run()
         self.runs += 1
-        if found or outcome["error"] or next_date != self._month.clock(self._local(laptop), when):
-            raise Find(f"the run with {laptop} at {iso(when)}, interval from {iso(case.last)} to {iso(next_date)}:",
-                       *found, str(outcome["error"]))
-        self._judge(laptop, when, case, before, actual.state, expected.reasons, outcome["boxes"], known,
-                    next_date)
-        self._end(laptop, next_date, date_of_json(actual.state[local]["control"]["last_timestamp"]))
+        if between.end != self._month.clock(self._local(laptop), when):
+            raise Find(f"the run with {laptop} at {iso(when)} ends its interval at {iso(between.end)}")
+        self._judge(laptop, when, between, known)
+        self._move_interval(laptop, between.end, recorded)
 
-    def _judge(self, laptop, when, case, before, after, reasons, boxes, known, end):
-        former = self._rows(before)
-        if [former["source"], former["destination"]] != [self._copies[OFFICE], self._copies[laptop]]:
-            raise Find("somebody else has written", str(former), str(self._copies))
-        present = self._rows(after)
-        waiting = {row for number, (owner, row) in self._waiting.items() if owner == laptop}
-        for number, record in conflicts_by_id(after[LOCAL[case.role]]).items():
+    def _judge(self, laptop, when, between, known):
+        former, present = self._rows(between.before), self._rows(between.after)
+        waiting = {row for owner, row in self._waiting.values() if owner == laptop}
+        for number, record in between.conflicts().items():
             if number not in known:
-                name = record["table"]
-                row = (name, record["guid"] or str(record["number"]))
+                row = (record["table"], record["guid"] or str(record["number"]))
                 self._waiting[number] = (laptop, row)
                 self._ledger.tell(laptop, row, [present[side].get(row) for side in SIDES], record["kind"], when)
-        run = Run(laptop, case.site, when, case.last, end, former, present, reasons, boxes,
-                  self._month.place is calendar.SHARED, waiting)
+        run = Run(laptop, between.site, when, between.last, between.end, former, present, between.reasons,
+                  between.boxes, self._month.place is calendar.SHARED, waiting)
         for loss, reason in self._ledger.judge(run):
-            self._count(laptop, loss, reason)
-        self._take(laptop, after)
-
-    def _count(self, laptop, loss, reason):
-        allowed = (CONFLICT,) if self._is_strict() else None
-        if reason is None or allowed and reason not in allowed:
-            raise Find(f"lost without a reason at the {loss.side} of {laptop}: {loss} ({reason})",
-                       *self._story(loss.row))
-        self._seen["lost", reason] += 1
-
-    def _is_strict(self):
-        """Whether nothing may be lost: only the office types, at a distance from the runs, with intervals apart."""
-        month = self._month
-        return month.only_office_types and not month.is_hurried and month.place is not calendar.SHARED
+            if reason is None or self._month.is_safe() and reason not in (CONFLICT, BOX):
+                raise Find(f"lost without a reason at the {loss.side}, in a run with {laptop}: {loss} ({reason})",
+                           *self._story(loss.row))
+            self._seen["lost", reason] += 1
+        self._take(laptop, between.after)
 
     def _story(self, row):
         return [f"{iso(when)} {text}" for when, text in self._ledger.history[row]]
 
-    def _end(self, laptop, next_date, recorded):
+    def _move_interval(self, laptop, end, recorded):
         """The host of a laptop moves the interval itself."""
         self._last[laptop] = recorded
         if self._month.place.site == LAPTOP:
-            self._last[laptop] = seconds(next_date) * SECOND
+            self._last[laptop] = seconds(end) * SECOND
             self._pending.append(f"update {laptop}.replication_control set last_timestamp = "
                                  f"'{iso(self._last[laptop])}' where unique_key = {LAPTOP};")
 
     def _quiet_nights(self):
         """Nobody types, all conflicts are decided; then each laptop has the office's rows but for those that differ for
-        a reason, and these too once a person has done what the documents say."""
+        a reason, and these too once a person has done what docs/administration.md says."""
         start = BEGIN + self._month.nights * DAY
         for night in range(QUIET_NIGHTS):
             saved = self._saved
             self._round(start + night * DAY)
             if night > 0 and saved == self._saved:
                 break
-        for laptop in LAPTOPS:
-            for row, office, own in self._different(laptop):
-                reason = self._reason(laptop, row, office, own)
-                if reason is None:
-                    raise Find(f"{laptop} differs in {row}: {office} at the office, {own}", *self._story(row))
-                self._seen["differ", reason] += 1
+        for laptop, row, office, own in self._different():
+            reason = self._reason(laptop, row, office, own)
+            if reason is None:
+                raise Find(f"{laptop} differs in {row}: {office} at the office, {own}", *self._story(row))
+            self._seen["differ", reason] += 1
         self._put_right(start + QUIET_NIGHTS * DAY)
 
     def _round(self, when, last=None):
         for number, laptop in enumerate(LAPTOPS):
             moment = when + number * calendar.HOUR
-            self._night(laptop, moment, last)
+            self._run(laptop, moment, last)
             self._decide(laptop, moment + calendar.MINUTE, 1)
 
     def _reason(self, laptop, row, office, own):
-        method, = (plan for plan in self._month.plans if plan["name"] == row[0])
-        if (laptop, row) in self._settled_by_laptop:
+        deletes, = (plan["deletes"] for plan in self._month.plans if plan["name"] == row[0])
+        if (laptop, row) in self._kept:
             return "decided for the laptop's row"
-        if method["deletes"] == calendar.rules.SKIP_DELETES and not office:
+        if deletes == calendar.rules.SKIP_DELETES and not office:
             return "deletes are skipped"
         reason = self._ledger.difference(laptop, row, office, own, self._month.is_two_way)
-        return None if self._is_strict() or reason == SINCE and self._month.place is not calendar.SHARED or self._month.looks_back and reason != CLOSE else reason
+        if reason == SINCE and self._month.place is calendar.SHARED:
+            return SHARED
+        return None if self._month.is_safe() and reason != CLOSE or reason == SINCE else reason
 
     def _put_right(self, when):
-        """One-way: a person saves at the office what differs, or deletes at the laptop what the office lacks. Two-way:
-        the interval is set back."""
-        last = BEGIN - DAY if self._month.is_two_way else None
-        for laptop in LAPTOPS if not self._month.is_two_way else ():
-            for row, office, own in self._different(laptop):
+        """One-way: a person saves at the office what differs, or deletes at the laptop what the office lacks. Two-way,
+        or with one interval for all laptops: it is set back."""
+        is_two_way, is_shared = self._month.is_two_way, self._month.place is calendar.SHARED
+        if not is_two_way:
+            for laptop, row, *_ in self._different():
                 self._settle_by_hand(laptop, row, when)
-        if self._month.place is calendar.SHARED:
-            last = when - calendar.HOUR
-        rounds = 2 if self._month.is_two_way or self._month.place is calendar.SHARED else 1
-        for number in range(rounds):
+        last = BEGIN - DAY if is_two_way else when - calendar.HOUR if is_shared else None
+        for number in range(2 if is_two_way or is_shared else 1):
             self._round(when + calendar.HOUR + number * DAY, last)
-        for laptop in LAPTOPS:
-            for row, office, own in self._different(laptop):
-                if not (self._month.is_two_way and office and own and seconds(office.date) == seconds(own.date)):
-                    raise Find(f"{laptop} still differs in {row}: {office} at the office, {own}", *self._story(row))
+        for laptop, row, office, own in self._different():
+            if not (is_two_way and office and own and seconds(office.date) == seconds(own.date)):
+                raise Find(f"{laptop} still differs in {row}: {office} at the office, {own}", *self._story(row))
 
-    def _different(self, laptop):
-        office, own = self._copies[OFFICE], self._copies[laptop]
-        return [(row, office.get(row), own.get(row)) for row in sorted(office.keys() | own.keys())
-                if not (row in office and row in own and office[row].text == own[row].text)]
+    def _different(self):
+        office = self._copies[OFFICE]
+        return [(laptop, row, office.get(row), self._copies[laptop].get(row)) for laptop in LAPTOPS
+                for row in sorted(office.keys() | self._copies[laptop].keys())
+                if not (row in office and row in self._copies[laptop]
+                        and office[row].text == self._copies[laptop][row].text)]
 
     # The machines.
 
     def _local(self, laptop):
         return OFFICE if self._month.place.role == "SOURCE" else laptop
 
-    def _host(self, laptop):
-        return self._machines.host(laptop, self._month.place.site, self._month.place.role)
+    def _prepare(self, laptop, when, last):
+        local, moved = self._local(laptop), f", last_timestamp = '{iso(last)}'" if last is not None else ""
+        self._pending.append(f"update {local}.clock set now = '{iso(self._month.clock(local, when))}';"
+                             f"update {local}.replication_control set ready_f = 1, error_f = 0, error_message = null"
+                             f"{moved} where unique_key = {self._month.place.site};")
+        self._flush()
 
-    def _pairing(self, laptop):
-        place = self._month.place
-        case = Case(site=place.site, role=place.role, run=True, version="laptop", last=None, next=None, again=None,
-                    plans=self._month.plans, state={})
-        return case, Actual(case, self._machines.pair(laptop), self._host(laptop))
-
-    @staticmethod
-    def _model(case, state, records):
-        databases = {side: Database(None, {name: copy.deepcopy(state[side][name]) for name in case.tables()})
-                     for side in SIDES}
-        pair = Pair(*databases.values(), case.site, databases[LOCAL[case.role]])
-        pair.local.conflicts = records
-        return pair
-
-    def _flush(self, laptop, when, last=None):
-        """Writes what people have done, and prepares a run."""
-        if when is not None:
-            local, site = self._local(laptop), self._month.place.site
-            moved = f", last_timestamp = '{iso(last)}'" if last is not None else ""
-            self._pending.append(f"update {local}.clock set now = '{iso(self._month.clock(local, when))}';"
-                                 f"update {local}.replication_control set ready_f = 1, error_f = 0, error_message = "
-                                 f"null{moved} where unique_key = {site};")
+    def _flush(self):
         if self._pending:
             self._machines.sql("".join(self._pending))
         self._pending = []
@@ -324,10 +244,4 @@ class Course:
                        for name in self._month.tables for row in state[side][name]} for side in SIDES}
 
     def _take(self, laptop, state):
-        rows = self._rows(state)
-        self._copies[OFFICE], self._copies[laptop] = rows["source"], rows["destination"]
-
-    @staticmethod
-    def _compare(what, expected, actual):
-        if found := differences(expected, actual):
-            raise Find(f"{what}:", *found)
+        self._copies[OFFICE], self._copies[laptop] = self._rows(state).values()

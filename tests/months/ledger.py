@@ -94,7 +94,8 @@ class Ledger:
         losses = [loss for side in ("source", "destination") for loss in self._losses(run, side)]
         judged = [(loss, self._reason(run, loss)) for loss in losses]
         for loss in losses:
-            self._winners[loss.row, loss.former.text] |= {loss.present.text} if loss.present else set()
+            for version in self.versions[loss.former.text].seen | {loss.former.text} if loss.present else ():
+                self._winners[loss.row, version].add(loss.present.text)
         self._note_meetings(run)
         self._runs[run.laptop].append((run.begin, run.end))
         return judged
@@ -108,12 +109,10 @@ class Ledger:
                 continue
             self.history[row].append((run.begin, f"the run with {run.laptop} makes {former.text} at {machine} "
                                                  f"{present.text if present else 'nothing'}"))
-            if present and self._follows(row, present.text, former.text):
-                continue
-            if not present and row not in run.after[other] and former.text in self._deleted[peer, row]:
+            if former.text in self._deleted[peer, row] and (present or row not in run.after[other]):
                 self._deleted[machine, row] |= self._deleted[peer, row]
-                continue
-            yield Loss(side, row, former, present)
+            elif not present or not self._follows(row, present.text, former.text):
+                yield Loss(side, row, former, present)
 
     def _follows(self, row, present, former):
         """Whether a version was typed by somebody who saw another, or is one to which that was lost elsewhere."""
@@ -172,7 +171,9 @@ class Ledger:
         for side, other in (("source", "destination"), ("destination", "source")):
             machine = OFFICE if side == "source" else run.laptop
             for row, copy in run.after[side].items():
-                self._arrived.setdefault((machine, row, copy.text), run.begin)
+                former = run.before[side].get(row)
+                if not former or former.text != copy.text:
+                    self._arrived[machine, row, copy.text] = run.begin
                 peer = run.after[other].get(row)
                 if not peer or peer.text != copy.text:
                     apart = abs(seconds(copy.date) - seconds(peer.date)) if peer else 3

@@ -68,12 +68,16 @@ class Machines:
     def pair(self, laptop):
         return Pairing(self, laptop)
 
-    def host(self, laptop, site, role):
-        """The component in a process that is connected for this laptop."""
-        key = (laptop, site, role)
-        if key not in self._hosts:
-            self._hosts[key] = Host(self.pair(laptop), site, role)
-        return self._hosts[key]
+    def host(self, laptop, *place):
+        """The component in a process of the laptop's, connected for this site and role. Not one for each: the server has
+        a hundred connections."""
+        host, where = self._hosts.get(laptop, (None, None))
+        if not host:
+            host = Host(self.pair(laptop), *place)
+        elif where != place:
+            host.connect(self.pair(laptop), *place)
+        self._hosts[laptop] = host, place
+        return host
 
 
 class Pairing:

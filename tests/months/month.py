@@ -44,16 +44,18 @@ AT_LAPTOPS = Place("each laptop runs the component", LAPTOP, "DESTINATION")
 FOR_EACH = Place("the office runs it, with each laptop's database as the local one", OFFICES, "DESTINATION")
 KEPT = Place("the office runs it, and puts in each laptop's last_timestamp", OFFICES, "SOURCE")
 SHARED = Place("the office runs it, with one last_timestamp for all laptops", OFFICES, "SOURCE")
+# The component connects anew for another place: so the following months are in one.
+IN_ONE_PLACE = 10
+PLACES = (AT_LAPTOPS, FOR_EACH, AT_LAPTOPS, KEPT, AT_LAPTOPS, SHARED, AT_LAPTOPS, FOR_EACH, AT_LAPTOPS, KEPT)
 
 
 class Month:
     """What a month is like, and what happens in it as chance has it. Times are those of an unerring clock."""
 
-    def __init__(self, random):
+    def __init__(self, random, number):
         self.random = random
-        self.is_two_way = random.random() < 0.3
-        self.place = AT_LAPTOPS if self.is_two_way else random.choices(
-            (AT_LAPTOPS, FOR_EACH, KEPT, SHARED), (5, 2, 2, 1))[0]
+        self.place = PLACES[number // IN_ONE_PLACE % len(PLACES)]
+        self.is_two_way = self.place is AT_LAPTOPS and random.random() < 0.5
         # Two-way: the interval begins before everything that a laptop may bring late.
         self.looks_back = self.is_two_way and random.random() < 0.5
         self.only_office_types = not self.is_two_way and random.random() < 0.35
@@ -72,6 +74,12 @@ class Month:
                   self.only_office_types), ("types around the runs", self.is_hurried)) if is_so]
         plans = [f"{plan['name']} by method {plan['method']}" for plan in self.plans]
         return "; ".join([*words, *plans, f"clocks ahead by ms: {self.ahead}"])
+
+    def is_safe(self):
+        """Whether nothing may be lost without a conflict or a decision, as docs/administration.md promises: a one-way
+        table that only the office writes, at a distance from the runs, where each laptop has an interval of its own; or
+        a two-way table whose interval looks back far enough."""
+        return self.looks_back or (self.only_office_types and not self.is_hurried and self.place is not SHARED)
 
     def clock(self, machine, when):
         """The machine's clock. No date ends in half a second, which may be rounded either way."""

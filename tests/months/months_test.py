@@ -16,9 +16,10 @@ import sys
 import time
 
 import drawing
-from course import Course, Find
+from between import Find
+from course import Course
 from machines import Machines
-from month import Month
+from month import IN_ONE_PLACE, Month
 from side import skip_without_postgresql
 
 SAMPLE = 200
@@ -37,7 +38,7 @@ class Worker:
     def month(cls, seed, number):
         """The month's find as text, if any; what was seen in it."""
         cls.machines = cls.machines or Machines(cls.number)
-        month = Month(random.Random(f"{seed} {number}"))
+        month = Month(random.Random(f"{seed} {number}"), number)
         seen = collections.Counter()
         course = Course(cls.machines, month, seen)
         found = ""
@@ -63,7 +64,7 @@ def main():
         numbers = drawing.numbers(chosen)
         while (batch := list(itertools.islice(numbers, BATCH))) and found < ENOUGH:
             for text, month_seen, month_runs in pool.starmap(
-                    Worker.month, zip(itertools.repeat(chosen.seed), batch), chunksize=1):
+                    Worker.month, zip(itertools.repeat(chosen.seed), batch), chunksize=IN_ONE_PLACE):
                 tried += 1
                 found += bool(text)
                 runs += month_runs
