@@ -28,7 +28,10 @@ struct TableConfiguration
     double maxUpdate = 50;
 
     /// The column that rows are matched by.
-    std::string keyColumn() const { return method == ONE_WAY_WITH_PK_FIELD ? key : "unid"; }
+    std::string keyColumn() const { return key.empty() ? "unid" : key; }
+
+    /// Whether a run empties the destination's table and fills it again.
+    bool isCopiedWhole() const { return method == ONE_WAY_DELETE_ALL || method == COMPUTER_TYPE; }
 };
 
 /// How a run treats an error that the last run recorded for conflicts alone.

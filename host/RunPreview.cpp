@@ -2,6 +2,7 @@
 
 #include "ConflictPreview.h"
 #include "Failure.h"
+#include "ForeignKeyPreview.h"
 #include "RowDecision.h"
 #include "TableContent.h"
 #include "WaitingRows.h"
@@ -12,7 +13,9 @@
 #include "result_text.h"
 #include "text.h"
 
+#include <algorithm>
 #include <fmt/format.h>
+#include <optional>
 
 using namespace quinmark;
 using nlohmann::ordered_json;
@@ -77,10 +80,11 @@ class TablePreviewer
 {
 public:
     TablePreviewer(const Configuration& configuration, Databases& databases, const TableConfiguration& table,
-                   const WaitingRows& waiting, DATE dLastReplicate)
+                   const WaitingRows& waiting, const ForeignKeyPreview* keys, DATE dLastReplicate)
         : databases_(databases),
           configured_(table),
           waiting_(waiting),
+          keys_(keys),
           plan_(planOf(table.method, table.deletes)),
           table_{toWide(table.name), toWide(table.keyColumn())},
           prefixes_{toWide(configuration.source.prefix), toWide(configuration.destination.prefix)},
@@ -111,6 +115,8 @@ public:
 private:
     void compare()
     {
+        if (keys_)
+            keys_->preview(configured_, stops_);
         switch (plan_.engine) {
         case Engine::FullCopy:
             previewFullCopy(table_);
@@ -281,29 +287,33 @@ private:
 
     void judgeShares()
     {
-        constexpr char kDeleted[] = "{} of {} rows of the {} would be deleted, {} % may be. If that is meant, run with "
-                                    "--force or raise max_delete for the table.";
-        constexpr char kOverwritten[] = "{} of {} rows of the {} would be overwritten, {} % may be. Look whether the "
-                                        "direction and the clocks are right; if that is meant, run with --force or "
-                                        "raise max_update for the table.";
+        constexpr char kDeleted[] = "{} of {} rows of the {} would be deleted, {} may be. If that is meant, run with "
+                                    "--force{}.";
+        constexpr char kOverwritten[] = "{} of {} rows of the {} would be overwritten, {} may be. Look whether the "
+                                        "direction and the clocks are right; if that is meant, run with --force{}.";
         const auto judge = [this](StopReason reason, const char* text, const std::vector<_variant_t>& keys,
-                                  const char* side, long long rows, double percent) {
+                                  const char* side, long long rows, double percent, const char* limit) {
             const auto part = static_cast<long long>(keys.size());
             if (!exceeds(part, rows, percent))
                 return;
-            const std::string told = fmt::format(fmt::runtime(text), part, rows, side, percent);
+            const std::string told =
+                fmt::format(fmt::runtime(text), part, rows, side, percent > 0 ? fmt::format("{} %", percent) : "none",
+                            percent > 0 ? fmt::format(" or raise {} for the table", limit) : "");
             for (const _variant_t& key : keys)
                 stops_.addRow(reason, told, key);
         };
-        judge(StopReason::Deletes, kDeleted, deleted_, "destination", preview_.destinationRows, configured_.maxDelete);
+        judge(StopReason::Deletes, kDeleted, deleted_, "destination", preview_.destinationRows, configured_.maxDelete,
+              "max_delete");
         judge(StopReason::Updates, kOverwritten, overwritten_, "destination", preview_.destinationRows,
-              configured_.maxUpdate);
-        judge(StopReason::Updates, kOverwritten, sourceOverwritten_, "source", sourceRows_, configured_.maxUpdate);
+              configured_.maxUpdate, "max_update");
+        judge(StopReason::Updates, kOverwritten, sourceOverwritten_, "source", sourceRows_, configured_.maxUpdate,
+              "max_update");
     }
 
     Databases& databases_;
     const TableConfiguration& configured_;
     const WaitingRows& waiting_;
+    const ForeignKeyPreview* keys_;
     MethodPlan plan_;
     KeyedTable table_;
     Prefixes prefixes_;
@@ -329,9 +339,15 @@ RunPreview::RunPreview(const Configuration& configuration, Databases& databases)
     requireOwnPrefixes(configuration, databases);
     const DATE last = lastReplicateDate(configuration, databases);
     const WaitingRows waiting(databases.local());
+    std::optional<ForeignKeyPreview> keys;
+    if (std::ranges::any_of(configuration.tables, &TableConfiguration::isCopiedWhole))
+        keys.emplace(configuration, databases);
     for (const TableConfiguration& table : configuration.tables)
-        whileDoing("comparing table " + table.name,
-                   [&] { tables_.push_back(TablePreviewer(configuration, databases, table, waiting, last).take()); });
+        whileDoing("comparing table " + table.name, [&] {
+            tables_.push_back(
+                TablePreviewer(configuration, databases, table, waiting, table.isCopiedWhole() ? &*keys : nullptr, last)
+                    .take());
+        });
 }
 
 ordered_json RunPreview::stops(bool force, bool attended) const

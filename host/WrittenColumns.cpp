@@ -30,17 +30,6 @@ constexpr ServerFilled kServerFilled[] = {
      "program reads it"},
 };
 
-/// The rows of a query of SQL Server's catalog or, on a server that does not have it, of standard SQL's.
-ordered_json catalogRows(clsConn& conn, const std::wstring& sqlServer, const std::wstring& standard)
-{
-    try {
-        return jsonRows(conn, sqlServer);
-    }
-    catch (const com::Error&) {
-        return jsonRows(conn, standard);
-    }
-}
-
 std::wstring literal(const std::wstring& text)
 {
     return Common::SqlQuote(text, false, false);

@@ -27,6 +27,8 @@ struct RunOptions
     bool resetError = false;
     /// Says what goes on, on standard error.
     bool quiet = false;
+    /// Until it has gone through, the control record says that nothing was ever replicated.
+    bool firstCopy = false;
 };
 
 struct ResolveOptions
@@ -50,6 +52,8 @@ Outcome checkCommand(const Configuration& configuration);
 Outcome previewCommand(const Configuration& configuration);
 Outcome verifyCommand(const Configuration& configuration);
 Outcome runCommand(const Configuration& configuration, const RunOptions& options);
+/// The first copy: a run that copies all tables, and the dependent ones, whole.
+Outcome copyCommand(const Configuration& configuration, RunOptions options);
 /// Runs whenever the control record's next_timestamp is due, until Ctrl-C. A failure is tried again after growing
 /// pauses. `tell` is given the outcome of every attempt; the last one's exit code is the result.
 ExitCode watchCommand(const Configuration& configuration, const RunOptions& options,

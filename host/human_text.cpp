@@ -168,7 +168,14 @@ std::string failure(const ordered_json& result)
            (resultText(result["recorded"]).empty() ? "The control record could not be told.\n" : "");
 }
 
-std::string run(const ordered_json& result)
+/// A value of a result that may not be there.
+std::string textOf(const ordered_json& result, const char* name)
+{
+    return resultText(result.value(name, ordered_json()));
+}
+
+/// `heading` stands before the tables.
+std::string runText(const ordered_json& result, const std::string& heading)
 {
     if (result.contains("stops"))
         return "Nothing was written. The run stopped before it began:\n" + stopped(result["stops"]);
@@ -177,15 +184,27 @@ std::string run(const ordered_json& result)
     std::string lines = result.contains("cleared") ? cleared(result["cleared"]) : "";
     if (!result["passed"].empty())
         lines += "Gone on in spite of:\n" + stopped(result["passed"]);
-    lines += fmt::format("Interval: {} to {}\n", resultText(result["from"]), resultText(result["to"])) +
-             grid(result["tables"], {"table", "method", "adds", "updates", "deletes", "source_adds", "source_updates",
-                                     "conflicts", "errors"});
+    lines += heading + grid(result["tables"], {"table", "method", "adds", "updates", "deletes", "source_adds",
+                                               "source_updates", "conflicts", "errors"});
     lines += deletedRows("To be deleted at the destination, by the look before the run", result["deleted_rows"]);
     if (result.contains("error"))
         lines += failure(result);
     else if (!resultText(result["recorded"]).empty())
         lines += "Recorded: " + resultText(result["recorded"]) + "\n";
     return lines + waitingAfterRun(result);
+}
+
+std::string run(const ordered_json& result)
+{
+    return runText(result, fmt::format("Interval: {} to {}\n", textOf(result, "from"), textOf(result, "to")));
+}
+
+std::string copied(const ordered_json& result)
+{
+    return runText(result, result.contains("error")
+                               ? std::string()
+                               : fmt::format("Copied as of {}. The next run takes what has changed since.\n",
+                                             textOf(result, "to")));
 }
 
 std::string answer(const ordered_json& flag)
@@ -345,7 +364,7 @@ std::string humanText(const std::string& command, const ordered_json& result)
     static const std::map<std::string, std::string (*)(const ordered_json&)> kTexts = {
         {"check", checks},     {"preview", preview}, {"verify", verification}, {"run", run},
         {"status", status},    {"list", waiting},    {"show", conflict},       {"resolve", resolved},
-        {"dismiss", resolved}, {"log", decisions},   {"review", reviewed},
+        {"dismiss", resolved}, {"log", decisions},   {"review", reviewed},     {"copy", copied},
     };
     return kTexts.at(command)(result);
 }

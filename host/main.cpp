@@ -156,6 +156,7 @@ public:
         app_.get_formatter()->label("OPTIONS", "options");
         addCommands();
         addRun();
+        addCopy();
         addConflicts();
         for (CLI::App* command : app_.get_subcommands([](CLI::App*) { return true; }))
             command->group("Commands");
@@ -255,13 +256,25 @@ private:
                 [this](const Configuration& configuration) { return runCommand(configuration, options_.run); });
         run.add_flag("--watch", options_.watch,
                      "Run whenever the control record's next_timestamp is due, until Ctrl-C");
-        run.add_flag("--force", options_.run.force,
-                     "Go on in spite of what the look ahead found, but for message boxes");
         run.add_flag("--attended", options_.run.attended,
                      "Go on where message boxes will open: somebody sits at the screen and closes them");
-        run.add_flag("--ready", options_.run.markReady, "Mark the control records ready first");
-        run.add_option("--report", options_.reportFile, "Write the result as an HTML page too")->type_name("FILE");
-        run.add_flag("--reset-error", options_.run.resetError, "Clear the recorded error first");
+        addRunOptions(run);
+    }
+
+    void addCopy()
+    {
+        addRunOptions(
+            add(app_, "copy", "Make the first copy: fill the destination's tables from the source, parents first",
+                [this](const Configuration& configuration) { return copyCommand(configuration, options_.run); }));
+    }
+
+    void addRunOptions(CLI::App& command)
+    {
+        command.add_flag("--force", options_.run.force,
+                         "Go on in spite of what the look ahead found, but for message boxes");
+        command.add_flag("--ready", options_.run.markReady, "Mark the control records ready first");
+        command.add_option("--report", options_.reportFile, "Write the result as an HTML page too")->type_name("FILE");
+        command.add_flag("--reset-error", options_.run.resetError, "Clear the recorded error first");
     }
 
     void addConflicts()

@@ -64,6 +64,16 @@ ordered_json jsonRows(clsConn& conn, const std::wstring& sql)
     return rows;
 }
 
+ordered_json catalogRows(clsConn& conn, const std::wstring& sqlServer, const std::wstring& standard)
+{
+    try {
+        return jsonRows(conn, sqlServer);
+    }
+    catch (const com::Error&) {
+        return jsonRows(conn, standard);
+    }
+}
+
 std::vector<std::wstring> columnNames(clsConn& conn, const std::wstring& table)
 {
     ado::Recordset rs = openForwardOnly(conn, L"select * from " + table + L" where 1 = 0");
@@ -83,6 +93,16 @@ std::vector<std::wstring> unsupportedColumns(clsConn& conn, const std::wstring& 
             names.push_back(field.name());
     rs.close();
     return names;
+}
+
+bool isSameName(const std::string& left, const std::string& right)
+{
+    const auto plain = [](const std::string& name) {
+        std::wstring upper = com::upperCase(toWide(name));
+        std::erase_if(upper, [](wchar_t unit) { return unit == L'[' || unit == L']'; });
+        return upper;
+    };
+    return plain(left) == plain(right);
 }
 
 bool containsName(const std::vector<std::wstring>& names, const std::wstring& name)

@@ -28,11 +28,17 @@ std::optional<DATE> optionalDate(const _variant_t& value);
 /// The rows of a query, each an object by its column names.
 nlohmann::ordered_json jsonRows(clsConn& conn, const std::wstring& sql);
 
+/// The rows of a query of SQL Server's catalog or, on a server that does not have it, of standard SQL's.
+nlohmann::ordered_json catalogRows(clsConn& conn, const std::wstring& sqlServer, const std::wstring& standard);
+
 /// The columns of a table in their order.
 std::vector<std::wstring> columnNames(clsConn& conn, const std::wstring& table);
 
 /// The columns of a table that replication cannot write, by their type.
 std::vector<std::wstring> unsupportedColumns(clsConn& conn, const std::wstring& table);
+
+/// Whether two names of tables or columns are one: case and the brackets of SQL Server do not count.
+bool isSameName(const std::string& left, const std::string& right);
 
 /// Whether a name is among these, in upper or lower case.
 bool containsName(const std::vector<std::wstring>& names, const std::wstring& name);

@@ -24,6 +24,9 @@ using nlohmann::ordered_json;
 
 namespace {
 
+constexpr char kFillByRun[] = "Tables may be empty or incomplete at the destination. Once the cause is in order, "
+                              "`quinrep run --ready --reset-error` fills them row by row.";
+
 long counter(_clsReplicateTable& table, HRESULT (STDMETHODCALLTYPE _clsReplicateTable::*property)(long*))
 {
     long value = 0;
@@ -86,6 +89,8 @@ public:
         const ordered_json cleared = clearError(databases);
         prepare();
         lastRun_.begin();
+        if (options_.firstCopy)
+            forgetInterval(databases);
         const WaitingRows waiting(databases.local());
         Outcome outcome = runTables(databases);
         tellConflicts(outcome.result, waiting);
@@ -132,6 +137,15 @@ private:
             throw HostError(kNotReady, "the last run is in error: " + recorded(),
                             "Look at it with `quinrep status`, and at the conflicts with `quinrep review`. Clear it "
                             "with --reset-error once it is understood.");
+    }
+
+    /// A table that a copy has emptied and could not fill is filled by the next run of any kind only if its rows count
+    /// as new.
+    void forgetInterval(Databases& databases)
+    {
+        databases.local().execute(L"update replication_control set last_timestamp = '19000101' where unique_key = " +
+                                      siteKey(configuration_.site),
+                                  false);
     }
 
     std::string recorded()
@@ -233,6 +247,10 @@ private:
         // Not every driver's text says so.
         if (lost && resultText(outcome.result["error"]["todo"]).empty())
             outcome.result["error"]["todo"] = kServerIsLost;
+        if (options_.firstCopy) {
+            const std::string todo = resultText(outcome.result["error"]["todo"]);
+            outcome.result["error"]["todo"] = todo + (todo.empty() ? "" : " ") + kFillByRun;
+        }
         outcome.result["recorded"] = tellControlRecord(error) ? toUtf8(error.description) : "";
         return outcome;
     }
