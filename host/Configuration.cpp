@@ -29,6 +29,15 @@ const TomlWords<enumReplicationUniqueId> kSites = {{"offices", OFFICES}, {"lapto
 const TomlWords<OnConflicts> kOnConflicts = {{"stop", OnConflicts::Stop}, {"continue", OnConflicts::Continue}};
 const TomlWords<bool> kRoles = {{"source", true}, {"destination", false}};
 
+template <class Value>
+std::string wordFor(const TomlWords<Value>& words, Value wanted)
+{
+    for (const auto& [word, value] : words)
+        if (value == wanted)
+            return word;
+    return std::to_string(static_cast<int>(wanted));
+}
+
 SideConfiguration readSide(TomlReader& top, const char* name, std::vector<std::string>& mistakes)
 {
     SideConfiguration side;
@@ -197,8 +206,10 @@ Configuration loadConfiguration(const std::string& path)
 
 std::string methodName(enumReplicationMethod method)
 {
-    for (const auto& [word, value] : kMethods)
-        if (value == method)
-            return word;
-    return std::to_string(static_cast<int>(method));
+    return wordFor(kMethods, method);
+}
+
+std::string deletesName(enumReplicateDeletes deletes)
+{
+    return wordFor(kDeletes, deletes);
 }

@@ -64,8 +64,6 @@ struct Configuration
 /// expected.
 Configuration loadConfiguration(const std::string& path);
 
-/// A commented file to start from.
-std::string configurationTemplate();
-
 /// The word for a method or a delete handling in configuration files and reports.
 std::string methodName(enumReplicationMethod method);
+std::string deletesName(enumReplicateDeletes deletes);

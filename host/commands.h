@@ -16,6 +16,14 @@ struct Outcome
     ExitCode exitCode = kDone;
 };
 
+struct InitOptions
+{
+    /// The file to be written.
+    std::string path;
+    /// Site, roles, log, password sources, and data sources with their prefixes, where they were told.
+    Configuration configuration;
+};
+
 struct RunOptions
 {
     /// Goes on in spite of every stop but message boxes.
@@ -48,6 +56,8 @@ struct DismissOptions
     bool dryRun = false;
 };
 
+/// Writes a configuration: with data sources the tables that both sides have, else a template.
+Outcome initCommand(const InitOptions& options);
 Outcome checkCommand(const Configuration& configuration);
 Outcome previewCommand(const Configuration& configuration);
 Outcome verifyCommand(const Configuration& configuration);

@@ -62,6 +62,17 @@ std::string indented(const std::string& lines)
     return std::regex_replace(lines, std::regex("\r?\n"), "\n     ");
 }
 
+std::string written(const ordered_json& result)
+{
+    const std::string file = resultText(result["file"]);
+    if (result["tables"].empty())
+        return fmt::format("{} written; fill in the databases and tables, then try `quinrep check`\n", file);
+    return grid(result["tables"], {"table", "method", "reason"}) +
+           (result["left_out"].empty() ? "" : "Not listed:\n" + grid(result["left_out"], {"table", "reason"})) +
+           fmt::format("{} written with {} tables. Read it, then try `quinrep check`.\n", file,
+                       result["tables"].size());
+}
+
 std::string checks(const ordered_json& result)
 {
     std::string lines;
@@ -362,9 +373,9 @@ std::string decisions(const ordered_json& result)
 std::string humanText(const std::string& command, const ordered_json& result)
 {
     static const std::map<std::string, std::string (*)(const ordered_json&)> kTexts = {
-        {"check", checks},     {"preview", preview}, {"verify", verification}, {"run", run},
-        {"status", status},    {"list", waiting},    {"show", conflict},       {"resolve", resolved},
-        {"dismiss", resolved}, {"log", decisions},   {"review", reviewed},     {"copy", copied},
+        {"check", checks},    {"preview", preview}, {"verify", verification}, {"run", run},          {"status", status},
+        {"list", waiting},    {"show", conflict},   {"resolve", resolved},    {"dismiss", resolved}, {"log", decisions},
+        {"review", reviewed}, {"copy", copied},     {"init", written},
     };
     return kTexts.at(command)(result);
 }

@@ -31,6 +31,9 @@ struct Options
     bool json = false;
     bool verbose = false;
     bool watch = false;
+    InitOptions init;
+    std::string password = "credential:QuinmarkReplication";
+    std::string local;
     RunOptions run;
     std::string reportFile;
     ConflictFilter filter;
@@ -56,18 +59,6 @@ std::vector<std::string> arguments()
         utf8.push_back(toUtf8(wide[index]));
     LocalFree(wide);
     return utf8;
-}
-
-int initCommand(const std::string& path)
-{
-    if (std::error_code ignored; std::filesystem::exists(toWide(path), ignored))
-        throw HostError(kUsage, path + " exists already; it is left as it is", "Name another file with -c.");
-    std::ofstream file(toWide(path).c_str());
-    if (!(file << configurationTemplate()).flush())
-        throw HostError(kUsage, path + " cannot be written",
-                        "Name a file with -c, in a folder that exists and may be written to.");
-    std::cout << path << " written; fill in the databases and tables, then try `quinrep check`\n";
-    return kDone;
 }
 
 Configuration readConfiguration(const Options& options)
@@ -108,6 +99,22 @@ ExitCode tellFailure(const Options& options)
     if (!options.reportFile.empty() && !writeReport(options.reportFile, failure.result))
         std::cerr << "quinrep: " << options.reportFile << " cannot be written" << std::endl;
     return failure.exitCode;
+}
+
+InitOptions initOptions(const Options& options)
+{
+    InitOptions init = options.init;
+    init.path = options.configurationFile;
+    Configuration& configuration = init.configuration;
+    configuration.localIsSource = options.local.empty() ? configuration.site == OFFICES : options.local == "source";
+    configuration.logFile = options.logFile;
+    configuration.source.password = options.password;
+    if (configuration.destination.password.empty())
+        configuration.destination.password = options.password;
+    for (const SideConfiguration* side : {&configuration.source, &configuration.destination})
+        if (!isPasswordSource(side->password)) // which it may be itself, so it is not repeated
+            throw HostError(kUsage, std::string("a password comes from ") + kPasswordSources);
+    return init;
 }
 
 /// The conflicts that a decision is for: named ones, or all that fit the filters.
@@ -154,6 +161,7 @@ public:
         app_.footer(kOfEveryCommand);
         app_.get_formatter()->label("SUBCOMMAND", "COMMAND");
         app_.get_formatter()->label("OPTIONS", "options");
+        addInit();
         addCommands();
         addRun();
         addCopy();
@@ -229,18 +237,36 @@ private:
                             [&](const Outcome& outcome) { tell(options_, name, outcome); });
     }
 
+    /// It has no configuration to read yet.
+    void addInit()
+    {
+        CLI::App& init = *app_.add_subcommand(
+            "init", "Write a configuration: from both databases, or without data sources a template to fill in");
+        Configuration& configuration = options_.init.configuration;
+        configuration.site = LAPTOP;
+        init.add_option("--source-dsn", configuration.source.dsn, "The source's data source, mostly the office's");
+        init.add_option("--destination-dsn", configuration.destination.dsn, "The destination's data source");
+        init.add_option("--source-prefix", configuration.source.prefix,
+                        "Stands before the source's tables, such as Office.dbo.; found out unless given");
+        init.add_option("--destination-prefix", configuration.destination.prefix, "The same for the destination");
+        init.add_option("--password", options_.password, kPasswordSources)->capture_default_str();
+        init.add_option("--destination-password", configuration.destination.password,
+                        "The destination's, where it is another");
+        init.add_option("--site", configuration.site, "The site that runs quinrep: laptop unless given")
+            ->transform(CLI::CheckedTransformer(
+                std::map<std::string, enumReplicationUniqueId>({{"offices", OFFICES}, {"laptop", LAPTOP}})));
+        init.add_option("--local", options_.local,
+                        "The side that is this machine's database: the destination at a laptop, unless given")
+            ->check(CLI::IsMember({"source", "destination"}));
+        init.callback(
+            [this] { chosen_ = [this] { return tell(options_, "init", initCommand(initOptions(options_))); }; });
+    }
+
     void addCommands()
     {
         CLI::App& help = *app_.add_subcommand("help", "Tell about a command and its options, or about all of them");
         help.add_option("command", options_.topic, "The command, such as conflicts resolve")->type_name("");
         help.callback([this] { chosen_ = [this] { return this->help(); }; });
-        app_.add_subcommand("init", "Write a configuration file to start from")->callback([this] {
-            chosen_ = [this] {
-                if (options_.json)
-                    throw HostError(kUsage, "init prints no JSON object", "Leave --json out.");
-                return initCommand(options_.configurationFile);
-            };
-        });
         add(app_, "check", "Look whether everything is in place, and say what to do where not", checkCommand);
         add(app_, "preview", "Show what a run would do; changes nothing", previewCommand);
         add(app_, "verify", "Compare both sides in full; changes nothing", verifyCommand);
