@@ -14,8 +14,7 @@ constexpr char kRegistration[] = "The component is not registered for 32-bit pro
                                  "QuinmarkRepDLL.dll. A 64-bit program cannot load it.";
 constexpr char kDsn[] =
     "There is no ODBC data source of that name for 32-bit programs; make it with odbcad32 of SysWOW64.";
-constexpr char kLogin[] =
-    "The login quinmarkapp_user or its password is refused; check the password's source in the configuration.";
+constexpr char kLogin[] = "The login quinmarkapp_user or its password is refused; check the source of the password.";
 constexpr char k64BitProgram[] = "A 64-bit program cannot load the component; use the 32-bit quinrep.";
 constexpr char kBitness[] = "The data source is for 64-bit programs; make one of that name with odbcad32 of SysWOW64.";
 constexpr char kTable[] = "Look with `quinrep check` which side lacks the table or is reached by a wrong prefix.";

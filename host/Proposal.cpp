@@ -263,8 +263,8 @@ private:
                 return leftOut(facts.name, fmt::format("its rows come with those of {}", parent));
             if (isSameName(parent, "computer_type"))
                 return proposed(parent, COMPUTER_TYPE, fmt::format("copied whole, with {}", dependent));
-            ProposedTable table =
-                proposed(facts.name, ONE_WAY_ALLOW_DELETES, fmt::format("row by row, each with its {}", dependent));
+            ProposedTable table = proposed(facts.name, ONE_WAY_ALLOW_DELETES,
+                                           fmt::format("row by row, each with its rows of {}", dependent));
             table.table.dependent = dependent;
             return table;
         }
@@ -419,7 +419,7 @@ ProposedTable proposeMethod(const TableFacts& facts)
         return notWhole.empty() ? proposed(facts.name, ONE_WAY_DELETE_ALL, "copied whole: " + facts.noRows)
                                 : leftOut(facts.name, facts.noRows + ", and it cannot be copied whole: " + notWhole);
     if (facts.isDescribed)
-        return proposed(facts.name, ONE_WAY_ALLOW_DELETES, "row by row");
+        return proposed(facts.name, ONE_WAY_ALLOW_DELETES, "row by row; it has a description for conflicts");
     if (facts.sourceRows <= kSmall && notWhole.empty())
         return proposed(facts.name, ONE_WAY_DELETE_ALL,
                         fmt::format("copied whole: it has no description, without which a conflict ends the run in an "

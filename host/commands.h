@@ -39,6 +39,18 @@ struct RunOptions
     bool firstCopy = false;
 };
 
+struct ScheduleOptions
+{
+    /// A time of day, as 20:30.
+    std::string at;
+    /// The account of the task; the one that asks unless told.
+    std::string account;
+    std::string name = "Quinmark replication";
+    std::string configurationFile;
+    /// Where another log was named than the configuration's.
+    std::string logFile;
+};
+
 struct ResolveOptions
 {
     ConflictFilter filter;
@@ -68,6 +80,8 @@ Outcome copyCommand(const Configuration& configuration, RunOptions options);
 /// pauses. `tell` is given the outcome of every attempt; the last one's exit code is the result.
 ExitCode watchCommand(const Configuration& configuration, const RunOptions& options,
                       const std::function<void(const Outcome&)>& tell);
+/// Tells how to have the Task Scheduler run every evening, and what would keep it from running; changes nothing.
+Outcome scheduleCommand(const Configuration& configuration, const ScheduleOptions& options);
 Outcome statusCommand(const Configuration& configuration);
 Outcome listConflictsCommand(const Configuration& configuration, const ConflictFilter& filter);
 Outcome showConflictCommand(const Configuration& configuration, const std::string& id);

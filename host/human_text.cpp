@@ -89,6 +89,16 @@ std::string checks(const ordered_json& result)
     return lines;
 }
 
+std::string scheduled(const ordered_json& result)
+{
+    return fmt::format("In a command prompt (cmd) with the rights of an administrator:\n\n    {}\n\n{}",
+                       resultText(result["schtasks"]),
+                       resultText(result["schtasks"]).find(" /RP *") == std::string::npos
+                           ? ""
+                           : fmt::format("It asks for the password of {}. ", resultText(result["account"]))) +
+           "Look before at:\n" + checks(result);
+}
+
 /// A row by its key and, where it has one, its description.
 std::string rowText(const ordered_json& key, const ordered_json& description)
 {
@@ -373,9 +383,10 @@ std::string decisions(const ordered_json& result)
 std::string humanText(const std::string& command, const ordered_json& result)
 {
     static const std::map<std::string, std::string (*)(const ordered_json&)> kTexts = {
-        {"check", checks},    {"preview", preview}, {"verify", verification}, {"run", run},          {"status", status},
-        {"list", waiting},    {"show", conflict},   {"resolve", resolved},    {"dismiss", resolved}, {"log", decisions},
-        {"review", reviewed}, {"copy", copied},     {"init", written},
+        {"check", checks},     {"preview", preview},    {"verify", verification}, {"run", run},
+        {"status", status},    {"list", waiting},       {"show", conflict},       {"resolve", resolved},
+        {"dismiss", resolved}, {"log", decisions},      {"review", reviewed},     {"copy", copied},
+        {"init", written},     {"schedule", scheduled},
     };
     return kTexts.at(command)(result);
 }

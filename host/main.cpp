@@ -33,8 +33,10 @@ struct Options
     bool watch = false;
     InitOptions init;
     std::string password = "credential:QuinmarkReplication";
+    std::string site;
     std::string local;
     RunOptions run;
+    ScheduleOptions schedule;
     std::string reportFile;
     ConflictFilter filter;
     std::string use;
@@ -165,6 +167,7 @@ public:
         addCommands();
         addRun();
         addCopy();
+        addSchedule();
         addConflicts();
         for (CLI::App* command : app_.get_subcommands([](CLI::App*) { return true; }))
             command->group("Commands");
@@ -243,7 +246,6 @@ private:
         CLI::App& init = *app_.add_subcommand(
             "init", "Write a configuration: from both databases, or without data sources a template to fill in");
         Configuration& configuration = options_.init.configuration;
-        configuration.site = LAPTOP;
         init.add_option("--source-dsn", configuration.source.dsn, "The source's data source, mostly the office's");
         init.add_option("--destination-dsn", configuration.destination.dsn, "The destination's data source");
         init.add_option("--source-prefix", configuration.source.prefix,
@@ -252,9 +254,8 @@ private:
         init.add_option("--password", options_.password, kPasswordSources)->capture_default_str();
         init.add_option("--destination-password", configuration.destination.password,
                         "The destination's, where it is another");
-        init.add_option("--site", configuration.site, "The site that runs quinrep: laptop unless given")
-            ->transform(CLI::CheckedTransformer(
-                std::map<std::string, enumReplicationUniqueId>({{"offices", OFFICES}, {"laptop", LAPTOP}})));
+        init.add_option("--site", options_.site, "The site that runs quinrep: laptop unless given")
+            ->check(CLI::IsMember({"offices", "laptop"}));
         init.add_option("--local", options_.local,
                         "The side that is this machine's database: the destination at a laptop, unless given")
             ->check(CLI::IsMember({"source", "destination"}));
@@ -292,6 +293,25 @@ private:
         addRunOptions(
             add(app_, "copy", "Make the first copy: fill the destination's tables from the source, parents first",
                 [this](const Configuration& configuration) { return copyCommand(configuration, options_.run); }));
+    }
+
+    /// It changes nothing and connects to nothing, so it asks for no password.
+    void addSchedule()
+    {
+        ScheduleOptions& options = options_.schedule;
+        CLI::App& schedule = *app_.add_subcommand(
+            "schedule", "Print the command that has the Task Scheduler run every evening; changes nothing");
+        schedule.add_option("--at", options.at, "The time of day, such as 20:30")->required();
+        schedule.add_option("--account", options.account, "The account that the task runs under: yours unless given");
+        schedule.add_option("--name", options.name, "The task's name")->capture_default_str();
+        schedule.callback([this, &options] {
+            chosen_ = [this, &options] {
+                options.configurationFile = options_.configurationFile;
+                options.logFile = options_.logFile;
+                return tell(options_, "schedule",
+                            scheduleCommand(loadConfiguration(options_.configurationFile), options));
+            };
+        });
     }
 
     void addRunOptions(CLI::App& command)

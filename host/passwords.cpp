@@ -16,17 +16,21 @@ namespace {
 /// The mark that some editors put before UTF-8.
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-[[noreturn]] void fail(const std::string& source, const std::string& reason)
+[[noreturn]] void fail(const std::string& source, const std::string& reason, const std::string& todo)
 {
-    throw HostError(kUsage, "the password from \"" + source + "\" is not to be had: " + reason);
+    throw HostError(kUsage, "the password from \"" + source + "\" is not to be had: " + reason, todo);
 }
+
+constexpr char kPutIntoFile[] =
+    "Write the password into the file's first line; the account that runs quinrep must be able to read it.";
 
 std::wstring fromEnvironment(const std::string& source, const std::string& name)
 {
     const std::wstring wideName = toWide(name);
     std::wstring value(GetEnvironmentVariableW(wideName.c_str(), nullptr, 0), L'\0');
     if (value.empty())
-        fail(source, "the environment variable is not set");
+        fail(source, "the environment variable is not set",
+             "Set it in this command prompt (set " + name + "=...), or name another source.");
     value.resize(GetEnvironmentVariableW(wideName.c_str(), value.data(), static_cast<DWORD>(value.size())));
     return value;
 }
@@ -36,15 +40,15 @@ std::wstring fromFile(const std::string& source, const std::string& path)
     std::ifstream file(toWide(path).c_str());
     std::string line;
     if (!std::getline(file, line))
-        fail(source, "the file cannot be read or is empty");
+        fail(source, "the file cannot be read or is empty", kPutIntoFile);
     if (line.starts_with(kByteOrderMark))
         line.erase(0, kByteOrderMark.size());
     if (!line.empty() && line.back() == '\r')
         line.pop_back();
     if (line.empty())
-        fail(source, "its first line is empty");
+        fail(source, "its first line is empty", kPutIntoFile);
     if (!isUtf8(line))
-        fail(source, "the file is not in UTF-8");
+        fail(source, "the file is not in UTF-8", "Save it in UTF-8 with the editor that wrote it.");
     return toWide(line);
 }
 
@@ -52,7 +56,10 @@ std::wstring fromCredentials(const std::string& source, const std::string& name)
 {
     CREDENTIALW* credential = nullptr;
     if (!CredReadW(toWide(name).c_str(), CRED_TYPE_GENERIC, 0, &credential))
-        fail(source, "there is no generic credential of that name");
+        fail(source, "there is no generic credential of that name",
+             "Store it, as the account that runs quinrep: cmdkey /generic:" + name +
+                 " /user:quinmarkapp_user /pass\n  It asks for the password. Or name another source, such as "
+                 "\"file:PATH\".");
     std::wstring password(reinterpret_cast<const wchar_t*>(credential->CredentialBlob),
                           credential->CredentialBlobSize / sizeof(wchar_t));
     CredFree(credential);
@@ -117,7 +124,7 @@ std::wstring fromPrompt(const std::string& source, const std::string& what)
     const std::optional<std::wstring> line = hidden.isConsole() ? typedLine() : pipedLine();
     std::cerr << std::endl;
     if (!line)
-        fail(source, "nothing was entered");
+        fail(source, "nothing was entered", "Type it when it is asked for.");
     return *line;
 }
 
