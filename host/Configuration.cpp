@@ -5,6 +5,7 @@
 #include "com/convert.h"
 #include "text.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fmt/format.h>
 #include <fstream>
@@ -38,17 +39,17 @@ std::string wordFor(const TomlWords<Value>& words, Value wanted)
     return std::to_string(static_cast<int>(wanted));
 }
 
-SideConfiguration readSide(TomlReader& top, const char* name, std::vector<std::string>& mistakes)
+SideConfiguration readSide(TomlReader& top, const char* name, TomlMistakes& mistakes)
 {
     SideConfiguration side;
     const toml::table* section = top.section(name);
     if (!section)
         return side;
-    TomlReader reader(*section, std::string(name) + ".", mistakes);
+    TomlReader reader(*section, std::string(name) + ".", mistakes, &top);
     side.dsn = reader.text("dsn");
     side.prefix = reader.text("prefix", "");
     side.password = reader.passwordSource("password");
-    reader.refuseUnknown();
+    reader.finish();
     return side;
 }
 
@@ -61,8 +62,12 @@ void refuseSameSides(TomlReader& top, const toml::table& file, const Configurati
     if (source.dsn.empty() || destination.dsn.empty())
         return;
     const toml::node_view section = file["destination"];
+    const auto isRead = [&](const char* side, const char* name) {
+        return !file[side][name] || file[side][name].is_string();
+    };
     const auto refuse = [&](const char* name, const std::string& left, const std::string& right) {
-        if (com::upperCase(toWide(left)) == com::upperCase(toWide(right)))
+        if (isRead("source", name) && isRead("destination", name) &&
+            com::upperCase(toWide(left)) == com::upperCase(toWide(right)))
             top.mistake(*(section[name] ? section[name] : section).node(),
                         fmt::format("destination.{}: expected another one than the source's", name));
     };
@@ -70,55 +75,61 @@ void refuseSameSides(TomlReader& top, const toml::table& file, const Configurati
     refuse("prefix", source.prefix, destination.prefix);
 }
 
-void readLog(TomlReader& top, Configuration& configuration, std::vector<std::string>& mistakes)
+void readLog(TomlReader& top, Configuration& configuration, TomlMistakes& mistakes)
 {
     const toml::table* section = top.section("log");
     if (!section)
         return;
-    TomlReader log(*section, "log.", mistakes);
+    TomlReader log(*section, "log.", mistakes, &top);
     configuration.logFile = log.text("file");
     configuration.logLevel = log.wholeNumber("level", kLowestLogLevel, kHighestLogLevel, configuration.logLevel);
-    log.refuseUnknown();
+    log.finish();
 }
 
-void readRun(TomlReader& top, Configuration& configuration, std::vector<std::string>& mistakes)
+void readRun(TomlReader& top, Configuration& configuration, TomlMistakes& mistakes)
 {
     const toml::node* node = top.find("run", true, "");
     if (!node)
         return;
     if (!node->as_table())
         return top.wrong(*node, "run", "a section");
-    TomlReader run(*node->as_table(), "run.", mistakes);
-    configuration.onConflicts = run.word("on_conflicts", kOnConflicts, std::optional(configuration.onConflicts));
-    run.refuseUnknown();
+    TomlReader run(*node->as_table(), "run.", mistakes, &top);
+    configuration.onConflicts = run.word("on_conflicts", kOnConflicts, std::optional(configuration.onConflicts))
+                                    .value_or(configuration.onConflicts);
+    run.finish();
 }
 
-TableConfiguration readTable(const toml::table& table, const TableConfiguration& limits,
-                             std::vector<std::string>& mistakes)
+TableConfiguration readTable(TomlReader& top, const toml::table& table, const TableConfiguration& limits,
+                             TomlMistakes& mistakes)
 {
-    TomlReader reader(table, "table.", mistakes);
+    TomlReader reader(table, "table.", mistakes, &top);
     TableConfiguration result = limits;
     result.name = reader.text("name");
-    result.method = reader.word("method", kMethods);
+    const std::optional<enumReplicationMethod> method = reader.word("method", kMethods);
+    result.method = method.value_or(result.method);
     result.dependent = reader.text("dependent", "");
-    result.key = reader.text("key", "");
-    result.deletes = reader.word("deletes", kDeletes, std::optional(UNKNOWN));
+    // An entry is judged by the method only where that is known.
+    const std::string named = result.name.empty() ? "table" : "table." + result.name;
+    if (method == ONE_WAY_WITH_PK_FIELD) {
+        result.key = reader.text("key", std::nullopt, "a column's name, for method \"by_key\"");
+        result.deletes = reader.word("deletes", kDeletes).value_or(UNKNOWN);
+    }
+    else {
+        for (const char* name : {"key", "deletes"})
+            if (const toml::node* node = reader.find(name, true, ""); node && method)
+                reader.mistake(*node, named + ": key and deletes are for method \"by_key\" only");
+    }
     result.maxDelete = reader.number("max_delete", 0, 100, limits.maxDelete);
     result.maxUpdate = reader.number("max_update", 0, 100, limits.maxUpdate);
-    if (result.method == ONE_WAY_WITH_PK_FIELD && (result.key.empty() || result.deletes == UNKNOWN))
-        reader.mistake(table, "table." + result.name + ": method \"by_key\" needs key and deletes");
-    if (result.method != ONE_WAY_WITH_PK_FIELD && (!result.key.empty() || result.deletes != UNKNOWN))
-        reader.mistake(table, "table." + result.name + ": key and deletes are for method \"by_key\" only");
-    if (result.method == COMPUTER_TYPE && !result.name.empty() && result.name != "computer_type")
-        reader.mistake(table, "table." + result.name + ": method \"computer_type\" is for table computer_type only");
-    if (result.method != ONE_WAY_ALLOW_DELETES && !result.dependent.empty() && result.name != "computer_type")
-        reader.mistake(table, "table." + result.name + ": dependent is for method \"one_way_deletes\" only");
-    reader.refuseUnknown();
+    if (method == COMPUTER_TYPE && !result.name.empty() && result.name != "computer_type")
+        reader.mistake(table, named + ": method \"computer_type\" is for table computer_type only");
+    if (method && method != ONE_WAY_ALLOW_DELETES && !result.dependent.empty() && result.name != "computer_type")
+        reader.mistake(table, named + ": dependent is for method \"one_way_deletes\" only");
+    reader.finish();
     return result;
 }
 
-void readTables(TomlReader& top, Configuration& configuration, const TableConfiguration& limits,
-                std::vector<std::string>& mistakes)
+void readTables(TomlReader& top, Configuration& configuration, const TableConfiguration& limits, TomlMistakes& mistakes)
 {
     const toml::node* node = top.find("table", false, "[[table]] sections");
     if (!node)
@@ -135,18 +146,18 @@ void readTables(TomlReader& top, Configuration& configuration, const TableConfig
             top.wrong(entry, "table", "[[table]] sections");
             continue;
         }
-        const TableConfiguration& read = configuration.tables.emplace_back(readTable(*table, limits, mistakes));
+        const TableConfiguration& read = configuration.tables.emplace_back(readTable(top, *table, limits, mistakes));
         if (!read.name.empty() && !names.insert(com::upperCase(toWide(read.name))).second)
             top.mistake(entry, "table." + read.name + ": listed twice, expected each table once");
     }
 }
 
-Configuration readConfiguration(const toml::table& file, std::vector<std::string>& mistakes)
+Configuration readConfiguration(const toml::table& file, TomlMistakes& mistakes)
 {
     TomlReader top(file, "", mistakes);
     Configuration configuration;
-    configuration.site = top.word("site", kSites);
-    configuration.localIsSource = top.word("local", kRoles);
+    configuration.site = top.word("site", kSites).value_or(configuration.site);
+    configuration.localIsSource = top.word("local", kRoles).value_or(configuration.localIsSource);
     configuration.programVersion = top.text("program_version");
     configuration.frequency =
         top.wholeNumber("frequency", 1, std::numeric_limits<short>::max(), configuration.frequency);
@@ -159,16 +170,30 @@ Configuration readConfiguration(const toml::table& file, std::vector<std::string
     readLog(top, configuration, mistakes);
     readRun(top, configuration, mistakes);
     readTables(top, configuration, limits, mistakes);
-    top.refuseUnknown();
+    top.finish();
     return configuration;
 }
 
-[[noreturn]] void fail(const std::string& path, const std::vector<std::string>& mistakes)
+/// Tells the mistakes in the order of the file.
+[[noreturn]] void fail(const std::string& path, TomlMistakes mistakes)
 {
+    std::ranges::stable_sort(mistakes, {},
+                             [](const TomlMistake& mistake) { return std::pair(mistake.at.line, mistake.at.column); });
     std::string text = path + " cannot be used:";
-    for (const std::string& mistake : mistakes)
-        text += "\n  " + mistake;
+    for (const TomlMistake& mistake : mistakes)
+        text += fmt::format("\n  line {}, column {}: {}", mistake.at.line, mistake.at.column, mistake.text);
     throw HostError(kUsage, text);
+}
+
+/// Whether a line of a text, counted from 1, has a backslash in double quotes.
+bool hasBackslashInQuotes(const std::string& text, toml::source_index number)
+{
+    std::istringstream lines(text);
+    std::string line;
+    for (toml::source_index index = 0; index < number; ++index)
+        std::getline(lines, line);
+    const size_t quote = line.find('"');
+    return quote != std::string::npos && line.find('\\', quote) != std::string::npos;
 }
 
 std::string readFile(const std::string& path)
@@ -191,7 +216,7 @@ Configuration loadConfiguration(const std::string& path)
     const std::string text = readFile(path);
     if (!isUtf8(text))
         throw HostError(kUsage, path + " is not in UTF-8", "Save it in UTF-8 with the editor that wrote it.");
-    std::vector<std::string> mistakes;
+    TomlMistakes mistakes;
     try {
         Configuration configuration = readConfiguration(toml::parse(text), mistakes);
         if (!mistakes.empty())
@@ -200,7 +225,8 @@ Configuration loadConfiguration(const std::string& path)
     }
     catch (const toml::parse_error& error) {
         const toml::source_position at = error.source().begin;
-        fail(path, {fmt::format("line {}, column {}: {}", at.line, at.column, error.description())});
+        const std::string what(error.description());
+        fail(path, {{at, hasBackslashInQuotes(text, at.line) ? what + "; " + kBackslashHint : what}});
     }
 }
 

@@ -13,15 +13,29 @@
 template <class Value>
 using TomlWords = std::map<std::string, Value>;
 
-/// Reads one table of a TOML file and remembers every mistake in it, with line, column and what was expected. An entry
+/// Something wrong with a file, and where.
+struct TomlMistake
+{
+    toml::source_position at;
+    std::string text;
+};
+using TomlMistakes = std::vector<TomlMistake>;
+
+/// Advice for a path in double quotes.
+inline constexpr char kBackslashHint[] =
+    "in double quotes a backslash begins an escape such as \\t: write a path in single quotes, as 'C:\\Users\\x.log'";
+
+/// Reads one table of a TOML file and remembers every mistake in it, with its place and what was expected. An entry
 /// with a mistake gets some value that fits.
 class TomlReader
 {
 public:
-    /// `where` stands before the names in mistakes. Both references outlive the reader.
-    TomlReader(const toml::table& table, std::string where, std::vector<std::string>& mistakes);
+    /// `where` stands before the names in mistakes. `top` reads the entries above the sections of the same file. All
+    /// references outlive the reader.
+    TomlReader(const toml::table& table, std::string where, TomlMistakes& mistakes, TomlReader* top = nullptr);
 
-    std::string text(const char* name, const std::optional<std::string>& otherwise = std::nullopt);
+    std::string text(const char* name, const std::optional<std::string>& otherwise = std::nullopt,
+                     const char* expected = "a text in quotes");
 
     /// The source of a password. A text that names no source may be a password: mistakes do not repeat it.
     std::string passwordSource(const char* name);
@@ -29,20 +43,22 @@ public:
     short wholeNumber(const char* name, short least, short most, short otherwise);
     double number(const char* name, double least, double most, double otherwise);
 
+    /// Nothing for an entry with a mistake.
     template <class Value>
-    Value word(const char* name, const TomlWords<Value>& words, std::optional<Value> otherwise = std::nullopt)
+    std::optional<Value> word(const char* name, const TomlWords<Value>& words,
+                              std::optional<Value> otherwise = std::nullopt)
     {
-        std::string listed;
+        std::vector<std::string> known;
         for (const auto& [word, value] : words)
-            listed += fmt::format("{}\"{}\"", listed.empty() ? "" : ", ", word);
-        const toml::node* node = find(name, otherwise.has_value(), listed);
+            known.push_back(word);
+        const toml::node* node = find(name, otherwise.has_value(), quotedList(known));
         if (!node)
-            return otherwise.value_or(words.begin()->second);
+            return otherwise;
         const auto entry = words.find(node->value_or(std::string()));
         if (entry != words.end())
             return entry->second;
-        wrong(*node, name, "one of " + listed);
-        return words.begin()->second;
+        wrongWord(*node, name, known);
+        return std::nullopt;
     }
 
     /// The table `name` within this one; null, and a mistake, when there is none.
@@ -54,12 +70,19 @@ public:
     void wrong(const toml::node& node, const char* name, const std::string& expected);
     void mistake(const toml::node& node, const std::string& text);
 
-    /// Names that nobody asked for are misspelled.
-    void refuseUnknown();
+    /// Ends the reading: tells the names that nobody asked for, and those that are missing, unless one is the other
+    /// misspelled.
+    void finish();
 
 private:
+    static std::string quotedList(const std::vector<std::string>& words);
+    void wrongWord(const toml::node& node, const char* name, const std::vector<std::string>& words);
+
     const toml::table& table_;
     std::string where_;
-    std::vector<std::string>& mistakes_;
+    TomlMistakes& mistakes_;
+    TomlReader* top_;
     std::set<std::string, std::less<>> known_;
+    /// By their names: what was expected.
+    std::map<std::string, std::string> missing_;
 };

@@ -88,15 +88,17 @@ level = 9
 name = "patient"
 method = "sideways"
 )");
-    EXPECT_THAT(mistakes, HasSubstr("line 1, column 8: site: expected one of \"laptop\", \"offices\""));
+    EXPECT_THAT(mistakes,
+                HasSubstr("line 1, column 8: site: \"home\" is not known, expected one of \"laptop\", \"offices\""));
     EXPECT_THAT(mistakes, HasSubstr("local is missing, expected \"destination\", \"source\""));
-    EXPECT_THAT(mistakes, HasSubstr("line 2, column 19: program_version: expected a text"));
+    EXPECT_THAT(mistakes, HasSubstr("line 2, column 19: program_version: expected a text in quotes"));
     EXPECT_THAT(mistakes, HasSubstr("line 3, column 13: frequency: expected a whole number from 1 to 32767"));
     EXPECT_THAT(mistakes, HasSubstr("line 4, column 12: surprise is not known here, expected one of "));
     EXPECT_THAT(mistakes, HasSubstr("destination is missing, expected a section"));
     EXPECT_THAT(mistakes, HasSubstr("line 10, column 9: log.level: expected a whole number from 1 to 5"));
-    EXPECT_THAT(mistakes, HasSubstr("line 13, column 10: table.method: expected one of \"by_key\", "));
+    EXPECT_THAT(mistakes, HasSubstr("table.method: \"sideways\" is not known, expected one of \"by_key\", "));
     EXPECT_THAT(mistakes, Not(HasSubstr("line 0")));
+    EXPECT_LT(mistakes.find("line 4"), mistakes.find("line 10")) << "in the order of the file";
 }
 
 TEST(ConfigurationFile, PasswordInTheFileIsRefusedAndNotRepeated)
@@ -171,11 +173,13 @@ INSTANTIATE_TEST_SUITE_P(
     ConfigurationFile, TableMistake,
     testing::Values(
         BadTable{"KeyMissing", "name = \"x\"\nmethod = \"by_key\"",
-                 "line 13, column 1: table.x: method \"by_key\" needs"},
+                 "line 13, column 1: table.key is missing, expected a column's name, for method \"by_key\""},
+        BadTable{"DeletesMissing", "name = \"x\"\nmethod = \"by_key\"\nkey = \"k\"",
+                 "line 13, column 1: table.deletes is missing, expected \"only\", \"skip\", \"with_updates\""},
         BadTable{"KeyTooMany", "name = \"x\"\nmethod = \"one_way\"\nkey = \"k\"", "key and deletes are for method"},
         BadTable{"Dependent", "name = \"x\"\nmethod = \"one_way\"\ndependent = \"y\"", "dependent is for method"},
         BadTable{"ComputerType", "name = \"x\"\nmethod = \"computer_type\"", "is for table computer_type only"},
-        BadTable{"NameEmpty", "name = \"\"\nmethod = \"one_way\"", "line 14, column 8: table.name: expected a text"},
+        BadTable{"NameEmpty", "name = \"\"\nmethod = \"one_way\"", "line 14, column 8: table.name: the text is empty"},
         BadTable{"Percent", "name = \"x\"\nmethod = \"one_way\"\nmax_delete = 101", "a number from 0 to 100"},
         BadTable{"Twice", "name = \"x\"\nmethod = \"one_way\"\n[[table]]\nname = \"x\"\nmethod = \"one_way\"",
                  "line 16, column 1: table.x: listed twice"},
@@ -185,3 +189,76 @@ INSTANTIATE_TEST_SUITE_P(
         BadTable{"PercentWithoutValue", "name = \"x\"\nmethod = \"one_way\"\nmax_delete = nan",
                  "a number from 0 to 100"}),
     [](const auto& info) { return info.param.name; });
+
+/// A file with one mistake, and all that is said of it.
+struct OneMistake
+{
+    const char* name;
+    /// In kHead with a table, or in the table.
+    std::string replaced;
+    std::string by;
+    const char* told;
+};
+
+class ConfigurationMistake : public testing::TestWithParam<OneMistake>
+{
+};
+
+constexpr char kTable[] = "name = \"users\"\nmethod = \"by_key\"\nkey = \"unid\"\ndeletes = \"skip\"\n";
+
+// A mistake that only follows from another would send the reader to the wrong place.
+TEST_P(ConfigurationMistake, IsToldAloneWithTheWordThatWasMeant)
+{
+    const OneMistake& with = GetParam();
+    std::string text = withTable(kTable);
+    text.replace(text.find(with.replaced), with.replaced.size(), with.by);
+    const std::string told = mistakesIn(text);
+    EXPECT_EQ(told.substr(std::min(told.find("cannot be used:"), told.size())),
+              std::string("cannot be used:\n  ") + with.told + "\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , ConfigurationMistake,
+    testing::Values(
+        OneMistake{"Word", "offices", "office",
+                   "line 1, column 8: site: \"office\" is not known; did you mean \"offices\"?"},
+        OneMistake{"Method", "by_key", "by_kye",
+                   "line 15, column 10: table.method: \"by_kye\" is not known; did you mean \"by_key\"?"},
+        OneMistake{"MethodMissing", "method = \"by_key\"\n", "",
+                   "line 13, column 1: table.method is missing, expected \"by_key\", \"computer_type\", \"full_copy\", "
+                   "\"one_way\", \"one_way_deletes\", \"two_way\", \"two_way_no_deletes\""},
+        OneMistake{"Deletes", "skip", "skp",
+                   "line 17, column 11: table.deletes: \"skp\" is not known; did you mean \"skip\"?"},
+        OneMistake{"Key", "\"unid\"", "7",
+                   "line 16, column 7: table.key: expected a column's name, for method \"by_key\""},
+        OneMistake{"Setting",
+                   "key = ", "kee = ", "line 16, column 7: table.kee is not known here; did you mean \"key\"?"},
+        OneMistake{"SettingInCapitals", "local", "Local",
+                   "line 2, column 9: Local is not known here; did you mean \"local\"?"},
+        OneMistake{"Section", "[source]", "[sorce]",
+                   "line 4, column 1: sorce is not known here; did you mean \"source\"?"},
+        OneMistake{"SectionThatIsNone", "[log]\nfile = \"x.log\"\n", "[[log]]\n",
+                   "line 11, column 1: log: expected a section"},
+        OneMistake{"SettingBelowASection", "program_version = \"3.46\"\n[source]\n",
+                   "[source]\nprogram_version = \"3.46\"\n",
+                   "line 4, column 19: source.program_version is not known here; write it above the first section"},
+        OneMistake{"Prefix", "prefix = \"d.\"", "prefix = 7",
+                   "line 9, column 10: destination.prefix: expected a text in quotes"},
+        OneMistake{
+            "TabInAPath", "x.log", "C:\\temp\\new.log",
+            "line 12, column 8: log.file: a tab, a line break or the like is in the text; in double quotes a backslash "
+            "begins an escape such as \\t: write a path in single quotes, as 'C:\\Users\\x.log'"}),
+    [](const auto& info) { return info.param.name; });
+
+TEST(ConfigurationFile, PathThatIsNoTextInDoubleQuotesIsToldWithWhatToWrite)
+{
+    for (const char* path : {"C:\\Users\\x.log", "C:\\logs\\"}) {
+        std::string text = withTable(kTable);
+        text.replace(text.find("x.log"), 5, path);
+        EXPECT_THAT(mistakesIn(text), testing::AllOf(HasSubstr("line 12, column "),
+                                                     HasSubstr("; in double quotes a backslash begins an "
+                                                               "escape such as \\t: write a path in single "
+                                                               "quotes, as 'C:\\Users\\x.log'")));
+    }
+    EXPECT_THAT(mistakesIn("site = \"offices\"\nlocal = \n"), Not(HasSubstr("backslash")));
+}
