@@ -71,9 +71,11 @@ endblock()
 
 find_program(WIXL wixl)
 find_program(WIXL_HEAT wixl-heat)
+find_program(PYTHON3 python3 PATHS /usr/bin NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
 add_custom_target(package
     COMMAND "${CMAKE_COMMAND}"
         "-DBUILD=${CMAKE_BINARY_DIR}" "-DNAME=${PACKAGE_NAME}" "-DWIXL=${WIXL}" "-DWIXL_HEAT=${WIXL_HEAT}"
+        "-DPYTHON3=${PYTHON3}"
         -P "${PROJECT_SOURCE_DIR}/packaging/make_package.cmake"
     COMMENT "Packing ${PACKAGE_NAME}" VERBATIM)
 add_dependencies(package QuinmarkRepDLL quinrep)

@@ -1,14 +1,15 @@
-# cmake -DBUILD=... -DNAME=... -DWIXL=... -DWIXL_HEAT=... -P make_package.cmake
+# cmake -DBUILD=... -DNAME=... -DWIXL=... -DWIXL_HEAT=... -DPYTHON3=... -P make_package.cmake
 # Collects the installed files below BUILD/package and makes BUILD/NAME.zip and BUILD/NAME.msi of them.
 cmake_minimum_required(VERSION 3.25)
 
-foreach(tool WIXL WIXL_HEAT)
+foreach(tool WIXL WIXL_HEAT PYTHON3)
     if(NOT ${tool})
-        message(FATAL_ERROR "wixl is missing; run scripts/install-deps.sh")
+        message(FATAL_ERROR "${tool}: the program is missing; run scripts/install-deps.sh")
     endif()
 endforeach()
 
 set(COMPONENT product)
+set(DOCUMENTS "${CMAKE_CURRENT_LIST_DIR}/documents.py")
 include("${CMAKE_CURRENT_LIST_DIR}/pack.cmake")
 
 file(REMOVE "${BUILD}/${NAME}.msi")
