@@ -15,7 +15,7 @@ program_manifest(quinrep package)
 install(FILES
     "${CMAKE_BINARY_DIR}/package/quinrep.exe.manifest"
     "${CMAKE_BINARY_DIR}/QuinmarkRepDLL.tlb"
-    README.md CHANGELOG.md
+    README.md CHANGELOG.md packaging/console.cmd
     DESTINATION . COMPONENT product)
 install(DIRECTORY docs DESTINATION . COMPONENT product)
 install(FILES host/quinrep.schema.json DESTINATION host COMPONENT product)
@@ -71,11 +71,12 @@ endblock()
 
 find_program(WIXL wixl)
 find_program(WIXL_HEAT wixl-heat)
+find_program(MSIBUILD msibuild)
 find_program(PYTHON3 python3 PATHS /usr/bin NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
 add_custom_target(package
     COMMAND "${CMAKE_COMMAND}"
         "-DBUILD=${CMAKE_BINARY_DIR}" "-DNAME=${PACKAGE_NAME}" "-DWIXL=${WIXL}" "-DWIXL_HEAT=${WIXL_HEAT}"
-        "-DPYTHON3=${PYTHON3}"
+        "-DMSIBUILD=${MSIBUILD}" "-DPYTHON3=${PYTHON3}"
         -P "${PROJECT_SOURCE_DIR}/packaging/make_package.cmake"
     COMMENT "Packing ${PACKAGE_NAME}" VERBATIM)
 add_dependencies(package QuinmarkRepDLL quinrep)

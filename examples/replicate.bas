@@ -3,7 +3,7 @@ Attribute VB_Name = "Replicate"
 ' one and the source. For 32-bit Office, with a reference to "Quinmark replication of practice databases"; vb6 makes a
 ' program of it.
 '
-'   ? ReplicateOffice("C:\Replication\office.log")
+'   ? ReplicateOffice("C:\ProgramData\Quinmark Replication\office.log")
 '
 ' The password of both logins comes from the environment variable QUINMARK_PASSWORD. ready:=True marks the site ready
 ' for this run. resetError:=True shows and clears the recorded error: give it only after a look at the conflicts,

@@ -19,7 +19,7 @@ readonly kPackages=(
     wine wine32:i386 xvfb
     libodbc2:i386 odbc-postgresql:i386 tdsodbc:i386 postgresql python3 python3-psycopg2 python3-pymssql
     libcli11-dev libtomlplusplus-dev nlohmann-json3-dev libfmt-dev
-    wixl python3-markdown-it python3-mdit-py-plugins
+    wixl msitools python3-markdown-it python3-mdit-py-plugins
 )
 readonly kTestPackages=(
     chromium clang libclang-rt-14-dev clang-tidy cppcheck gcovr mono-mcs

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # package_test.sh installation|run BUILD NAME CMAKE: takes the package into a copy of the tests' prefix. `installation`
-# installs it with msiexec, upgrades an older version, removes it, and holds registry and files against what was there
-# before; `run` lets the installed quinrep run between the two databases. Without their settings it is skipped, and with
+# installs it with msiexec, repairs and upgrades an older version, removes it, and holds registry and files against what
+# was there before; `run` lets the installed quinrep run between the two databases. Without their settings it is skipped, and with
 # QUINMARK_REQUIRE_DATABASE=1 it fails.
 set -euo pipefail
 
@@ -14,7 +14,10 @@ original=$WINEPREFIX
 work="$(mktemp -d "$(dirname "$original")/wine-package-XXXX")"
 failures=0
 export WINEPREFIX="$work/wine" LC_ALL=C.UTF-8
+# Wine would enter the shortcuts into the menu of whoever runs the test.
+export WINEDLLOVERRIDES="${WINEDLLOVERRIDES-};winemenubuilder.exe="
 program="$WINEPREFIX/drive_c/Program Files/Quinmark Replication"
+data="$WINEPREFIX/drive_c/ProgramData/Quinmark Replication"
 
 finish() {
     wineserver -k 2>/dev/null || true
@@ -73,7 +76,10 @@ installed() { # the number of versions that the installer knows
         grep -c 'DisplayName.*Quinmark replication' || true
 }
 
-install() { wine msiexec /i "$1" /qn; }
+# Wine's icacls does nothing; it tells what it was called with.
+install() { WINEDEBUG=-all,fixme+icacls wine msiexec /i "$1" /qn "${@:2}" 2>icacls.txt; }
+# As msiexec /f does, which Wine's cannot.
+repair() { install "$1" REINSTALL=ALL REINSTALLMODE=omus; }
 remove() { wine msiexec /x "$1" /qn; }
 
 isAsBefore() { # TEXT
@@ -106,11 +112,49 @@ JS
     expect 'before: the component cannot be created' creatable none
 }
 
+makeOlder() {
+    local set="update \`Property\` set \`Value\`" where="where \`Property\`"
+    cp new.msi old.msi
+    msibuild old.msi -q "$set = '3.45.0' $where = 'ProductVersion'" \
+        "$set = '{5C0F4F2B-7A51-4E0A-9D0B-0B5D8F1C3E45}' $where = 'ProductCode'"
+}
+
+closesDataFolder() {
+    grep -F '"C:\\ProgramData\\Quinmark Replication\\."' icacls.txt |
+        grep -qF '"/inheritance:r" "/grant" "*S-1-5-32-544:(OI)(CI)F" "*S-1-5-18:(OI)(CI)F"'
+}
+
+shortcut() { # NAME: the texts of a shortcut. Wine's installer puts them into the user's menu, Windows' into everybody's.
+    strings -el "$WINEPREFIX"/drive_c/users/*/AppData/Roaming/*/*/Start\ Menu/Programs/Quinmark\ Replication/"$1.lnk"
+}
+opensConsole() { # SHORTCUT SAID: a console, which stays open and says that in the data folder
+    printf '@cmd.exe %s\n' "$(shortcut "$1" | grep -o '/k .*')" >console.cmd
+    wine cmd /c console.cmd </dev/null 2>&1 | tr -d '\r' >console.txt
+    grep -qF -- "$2" console.txt && [[ $(tail -n 1 console.txt) == 'C:\ProgramData\Quinmark Replication>' ]] ||
+        { cat console.txt; return 1; }
+}
+opensDocuments() { shortcut Documents | grep -qx documents.html; }
+
+# Wine's installer leaves the separator in front of what it takes off the PATH.
+path() {
+    wine reg query 'HKLM\System\CurrentControlSet\Control\Session Manager\Environment' /v PATH 2>/dev/null |
+        tr -d '\r' | sed -n 's/;*$//; s/.*REG_EXPAND_SZ *//p'
+}
+onThePath() { [[ $(path) == *';C:\Program Files\Quinmark Replication\' ]]; }
+
+evening() { # what a first evening leaves in the data folder
+    local file
+    for file in quinrep.toml component.log component.history.jsonl component.decisions.jsonl; do
+        printf 'of %s\n' "$file" >"$data/$file"
+    done
+    grep -r . "$data" | sort >evening.txt
+}
+eveningKept() { grep -r . "$data" | sort >kept.txt && same evening.txt kept.txt; }
+
 testInstallation() {
-    # wixl finds files by relative paths only.
-    cp -r "$build/package/$name" "$build/package/files.wxs" .
-    sed -E 's/( Version=)"[0-9.]+"( Manufacturer)/\1"3.45.0"\2/' "$build/package/QuinmarkRepDLL.wxs" >old.wxs
-    wixl -D "Stage=$name" -o old.msi old.wxs files.wxs
+    local path
+    makeOlder
+    path=$(path)
     snapshot before
     expect 'installs' install new.msi
     expect 'installed: the component can be created' creatable "$version"
@@ -119,6 +163,11 @@ testInstallation() {
     expect 'installed: every file of the package, and no other' same packed.txt present.txt
     expect 'installed: without the ADO classes of the test bed' test ! -e "$program/adodb.dll"
     expect 'installed: quinrep runs' wine "$program/quinrep.exe" --version
+    expect 'installed: the data folder is for administrators' closesDataFolder
+    expect 'installed: the menu has the review, which says what is missing' opensConsole 'Review conflicts' 'quinrep init'
+    expect 'installed: the menu has a prompt for quinrep' opensConsole 'Command prompt' 'Exit codes:'
+    expect 'installed: the menu has the documents' opensDocuments
+    expect 'installed: the PATH is as before' test "$(path)" = "$path"
     classes installed.txt
     expect 'installed: there are registry entries' test -s installed.txt
     dll="$(winepath -w "$program/QuinmarkRepDLL.dll")"
@@ -129,12 +178,29 @@ testInstallation() {
     expect 'removes' remove new.msi
     isAsBefore removed
 
-    expect 'installs the older version' install old.msi
+    expect 'installs the older version with its options' install old.msi ADDLOCAL=ALL
     expect 'older version: known to the installer' test "$(installed)" = 1
+    expect 'older version: quinrep is on the PATH' onThePath
+    evening
+    rm "$program/quinrep.exe"
+    wine reg delete 'HKCR\QuinmarkRepDLL.Factory' /f >/dev/null
+    expect 'repairs' repair old.msi
+    expect 'repaired: quinrep runs' wine "$program/quinrep.exe" --version
+    expect 'repaired: the component can be created' creatable "$version"
+    expect 'repaired: quinrep is on the PATH' onThePath
+    expect 'repaired: the data folder is as it was' eveningKept
+    expect 'repaired: the rights on it are as they were' test ! -s icacls.txt
     expect 'upgrades' install new.msi
     expect 'upgraded: one version is installed' test "$(installed)" = 1
     expect 'upgraded: the component can be created' creatable "$version"
+    expect 'upgraded: the data folder is as it was' eveningKept
+    # Windows' installer takes the older version's options over, Wine's does not.
+    expect 'upgraded: takes the option' install new.msi ADDLOCAL=Path
+    expect 'upgraded: quinrep is on the PATH' onThePath
     expect 'removes after the upgrade' remove new.msi
+    expect 'removed: the data folder is as it was' eveningKept
+    expect 'removed: the PATH is as before' test "$(path)" = "$path"
+    rm -r "$data"
     isAsBefore upgraded
 }
 

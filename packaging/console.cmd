@@ -1,0 +1,11 @@
+@echo off
+rem A console of the Start menu: quinrep on the PATH, in the folder of its configuration. Its arguments are quinrep's.
+set "PATH=%~dp0;%PATH%"
+set "folder=%ProgramData%\Quinmark Replication"
+cd /d "%folder%"
+if /i not "%CD%"=="%folder%" (
+    echo You may not work in %folder%. An administrator gives you the right:
+    echo   icacls "%folder%" /grant "%USERDOMAIN%\%USERNAME%:(OI)(CI)M"
+    exit /b 1
+)
+quinrep %*
