@@ -4,8 +4,8 @@
 '   cscript //nologo conflicts.vbs resolve CONFLICT source|destination|later
 '       [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX]
 '
-' CONFLICT is the id that the list shows. The password of both logins comes from the environment variable QUINMARK_PASSWORD. Ends with status 0 when it was
-' done, 1 when it failed or was refused.
+' CONFLICT is the id that the list shows. The password of both logins comes from the environment variable
+' QUINMARK_PASSWORD. The exit status is one of quinrep's (docs/quinrep.md): 0 done, 1 failed or refused, 3 wrong usage.
 Option Explicit
 
 Const SITE_OFFICES = 0
@@ -21,17 +21,15 @@ Sub Main
     ReadSides
     If count > 0 Then command = LCase(WScript.Arguments(0))
     If count = 2 Then atOffice = WScript.Arguments(1) = "--office"
+    If command = "resolve" And count = 3 Then
+        If ResolutionNumber(LCase(WScript.Arguments(2))) = 0 Then StopWithUsage
+    ElseIf command <> "list" Or Not (count = 1 Or atOffice) Then
+        StopWithUsage
+    End If
     On Error Resume Next
     Connect atOffice
     StopOnError
-    If command = "list" And (count = 1 Or atOffice) Then
-        ListConflicts
-    ElseIf command = "resolve" And count = 3 Then
-        Resolve WScript.Arguments(1), LCase(WScript.Arguments(2))
-    Else
-        WScript.Echo "usage: conflicts.vbs list [--office] | conflicts.vbs resolve CONFLICT source|destination|later"
-        WScript.Quit 1
-    End If
+    If command = "list" Then ListConflicts Else Resolve WScript.Arguments(1), LCase(WScript.Arguments(2))
     StopOnError
     connection.Close
     factory.disconnect
@@ -148,6 +146,12 @@ Function TypeText(conflictType)
         Case 5: TypeText = "deleted on the source"
     End Select
 End Function
+
+Sub StopWithUsage
+    WScript.Echo "usage: conflicts.vbs list [--office] | conflicts.vbs resolve CONFLICT source|destination|later" & _
+        vbCrLf & "       each may end with [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX]"
+    WScript.Quit 3
+End Sub
 
 Sub StopOnError
     If Err.Number = 0 Then Exit Sub

@@ -69,6 +69,16 @@ TEST_F(Script, LeavesConflictsOfNumericKeysThatAreToBeTakenFromTheSource)
     EXPECT_EQ(destination().count(L"replication_conflict"), 1);
 }
 
+TEST_F(Script, TellsItsUsageBeforeItConnects)
+{
+    host().destinationDsn = L"NoSuchDataSource";
+    for (const wchar_t* wrong : {L"", L"lst", L"list --laptop", L"resolve {1}", L"resolve {1} sources"}) {
+        const ProgramEnd end = conflicts(wrong);
+        EXPECT_EQ(end.exitCode, 3U) << end.output;
+        EXPECT_THAT(end.output, testing::StartsWith("usage: conflicts.vbs list [--office]"));
+    }
+}
+
 /// The sample of docs/hosting.md, which runs at the laptop and knows the data sources of the test bed.
 class DocumentedHost : public Script
 {
