@@ -56,7 +56,7 @@ class Course:
     # What people do.
 
     def _type(self, when):
-        machine, name, key, text = self._month.act(self._copies)
+        machine, name, key, text = self._month.act(when, self._copies)
         self._write(machine, (name, key), text, when)
 
     def _write(self, machine, row, text, when, seen=None):

@@ -67,6 +67,7 @@ class Month:
         self.tables = [plan["name"] for plan in self.plans]
         self.nights = random.choice((2, 3, 4))
         self._count = 0
+        self._former = 0, OFFICE, None  # when somebody wrote, at which machine, which row
 
     def __str__(self):
         words = [self.place.name, "two-way" if self.is_two_way else "one-way"]
@@ -102,20 +103,33 @@ class Month:
         times = [BEGIN + night * DAY + self.random.randrange(8 * HOUR, 18 * HOUR)
                  for _ in range(self.random.choice((2, 3, 5)))]
         if self.is_hurried:
-            times += [when + self.random.randrange(-10 * SECOND, 10 * SECOND) for _, when in runs]
+            times += [when + side * self.random.randrange(10 * self.random.choice((SECOND, SECOND // 10)))
+                      for _, when in runs for side in (-1, 1)]
         return sorted(times)
 
     def base(self):
         """The rows that all machines have at the beginning."""
-        return {name: {self._new_key(name, ()): self.word("base") for _ in range(3)} for name in self.tables}
+        rows = {name: {} for name in self.tables}
+        for name in self.tables * 3:
+            rows[name][self._new_key(name, rows[name])] = self.word("base")
+        return rows
 
     def word(self, machine):
         """A text that no other version has."""
         self._count += 1
         return f"{machine} {self._count}"
 
-    def act(self, copies):
-        """What somebody does: machine, table, key and the new text; None to delete. `copies` by machine and row."""
+    def act(self, when, copies):
+        """What somebody does: machine, table, key and the new text; None to delete. `copies` by machine and row. In a
+        hurry it is often the same row once more."""
+        moment, machine, row = self._former
+        if when - moment < 4 * SECOND and row in copies[machine] and self.random.random() < 0.7:
+            return machine, *row, self.word(machine)
+        machine, name, key, text = self._act(copies)
+        self._former = when, machine, (name, key)
+        return machine, name, key, text
+
+    def _act(self, copies):
         machine = OFFICE if self.only_office_types else self.random.choice(MACHINES)
         name = self.random.choice(self.tables)
         keys = sorted(key for table, key in copies[machine] if table == name)
@@ -127,9 +141,7 @@ class Month:
     def _new_key(self, name, keys):
         """A number is the machine's own highest and one."""
         if TABLES[name].by_name["unid"].type is INTEGER:
-            self._base = max([0, *map(int, keys)]) if keys else getattr(self, "_base", 0)
-            self._base += 1
-            return str(self._base)
+            return str(max(map(int, keys), default=0) + 1)
         return "{" + str(uuid.UUID(int=self.random.getrandbits(128))).upper() + "}"
 
 
