@@ -1,6 +1,8 @@
 @echo off
 rem A console of the Start menu: quinrep on the PATH, in the folder of its configuration. Its arguments are quinrep's.
 set "PATH=%~dp0;%PATH%"
+rem Programs in that folder are not run by their names.
+set NoDefaultCurrentDirectoryInExePath=1
 set "folder=%ProgramData%\Quinmark Replication"
 cd /d "%folder%"
 if /i not "%CD%"=="%folder%" (
@@ -8,4 +10,4 @@ if /i not "%CD%"=="%folder%" (
     echo   icacls "%folder%" /grant "%USERDOMAIN%\%USERNAME%:(OI)(CI)M"
     exit /b 1
 )
-quinrep %*
+"%~dp0quinrep.exe" %*
