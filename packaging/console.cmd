@@ -6,7 +6,7 @@ set NoDefaultCurrentDirectoryInExePath=1
 set "folder=%ProgramData%\Quinmark Replication"
 cd /d "%folder%"
 if /i not "%CD%"=="%folder%" (
-    echo You may not work in %folder%. An administrator gives you the right:
+    echo %folder% is missing, or closed to you. An administrator gives you the right to it:
     echo   icacls "%folder%" /grant "%USERDOMAIN%\%USERNAME%:(OI)(CI)M"
     exit /b 1
 )
