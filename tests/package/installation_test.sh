@@ -13,6 +13,12 @@ makeOlder() {
         "$set = '{5C0F4F2B-7A51-4E0A-9D0B-0B5D8F1C3E45}' $where = 'ProductCode'"
 }
 
+# Windows refuses a package that does so at another place, Wine does not.
+removesOlderBeforeItBegins() {
+    msiinfo export new.msi InstallExecuteSequence | tr -d '\r' | sort -t$'\t' -k3n | cut -f1 |
+        grep -xA2 InstallValidate | paste -sd' ' | grep -qx 'InstallValidate RemoveExistingProducts InstallInitialize'
+}
+
 closesDataFolder() {
     grep -F '"C:\\ProgramData\\Quinmark Replication\\."' icacls.txt |
         grep -qF '"/inheritance:r" "/grant" "*S-1-5-32-544:(OI)(CI)F" "*S-1-5-18:(OI)(CI)F"'
@@ -97,6 +103,7 @@ testInstallation() {
     expect 'repaired: quinrep is on the PATH' onThePath
     expect 'repaired: the data folder is as it was' eveningKept
     expect 'repaired: the rights on it are as they were' test ! -s icacls.txt
+    expect 'upgrades: the older version goes before the installation begins' removesOlderBeforeItBegins
     expect 'upgrades' install new.msi
     expect 'upgraded: one version is installed' test "$(installed)" = 1
     expect 'upgraded: the component can be created' creatable "$version"
