@@ -74,8 +74,8 @@ def lead(document, documents, folder, begin, text, end):
     if path in documents:
         begin.attrs["href"] = os.path.relpath(documents[path].page, document.page.parent) if target else ""
         begin.attrs["href"] += "#" + anchor if anchor else ""
-        if text.content == target:
-            text.content = documents[path].title if document.lists else path.stem
+        if text.content.endswith(".md"):
+            text.content = documents[path].title if document.lists else text.content.removesuffix(".md")
         return None if not anchor or anchor in documents[path].anchors else f"{path.name} has no section {anchor}"
     if not path.exists():
         if not (SOURCE / path.relative_to(folder)).exists():
