@@ -70,8 +70,8 @@ class Component:
 
 
 class HostBehaviour:
-    """The tests; `run_host(component, *arguments)` gives the status that the host ends with, and leaves in `said` what it
-    says."""
+    """The tests. `run_host(component, *arguments)` gives the status that the host ends with, and leaves in `said` what
+    it says."""
 
     def test_run_that_records_nothing_ends_with_0(self):
         component = Component()

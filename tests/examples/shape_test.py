@@ -41,8 +41,8 @@ GUARDED = [("SetReady", ["if ready"]), ("resetError", ["if reset and error"])]
 
 @dataclasses.dataclass
 class Host:
-    """A source, how three routines begin (they make a run, record its failure, tell its status), and everything that gives
-    one of the arguments a value."""
+    """A source, how three routines begin (they make a run, record its failure, tell its status), and everything that
+    gives one of the arguments a value."""
 
     file: str
     replicate: str
@@ -153,6 +153,14 @@ class Shape(unittest.TestCase):
                 with self.subTest(host.file, value=value):
                     broken = host.read().replace(value, re.sub("= .*", "= 1", value.replace("[switch]", "[bool]")), 1)
                     self.assertNotEqual(faults(host, broken), [])
+
+    def test_program_of_visual_basic_marks_and_resets_by_arguments_alone(self):
+        text = (EXAMPLES / "vb6/Program.bas").read_text(encoding="utf-8")
+        self.assertEqual(re.findall(r"^ *(.*\b(?:ready|resetError) = .*)", text, re.M),
+                         ['Case "--ready": ready = True', 'Case "--reset-error": resetError = True'])
+        self.assertEqual(re.findall(r"ReplicateOffice\(.*\)", text),
+                         ["ReplicateOffice(names(1), ready:=ready, resetError:=resetError)",
+                          "ReplicateOffice(names(1), names(2), names(3), names(4), names(5), ready, resetError)"])
 
 
 if __name__ == "__main__":
