@@ -73,7 +73,8 @@ function replicate(factory, ready, resetError) {
     return statusOfRun(run, tables);
 }
 
-// The error goes into the control record, so that the next attempt and the administrator see it. Tells why it could not.
+// The error goes into the control record, so that the next attempt and the administrator see it. Tells why it could
+// not.
 function recordError(factory, run) {
     try {
         factory.setError(true, run.sErrorMessage);

@@ -1,6 +1,6 @@
 // Replicates the tables of an office with its laptop's database, from the office: the office's database is the local
-// one and the source. Built for x86, the only platform that can load the component, with its type library: replicate.csproj
-// refers to it, and C# passes arguments by reference without saying so.
+// one and the source. Built for x86, the only platform that can load the component, with its type library, to which
+// replicate.csproj refers.
 //
 //   replicate.exe LOGFILE [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX]
 //       [--ready] [--reset-error]

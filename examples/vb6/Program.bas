@@ -23,7 +23,8 @@ Public Sub Main()
         Case 1: status = ReplicateOffice(names(1), ready:=ready, resetError:=resetError)
         Case 5: status = ReplicateOffice(names(1), names(2), names(3), names(4), names(5), ready, resetError)
         Case Else
-            Say "usage: replicate LOGFILE [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX] [--ready] [--reset-error]"
+            Say "usage: replicate LOGFILE [OFFICE_DSN OFFICE_PREFIX LAPTOP_DSN LAPTOP_PREFIX] " & _
+                "[--ready] [--reset-error]"
             status = 3
     End Select
     On Error Resume Next

@@ -63,7 +63,8 @@ class Projects(unittest.TestCase):
 
     def test_visual_basic_refers_to_the_library_and_has_its_modules(self):
         project = (EXAMPLES / "vb6/Replicate.vbp").read_text(encoding="utf-8")
-        self.assertEqual([f"*\\G{{{ID}}}#{int(self.major):x}.{int(self.minor):x}#0#..\\..\\QuinmarkRepDLL.dll#{DESCRIPTION}"],
+        version = f"{int(self.major):x}.{int(self.minor):x}"
+        self.assertEqual([f"*\\G{{{ID}}}#{version}#0#..\\..\\QuinmarkRepDLL.dll#{DESCRIPTION}"],
                          re.findall("^Reference=(.*)", project, re.M))
         modules = re.findall("^Module=(.*); (.*)", project, re.M)
         self.assertEqual([f'Attribute VB_Name = "{name}"' for name, _ in modules],

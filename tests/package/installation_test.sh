@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# installation_test.sh BUILD NAME CMAKE: installs the package with msiexec, repairs and upgrades an older version, removes
-# it, and holds registry and files against what was there before.
+# installation_test.sh BUILD NAME CMAKE: installs the package with msiexec, repairs and upgrades an older version,
+# removes it, and holds registry and files against what was there before.
 set -euo pipefail
 # shellcheck source=tests/package/prefix.sh
 source "$(dirname "${BASH_SOURCE[0]}")/prefix.sh"
@@ -24,7 +24,8 @@ closesDataFolder() {
         grep -qF '"/inheritance:r" "/grant" "*S-1-5-32-544:(OI)(CI)F" "*S-1-5-18:(OI)(CI)F"'
 }
 
-shortcut() { # NAME: the texts of a shortcut. Wine's installer puts them into the user's menu, Windows' into everybody's.
+# The texts of a shortcut. Wine's installer makes it in the user's menu, Windows' in everybody's.
+shortcut() { # NAME
     strings -el "$WINEPREFIX"/drive_c/users/*/AppData/Roaming/*/*/Start\ Menu/Programs/Quinmark\ Replication/"$1.lnk"
 }
 opensConsole() { # SHORTCUT SAID PROMPT: a console that says the one and stays open with the other

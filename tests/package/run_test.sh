@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# run_test.sh BUILD NAME: installs the package and lets the installed quinrep run between the two databases. Without their
-# settings it is skipped, and with QUINMARK_REQUIRE_DATABASE=1 it fails.
+# run_test.sh BUILD NAME: installs the package and lets the installed quinrep run between the two databases. Without
+# their settings it is skipped, and with QUINMARK_REQUIRE_DATABASE=1 it fails.
 set -euo pipefail
 if [[ -z ${QUINMARK_OFFICE_DSN-} ]]; then
     printf 'needs the databases: QUINMARK_OFFICE_DSN is not set\n'
