@@ -72,7 +72,8 @@ class Ledger:
         self._arrived = {}  # machine, row, text: when it came
         self._winners = collections.defaultdict(set)  # versions to which a row's version was lost
         self._hidden = {}  # laptop, row, text: why its date is before a run that it was typed after
-        self._runs = collections.defaultdict(lambda: [(last_run, last_run)])  # of a laptop: when, and the end of its interval
+        # A laptop's runs: when, and the end of the interval.
+        self._runs = collections.defaultdict(lambda: [(last_run, last_run)])
 
     def type(self, machine, row, text, when, date, seen=()):
         under = frozenset(seen).union(*(self.versions[version].seen for version in seen))

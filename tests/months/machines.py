@@ -69,8 +69,8 @@ class Machines:
         return Pairing(self, laptop)
 
     def host(self, laptop, *place):
-        """The component in a process of the laptop's, connected for this site and role. Not one for each: the server has
-        a hundred connections."""
+        """The component in a process of the laptop's, connected for this site and role. There is not one process for
+        each of these, since the server takes a hundred connections."""
         host, where = self._hosts.get(laptop, (None, None))
         if not host:
             host = Host(self.pair(laptop), *place)

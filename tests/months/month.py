@@ -6,6 +6,7 @@ import uuid
 import rules
 from machines import LAPTOPS, MACHINES, OFFICE
 from pair import LAPTOP, OFFICES
+from side import literal
 from tables import TABLES
 from values import DAY, INTEGER, SECOND, date_of, iso, text_of
 
@@ -149,11 +150,12 @@ def insertion(machine, name, key, text, date):
     column, others = TEXTS[name]
     row = {"unid": key, column: text, **others, "mod_date": iso(date)}
     return (f"insert into {machine}.{name} ({', '.join(row)}) values ("
-            + ", ".join(f"'{value}'" for value in row.values()) + ");")
+            + ", ".join(map(literal, row.values())) + ");")
 
 
 def change(machine, name, key, text, date):
-    return (f"update {machine}.{name} set {TEXTS[name][0]} = '{text}', mod_date = '{iso(date)}' where unid = '{key}';")
+    return (f"update {machine}.{name} set {TEXTS[name][0]} = {literal(text)}, mod_date = '{iso(date)}'"
+            f" where unid = '{key}';")
 
 
 def deletion(machine, name, key):
