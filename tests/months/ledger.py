@@ -9,7 +9,7 @@ import collections
 import typing
 
 from machines import OFFICE
-from pair import FULL_COPY, LAPTOP, NEWER_WINS
+from pair import FULL_COPY, LAPTOP, NEWER_WINS, SOURCE_NEWER
 from values import seconds
 
 CONFLICT = "a conflict tells of it"
@@ -131,27 +131,29 @@ class Ledger:
         mark = (run.laptop, loss.row, loss.former.text)
         if mark in self._told or loss.row in run.waiting:
             return CONFLICT
+        apart = self._met.get((run.laptop, loss.side, loss.row, loss.former.text))
         if rule == NEWER_WINS:
-            return self._reason_of_newer(run, loss, mark)
+            return self._reason_of_newer(run, loss, self._hidden.get(mark), apart)
         if mark in self._hidden:
             return self._hidden[mark]
-        if self._met.get((run.laptop, loss.side, *mark[1:]), 3) <= 2:
+        if apart is not None and apart <= 2:
             return CLOSE
-        if run.site == LAPTOP and (run.laptop, loss.side, *mark[1:]) in self._met:
+        if apart is not None and rule == SOURCE_NEWER and run.site == LAPTOP:
             return LEFT
         return None
 
-    def _reason_of_newer(self, run, loss, mark):
+    def _reason_of_newer(self, run, loss, hidden, apart):
+        """`apart` are the seconds between it and the other side's row at an earlier run that left both."""
         if min(loss.former.date, loss.present.date) > run.last and run.boxes:
             return BOX
-        if mark in self._hidden:
-            return self._hidden[mark]
+        if hidden:
+            return hidden
         machine, former = OFFICE if loss.side == "source" else run.laptop, self.versions[loss.former.text]
         if former.machine != machine and self._came_late(run.laptop, machine, loss.row, loss.former):
             return LATE
-        if self._met.get((run.laptop, loss.side, *mark[1:]), 1) < 1:
-            return CLOSE
-        return LATE if (run.laptop, loss.side, *mark[1:]) in self._met else None
+        if apart is None:
+            return None
+        return CLOSE if apart < 1 else LATE
 
     def _came_late(self, laptop, machine, row, copy):
         """Whether a run with this laptop lies between the copy's date and its arrival here."""

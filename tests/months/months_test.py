@@ -1,6 +1,6 @@
 """Random months of a practice with three laptops, through the registered component and against the model, in several
 processes side by side: no copy of a row is written over or deleted but by a decision, with a conflict, or for a reason
-that docs/administration.md names.
+that docs/administration.md names ("Several laptops").
 
 The last lines say what was tried, seen and found; the exit status is 1 when anything was found, 77 without the private
 PostgreSQL: each machine has a clock of its own, and a SQL Server has one for all. `--seed N --first K --months 1`
@@ -45,7 +45,7 @@ class Worker:
         try:
             course.go()
         except Find as find:
-            found = "\n  ".join([f"--seed {seed} --first {number} --months 1:", str(month), *find.args])
+            found = "\n  ".join([f"tests/months/soak.sh --seed {seed} --first {number} --months 1:", str(month), *find.args])
         return found, seen, course.runs
 
 
