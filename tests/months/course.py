@@ -182,7 +182,8 @@ class Course:
             if reason is None:
                 raise Find(f"{laptop} differs in {row}: {office} at the office, {own}", *self._story(row))
             self._seen["differ", reason] += 1
-        self._put_right(start + QUIET_NIGHTS * DAY)
+        if self._different():
+            self._put_right(start + QUIET_NIGHTS * DAY)
 
     def _round(self, when, last=None):
         for number, laptop in enumerate(LAPTOPS):
