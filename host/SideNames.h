@@ -8,9 +8,11 @@
 /// "the laptop" where it is the office's.
 struct SideNames
 {
-    std::string source;
-    std::string destination;
+    std::string source = "the source";
+    std::string destination = "the destination";
 
+    /// As administrators and programs call them.
+    SideNames() = default;
     explicit SideNames(const Configuration& configuration)
     {
         const bool atLaptop = configuration.site == LAPTOP;

@@ -82,6 +82,8 @@ ExitCode watchCommand(const Configuration& configuration, const RunOptions& opti
                       const std::function<void(const Outcome&)>& tell);
 /// Tells how to have the Task Scheduler run every evening, and what would keep it from running; changes nothing.
 Outcome scheduleCommand(const Configuration& configuration, const ScheduleOptions& options);
+/// Tells of one row why it is as it is, and what the next run does with it.
+Outcome explainCommand(const Configuration& configuration, const std::string& table, const std::string& key);
 Outcome statusCommand(const Configuration& configuration);
 Outcome listConflictsCommand(const Configuration& configuration, const ConflictFilter& filter);
 Outcome showConflictCommand(const Configuration& configuration, const std::string& id);

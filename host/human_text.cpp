@@ -1,5 +1,6 @@
 #include "Failure.h"
 #include "commands.h"
+#include "explain_text.h"
 #include "result_text.h"
 
 #include <algorithm>
@@ -386,7 +387,7 @@ std::string humanText(const std::string& command, const ordered_json& result)
         {"check", checks},     {"preview", preview},    {"verify", verification}, {"run", run},
         {"status", status},    {"list", waiting},       {"show", conflict},       {"resolve", resolved},
         {"dismiss", resolved}, {"log", decisions},      {"review", reviewed},     {"copy", copied},
-        {"init", written},     {"schedule", scheduled},
+        {"init", written},     {"schedule", scheduled}, {"explain", explainText},
     };
     return kTexts.at(command)(result);
 }

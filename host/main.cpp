@@ -42,6 +42,8 @@ struct Options
     std::string use;
     std::string reason;
     std::string conflictId;
+    std::string explainedTable;
+    std::string explainedKey;
     bool all = false;
     bool dryRun = false;
     bool changedToo = false;
@@ -272,6 +274,15 @@ private:
         add(app_, "preview", "Show what a run would do; changes nothing", previewCommand);
         add(app_, "verify", "Compare both sides in full; changes nothing", verifyCommand);
         add(app_, "review", "Show the conflicts in a browser and resolve them there", reviewCommand);
+        CLI::App& explain =
+            add(app_, "explain", "Tell of one row why it is as it is, and what the next run does with it",
+                [this](const Configuration& configuration) {
+                    return explainCommand(configuration, options_.explainedTable, options_.explainedKey);
+                });
+        explain.add_option("TABLE", options_.explainedTable, "The row's table")->type_name("")->required();
+        explain.add_option("KEY", options_.explainedKey, "The row's value of the table's key, mostly of unid")
+            ->type_name("")
+            ->required();
         add(app_, "status", "Show the control record, the last counters, waiting conflicts and log errors",
             statusCommand);
     }

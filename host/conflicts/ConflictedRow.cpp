@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <fmt/format.h>
 #include <iomanip>
 #include <map>
 #include <sstream>
@@ -46,11 +47,6 @@ std::wstring lower(const std::string& text)
     std::wstring wide = toWide(text);
     CharLowerBuffW(wide.data(), static_cast<DWORD>(wide.size()));
     return wide;
-}
-
-bool sameName(const std::string& left, const std::string& right)
-{
-    return com::upperCase(toWide(left)) == com::upperCase(toWide(right));
 }
 
 ordered_json dateJson(const std::optional<DATE>& date)
@@ -189,6 +185,11 @@ void ConflictFilter::requireDay() const
         throw HostError(kUsage, "\"" + before + "\" is no day", "Give it as 2026-11-21.");
 }
 
+bool sameName(const std::string& left, const std::string& right)
+{
+    return com::upperCase(toWide(left)) == com::upperCase(toWide(right));
+}
+
 const char* kindWord(long kind)
 {
     const Kind* known = kindOf(kind);
@@ -217,10 +218,15 @@ const std::vector<std::string>& kindWords()
     return kWords;
 }
 
+std::vector<ConflictedRow> recordedRows(Databases& databases)
+{
+    return groupedConflicts(databases.local());
+}
+
 std::vector<ConflictedRow> conflictedRows(const Configuration& configuration, Databases& databases,
                                           const ConflictFilter& filter)
 {
-    std::vector<ConflictedRow> rows = groupedConflicts(databases.local());
+    std::vector<ConflictedRow> rows = recordedRows(databases);
     filterRows(configuration, rows, filter);
     lookAtRowsToday(configuration, databases, rows);
     return rows;
@@ -272,21 +278,21 @@ ordered_json shownColumns(const ConflictedRow& row, ordered_json columns)
     return columns;
 }
 
-const char* nextRunText(NextRun next)
+std::string nextRunText(NextRun next, const SideNames& names)
 {
     switch (next) {
     case NextRun::LeavesIt:
         return "The next run leaves the row as it is.";
     case NextRun::OverwritesDestination:
-        return "The next run overwrites the destination's row with the source's.";
+        return fmt::format("The next run overwrites {}'s row with {}'s.", names.destination, names.source);
     case NextRun::DeletesAtDestination:
-        return "The next run deletes the row at the destination.";
+        return fmt::format("The next run deletes the row at {}.", names.destination);
     case NextRun::InsertsIntoDestination:
-        return "The next run copies the row to the destination.";
+        return fmt::format("The next run copies the row to {}.", names.destination);
     case NextRun::OverwritesSource:
-        return "The next run overwrites the source's row with the destination's.";
+        return fmt::format("The next run overwrites {}'s row with {}'s.", names.source, names.destination);
     case NextRun::InsertsIntoSource:
-        return "The next run copies the row to the source.";
+        return fmt::format("The next run copies the row to {}.", names.source);
     case NextRun::ReportsIt:
         return "The next run reports the row again and leaves it as it is.";
     case NextRun::Fails:

@@ -3,6 +3,7 @@
 #include "Configuration.h"
 #include "RowDecision.h"
 #include "Session.h"
+#include "SideNames.h"
 
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -94,12 +95,18 @@ struct ConflictFilter
     void requireDay() const;
 };
 
+/// Whether two names or keys are the same, in any case of letters.
+bool sameName(const std::string& left, const std::string& right);
+
 /// The word for a kind of conflict in filters, and its name in results.
 const char* kindWord(long kind);
 const char* kindName(long kind);
 /// The kind that a word stands for; 0 for none.
 long kindOfWord(const std::string& word);
 const std::vector<std::string>& kindWords();
+
+/// All rows with conflicts, by table and description. Nobody has looked how they are today.
+std::vector<ConflictedRow> recordedRows(Databases& databases);
 
 /// The rows that the filter means, by table and description. Raises HostError(kUsage) for an id or a table that there
 /// is none of, and for a day that is no date.
@@ -118,7 +125,7 @@ nlohmann::ordered_json recordedColumns(clsConn& local, const ConflictedRow& row)
 nlohmann::ordered_json shownColumns(const ConflictedRow& row, nlohmann::ordered_json columns);
 
 /// A sentence about the next run.
-const char* nextRunText(NextRun next);
+std::string nextRunText(NextRun next, const SideNames& names = {});
 const char* stateName(RowState state);
 
 /// The rows that these ids are about, those that are gone left out.

@@ -26,13 +26,6 @@ std::string upper(const std::string& text)
     return toUtf8(com::upperCase(toWide(text)));
 }
 
-/// The table's name comes from a record that others may have written, and would stand in a statement as it is.
-bool isPlainName(const std::string& name)
-{
-    return !name.empty() &&
-           std::ranges::all_of(name, [](unsigned char c) { return c == '_' || c >= 0x80 || std::isalnum(c) != 0; });
-}
-
 CopyToday copyOf(const ado::Recordset& rs)
 {
     CopyToday copy{.row = {.exists = true}};
@@ -78,9 +71,8 @@ public:
           table_{toWide(table), L"unid"},
           site_(siteOf(configuration))
     {
-        const auto configured = std::ranges::find_if(
-            configuration.tables, [&](const TableConfiguration& other) { return upper(other.name) == upper(table); });
-        if (configured == configuration.tables.end())
+        const TableConfiguration* configured = configuredTable(configuration, table);
+        if (!configured)
             return;
         configured_ = true;
         plan_ = planOf(configured->method, configured->deletes);
@@ -158,7 +150,10 @@ private:
             return row.source.row.exists ? NextRun::InsertsIntoDestination : NextRun::LeavesIt;
         if (!row.source.row.exists)
             return NextRun::DeletesAtDestination;
-        return row.source.texts == row.destination.texts ? NextRun::LeavesIt : NextRun::OverwritesDestination;
+        // A text tells no fractions of a second.
+        return row.source.texts == row.destination.texts && row.source.row.modified == row.destination.row.modified
+                   ? NextRun::LeavesIt
+                   : NextRun::OverwritesDestination;
     }
 
     Databases& databases_;
@@ -185,6 +180,7 @@ void lookAtRowsToday(const Configuration& configuration, Databases& databases, s
     const std::optional<DATE> last = lastReplicate(configuration, databases);
     std::map<std::string, std::vector<ConflictedRow*>> tables;
     for (ConflictedRow& row : rows)
+        // The name comes from a record that others may have written.
         if (isPlainName(row.table) && isSafeKey(com::textVariant(toWide(row.key))))
             tables[upper(row.table)].push_back(&row);
     for (const auto& [name, ofTable] : tables) {
@@ -197,6 +193,27 @@ void lookAtRowsToday(const Configuration& configuration, Databases& databases, s
                 throw;
         }
     }
+}
+
+void lookAtRowToday(const Configuration& configuration, Databases& databases, ConflictedRow& row)
+{
+    TableToday(configuration, databases, row.table).lookAt({&row}, lastReplicate(configuration, databases));
+}
+
+const TableConfiguration* configuredTable(const Configuration& configuration, const std::string& table)
+{
+    const auto replicates = [name = upper(table)](const TableConfiguration& entry) {
+        return entry.method == COMPUTER_TYPE ? name == "COMPUTER_TYPE" || name == "COMPUTER_TYPE_SETTING"
+                                             : upper(entry.name) == name;
+    };
+    const auto found = std::ranges::find_if(configuration.tables, replicates);
+    return found == configuration.tables.end() ? nullptr : &*found;
+}
+
+bool isPlainName(const std::string& name)
+{
+    return !name.empty() &&
+           std::ranges::all_of(name, [](unsigned char c) { return c == '_' || c >= 0x80 || std::isalnum(c) != 0; });
 }
 
 bool isStillAsRecorded(const ConflictedRow& row, const ordered_json& columns)
