@@ -1,5 +1,6 @@
 #include "review/ConflictPage.h"
 #include "conflicts/rows_today.h"
+#include "conflicts/why.h"
 
 #include "com/convert.h"
 #include "html_page.h"
@@ -48,6 +49,14 @@ std::string dates(const ConflictedRow& row)
         return facts + fact("Found by the run of", shownDate(latest.found));
     return facts + fact("First found by the run of", shownDate(row.records.back().found)) +
            fact("Last found by the run of", shownDate(latest.found)) + fact("Found", foundOften(row));
+}
+
+/// The rule by which the next run treats the row as it is today.
+std::string why(const ConflictedRow& row, const Configuration& configuration)
+{
+    const std::string text = whyText(row, SideNames(configuration));
+    return text.empty() ? text
+                        : fmt::format("<p class=\"soft\"><strong>In the next run:</strong> {}</p>\n", escapeHtml(text));
 }
 
 std::string columnTable(const ConflictedRow& row, const ordered_json& columns)
@@ -186,7 +195,7 @@ std::string ConflictPage::detail(const ordered_json& columns) const
                        kindName(row.latest().kind),
                        row.state == RowState::Waits ? "" : fmt::format(" · <strong>{}</strong>", stateName(row.state)),
                        dates(row)) +
-           columnTable(row, shownColumns(row, columns)) +
+           why(row, configuration_) + columnTable(row, shownColumns(row, columns)) +
            (row.state != RowState::Waits || isStillAsRecorded(row, columns)
                 ? ""
                 : "<p class=\"soft\">The row is not as it was found. What is there today is shown before it is "
