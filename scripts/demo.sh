@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# A day between an office and a laptop, on sample data: the laptop takes a copy, both sides change, a run brings them
-# together, and the conflicts are resolved. All of it through the registered component, driven by the script hosts in
-# examples/ and by quinrep. Both databases are compared row by row.
+# A day between an office and a laptop, on sample data: the first copy, a night after both sides have changed, and the
+# morning, when the conflicts are resolved. All of it through the registered component, driven by quinrep and, for the
+# conflicts, by a script host of examples/. Both databases are compared row by row.
 #
 #   demo.sh [--sqlserver HOST[:PORT]]
 #
@@ -79,18 +79,25 @@ fi
 build QuinmarkRepDLL adodb quinrep
 startTestbed
 mkdir -p "$out"
-rm -f "$out/replicate.log"
+rm -f "$out"/quinrep*
 note 'loading the sample into the office database'
 "${databases[@]}" reset 9>&-
 registerServers
-sed -e "s/^prefix = \"office\.\"/prefix = '$QUINMARK_OFFICE_PREFIX'/" \
-    -e "s/^prefix = \"laptop\.\"/prefix = '$QUINMARK_LAPTOP_PREFIX'/" examples/demo/quinrep.toml >"$out/quinrep.toml"
 
-heading 'The laptop takes a copy'
-script replicate copy "$out/replicate.log"
+heading 'A configuration from both databases'
+quinrep 0 init --source-dsn "$QUINMARK_OFFICE_DSN" --destination-dsn "$QUINMARK_LAPTOP_DSN" \
+    --password env:QUINMARK_PASSWORD
+note 'two tables are changed on both sides, and the conflicts of one evening do not keep the next from its work'
+sed -i -e "/^name = 'patient_dates'/,+1 s/one_way_deletes/two_way/" \
+    -e "/^name = 'config'/,+1 s/one_way_deletes/two_way_no_deletes/" \
+    -e 's/^on_conflicts = "stop"/on_conflicts = "continue"/' "$out/quinrep.toml"
+quinrep 0 check
+
+heading 'The first copy'
+quinrep 0 copy --ready
 compareDatabases
 
-heading 'Both sides change, and a run brings them together'
+heading 'Both sides change, and the night brings them together'
 day office
 day laptop
 note 'what a run would do'
@@ -98,7 +105,7 @@ quinrep 0 preview
 note 'the run; status 2: conflicts were recorded'
 quinrep 2 run --ready --report "$out/report.html"
 
-heading 'What the run may not decide'
+heading 'The morning: what the run may not decide'
 script conflicts list
 mapfile -t charts < <(conflictIds chart_hdr)
 mapfile -t shortcuts < <(conflictIds shortcut)

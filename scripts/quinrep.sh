@@ -10,8 +10,8 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 # shellcheck source=scripts/testbed.sh
 source "$repoRoot/scripts/testbed.sh"
 
-[[ -f $binaries/quinrep.exe && -d $repoRoot/build/demo ]] || die -3 'run scripts/demo.sh first'
+[[ -f $binaries/quinrep.exe && -f $repoRoot/build/demo/quinrep.toml ]] || die -3 'run scripts/demo.sh first'
 startTestbed
 registerServers
 exec > >(sed -u 's/\r$//') # as this system ends its lines
-runInterruptible wine "$binaries/quinrep.exe" -c examples/demo/quinrep.toml "$@"
+runInterruptible wine "$binaries/quinrep.exe" -c build/demo/quinrep.toml "$@"
