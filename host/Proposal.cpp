@@ -43,7 +43,7 @@ std::string whyNotWhole(const TableFacts& facts)
 {
     if (!facts.noCopy.empty())
         return facts.noCopy;
-    return facts.referrers.empty() ? "" : joined(facts.referrers) + " refers to it by a foreign key";
+    return facts.referrers.empty() ? "" : "foreign keys of " + joined(facts.referrers) + " refer to it";
 }
 
 std::vector<std::string> tablesOf(clsConn& conn, const std::string& schema)

@@ -36,7 +36,7 @@ max_update = 50
 #                      icacls PATH /inheritance:r /grant:r ACCOUNT:R
 # For a person there are "prompt" and "env:NAME", an environment variable.
 #
-# A text between apostrophes is taken as it stands: 'C:\Replication\password.txt'.
+# A text in single quotes is taken as it stands: 'file:C:\ProgramData\Quinmark Replication\password.txt'.
 [source]
 dsn = {sourceDsn}
 prefix = {sourcePrefix}

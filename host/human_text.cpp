@@ -66,12 +66,13 @@ std::string indented(const std::string& lines)
 std::string written(const ordered_json& result)
 {
     const std::string file = resultText(result["file"]);
+    const std::string check =
+        file == "quinrep.toml" ? "`quinrep check`" : fmt::format("`quinrep -c \"{}\" check`", file);
     if (result["tables"].empty())
-        return fmt::format("{} written; fill in the databases and tables, then try `quinrep check`\n", file);
+        return fmt::format("{} written; fill in the databases and tables, then try {}\n", file, check);
     return grid(result["tables"], {"table", "method", "reason"}) +
            (result["left_out"].empty() ? "" : "Not listed:\n" + grid(result["left_out"], {"table", "reason"})) +
-           fmt::format("{} written with {} tables. Read it, then try `quinrep check`.\n", file,
-                       result["tables"].size());
+           fmt::format("{} written with {} tables. Read it, then try {}.\n", file, result["tables"].size(), check);
 }
 
 std::string checks(const ordered_json& result)

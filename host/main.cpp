@@ -110,6 +110,7 @@ InitOptions initOptions(const Options& options)
     InitOptions init = options.init;
     init.path = options.configurationFile;
     Configuration& configuration = init.configuration;
+    configuration.site = options.site == "offices" ? OFFICES : LAPTOP;
     configuration.localIsSource = options.local.empty() ? configuration.site == OFFICES : options.local == "source";
     configuration.logFile = options.logFile;
     configuration.source.password = options.password;
@@ -248,14 +249,19 @@ private:
         CLI::App& init = *app_.add_subcommand(
             "init", "Write a configuration: from both databases, or without data sources a template to fill in");
         Configuration& configuration = options_.init.configuration;
-        init.add_option("--source-dsn", configuration.source.dsn, "The source's data source, mostly the office's");
-        init.add_option("--destination-dsn", configuration.destination.dsn, "The destination's data source");
+        init.add_option("--source-dsn", configuration.source.dsn, "The source's data source, mostly the office's")
+            ->type_name("NAME");
+        init.add_option("--destination-dsn", configuration.destination.dsn, "The destination's data source")
+            ->type_name("NAME");
         init.add_option("--source-prefix", configuration.source.prefix,
-                        "Stands before the source's tables, such as Office.dbo.; found out unless given");
-        init.add_option("--destination-prefix", configuration.destination.prefix, "The same for the destination");
-        init.add_option("--password", options_.password, kPasswordSources)->capture_default_str();
+                        "Stands before the source's tables, such as Office.dbo.; found out unless given")
+            ->type_name("PREFIX");
+        init.add_option("--destination-prefix", configuration.destination.prefix, "The same for the destination")
+            ->type_name("PREFIX");
+        init.add_option("--password", options_.password, kPasswordSources)->capture_default_str()->type_name("SOURCE");
         init.add_option("--destination-password", configuration.destination.password,
-                        "The destination's, where it is another");
+                        "The destination's, where it is another")
+            ->type_name("SOURCE");
         init.add_option("--site", options_.site, "The site that runs quinrep: laptop unless given")
             ->check(CLI::IsMember({"offices", "laptop"}));
         init.add_option("--local", options_.local,
@@ -312,9 +318,10 @@ private:
         ScheduleOptions& options = options_.schedule;
         CLI::App& schedule = *app_.add_subcommand(
             "schedule", "Print the command that has the Task Scheduler run every evening; changes nothing");
-        schedule.add_option("--at", options.at, "The time of day, such as 20:30")->required();
-        schedule.add_option("--account", options.account, "The account that the task runs under: yours unless given");
-        schedule.add_option("--name", options.name, "The task's name")->capture_default_str();
+        schedule.add_option("--at", options.at, "The time of day, such as 20:30")->required()->type_name("HH:MM");
+        schedule.add_option("--account", options.account, "The account that the task runs under: yours unless given")
+            ->type_name("NAME");
+        schedule.add_option("--name", options.name, "The task's name")->capture_default_str()->type_name("NAME");
         schedule.callback([this, &options] {
             chosen_ = [this, &options] {
                 options.configurationFile = options_.configurationFile;

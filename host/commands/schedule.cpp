@@ -93,7 +93,7 @@ std::string typedArgument(const std::string& text)
             typed += '\\';
             outside = !outside;
         }
-        else if (outside && std::string("&|<>^()").find(c) != std::string::npos)
+        else if (outside && std::string("&|<>^").find(c) != std::string::npos)
             typed += '^';
         typed += c;
     }

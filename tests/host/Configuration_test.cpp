@@ -1,6 +1,7 @@
 #include "Configuration.h"
 
 #include "HostError.h"
+#include "Proposal.h"
 #include "TemporaryFile.h"
 
 #include <gmock/gmock.h>
@@ -57,11 +58,20 @@ std::string withTable(const std::string& lines)
 
 TEST(ConfigurationFile, TemplateCanBeUsedAsItIs)
 {
-    const Configuration configuration = load(configurationTemplate());
+    Configuration given;
+    given.site = LAPTOP;
+    given.localIsSource = false;
+    given.source = {"QuinmarkOffice", "Office.dbo.", "credential:QuinmarkReplication"};
+    given.destination = {"QuinmarkLaptop", "Laptop.dbo.", R"(file:C:\O'Brien\word.txt)"};
+    given.programVersion = "laptop";
+    given.logFile = R"(C:\Replication\quinrep.log)";
+    const Configuration configuration = load(configurationTemplate(given));
     EXPECT_EQ(configuration.site, LAPTOP);
     EXPECT_FALSE(configuration.localIsSource);
     EXPECT_EQ(configuration.source.dsn, "QuinmarkOffice");
-    EXPECT_EQ(configuration.source.password, "env:QUINMARK_PASSWORD");
+    EXPECT_EQ(configuration.source.password, "credential:QuinmarkReplication");
+    EXPECT_EQ(configuration.destination.password, R"(file:C:\O'Brien\word.txt)");
+    EXPECT_EQ(configuration.logFile, R"(C:\Replication\quinrep.log)");
     EXPECT_EQ(configuration.frequency, 900);
     ASSERT_EQ(configuration.tables.size(), 4U);
     EXPECT_EQ(configuration.tables[2].dependent, "chart_option_setting");

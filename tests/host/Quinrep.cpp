@@ -6,15 +6,10 @@
 
 namespace {
 
-std::wstring configurationPath()
+std::string side(const char* name, const std::wstring& dsn, const std::wstring& prefix, const std::string& password)
 {
-    return std::filesystem::temp_directory_path() / (L"quinrep_" + std::to_wstring(GetCurrentProcessId()) + L".toml");
-}
-
-std::string side(const char* name, const std::wstring& dsn, const std::wstring& prefix)
-{
-    return std::string("[") + name + "]\ndsn = '" + toUtf8(dsn) + "'\nprefix = '" + toUtf8(prefix) +
-           "'\npassword = 'env:QUINMARK_PASSWORD'\n";
+    return std::string("[") + name + "]\ndsn = '" + toUtf8(dsn) + "'\nprefix = '" + toUtf8(prefix) + "'\npassword = '" +
+           password + "'\n";
 }
 
 /// Keeps an output for schema_test.py, together with the others of this process only.
@@ -37,7 +32,7 @@ std::string tableSection(const std::string& name, const std::string& method, con
 
 void Quinrep::TearDown()
 {
-    DeleteFileW(configurationPath().c_str());
+    DeleteFileW(configuration().c_str());
     DeleteFileW(decisionLog().c_str());
     DeleteFileW(std::filesystem::path(host().logFile).replace_extension(L".last-run.json").c_str());
     PracticePair::TearDown();
@@ -51,15 +46,15 @@ std::filesystem::path Quinrep::decisionLog()
 std::wstring Quinrep::commandLine(const std::wstring& arguments)
 {
     const HostSettings& settings = host();
-    std::ofstream file(std::filesystem::path(configurationPath()), std::ios::binary);
+    std::ofstream file(configuration(), std::ios::binary);
     file << "site = '" << (settings.site == OFFICES ? "offices" : "laptop") << "'\nlocal = '"
          << (settings.role == L"SOURCE" ? "source" : "destination") << "'\nprogram_version = '" << programVersion
          << "'\nfrequency = 600\n"
-         << side("source", settings.sourceDsn, settings.sourcePrefix)
-         << side("destination", settings.destinationDsn, settings.destinationPrefix) << "[log]\nfile = '"
+         << side("source", settings.sourceDsn, settings.sourcePrefix, password)
+         << side("destination", settings.destinationDsn, settings.destinationPrefix, password) << "[log]\nfile = '"
          << toUtf8(settings.logFile) << "'\nlevel = 1\n"
          << sections << tables;
-    return L"\"" + builtFile(L"quinrep.exe").wstring() + L"\" -c \"" + configurationPath() + L"\" " + arguments;
+    return L"\"" + builtFile(L"quinrep.exe").wstring() + L"\" -c \"" + configuration().wstring() + L"\" " + arguments;
 }
 
 Ended Quinrep::quinrep(const std::wstring& arguments)
@@ -69,9 +64,18 @@ Ended Quinrep::quinrep(const std::wstring& arguments)
 
 Ended Quinrep::quinrepJson(const std::wstring& arguments, const std::string& definition)
 {
-    const Ended ended = quinrep(arguments + L" --json");
+    return keep(quinrep(arguments + L" --json"), definition);
+}
+
+Ended Quinrep::keep(const Ended& ended, const std::string& definition)
+{
     keepOutput(definition, ended.output);
     return ended;
+}
+
+std::filesystem::path Quinrep::configuration()
+{
+    return std::filesystem::temp_directory_path() / (L"quinrep_" + std::to_wstring(GetCurrentProcessId()) + L".toml");
 }
 
 void Quinrep::addUsers(const PracticeSide& side, int first, int last)

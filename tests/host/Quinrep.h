@@ -33,12 +33,17 @@ protected:
     /// Further sections in front of the tables.
     std::string sections;
     std::string programVersion = "3.46";
+    /// The source of both passwords.
+    std::string password = "env:QUINMARK_PASSWORD";
 
     /// The command line with these arguments after those that name the configuration, which is written.
     std::wstring commandLine(const std::wstring& arguments);
     Ended quinrep(const std::wstring& arguments);
     /// With --json; the output is kept, to be held against this definition of the schema.
     Ended quinrepJson(const std::wstring& arguments, const std::string& definition);
+    static Ended keep(const Ended& ended, const std::string& definition);
+
+    static std::filesystem::path configuration();
 
     std::filesystem::path decisionLog();
 

@@ -146,15 +146,3 @@ TEST_F(Quinrep, MistakesOnTheCommandLineAndInTheFileEndWithThree)
                 StartsWith("quinrep: unknown option \"--nonsense\"\n"));
     EXPECT_EQ(quinrep(L"--version").exitCode, kDone);
 }
-
-TEST_F(Quinrep, InitWritesAFileThatIsNeverOverwritten)
-{
-    const std::wstring path = std::filesystem::temp_directory_path() / L"quinrep Praxis Zähne.toml";
-    DeleteFileW(path.c_str());
-    EXPECT_EQ(quinrepAlone(L"-c \"" + path + L"\" init").exitCode, kDone);
-    const Ended again = quinrepAlone(L"-c \"" + path + L"\" init");
-    EXPECT_EQ(again.exitCode, kUsage);
-    EXPECT_THAT(again.messages, HasSubstr("quinrep Praxis Zähne.toml exists already"));
-    DeleteFileW(path.c_str());
-    EXPECT_EQ(quinrepAlone(L"-c Z:/no/such/folder/x.toml init").exitCode, kUsage);
-}
