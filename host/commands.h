@@ -90,8 +90,9 @@ Outcome showConflictCommand(const Configuration& configuration, const std::strin
 Outcome resolveConflictsCommand(const Configuration& configuration, const ResolveOptions& options);
 Outcome dismissConflictsCommand(const Configuration& configuration, const DismissOptions& options);
 Outcome decisionLogCommand(const Configuration& configuration, const ConflictFilter& filter);
-/// Serves the conflicts to a browser until the person ends it; the result tells what was resolved.
-Outcome reviewCommand(const Configuration& configuration);
+/// Serves the conflicts to a browser, and opens that if it may, until the person ends it; the result tells what was
+/// resolved.
+Outcome reviewCommand(const Configuration& configuration, bool opensBrowser);
 
 /// The same result for a person to read.
 std::string humanText(const std::string& command, const nlohmann::ordered_json& result);

@@ -35,6 +35,7 @@ struct Options
     std::string password = "credential:QuinmarkReplication";
     std::string site;
     std::string local;
+    bool noBrowser = false;
     RunOptions run;
     ScheduleOptions schedule;
     std::string reportFile;
@@ -279,7 +280,9 @@ private:
         add(app_, "check", "Look whether everything is in place, and say what to do where not", checkCommand);
         add(app_, "preview", "Show what a run would do; changes nothing", previewCommand);
         add(app_, "verify", "Compare both sides in full; changes nothing", verifyCommand);
-        add(app_, "review", "Show the conflicts in a browser and resolve them there", reviewCommand);
+        add(app_, "review", "Show the conflicts in a browser and resolve them there",
+            [this](const Configuration& configuration) { return reviewCommand(configuration, !options_.noBrowser); })
+            .add_flag("--no-browser", options_.noBrowser, "Print the address, and open no browser");
         CLI::App& explain =
             add(app_, "explain", "Tell of one row why it is as it is, and what the next run does with it",
                 [this](const Configuration& configuration) {

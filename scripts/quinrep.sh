@@ -13,5 +13,6 @@ source "$repoRoot/scripts/testbed.sh"
 [[ -f $binaries/quinrep.exe && -f $repoRoot/build/demo/quinrep.toml ]] || die -3 'run scripts/demo.sh first'
 startTestbed
 registerServers
+[[ ${1-} != review ]] || set -- "$@" --no-browser # the address is for a browser of this system
 exec > >(sed -u 's/\r$//') # as this system ends its lines
 runInterruptible wine "$binaries/quinrep.exe" -c build/demo/quinrep.toml "$@"

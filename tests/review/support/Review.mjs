@@ -29,32 +29,38 @@ file = "review-${site}.log"
 ${tables}`;
 }
 
-function startQuinrep(site, command, tables = kTables[site]) {
+function startQuinrep(site, command, { tables = kTables[site], env = {} } = {}) {
     const file = `review-${site}.toml`;
     writeFileSync(file, configuration(site, tables));
-    return spawn('wine', [process.env.QUINREP, '-c', file, ...command], { stdio: ['ignore', 'pipe', 'inherit'] });
+    return spawn('wine', [process.env.QUINREP, '-c', file, ...command],
+        { stdio: ['ignore', 'pipe', 'pipe'], env: { ...process.env, ...env } });
 }
 
 /// Runs `quinrep run` at the laptop; its exit status, and the address of report-NAME.html.
 export async function report(name, tables, ...options) {
     const file = `report-${name}.html`;
     const command = ['-q', 'run', '--ready', '--reset-error', '--report', file, ...options];
-    const quinrep = startQuinrep('laptop', command, tables);
+    const quinrep = startQuinrep('laptop', command, { tables });
     quinrep.stdout.resume();
+    quinrep.stderr.pipe(process.stderr);
     const [status] = await once(quinrep, 'exit');
     return { status, address: pathToFileURL(file).href };
 }
 
 export class Review {
+    /// What it has told on standard error.
+    told = '';
+
     /// Starts the review of a site ("laptop" or "offices") and waits for its address.
-    static async start(site) {
+    static async start(site, { options = ['--no-browser'], env } = {}) {
         const review = new Review();
-        review.process = startQuinrep(site, ['review']);
+        review.process = startQuinrep(site, ['review', ...options], { env });
+        review.process.stderr.on('data', (data) => { review.told += data; });
         review.exit = once(review.process, 'exit');
         const lines = createInterface({ input: review.process.stdout });
         [review.address] = await Promise.race([
             once(lines, 'line'),
-            review.exit.then(([code]) => { throw new Error(`quinrep ended with status ${code}`); }),
+            review.exit.then(([code]) => { throw new Error(`quinrep ended with status ${code}: ${review.told}`); }),
         ]);
         review.address = review.address.trim();
         review.origin = new URL(review.address).origin;
