@@ -24,26 +24,41 @@ h3 { font-size: .9rem; margin: 1rem 0 .25rem; color: var(--soft); overflow-wrap:
 .trouble { border-left: .3rem solid var(--bad); background: var(--bad-paper); white-space: pre-wrap; }
 .notice, .trouble, .long { max-height: 24rem; overflow: auto; overflow-wrap: anywhere; }
 [role] > p { margin: 0; }
-.columns { display: grid; grid-template-columns: minmax(18rem, 1fr) 3fr; gap: 1rem; align-items: start; }
-@media (max-width: 50rem) { .columns { grid-template-columns: minmax(0, 1fr); } nav { max-height: 40vh; } }
-.columns > * { min-width: 0; }
+.review { display: grid; grid-template: "filter filter" "list detail" / minmax(18rem, 1fr) minmax(0, 3fr); gap: 1rem;
+  align-items: start; }
+.review > * { margin: 0; }
+.review > .filter { grid-area: filter; }
+.list { grid-area: list; position: sticky; top: 1rem; max-height: calc(100vh - 2rem); display: flex;
+  flex-direction: column; }
+.detail { grid-area: detail; }
+.skip a { position: absolute; top: -5rem; left: 1rem; background: var(--card); padding: .5rem; z-index: 1; }
+.skip a:focus { top: .5rem; }
+.steps { display: flex; gap: .25rem 1rem; flex-wrap: wrap; margin: 0 0 .5rem; font-size: .9rem; }
 .filter { display: flex; flex-wrap: wrap; gap: .75rem; align-items: end; }
 label { font-size: .85rem; color: var(--soft); }
 label > * { display: block; }
-input[type=checkbox] { display: inline; margin: .2rem .4rem 0 0; accent-color: var(--accent); flex: none; }
+input[type=checkbox], input[type=radio] { display: inline; margin: .2rem .4rem 0 0; accent-color: var(--accent); flex: none; }
 fieldset { display: flex; flex-wrap: wrap; gap: .5rem .75rem; align-items: end; margin: 1rem 0 0; padding: .5rem 0 0;
   border: 0; border-top: 1px solid var(--line); }
 fieldset > .soft { flex: 1 0 100%; }
 fieldset > label { flex: 1 1 12rem; }
+.list fieldset > label { flex: 1 0 100%; display: flex; align-items: baseline; }
 [name=reason] { width: 100%; }
 legend { padding-right: .5rem; font-weight: 600; font-size: .9rem; }
 input, select, button { font: inherit; color: var(--ink); background: var(--card); border: 1px solid var(--soft);
   border-radius: .35rem; padding: .4rem .7rem; max-width: 100%; }
 button { cursor: pointer; border-color: var(--accent); color: var(--accent); font-weight: 600; }
 button.first { background: var(--accent); color: var(--on-accent); }
+button.deletes { border: .15rem solid var(--bad); color: var(--bad); }
+.loss, .loses h2 { color: var(--bad); font-weight: 600; }
+.loses { border-left: .3rem solid var(--bad); }
+kbd { font: .75rem/1 ui-monospace, Consolas, monospace; border: 1px solid currentColor; border-radius: .2rem;
+  padding: .1rem .25rem; margin-left: .4rem; vertical-align: middle; }
+button[disabled] kbd { display: none; }
+.keys { margin-top: 1rem; }
 button[disabled] { cursor: not-allowed; border-color: var(--line); color: var(--soft); text-decoration: line-through; }
 :focus-visible { outline: .2rem solid var(--accent); outline-offset: .15rem; }
-nav { max-height: 65vh; overflow: auto; }
+nav { flex: 1 1 auto; min-height: 6rem; overflow: auto; }
 nav ul { list-style: none; margin: 0; padding: 0; }
 nav li { display: flex; align-items: center; }
 nav a { flex: 1; min-width: 0; padding: .4rem .6rem; border-radius: .35rem; color: var(--ink); text-decoration: none;
@@ -62,14 +77,35 @@ table { width: 100%; border-collapse: collapse; }
 th, td { text-align: left; vertical-align: top; padding: .5rem .4rem; border-bottom: 1px solid var(--line); }
 thead th { font-size: .85rem; color: var(--soft); }
 .sides { table-layout: fixed; margin: 1rem 0; }
-.sides th:first-child { width: 28%; padding-left: 0; font-size: .85rem; overflow-wrap: anywhere; }
-.value { max-height: 18rem; overflow: auto; white-space: pre-wrap; overflow-wrap: anywhere;
+.sides th { overflow-wrap: anywhere; }
+.sides th:first-child { width: 22%; padding-left: 0; font-size: .8rem; }
+.sides .name th { font-size: .9rem; }
+.value { max-height: 18rem; overflow: auto; white-space: break-spaces; overflow-wrap: anywhere;
   font-family: ui-monospace, Consolas, monospace; font-size: .9rem; }
-mark { background: var(--mark); color: var(--mark-ink); border-radius: .15rem; }
+.same, .same .value { color: var(--soft); }
+.same > * { display: inline; }
+.same::before { content: "= "; }
+summary { cursor: pointer; color: var(--accent); font: .85rem/1.6 system-ui, "Segoe UI", sans-serif; }
+mark { background: var(--mark); color: var(--mark-ink); border-radius: .15rem; text-decoration: underline .1em;
+  text-underline-offset: .2em; }
 .choices { display: grid; grid-template-columns: repeat(auto-fit, minmax(13rem, 1fr)); gap: 1rem; margin-top: 1rem; }
 .choices button { width: 100%; }
 .choices p { margin-top: .35rem; }
 td.number, th.number { text-align: right; font-variant-numeric: tabular-nums; }
 td.alarm { color: var(--bad); font-weight: 700; }
 .wide { overflow-x: auto; }
+@media (max-width: 50rem) {
+  .review { grid-template: "detail" "filter" "list" / minmax(0, 1fr); }
+  .list { position: static; max-height: none; }
+  nav { max-height: 60vh; }
+  kbd, .keys { display: none; }
+  .long { max-height: none; }
+  .detail dl > div { flex: 1 0 8.5rem; }
+  .sides, .sides tbody, .sides tr, .sides th, .sides td { display: block; }
+  .sides thead { position: absolute; clip-path: inset(50%); height: 1px; width: 1px; overflow: hidden; }
+  .sides tr { border-bottom: 1px solid var(--line); padding: .5rem 0; }
+  .sides th, .sides td, .sides th:first-child { width: auto; border: 0; padding: .15rem 0; }
+  .same > * { display: block; }
+  .sides td::before { content: attr(data-side); display: block; font-size: .8rem; color: var(--soft); }
+}
 )css";

@@ -113,7 +113,8 @@ Outcome dismissConflictsCommand(const Configuration& configuration, const Dismis
     const std::vector<ConflictedRow> rows = conflictedRows(configuration, databases, options.filter);
     ordered_json counts = countEffects({}, rows.size());
     if (options.dryRun)
-        return {{{"planned", planned(rows, describeDismissal)}, {"counts", std::move(counts)}}};
+        return {{{"planned", planned(rows, [](const ConflictedRow& row) { return describeDismissal(row); })},
+                 {"counts", std::move(counts)}}};
     for (const ConflictedRow& row : rows)
         std::cerr << row.table << " " << (row.latest().keyInfo.empty() ? row.key : row.latest().keyInfo) << ": "
                   << nextRunText(row.next) << "\n";

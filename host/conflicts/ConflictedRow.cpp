@@ -26,14 +26,16 @@ struct Kind
     long kind;
     const char* word;
     const char* name;
+    /// With places for the names of source and destination.
+    const char* nameForPeople;
 };
 
 constexpr std::array kKinds{
-    Kind{CHANGED_ON_BOTH, "changed_on_both", "changed on both sides"},
-    Kind{NEW_ON_source, "new_on_source", "new on the source"},
-    Kind{NEW_ON_DEST, "new_on_destination", "new on the destination"},
-    Kind{CHANGED_ON_DEST, "changed_on_destination", "changed on the destination"},
-    Kind{DELETED_ON_SOURCE, "deleted_on_source", "deleted on the source"},
+    Kind{CHANGED_ON_BOTH, "changed_on_both", "changed on both sides", "changed on both sides"},
+    Kind{NEW_ON_source, "new_on_source", "new on the source", "new at {0}"},
+    Kind{NEW_ON_DEST, "new_on_destination", "new on the destination", "new at {1}"},
+    Kind{CHANGED_ON_DEST, "changed_on_destination", "changed on the destination", "changed at {1}"},
+    Kind{DELETED_ON_SOURCE, "deleted_on_source", "deleted on the source", "deleted at {0}"},
 };
 
 const Kind* kindOf(long kind)
@@ -167,7 +169,8 @@ bool ConflictFilter::fits(const std::string& tableName, long conflictKind, const
     const std::wstring text = lower(contains);
     const auto has = [&](const std::string& where) { return lower(where).find(text) != std::wstring::npos; };
     return (table.empty() || sameName(tableName, table)) && (kind.empty() || kind == kindWord(conflictKind)) &&
-           (before.empty() || day < before) && (has(tableName) || has(kindName(conflictKind)) || has(keyInfo));
+           (before.empty() || day < before) &&
+           (has(tableName) || has(kindName(conflictKind)) || has(kindName(conflictKind, names)) || has(keyInfo));
 }
 
 void ConflictFilter::requireDay() const
@@ -200,6 +203,12 @@ const char* kindName(long kind)
 {
     const Kind* known = kindOf(kind);
     return known ? known->name : "unknown";
+}
+
+std::string kindName(long kind, const SideNames& names)
+{
+    const Kind* known = kindOf(kind);
+    return known ? fmt::format(fmt::runtime(known->nameForPeople), names.source, names.destination) : kindName(kind);
 }
 
 long kindOfWord(const std::string& word)

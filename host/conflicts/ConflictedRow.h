@@ -87,6 +87,8 @@ struct ConflictFilter
     std::string contains = {};
     /// Only rows that were last found before this day, as 2026-11-21.
     std::string before = {};
+    /// `contains` finds the kind by these names of the sides too.
+    SideNames names = {};
 
     /// Whether a conflict fits the filter by table, kind, description and day; `day` as in `before`.
     bool fits(const std::string& tableName, long conflictKind, const std::string& keyInfo,
@@ -98,9 +100,10 @@ struct ConflictFilter
 /// Whether two names or keys are the same, in any case of letters.
 bool sameName(const std::string& left, const std::string& right);
 
-/// The word for a kind of conflict in filters, and its name in results.
+/// The word for a kind of conflict in filters, its name in results, and its name for people.
 const char* kindWord(long kind);
 const char* kindName(long kind);
+std::string kindName(long kind, const SideNames& names);
 /// The kind that a word stands for; 0 for none.
 long kindOfWord(const std::string& word);
 const std::vector<std::string>& kindWords();

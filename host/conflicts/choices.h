@@ -31,10 +31,11 @@ struct Choice
 
 /// Describes a resolution of a row's conflicts at the site, by the component's own decision, the kind of the row's key
 /// and both sides' rows of today.
-Choice describeChoice(enumReplicationUniqueId site, enumResolution use, const ConflictedRow& row);
+Choice describeChoice(enumReplicationUniqueId site, enumResolution use, const ConflictedRow& row,
+                      const SideNames& names = {});
 
 /// Describes a dismissal.
-std::string describeDismissal(const ConflictedRow& row);
+std::string describeDismissal(const ConflictedRow& row, const SideNames& names = {});
 
 /// The word for a resolution on the command line and in forms.
 const char* useName(enumResolution use);

@@ -162,19 +162,26 @@ private:
 
 } // namespace
 
-ordered_json differences(const ConflictedRow& row)
+ordered_json columnsToday(const ConflictedRow& row)
 {
     ordered_json columns = ordered_json::array();
     const auto value = [](const CopyToday& copy, const std::string& name) {
         return copy.columns.value(name, ordered_json());
     };
     const CopyToday& names = row.source.row.exists ? row.source : row.destination;
-    for (const auto& column : names.columns.items()) {
-        const ordered_json source = value(row.source, column.key());
-        const ordered_json destination = value(row.destination, column.key());
-        if (source != destination)
-            columns.push_back({{"column", column.key()}, {"source", source}, {"destination", destination}});
-    }
+    for (const auto& column : names.columns.items())
+        columns.push_back({{"column", column.key()},
+                           {"source", value(row.source, column.key())},
+                           {"destination", value(row.destination, column.key())}});
+    return columns;
+}
+
+ordered_json differences(const ConflictedRow& row)
+{
+    ordered_json columns = ordered_json::array();
+    for (const ordered_json& column : columnsToday(row))
+        if (column["source"] != column["destination"])
+            columns.push_back(column);
     return columns;
 }
 

@@ -25,7 +25,9 @@ std::vector<Decided> resolveRows(const Configuration& configuration, Databases& 
 std::vector<Decided> dismissRows(const Configuration& configuration, Databases& databases,
                                  const std::vector<ConflictedRow>& rows, const std::string& reason);
 
-/// Both copies of a row as they are today, column by column, where they differ; null for Null and for no row.
+/// Both copies of a row as they are today, column by column; null for Null and for no row.
+nlohmann::ordered_json columnsToday(const ConflictedRow& row);
+/// Those columns where the copies differ.
 nlohmann::ordered_json differences(const ConflictedRow& row);
 
 /// How many rows a decision overwrites, deletes, keeps as they are, leaves waiting and dismisses.

@@ -175,7 +175,7 @@ std::optional<DATE> lastReplicate(const Configuration& configuration, Databases&
 
 } // namespace
 
-void lookAtRowsToday(const Configuration& configuration, Databases& databases, std::vector<ConflictedRow>& rows)
+void lookAtRowsToday(const Configuration& configuration, Databases& databases, std::span<ConflictedRow> rows)
 {
     const std::optional<DATE> last = lastReplicate(configuration, databases);
     std::map<std::string, std::vector<ConflictedRow*>> tables;

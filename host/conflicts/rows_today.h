@@ -2,9 +2,11 @@
 
 #include "conflicts/ConflictedRow.h"
 
+#include <span>
+
 /// Reads both sides' copies of the rows as they are today, by few queries for each table, and fills in their state and
 /// what the next run does with them. A table that cannot be read leaves its rows unknown.
-void lookAtRowsToday(const Configuration& configuration, Databases& databases, std::vector<ConflictedRow>& rows);
+void lookAtRowsToday(const Configuration& configuration, Databases& databases, std::span<ConflictedRow> rows);
 
 /// The same for one row, whatever its table and key. Raises com::Error when it cannot be read.
 void lookAtRowToday(const Configuration& configuration, Databases& databases, ConflictedRow& row);

@@ -11,13 +11,14 @@ using nlohmann::ordered_json;
 
 namespace {
 
-std::string question(const Decision& decision, size_t count)
+std::string question(const Decision& decision, size_t count, const SideNames& names)
 {
-    const std::string what = decision.dismisses                ? "Dismiss"
-                             : decision.use == USE_SOURCE      ? "Use the source for"
-                             : decision.use == USE_DESTINATION ? "Use the destination for"
-                                                               : "Leave for later";
-    return fmt::format("{} {} {}?", what, count, count == 1 ? "row" : "rows");
+    const std::string rows = fmt::format("{} {}", count, count == 1 ? "row" : "rows");
+    if (decision.dismisses)
+        return "Dismiss " + rows + "?";
+    if (decision.use == WORK_LATER)
+        return "Leave " + rows + " for later?";
+    return fmt::format("Use {}'s for {}?", decision.use == USE_SOURCE ? names.source : names.destination, rows);
 }
 
 std::string namedRow(const ConflictedRow& row, const std::string& text)
@@ -26,40 +27,32 @@ std::string namedRow(const ConflictedRow& row, const std::string& text)
                        escapeHtml(row.table), escapeHtml(text));
 }
 
-std::string lostRow(const ConflictedRow& row)
-{
-    return fmt::format(
-        "<tbody><tr><th colspan=\"3\" scope=\"rowgroup\"><strong>{}</strong> <small>{}</small></th></tr>\n{}"
-        "</tbody>\n",
-        escapeHtml(rowName(row)), escapeHtml(row.table),
-        columnLines(differences(row), row.source.row.exists, row.destination.row.exists));
-}
-
 } // namespace
 
-ConfirmationPage::ConfirmationPage(const Configuration& configuration, const std::string& root, const Plan& plan,
+ConfirmationPage::ConfirmationPage(const ReviewContext& context, const Plan& plan,
                                    const std::vector<ConflictedRow>& rows, const ReviewView& view)
-    : configuration_(configuration),
-      root_(root),
+    : context_(context),
       plan_(plan),
       rows_(rows),
       view_(view)
 {
     for (const ConflictedRow& row : rows) {
-        choices_.push_back(plan.decision.choiceFor(configuration.site, row));
-        losses_.push_back(lossBy(plan.decision, configuration.site, row));
+        choices_.push_back(plan.decision.choiceFor(context.configuration.site, row, context.names));
+        losses_.push_back(lossBy(plan.decision, context.configuration.site, row));
     }
 }
 
 std::string ConfirmationPage::html(const std::string& messages, const std::string& reason) const
 {
-    return "<main>\n" + messages + "<section class=\"card\"><h1>" + question(plan_.decision, rows_.size()) +
+    const auto& [source, destination] = context_.names;
+    return "<main>\n" + messages + "<section class=\"card\"><h1>" +
+           escapeHtml(question(plan_.decision, rows_.size(), context_.names)) +
            "</h1>\n<p>Nothing has been done yet.</p>\n" + counts() + confirmForm(reason) + "</section>\n" +
-           lostRows(Loss::OverwrittenNow, "Overwritten at the destination") +
-           lostRows(Loss::DeletedNow, "Deleted at the destination") +
-           lostRows(Loss::DestinationOverwrittenNext, "Overwritten at the destination by the next run") +
-           lostRows(Loss::DestinationDeletedNext, "Deleted at the destination by the next run") +
-           lostRows(Loss::SourceOverwrittenNext, "Overwritten at the source by the next run") + waitingRows() +
+           lostRows(Loss::DeletedNow, "Deleted at " + destination) +
+           lostRows(Loss::OverwrittenNow, "Overwritten at " + destination) +
+           lostRows(Loss::DestinationDeletedNext, "Deleted at " + destination + " by the next run") +
+           lostRows(Loss::DestinationOverwrittenNext, "Overwritten at " + destination + " by the next run") +
+           lostRows(Loss::SourceOverwrittenNext, "Overwritten at " + source + " by the next run") + waitingRows() +
            otherRows() + "</main>\n";
 }
 
@@ -75,6 +68,17 @@ std::string ConfirmationPage::counts() const
     return "<dl class=\"counts\">" + facts + "</dl>\n";
 }
 
+std::string ConfirmationPage::lostRow(const ConflictedRow& row) const
+{
+    const ordered_json columns = differences(row);
+    const std::string lines =
+        columns.empty() ? "<tr role=\"row\"><td role=\"cell\" colspan=\"3\">Both sides are equal.</td></tr>\n"
+                        : columnLines(columns, row.source.row.exists, row.destination.row.exists, context_.names);
+    return fmt::format("<tbody role=\"rowgroup\"><tr role=\"row\" class=\"name\"><th colspan=\"3\" scope=\"rowgroup\" "
+                       "role=\"rowheader\"><strong>{}</strong> <small>{}</small></th></tr>\n{}</tbody>\n",
+                       escapeHtml(rowName(row)), escapeHtml(row.table), lines);
+}
+
 std::string ConfirmationPage::lostRows(Loss loss, const std::string& heading) const
 {
     std::string bodies;
@@ -86,10 +90,10 @@ std::string ConfirmationPage::lostRows(Loss loss, const std::string& heading) co
         }
     if (count == 0)
         return {};
-    return fmt::format("<section class=\"card\"><h2>{}: {}</h2>\n<div class=\"long\"><table class=\"sides\"><thead><tr>"
-                       "<th scope=\"col\">Column</th><th scope=\"col\">Source today</th><th scope=\"col\">Destination "
-                       "today</th></tr></thead>\n{}</table></div></section>\n",
-                       heading, count, bodies);
+    const bool deletes = loss == Loss::DeletedNow || loss == Loss::DestinationDeletedNext;
+    return fmt::format("<section class=\"card{}\"><h2>{}{}: {}</h2>\n<div class=\"long\">{}</div></section>\n",
+                       deletes ? " loses" : "", deletes ? "<span aria-hidden=\"true\">✕ </span>" : "",
+                       escapeHtml(heading), count, sidesTable(context_.names, " today", bodies));
 }
 
 std::string ConfirmationPage::waitingRows() const
@@ -108,7 +112,7 @@ std::string ConfirmationPage::otherRows() const
     std::string items;
     for (size_t index = 0; index < rows_.size(); ++index)
         if (choices_[index].effect == Effect::Keeps && losses_[index] == Loss::None)
-            items += namedRow(rows_[index], nextRunText(rows_[index].next));
+            items += namedRow(rows_[index], nextRunText(rows_[index].next, context_.names));
     return items.empty() ? ""
                          : fmt::format("<section class=\"card\"><h2>{}</h2>\n<ul class=\"long\">{}</ul></section>\n",
                                        plan_.decision.dismisses ? "Dismissed" : "Kept as they are", items);
@@ -121,13 +125,18 @@ bool ConfirmationPage::changesNothing() const
 
 std::string ConfirmationPage::confirmForm(const std::string& reason) const
 {
-    const std::string back = fmt::format("<a href=\"{}\">Back to the list</a>", escapeHtml(root_ + view_.query()));
+    const std::string back = fmt::format("<a href=\"{}\">Back to the list</a>", escapeHtml(context_.address(view_)));
     if (changesNothing())
         return "<p>There is nothing to confirm: no row would be changed and no conflict closed.</p>\n" + back;
     const std::string reasonField = fmt::format(
         "<label>Reason<input name=\"reason\" required maxlength=\"500\" value=\"{}\"></label>", escapeHtml(reason));
-    return fmt::format("<form class=\"filter\" method=\"post\" action=\"{}confirm\">{}{}{}<button class=\"first\">Do it"
-                       "</button>{}</form>\n",
-                       root_, view_.hiddenFields(), hiddenField("plan", plan_.id),
-                       plan_.decision.dismisses ? reasonField : "", back);
+    const auto deleted = std::ranges::count(losses_, Loss::DeletedNow);
+    const std::string button =
+        deleted == 0 ? "<button class=\"first\">Do it</button>"
+                     : fmt::format("<button class=\"deletes\"><span aria-hidden=\"true\">✕ </span>Do it and delete {} "
+                                   "{}</button>",
+                                   deleted, deleted == 1 ? "row" : "rows");
+    return fmt::format("<form class=\"filter\" method=\"post\" action=\"{}confirm\">{}{}{}{}{}</form>\n", context_.root,
+                       view_.hiddenFields(), hiddenField("plan", plan_.id), plan_.decision.dismisses ? reasonField : "",
+                       button, back);
 }

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "Configuration.h"
 #include "review/Decision.h"
-#include "review/ReviewView.h"
+#include "review/ReviewContext.h"
 
 #include <string>
 #include <vector>
@@ -11,23 +10,22 @@
 class ConfirmationPage
 {
 public:
-    /// `root` is the path of the pages, with a slash at its end.
-    ConfirmationPage(const Configuration& configuration, const std::string& root, const Plan& plan,
-                     const std::vector<ConflictedRow>& rows, const ReviewView& view);
+    ConfirmationPage(const ReviewContext& context, const Plan& plan, const std::vector<ConflictedRow>& rows,
+                     const ReviewView& view);
 
     /// `messages` is HTML; `reason` is what was typed in so far.
     std::string html(const std::string& messages, const std::string& reason) const;
 
 private:
     std::string counts() const;
+    std::string lostRow(const ConflictedRow& row) const;
     std::string lostRows(Loss loss, const std::string& heading) const;
     std::string waitingRows() const;
     std::string otherRows() const;
     std::string confirmForm(const std::string& reason) const;
     bool changesNothing() const;
 
-    const Configuration& configuration_;
-    const std::string& root_;
+    const ReviewContext& context_;
     const Plan& plan_;
     const std::vector<ConflictedRow>& rows_;
     const ReviewView& view_;

@@ -30,9 +30,10 @@ std::string Decision::word() const
     return dismisses ? kDismiss : useName(use);
 }
 
-Choice Decision::choiceFor(enumReplicationUniqueId site, const ConflictedRow& row) const
+Choice Decision::choiceFor(enumReplicationUniqueId site, const ConflictedRow& row, const SideNames& names) const
 {
-    return dismisses ? Choice{use, true, Effect::Keeps, describeDismissal(row)} : describeChoice(site, use, row);
+    return dismisses ? Choice{use, true, Effect::Keeps, describeDismissal(row, names)}
+                     : describeChoice(site, use, row, names);
 }
 
 Loss lossBy(const Decision& decision, enumReplicationUniqueId site, const ConflictedRow& row)
@@ -59,18 +60,18 @@ Loss lossBy(const Decision& decision, enumReplicationUniqueId site, const Confli
     }
 }
 
-std::string whatHappened(const Decision& decision, Effect effect, const ConflictedRow& row)
+std::string whatHappened(const Decision& decision, Effect effect, const ConflictedRow& row, const SideNames& names)
 {
-    const std::string next = std::string(" ") + nextRunText(row.next);
+    const std::string next = nextRunText(row.next, names);
     if (decision.dismisses)
-        return "the conflict was dismissed." + next;
+        return "the conflict was dismissed. " + next;
     switch (effect) {
     case Effect::Overwrites:
-        return "the source's row was copied over the destination's.";
+        return fmt::format("{}'s row was copied over {}'s.", names.source, names.destination);
     case Effect::Deletes:
-        return "the row was deleted at the destination.";
+        return fmt::format("the row was deleted at {}.", names.destination);
     case Effect::Keeps:
-        return "the destination's row was left as it is, and the conflict is closed." + next;
+        return fmt::format("{}'s row was left as it is, and the conflict is closed. {}", names.destination, next);
     case Effect::Stays:
         break;
     }

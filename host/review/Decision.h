@@ -17,7 +17,7 @@ struct Decision
     static Decision of(const std::string& word);
     std::string word() const;
 
-    Choice choiceFor(enumReplicationUniqueId site, const ConflictedRow& row) const;
+    Choice choiceFor(enumReplicationUniqueId site, const ConflictedRow& row, const SideNames& names = {}) const;
 };
 
 /// A row's content that somebody loses.
@@ -35,7 +35,7 @@ enum class Loss
 Loss lossBy(const Decision& decision, enumReplicationUniqueId site, const ConflictedRow& row);
 
 /// The outcome, in words that follow the row's name.
-std::string whatHappened(const Decision& decision, Effect effect, const ConflictedRow& row);
+std::string whatHappened(const Decision& decision, Effect effect, const ConflictedRow& row, const SideNames& names);
 
 /// Another text as soon as anything that a decision about the row rests on is another.
 std::string fingerprint(const ConflictedRow& row);

@@ -6,6 +6,8 @@
 #include "html_page.h"
 #include "random.h"
 #include "review/ConfirmationPage.h"
+#include "review/ConflictPage.h"
+#include "review/EndPage.h"
 #include "review/html.h"
 #include "text.h"
 
@@ -50,6 +52,15 @@ HttpResponse page(int status, const std::string& title, const std::string& body)
             htmlPage(title, nonce, body)};
 }
 
+/// Says so when "all that were found" has come to mean other rows than were counted in the form.
+std::string listChange(const FormFields& form, size_t count)
+{
+    const std::string found = form.first("found");
+    return form.first("all") != "yes" || found == std::to_string(count)
+               ? ""
+               : fmt::format("The list has changed since it was shown: {} rows are in it, not {}.", count, found);
+}
+
 /// The text of the failure that is being handled.
 std::string failureText()
 {
@@ -60,21 +71,17 @@ std::string failureText()
         throw;
     }
     catch (...) {
-        std::string text = currentFailure().text;
-        if (!text.empty() && text.front() >= 'a' && text.front() <= 'z')
-            text.front() = static_cast<char>(text.front() - 'a' + 'A'); // as a sentence of its own
-        return text;
+        return capitalized(currentFailure().text);
     }
 }
 
 } // namespace
 
 ReviewSite::ReviewSite(const Configuration& configuration, unsigned short port)
-    : configuration_(configuration),
-      host_(fmt::format("127.0.0.1:{}", port)),
+    : host_(fmt::format("127.0.0.1:{}", port)),
       origin_("http://" + host_),
       token_(randomHex(kTokenBytes)),
-      root_("/" + token_ + "/")
+      context_{configuration, "/" + token_ + "/", SideNames(configuration)}
 {
 }
 
@@ -87,7 +94,7 @@ HttpResponse ReviewSite::answer(const HttpRequest& request)
     catch (...) {
         const std::string text = failureText();
         return page(500, "Conflicts",
-                    "<main>" + messageBox("trouble", "alert", {text}) + "<p><a href=\"" + root_ +
+                    "<main>" + messageBox("trouble", "alert", {text}) + "<p><a href=\"" + context_.root +
                         "\">Try again</a></p></main>\n");
     }
 }
@@ -106,13 +113,17 @@ void ReviewSite::refuseStrangers(const HttpRequest& request) const
 
 HttpResponse ReviewSite::route(const HttpRequest& request)
 {
-    const std::string name = request.path.substr(std::min(root_.size(), request.path.size()));
+    const std::string name = request.path.substr(std::min(context_.root.size(), request.path.size()));
     const bool submits = name == "resolve" || name == "confirm" || name == "quit";
-    if (request.path.size() < root_.size() || (!name.empty() && !submits))
+    const bool asksToEnd = name == "end";
+    if (request.path.size() < context_.root.size() || (!name.empty() && !submits && !asksToEnd))
         throw HttpError(404, "not found");
     if (request.method != (submits ? "POST" : "GET"))
         throw HttpError(405, "method not allowed");
-    return submits ? submit(name, parseForm(request.body)) : conflictPage(ReviewView::of(request.query));
+    if (submits)
+        return submit(name, parseForm(request.body));
+    const ReviewView view = viewOf(request.query);
+    return asksToEnd ? askToEnd(view) : conflictPage(view);
 }
 
 HttpResponse ReviewSite::submit(const std::string& name, const FormFields& form)
@@ -124,15 +135,15 @@ HttpResponse ReviewSite::submit(const std::string& name, const FormFields& form)
     }
     catch (...) {
         troubles_.push_back(failureText());
-        return backToList(ReviewView::of(form));
+        return backToList(viewOf(form));
     }
 }
 
 HttpResponse ReviewSite::resolve(const FormFields& form)
 {
     const Decision decision = Decision::of(form.first("use"));
-    ReviewView view = ReviewView::of(form);
-    Databases databases(configuration_);
+    ReviewView view = viewOf(form);
+    Databases databases(context_.configuration);
     const std::vector<ConflictedRow> rows = chosenRows(databases, form, view);
     const std::string reason = trimmed(form.first("reason"));
     if (!mayBeDoneAtOnce(databases, rows, decision, form.first("seen"))) {
@@ -141,7 +152,7 @@ HttpResponse ReviewSite::resolve(const FormFields& form)
             plan_->ids.push_back(row.latest().id);
             plan_->fingerprints.push_back(fingerprint(row));
         }
-        return confirmationPage(rows, view, "", reason);
+        return confirmationPage(rows, view, listChange(form, rows.size()), reason);
     }
     if (decision.dismisses)
         requireReason(reason);
@@ -157,9 +168,9 @@ HttpResponse ReviewSite::confirm(const FormFields& form)
         throw HostError(kFailed,
                         "This was confirmed before, or another decision was begun since. Nothing was done now.",
                         "Look at the list, and choose again.");
-    Databases databases(configuration_);
+    Databases databases(context_.configuration);
     const std::vector<ConflictedRow> rows = rowsWithIds(databases, plan_->ids);
-    const ReviewView view = ReviewView::of(form);
+    const ReviewView view = viewOf(form);
     const std::string reason = trimmed(form.first("reason"));
     if (!std::ranges::equal(rows, plan_->fingerprints, {}, fingerprint)) {
         plan_.reset();
@@ -176,7 +187,7 @@ HttpResponse ReviewSite::confirm(const FormFields& form)
 /// The rows in the list's order.
 std::vector<ConflictedRow> ReviewSite::rowsWithIds(Databases& databases, const std::vector<std::string>& ids) const
 {
-    std::vector<ConflictedRow> rows = conflictedRows(configuration_, databases, {});
+    std::vector<ConflictedRow> rows = recordedRows(databases);
     const std::set<std::string> wanted(ids.begin(), ids.end());
     std::erase_if(rows, [&](const ConflictedRow& row) {
         return std::ranges::none_of(row.records,
@@ -185,15 +196,17 @@ std::vector<ConflictedRow> ReviewSite::rowsWithIds(Databases& databases, const s
     if (rows.size() < wanted.size())
         throw HostError(kFailed, "A conflict is no longer in the list: somebody else has decided it. Nothing was done.",
                         "Look at the list, and choose again.");
+    lookAtRowsToday(context_.configuration, databases, rows);
     return rows;
 }
 
 std::vector<ConflictedRow> ReviewSite::chosenRows(Databases& databases, const FormFields& form,
                                                   const ReviewView& view) const
 {
-    std::vector<ConflictedRow> rows = form.first("all").empty()
-                                          ? rowsWithIds(databases, form.all("id"))
-                                          : conflictedRows(configuration_, databases, view.filter);
+    const std::string target = form.first("all");
+    std::vector<ConflictedRow> rows = target == "yes"
+                                          ? conflictedRows(context_.configuration, databases, view.filter)
+                                          : rowsWithIds(databases, form.all(target == "listed" ? "listed" : "id"));
     if (rows.empty())
         throw HostError(kFailed, "No row is checked. Nothing was done.",
                         "Check rows in the list, or all that are shown.");
@@ -207,7 +220,7 @@ bool ReviewSite::mayBeDoneAtOnce(Databases& databases, const std::vector<Conflic
     if (rows.size() != 1)
         return false;
     const ConflictedRow& row = rows.front();
-    const Effect effect = decision.choiceFor(configuration_.site, row).effect;
+    const Effect effect = decision.choiceFor(context_.configuration.site, row).effect;
     if (effect == Effect::Stays)
         return true;
     const bool losesRow = effect == Effect::Overwrites || effect == Effect::Deletes;
@@ -219,19 +232,24 @@ void ReviewSite::carryOut(Databases& databases, const std::vector<ConflictedRow>
 {
     std::vector<Choice> choices;
     for (const ConflictedRow& row : rows)
-        choices.push_back(decision.choiceFor(configuration_.site, row));
-    const std::vector<Decided> results = decision.dismisses ? dismissRows(configuration_, databases, rows, reason)
-                                                            : resolveRows(configuration_, databases, rows, choices);
+        choices.push_back(decision.choiceFor(context_.configuration.site, row));
+    const std::vector<Decided> results = decision.dismisses
+                                             ? dismissRows(context_.configuration, databases, rows, reason)
+                                             : resolveRows(context_.configuration, databases, rows, choices);
     for (size_t index = 0; index < rows.size(); ++index) {
         const ConflictedRow& row = rows[index];
         const std::string refused = results[index].result["refused"];
         const Effect effect = choices[index].effect;
         resolved_.push_back(results[index].result);
         if (refused.empty())
-            notices_.push_back(rowName(row) + ": " + whatHappened(decision, effect, row));
+            notices_.push_back(rowName(row) + ": " + whatHappened(decision, effect, row, context_.names));
         else
-            troubles_.push_back(rowName(row) + ": " + refused +
-                                (results[index].failed ? " The conflict stays; try again when that is mended." : ""));
+            troubles_.push_back(
+                rowName(row) + ": " +
+                (choices[index].possible
+                     ? refused
+                     : decision.choiceFor(context_.configuration.site, row, context_.names).explanation) +
+                (results[index].failed ? " The conflict stays; try again when that is mended." : ""));
     }
 }
 
@@ -246,26 +264,14 @@ std::string ReviewSite::messages(const std::string& trouble) const
 
 HttpResponse ReviewSite::conflictPage(const ReviewView& view)
 {
-    Databases databases(configuration_);
-    ConflictList list{.rows = conflictedRows(configuration_, databases, {})};
-    list.waiting = list.rows.size();
-    for (const ConflictedRow& row : list.rows)
-        ++list.tables[row.table];
-    std::string wrong;
-    try {
-        if (!view.filter.kind.empty() && kindOfWord(view.filter.kind) == 0)
-            throw HostError(kUsage, "there is no kind of conflict \"" + view.filter.kind + "\"");
-        filterRows(configuration_, list.rows, view.filter);
-    }
-    catch (const HostError& error) {
-        wrong = std::string("The filter cannot be used: ") + error.what() + ". Choose another.";
-        list.rows.clear();
-    }
-    const ConflictPage content(configuration_, root_, list, view);
-    ordered_json columns;
-    if (const ConflictedRow* selected = content.selected())
-        columns = recordedColumns(databases.local(), *selected);
-    HttpResponse response = page(wrong.empty() ? 200 : 400, "Conflicts", content.html(messages(wrong), columns));
+    Databases databases(context_.configuration);
+    ConflictList list(context_.configuration, recordedRows(databases), view);
+    lookAtRowsToday(context_.configuration, databases, list.group());
+    const ConflictPage content(context_, list, view);
+    const ordered_json recorded =
+        list.rows().empty() ? ordered_json() : recordedColumns(databases.local(), list.selectedRow());
+    HttpResponse response =
+        page(list.wrongFilter().empty() ? 200 : 400, "Conflicts", content.html(messages(list.wrongFilter()), recorded));
     notices_.clear();
     troubles_.clear();
     return response;
@@ -274,18 +280,32 @@ HttpResponse ReviewSite::conflictPage(const ReviewView& view)
 HttpResponse ReviewSite::confirmationPage(const std::vector<ConflictedRow>& rows, const ReviewView& view,
                                           const std::string& trouble, const std::string& reason) const
 {
-    const ConfirmationPage content(configuration_, root_, *plan_, rows, view);
-    return page(trouble.empty() ? 200 : 400, "Confirm", content.html(messages(trouble), reason));
+    const ConfirmationPage content(context_, *plan_, rows, view);
+    return page(200, "Confirm", content.html(messages(trouble), reason));
+}
+
+ReviewView ReviewSite::viewOf(const FormFields& fields) const
+{
+    ReviewView view = ReviewView::of(fields);
+    view.filter.names = context_.names;
+    return view;
 }
 
 HttpResponse ReviewSite::backToList(const ReviewView& view) const
 {
-    return {303, "Location: " + root_ + view.query() + "\r\nCache-Control: no-store\r\n", ""};
+    return {303, "Location: " + context_.address(view) + "\r\nCache-Control: no-store\r\n", ""};
+}
+
+HttpResponse ReviewSite::askToEnd(const ReviewView& view) const
+{
+    const auto decided = std::ranges::count_if(resolved_, [](const auto& result) { return result["settled"] == true; });
+    return page(200, "End the review?", endPage(context_, view, static_cast<size_t>(decided)));
 }
 
 HttpResponse ReviewSite::quit()
 {
     ended_ = true;
     return page(200, "Review ended",
-                "<main><p class=\"card\">The review has ended; this page can be closed.</p></main>\n");
+                "<main><section class=\"card\"><h1>The review has ended</h1>\n<p>This page can be "
+                "closed.</p></section></main>\n");
 }

@@ -1,10 +1,9 @@
 #pragma once
 
-#include "Configuration.h"
 #include "Session.h"
-#include "review/ConflictPage.h"
 #include "review/Decision.h"
 #include "review/HttpServer.h"
+#include "review/ReviewContext.h"
 
 #include <optional>
 #include <string>
@@ -16,7 +15,7 @@ public:
     ReviewSite(const Configuration& configuration, unsigned short port);
 
     /// The address of the page, with the token.
-    std::string address() const { return origin_ + root_; }
+    std::string address() const { return origin_ + context_.root; }
     /// Whether the person ended the review.
     bool ended() const { return ended_; }
     /// All decisions and refusals, as `conflicts resolve` tells them.
@@ -31,10 +30,12 @@ private:
     HttpResponse submit(const std::string& name, const FormFields& form);
     HttpResponse resolve(const FormFields& form);
     HttpResponse confirm(const FormFields& form);
+    HttpResponse askToEnd(const ReviewView& view) const;
     HttpResponse quit();
     HttpResponse conflictPage(const ReviewView& view);
     HttpResponse confirmationPage(const std::vector<ConflictedRow>& rows, const ReviewView& view,
                                   const std::string& trouble, const std::string& reason) const;
+    ReviewView viewOf(const FormFields& fields) const;
     HttpResponse backToList(const ReviewView& view) const;
 
     std::vector<ConflictedRow> rowsWithIds(Databases& databases, const std::vector<std::string>& ids) const;
@@ -45,11 +46,10 @@ private:
                   const std::string& reason);
     std::string messages(const std::string& trouble) const;
 
-    const Configuration& configuration_;
     std::string host_;
     std::string origin_;
     std::string token_;
-    std::string root_;
+    ReviewContext context_;
     bool ended_ = false;
     nlohmann::ordered_json resolved_ = nlohmann::ordered_json::array();
     /// The last plan that waits for confirmation.

@@ -7,13 +7,15 @@
 
 namespace {
 
-std::array<std::pair<const char*, const std::string*>, 5> namedParts(const ReviewView& view)
+std::array<std::pair<const char*, const std::string*>, 7> namedParts(const ReviewView& view)
 {
     return {{{"table", &view.filter.table},
              {"kind", &view.filter.kind},
              {"text", &view.filter.contains},
              {"before", &view.filter.before},
-             {"show", &view.id}}};
+             {"show", &view.id},
+             {"at", &view.place},
+             {"equal", &view.equalToo}}};
 }
 
 } // namespace
@@ -24,7 +26,9 @@ ReviewView ReviewView::of(const FormFields& fields)
              .kind = fields.first("kind"),
              .contains = fields.first("text"),
              .before = fields.first("before")},
-            fields.first("show")};
+            fields.first("show"),
+            fields.first("at"),
+            fields.first("equal")};
 }
 
 std::string ReviewView::query() const

@@ -1,7 +1,7 @@
 #include "review/html.h"
 
 #include "html_page.h"
-#include "review/difference.h"
+#include "review/marked_text.h"
 
 #include <fmt/format.h>
 
@@ -9,12 +9,14 @@ using nlohmann::ordered_json;
 
 namespace {
 
-std::string columnValue(std::string_view begin, std::string_view own, std::string_view end)
+constexpr char kNoRow[] = "<p class=\"soft\">(no row)</p>";
+
+/// `html` is the value's text.
+std::string valueCell(const ordered_json& value, const std::string& html)
 {
-    if (begin.empty() && own.empty() && end.empty())
-        return "<p class=\"soft\">(empty)</p>";
-    const std::string marked = own.empty() ? "" : "<mark>" + escapeHtml(own) + "</mark>";
-    return "<div class=\"value\" tabindex=\"0\">" + escapeHtml(begin) + marked + escapeHtml(end) + "</div>";
+    if (!html.empty())
+        return "<div class=\"value\">" + html + "</div>";
+    return value.is_null() ? "<p class=\"soft\">(no value)</p>" : "<p class=\"soft\">(empty)</p>";
 }
 
 std::string plainText(const ordered_json& value)
@@ -22,11 +24,37 @@ std::string plainText(const ordered_json& value)
     return value.is_string() ? value.get<std::string>() : std::string();
 }
 
+std::string cell(const std::string& side, const std::string& content, const char* more = "")
+{
+    return fmt::format("<td role=\"cell\" data-side=\"{}\"{}>{}</td>", escapeHtml(capitalized(side)), more, content);
+}
+
+std::string cells(const ordered_json& column, bool sourceExists, bool destinationExists, const SideNames& names)
+{
+    const ordered_json& source = column["source"];
+    const ordered_json& destination = column["destination"];
+    const bool both = sourceExists && destinationExists;
+    // There is nothing to compare with a row that is not there.
+    const auto [left, right] = both ? markDifferences(plainText(source), plainText(destination))
+                                    : MarkedTexts{escapeHtml(plainText(source)), escapeHtml(plainText(destination))};
+    if (both && source == destination)
+        return cell("both sides", valueCell(source, left), " colspan=\"2\" class=\"same\"");
+    return cell(names.source, sourceExists ? valueCell(source, left) : kNoRow) +
+           cell(names.destination, destinationExists ? valueCell(destination, right) : kNoRow);
+}
+
 } // namespace
 
 std::string rowName(const ConflictedRow& row)
 {
     return row.latest().keyInfo.empty() ? row.table + " " + row.key : row.latest().keyInfo;
+}
+
+std::string capitalized(std::string text)
+{
+    if (!text.empty() && text.front() >= 'a' && text.front() <= 'z')
+        text.front() = static_cast<char>(text.front() - 'a' + 'A');
+    return text;
 }
 
 std::string hiddenField(const std::string& name, const std::string& value)
@@ -44,21 +72,29 @@ std::string messageBox(const char* kind, const char* role, const std::vector<std
     return fmt::format("<div class=\"card {}\" role=\"{}\">{}</div>\n", kind, role, body);
 }
 
-std::string columnLines(const ordered_json& columns, bool sourceExists, bool destinationExists)
+std::string effectText(const std::string& text, bool losesRow)
 {
-    constexpr char kNoRow[] = "<p class=\"soft\">(no row)</p>";
+    return losesRow ? "<span class=\"loss\"><span aria-hidden=\"true\">⚠ </span>" + escapeHtml(text) + "</span>"
+                    : escapeHtml(text);
+}
+
+// Roles are said because a narrow window shows the parts of a table as blocks, which takes their roles from them.
+std::string sidesTable(const SideNames& names, const std::string& when, const std::string& bodies)
+{
+    const auto head = [&](const std::string& text) {
+        return "<th scope=\"col\" role=\"columnheader\">" + escapeHtml(text) + "</th>";
+    };
+    return "<table class=\"sides\" role=\"table\"><thead role=\"rowgroup\"><tr role=\"row\">" + head("Column") +
+           head(capitalized(names.source) + when) + head(capitalized(names.destination) + when) + "</tr></thead>\n" +
+           bodies + "</table>\n";
+}
+
+std::string columnLines(const ordered_json& columns, bool sourceExists, bool destinationExists, const SideNames& names)
+{
     std::string lines;
-    for (const ordered_json& column : columns) {
-        const std::string source = plainText(column["source"]);
-        const std::string destination = plainText(column["destination"]);
-        const std::string only = sourceExists ? source : destination;
-        // There is nothing to compare with a row that is not there.
-        const Difference parts =
-            sourceExists && destinationExists ? findDifference(source, destination) : Difference{only, "", "", ""};
-        lines += fmt::format("<tr><th scope=\"row\">{}</th><td>{}</td><td>{}</td></tr>\n",
-                             escapeHtml(plainText(column["column"])),
-                             sourceExists ? columnValue(parts.begin, parts.left, parts.end) : kNoRow,
-                             destinationExists ? columnValue(parts.begin, parts.right, parts.end) : kNoRow);
-    }
+    for (const ordered_json& column : columns)
+        lines +=
+            fmt::format("<tr role=\"row\"><th scope=\"row\" role=\"rowheader\">{}</th>{}</tr>\n",
+                        escapeHtml(plainText(column["column"])), cells(column, sourceExists, destinationExists, names));
     return lines;
 }

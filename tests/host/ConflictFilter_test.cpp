@@ -17,6 +17,14 @@ TEST(ConflictsFilter, FitsTableKindTextAndDay)
     for (const char* text : {"üBER", "SHORT", "both SIDES"})
         EXPECT_TRUE(fits({.contains = text})) << text;
     EXPECT_FALSE(fits({.contains = "nothing"}));
+    const auto deletedFits = [](const std::string& text, const std::string& source) {
+        ConflictFilter filter{.contains = text};
+        filter.names.source = source;
+        return filter.fits("shortcut", DELETED_ON_SOURCE, "", "");
+    };
+    EXPECT_TRUE(deletedFits("deleted on the source", "the office"));
+    EXPECT_TRUE(deletedFits("deleted at the OFFICE", "the office"));
+    EXPECT_FALSE(deletedFits("deleted at the office", "this office"));
     EXPECT_TRUE(fits({.before = "2026-03-21"}));
     EXPECT_FALSE(fits({.before = "2026-03-20"}));
 }

@@ -31,9 +31,18 @@ void require(bool holds, const char* what)
     std::abort();
 }
 
-bool isContinuation(std::string_view text)
+bool cutsCharacter(std::string_view text)
 {
-    return !text.empty() && (static_cast<unsigned char>(text.front()) & 0xC0) == 0x80;
+    return !text.empty() && isContinuation(text.front());
+}
+
+/// Whether characters go on only where one has begun.
+bool hasWholeCharacters(std::string_view text)
+{
+    for (size_t index = 0; index < text.size(); ++index)
+        if (isContinuation(text[index]) && (index == 0 || (text[index - 1] & 0x80) == 0))
+            return false;
+    return true;
 }
 
 std::optional<HttpRequest> parsed(std::string_view received)
@@ -76,14 +85,21 @@ void tryDifference(std::string_view text)
     const size_t middle = text.size() / 2;
     const std::string left(text.substr(0, middle));
     const std::string right(text.substr(middle));
-    const Difference found = findDifference(left, right);
-    const auto joined = [&found](std::string_view own) {
-        return std::string(found.begin) + std::string(own) + std::string(found.end);
-    };
-    require(joined(found.left) == left && joined(found.right) == right, "a difference leaves nothing out");
-    if (!isContinuation(left) && !isContinuation(right))
-        require(!isContinuation(found.left) && !isContinuation(found.right), "no character is cut at its beginning");
-    require(left != right || (found.left.empty() && found.right.empty()), "equal texts have no difference");
+    std::string joinedLeft;
+    std::string joinedRight;
+    const TextPart* last = nullptr;
+    const std::vector<TextPart> parts = findDifferences(left, right);
+    for (const TextPart& part : parts) {
+        require(!part.equal || part.left == part.right, "what is equal is equal");
+        require(part.equal || left != right, "equal texts have no difference");
+        require(last == nullptr || last->equal != part.equal, "parts are equal and differ in turns");
+        if (hasWholeCharacters(left) && hasWholeCharacters(right))
+            require(!cutsCharacter(part.left) && !cutsCharacter(part.right), "no character is cut at its beginning");
+        joinedLeft += part.left;
+        joinedRight += part.right;
+        last = &part;
+    }
+    require(joinedLeft == left && joinedRight == right, "a difference leaves nothing out");
 }
 
 void tryReport(std::string_view text)

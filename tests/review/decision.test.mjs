@@ -5,7 +5,8 @@ import { rmSync, symlinkSync } from 'node:fs';
 import { test } from 'node:test';
 import { ConflictType, hoursAfter } from './support/Practice.mjs';
 import { decisionLogOf, lastDecision, report } from './support/Review.mjs';
-import { laptop, notice, office, page, practice, press, reviewAt, trouble } from './support/browser.mjs';
+import { laptop, notice, office, page, practice, press, pressAccessKey, reviewAt,
+    trouble } from './support/browser.mjs';
 
 const review = await reviewAt('laptop');
 const open = (query = '') => page.goto(review.address + query);
@@ -24,14 +25,14 @@ test('each choice is carried out, told once, and followed by the next conflict u
     };
     await open('?table=shortcut');
     await choose('Kept', 'Later', 'the conflict stays in the list.');
-    assert.equal(await page.textContent('h2'), 'Later');
+    assert.equal(await page.textContent('h2#selected'), 'Later');
     assert.equal(await page.locator('nav a').count(), 4);
     await page.reload();
     assert.equal(await page.locator('[role=status]').count(), 0);
     await choose('Later', 'Later', 'the conflict stays in the list.');
-    await choose('Kept', 'Use destination', 'the destination\'s row was left as it is, and the conflict is closed.');
-    await choose('Copied', 'Use source', 'the source\'s row was copied over the destination\'s.');
-    await choose('Deleted', 'Use source', 'the row was deleted at the destination.');
+    await choose('Kept', 'Use this laptop\'s', 'this laptop\'s row was left as it is, and the conflict is closed.');
+    await choose('Copied', 'Use the office\'s', 'the office\'s row was copied over this laptop\'s.');
+    await choose('Deleted', 'Delete at this laptop', 'the row was deleted at this laptop.');
     assert.equal(await laptop.waits(later), true);
     for (const conflict of [kept, copied, deleted]) assert.equal(await laptop.waits(conflict), false);
     assert.deepEqual(await laptop.conflictCounts(), [2, 2]);
@@ -44,17 +45,17 @@ test('a row that changed before or while it was looked at is shown as it is toda
     const conflict = await changed('Alpha');
     await open();
     await laptop.setText(conflict.row, 'typed in today');
-    await press('Use source');
-    assert.equal(await page.textContent('h1'), 'Use the source for 1 row?');
+    await press('Use the office\'s');
+    assert.equal(await page.textContent('h1'), 'Use the office\'s for 1 row?');
     assert.match(await page.textContent('.long'), /Alpha.*item_text.*set at the office.*typed in today/s);
     await page.getByRole('link', { name: 'Back to the list' }).click();
     await page.getByText('The row is not as it was found.').waitFor();
-    await press('Use source');
-    await page.getByRole('heading', { name: 'Use the source for 1 row?' }).waitFor();
+    await press('Use the office\'s');
+    await page.getByRole('heading', { name: 'Use the office\'s for 1 row?' }).waitFor();
     assert.equal(await laptop.shortcutText(conflict.row), 'typed in today');
     assert.equal(await laptop.waits(conflict), true);
     await press('Do it');
-    await page.getByText('Alpha: the source\'s row was copied').waitFor();
+    await page.getByText('Alpha: the office\'s row was copied').waitFor();
     assert.equal(await laptop.shortcutText(conflict.row), 'set at the office');
 });
 
@@ -74,8 +75,8 @@ test('a conflict that a run recorded, in columns of every type, is decided at on
         await open();
         assert.deepEqual(await page.locator('.sides tbody th').allTextContents(), ['proc_id', 'tooth', 'surface',
             'treatment_date', 'fee', 'hours', 'completed_f']);
-        await press('Use source');
-        assert.match(await notice(), / date: .*: the source's row was copied over the destination's\./);
+        await press('Use the office\'s');
+        assert.match(await notice(), / date: .*: the office's row was copied over this laptop's\./);
         assert.deepEqual(await laptop.sql(`select fee from chart_item where unid = '${row}'`), [['1234.5000']]);
     }
     finally {
@@ -114,7 +115,7 @@ test('nothing is decided while the disk of the decision log is full', async () =
     symlinkSync('/dev/full', log);
     try {
         await open();
-        await press('Use source');
+        await press('Use the office\'s');
         assert.match(await trouble(), /^The decision log .* cannot be written/);
         await page.getByLabel('Reason').fill('a reason');
         await press('Dismiss');
@@ -127,19 +128,26 @@ test('nothing is decided while the disk of the decision log is full', async () =
     assert.equal(await laptop.waits(conflict), true);
 });
 
-test('the keyboard alone selects and resolves', async () => {
+test('the keyboard alone steps, skips and resolves', async () => {
     await changed('Key 1');
     const second = await changed('Key 2');
+    const third = await changed('Key 3');
     await open();
-    await page.getByRole('link', { name: 'Key 2' }).focus();
-    await page.keyboard.press('Enter');
+    await pressAccessKey('n');
     await page.waitForURL(/show=%7B/);
-    assert.equal(await page.textContent('h2'), 'Key 2');
-    await page.locator('.value').last().focus();
+    assert.equal(await page.textContent('h2#selected'), 'Key 2');
     await page.keyboard.press('Tab');
-    await page.keyboard.press('Tab');
-    assert.equal(await page.evaluate(() => document.activeElement.value), 'destination');
+    assert.equal(await page.evaluate(() => document.activeElement.textContent), 'Skip to the conflict');
     await page.keyboard.press('Enter');
-    await page.getByText('Key 2: the destination\'s row was left').waitFor();
+    for (const focused of ['Show equal columns too', 'Use the office\'s', 'Use this laptop\'s']) {
+        await page.keyboard.press('Tab');
+        assert.match(await page.evaluate(() => document.activeElement.textContent), new RegExp(`^${focused}`));
+    }
+    await page.keyboard.press('Enter');
+    await page.getByText('Key 2: this laptop\'s row was left').waitFor();
+    assert.equal(await page.textContent('h2#selected'), 'Key 3');
     assert.equal(await laptop.waits(second), false);
+    await pressAccessKey('o');
+    await page.getByText('Key 3: the office\'s row was copied').waitFor();
+    assert.equal(await laptop.waits(third), false);
 });

@@ -22,7 +22,7 @@ test('no resolution can be pressed, or sent all the same, and each says why and 
     const conflict = await practice.conflict(office, 'Recall');
     await page.goto(review.address);
     assert.equal(await page.textContent('h1'), 'Conflicts at the offices');
-    assert.deepEqual(await Promise.all(['Use source', 'Use destination', 'Later'].map((name) =>
+    assert.deepEqual(await Promise.all(['Use this office\'s', 'Use the laptop\'s', 'Later'].map((name) =>
         button(name).isDisabled())), [true, true, false]);
     assert.match(await why('source'), /^Not possible: .*copies nothing at the offices.*The next run/);
     assert.match(await why('destination'), /^Not possible: .*does not copy back.*The next run/);
@@ -49,7 +49,7 @@ test('several are dismissed after the rows that the next run deletes were shown'
     await press('Dismiss…');
     assert.equal(await page.textContent('h1'), 'Dismiss 3 rows?');
     assert.match(await page.textContent('.counts'), /dismissed3/);
-    assert.match(await page.textContent('main'), /Deleted at the destination by the next run: 2/);
+    assert.match(await page.textContent('main'), /Deleted at the laptop by the next run: 2/);
     assert.match(await page.textContent('.long'), /Typed in 1.*only at the laptop.*Typed in 2/s);
     await assertFits();
     await page.getByLabel('Reason').evaluate((field) => field.removeAttribute('required'));

@@ -14,6 +14,8 @@ missing() {
 /usr/bin/python3 -B "$(dirname "$0")/../support/sql.py" office --serve </dev/null || exit
 command -v node >/dev/null || missing node
 [ -x "${CHROMIUM:-/usr/bin/chromium}" ] || missing chromium
-[ -d "$REVIEW_MODULES/node_modules/playwright-core" ] || missing playwright-core
+for module in playwright-core axe-core; do
+    [ -d "$REVIEW_MODULES/node_modules/$module" ] || missing $module
+done
 mkdir -p "$REVIEW_OUTPUT"
 cd "$REVIEW_OUTPUT" && exec node "$1"
