@@ -3,12 +3,12 @@
 #include "Failure.h"
 #include "conflicts/decisions.h"
 #include "conflicts/rows_today.h"
-#include "html_page.h"
 #include "random.h"
 #include "review/ConfirmationPage.h"
 #include "review/ConflictPage.h"
 #include "review/EndPage.h"
 #include "review/html.h"
+#include "review/page_response.h"
 #include "text.h"
 
 #include <algorithm>
@@ -39,17 +39,6 @@ bool equalInConstantTime(std::string_view given, std::string_view secret)
         different |= static_cast<unsigned>(static_cast<unsigned char>(c ^ secret[index]));
     }
     return different == 0;
-}
-
-HttpResponse page(int status, const std::string& title, const std::string& body)
-{
-    const std::string nonce = randomHex(16);
-    return {status,
-            "Content-Type: text/html; charset=utf-8\r\nCache-Control: no-store\r\nX-Content-Type-Options: nosniff\r\n"
-            "Referrer-Policy: same-origin\r\nCross-Origin-Opener-Policy: same-origin\r\n"
-            "Cross-Origin-Resource-Policy: same-origin\r\nContent-Security-Policy: " +
-                contentPolicy(nonce) + "; frame-ancestors 'none'\r\n",
-            htmlPage(title, nonce, body)};
 }
 
 /// Says so when "all that were found" has come to mean other rows than were counted in the form.
@@ -93,9 +82,9 @@ HttpResponse ReviewSite::answer(const HttpRequest& request)
     }
     catch (...) {
         const std::string text = failureText();
-        return page(500, "Conflicts",
-                    "<main>" + messageBox("trouble", "alert", {text}) + "<p><a href=\"" + context_.root +
-                        "\">Try again</a></p></main>\n");
+        return pageResponse(500, "Conflicts",
+                            "<main>" + messageBox("trouble", "alert", {text}) + "<p><a href=\"" + context_.root +
+                                "\">Try again</a></p></main>\n");
     }
 }
 
@@ -270,8 +259,8 @@ HttpResponse ReviewSite::conflictPage(const ReviewView& view)
     const ConflictPage content(context_, list, view);
     const ordered_json recorded =
         list.rows().empty() ? ordered_json() : recordedColumns(databases.local(), list.selectedRow());
-    HttpResponse response =
-        page(list.wrongFilter().empty() ? 200 : 400, "Conflicts", content.html(messages(list.wrongFilter()), recorded));
+    HttpResponse response = pageResponse(list.wrongFilter().empty() ? 200 : 400, "Conflicts",
+                                         content.html(messages(list.wrongFilter()), recorded));
     notices_.clear();
     troubles_.clear();
     return response;
@@ -281,7 +270,7 @@ HttpResponse ReviewSite::confirmationPage(const std::vector<ConflictedRow>& rows
                                           const std::string& trouble, const std::string& reason) const
 {
     const ConfirmationPage content(context_, *plan_, rows, view);
-    return page(200, "Confirm", content.html(messages(trouble), reason));
+    return pageResponse(200, "Confirm", content.html(messages(trouble), reason));
 }
 
 ReviewView ReviewSite::viewOf(const FormFields& fields) const
@@ -299,13 +288,13 @@ HttpResponse ReviewSite::backToList(const ReviewView& view) const
 HttpResponse ReviewSite::askToEnd(const ReviewView& view) const
 {
     const auto decided = std::ranges::count_if(resolved_, [](const auto& result) { return result["settled"] == true; });
-    return page(200, "End the review?", endPage(context_, view, static_cast<size_t>(decided)));
+    return pageResponse(200, "End the review?", endPage(context_, view, static_cast<size_t>(decided)));
 }
 
 HttpResponse ReviewSite::quit()
 {
     ended_ = true;
-    return page(200, "Review ended",
-                "<main><section class=\"card\"><h1>The review has ended</h1>\n<p>This page can be "
-                "closed.</p></section></main>\n");
+    return pageResponse(200, "Review ended",
+                        "<main><section class=\"card\"><h1>The review has ended</h1>\n<p>This page can be "
+                        "closed.</p></section></main>\n");
 }

@@ -62,6 +62,8 @@ test('the list is filtered by table, kind, day and text, and the address keeps a
     await page.getByRole('link', { name: 'Überweisung' }).click();
     await page.waitForURL(/text=%C3%BCBER.*show=/);
     assert.equal(await page.locator('nav a').count(), 1);
+    await open('?text=deleted+at+the+OFFICE');
+    assert.deepEqual(await page.locator('nav a').allTextContents(), ['Deleteddeleted at the office']);
     await page.getByRole('searchbox').fill('nothing like it');
     await press('Show');
     await page.getByText('No conflict fits the filter.').waitFor();

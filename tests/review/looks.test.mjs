@@ -42,6 +42,8 @@ test('the review page looks right, with the row first on a phone', async () => {
     await someConflicts();
     await page.goto(review.address);
     await assertLooksRight('row');
+    assert.deepEqual(await page.locator('.sides thead th').allTextContents(), ['Column', 'The office', 'This laptop']);
+    assert.equal(await page.textContent('#why-source'), 'Copies the office\'s row over this laptop\'s.');
     const [list, detail] = await tops('.list', '.detail');
     assert.equal(list, detail);
     await page.setViewportSize(kPhone);
@@ -64,6 +66,7 @@ test('a deletion looks different from keeping, and not by its colour alone', asy
     assert.match(await page.textContent('.choices [value=source]'), /^✕ Delete at this laptop/);
     assert.notEqual(await style('source', 'color'), await style('destination', 'color'));
     assert.notEqual(await style('source', 'borderWidth'), await style('destination', 'borderWidth'));
+    assert.match(await page.textContent('[aria-current] small'), /^deleted at the office$/);
     assert.match(await page.textContent('#why-source .loss'), /⚠ Deletes the row at this laptop too\./);
     assert.equal(await page.locator('#why-destination .loss').count(), 0);
     await assertLooksRight('deletion');
