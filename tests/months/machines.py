@@ -15,7 +15,6 @@ LAPTOPS = ("laptop1", "laptop2", "laptop3")
 MACHINES = (OFFICE, *LAPTOPS)
 CLOCK = """create table clock (now timestamp(3)); insert into clock values ('2025-03-01');
     create function getdate() returns timestamp(3) stable language sql return (select now from clock);"""
-LONG_AGO = "2025-01-01"
 
 
 class Machines:
