@@ -44,6 +44,7 @@ test('the review page looks right, with the row first on a phone', async () => {
     await assertLooksRight('row');
     assert.deepEqual(await page.locator('.sides thead th').allTextContents(), ['Column', 'The office', 'This laptop']);
     assert.equal(await page.textContent('#why-source'), 'Copies the office\'s row over this laptop\'s.');
+    assert.match(await page.textContent('dl + p'), /^In the next run: ./);
     const [list, detail] = await tops('.list', '.detail');
     assert.equal(list, detail);
     await page.setViewportSize(kPhone);
