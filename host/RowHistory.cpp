@@ -174,9 +174,12 @@ std::string localTime(const std::string& utc)
 
 std::string decisionText(const ordered_json& decision)
 {
+    const std::string choice = decision.value("choice", "");
     const std::string reason = decision.value("reason", "");
-    return fmt::format("{} decided: {}{}; {}.", decision.value("user", "somebody"), decision.value("choice", ""),
-                       reason.empty() ? "" : " (" + reason + ")", decision.value("outcome", ""));
+    const std::string outcome = decision.value("outcome", "");
+    return fmt::format("{} decided: {}{}{}.", decision.value("user", "somebody"), choice,
+                       reason.empty() ? reason : fmt::format(" ({})", reason),
+                       outcome == choice ? std::string() : "; " + outcome);
 }
 
 } // namespace
@@ -204,7 +207,7 @@ ordered_json rowHistory(const Configuration& configuration, const KeyedTable& ta
     for (const ConflictRecord& record : row.records) {
         const std::string found = record.found ? isoDate(*record.found) : std::string();
         add(found, found, "conflict",
-            fmt::format("A run recorded a conflict, which waits: {} ({}).", kindName(record.kind), record.id));
+            fmt::format("A run recorded a conflict, which waits: {} ({}).", kindName(record.kind, names), record.id));
     }
     for (const ordered_json& decision : DecisionLog::read(configuration))
         if (sameName(decision.value("table", ""), row.table) && sameName(decision.value("key", ""), row.key)) {

@@ -135,7 +135,7 @@ std::string stopLines(const ordered_json& stops)
                                                       : table + ": ",
                              resultText(stop["text"]));
     }
-    return lines.empty() ? lines : "But it stops before it begins, as things are:\n" + lines;
+    return lines.empty() ? lines : "As things are, a run does not begin:\n" + lines;
 }
 
 } // namespace

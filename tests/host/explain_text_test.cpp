@@ -56,7 +56,7 @@ A box opens. (rule T1 of docs/replication.md)
 Nothing.
 
 The next run leaves the row as it is.
-But it stops before it begins, as things are:
+As things are, a run does not begin:
     this row: Too many.
     procs: It fails.
     Not ready.

@@ -42,6 +42,8 @@ test('the first is shown with dates and marked differences; a side that lacked t
     assert.match(await page.textContent('dl'), /Changed at the officethe office has no such row/);
     assert.match(await page.textContent('dl'), /Changed at this laptop3\/2\/2026 11:40/);
     assert.deepEqual(await values(), ['(no row)', 'set at the laptop']);
+    assert.match(await page.textContent('section[aria-labelledby=selected]'),
+        /In the next run: Rule D2: Only this laptop has the row, changed since the last run/);
     await page.getByRole('link', { name: 'New at the office' }).click();
     assert.match(await page.textContent('dl'), /Changed at this laptopthis laptop has no such row/);
     assert.deepEqual(await values(), ['set at the office', '(no row)']);
