@@ -1,6 +1,7 @@
 #include "RunPreview.h"
 
 #include "ConflictPreview.h"
+#include "DependentTable.h"
 #include "Failure.h"
 #include "ForeignKeyPreview.h"
 #include "RowDecision.h"
@@ -37,6 +38,8 @@ constexpr char kUnwritable[] = "These rows cannot be written: {}. `quinrep check
 constexpr char kNoCopy[] =
     "The rows of {} would be deleted, and the source's not copied: {}. `quinrep check` says what "
     "to do.";
+constexpr char kNoDependents[] = "With each of these rows, its rows of {} would be deleted at the destination, and the "
+                                 "source's not copied: {}. `quinrep check` says what to do.";
 constexpr char kAttend[] = " Run with --attended while somebody sits at the screen.";
 
 long long countRows(clsConn& conn, const std::wstring& table)
@@ -167,6 +170,7 @@ private:
         preview_.destinationRows = countRows(databases_.destination(), table_.sTable);
         sourceUnsupported_ = unsupportedColumns(databases_.source(), table_.sTable);
         destinationUnwritable_ = unwritableColumns(databases_.destination(), "destination", table_.sTable);
+        findDependentObstacle();
         if (plan_.engine == Engine::TwoWay) {
             sourceRows_ = countRows(databases_.source(), table_.sTable);
             destinationUnsupported_ = unsupportedColumns(databases_.destination(), table_.sTable);
@@ -180,6 +184,33 @@ private:
         }
         if (plan_.looksForDeletedRows)
             forEachRow(selectMissingRows(table_, destinationDB, sourceDB), nullptr, L"mod_date");
+    }
+
+    /// Dependent rows are copied by statements that name no columns.
+    void findDependentObstacle()
+    {
+        if (plan_.engine != Engine::OneWay || plan_.byKeyField || !isKnownDependent(configured_.dependent))
+            return;
+        try {
+            const std::wstring dependent = toWide(configured_.dependent);
+            for (clsConn* side : {&databases_.source(), &databases_.destination()})
+                columnNames(*side, dependent);
+            const std::vector<UnwritableColumn> filled =
+                serverFilledColumns(databases_.destination(), "destination", dependent);
+            if (!filled.empty())
+                dependentObstacle_ = fmt::format(kNoDependents, configured_.dependent, filled.front().text);
+        }
+        catch (const com::Error& error) {
+            if (!databases_.answer())
+                throw;
+            dependentObstacle_ = fmt::format(kNoDependents, configured_.dependent, trimmed(toUtf8(error.description)));
+        }
+    }
+
+    void rewritesDependents(const _variant_t& key)
+    {
+        if (!dependentObstacle_.empty())
+            stops_.addRow(StopReason::WillFail, dependentObstacle_, key);
     }
 
     /// Looks at each row of a comparison. A side that lacks the rows has no column for its date.
@@ -210,13 +241,16 @@ private:
         case NextRun::OverwritesDestination:
             overwritesRow(preview_.destinationUpdates, key);
             findUncopied(databases_.source(), sourceUnsupported_, destinationUnwritable_, key);
+            rewritesDependents(key);
             break;
         case NextRun::InsertsIntoDestination:
             ++preview_.destinationAdds;
             findUncopied(databases_.source(), sourceUnsupported_, destinationUnwritable_, key);
+            rewritesDependents(key);
             break;
         case NextRun::DeletesAtDestination:
             losesRow(key);
+            rewritesDependents(key);
             break;
         case NextRun::OverwritesSource:
             overwritesRow(preview_.sourceUpdates, key);
@@ -325,6 +359,8 @@ private:
     std::vector<std::wstring> destinationUnsupported_;
     std::vector<UnwritableColumn> sourceUnwritable_;
     std::vector<UnwritableColumn> destinationUnwritable_;
+    /// Why the rows of the dependent table cannot be copied; empty when they can.
+    std::string dependentObstacle_;
     long long sourceRows_ = 0;
     /// The keys of the rows that are counted, to be listed where they are too many.
     std::vector<_variant_t> deleted_;

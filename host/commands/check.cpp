@@ -1,3 +1,4 @@
+#include "DependentTable.h"
 #include "Session.h"
 #include "WrittenColumns.h"
 #include "commands.h"
@@ -42,22 +43,22 @@ void checkPrefix(clsConn& local, const std::string& side, const std::string& pre
 }
 
 /// Raises Finding unless both sides have the table, alike and with the columns that are needed, in reach of each other.
-/// A table of which none is needed is copied as a whole, by statements that name no columns.
+/// `copiedWhole`: its rows are copied by statements that name no columns.
 void checkSides(const Configuration& configuration, Databases& databases, const std::string& table,
-                const std::vector<std::string>& needed)
+                const std::vector<std::string>& needed, bool copiedWhole)
 {
     const std::vector<std::wstring> source = columns(databases.source(), "source", table);
     const std::vector<std::wstring> destination = columns(databases.destination(), "destination", table);
     for (const std::string& column : needed)
         if (!containsName(source, toWide(column)) || !containsName(destination, toWide(column)))
             throw Finding{"there is no column " + column + " on both sides",
-                          "add it on both sides, or use method \"full_copy\""};
+                          copiedWhole ? "add it on both sides" : "add it on both sides, or use method \"full_copy\""};
     if (source != destination)
         throw Finding{"the two sides do not have the same columns in the same order",
                       "give the destination the source's columns, in the source's order"};
     checkPrefix(databases.local(), "source", configuration.source.prefix, table);
     checkPrefix(databases.local(), "destination", configuration.destination.prefix, table);
-    if (!needed.empty())
+    if (!copiedWhole)
         return;
     const std::vector<UnwritableColumn> filled =
         serverFilledColumns(databases.destination(), "destination", toWide(table));
@@ -118,19 +119,38 @@ void warnOfTable(Findings& findings, Databases& databases, const TableConfigurat
     warnOfColumns(findings, table.name, databases.destination(), databases.source(), "source");
 }
 
+/// Raises Finding where a run would leave the dependent table as it is, or end in an error.
+void checkDependent(const Configuration& configuration, Databases& databases, const TableConfiguration& table)
+{
+    const std::string leaveOut = "leave dependent out, and list the table as a [[table]] of its own";
+    const MethodPlan plan = planOf(table.method, table.deletes);
+    if (plan.engine != Engine::OneWay || plan.byKeyField)
+        throw Finding{"method \"" + methodName(table.method) + "\" copies no dependent rows", leaveOut};
+    if (!isKnownDependent(table.dependent))
+        throw Finding{"replication knows no dependent table of this name, so its rows would not be copied", leaveOut};
+    if (com::upperCase(toWide(table.name)) != L"CHART_OPTION")
+        throw Finding{"its rows belong to chart_option, not to " + table.name,
+                      "give the dependent to chart_option, and leave it out here"};
+    checkSides(configuration, databases, table.dependent, {"chart_option_id"}, true);
+}
+
 /// Rows that are compared one by one need their key and a date of change; copied ones and dependent ones do not.
 void checkTable(Findings& findings, const Configuration& configuration, Databases& databases,
                 const TableConfiguration& table)
 {
     std::vector<std::string> needed;
-    if (table.method != ONE_WAY_DELETE_ALL && table.method != COMPUTER_TYPE)
+    const bool copiedWhole = table.method == ONE_WAY_DELETE_ALL || table.method == COMPUTER_TYPE;
+    if (!copiedWhole)
         needed = {table.keyColumn(), "mod_date"};
-    if (findings.look("table " + table.name, "", [&] { checkSides(configuration, databases, table.name, needed); }))
+    if (findings.look("table " + table.name, "",
+                      [&] { checkSides(configuration, databases, table.name, needed, copiedWhole); }))
         warnOfTable(findings, databases, table);
-    const std::string dependent = table.method == COMPUTER_TYPE ? "computer_type_setting" : table.dependent;
-    if (!dependent.empty())
-        findings.look("table " + dependent + ", with " + table.name, "",
-                      [&] { checkSides(configuration, databases, dependent, {}); });
+    const auto with = [&table](const std::string& dependent) { return "table " + dependent + ", with " + table.name; };
+    if (table.method == COMPUTER_TYPE)
+        findings.look(with("computer_type_setting"), "",
+                      [&] { checkSides(configuration, databases, "computer_type_setting", {}, true); });
+    if (!table.dependent.empty())
+        findings.look(with(table.dependent), "", [&] { checkDependent(configuration, databases, table); });
 }
 
 void checkProgramVersion(Databases& databases, const Configuration& configuration)
