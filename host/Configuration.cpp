@@ -3,6 +3,7 @@
 #include "HostError.h"
 #include "TomlReader.h"
 #include "com/convert.h"
+#include "nearest.h"
 #include "text.h"
 
 #include <algorithm>
@@ -185,15 +186,19 @@ Configuration readConfiguration(const toml::table& file, TomlMistakes& mistakes)
     throw HostError(kUsage, text);
 }
 
-/// Whether a line of a text, counted from 1, has a backslash in double quotes.
-bool hasBackslashInQuotes(const std::string& text, toml::source_index number)
+/// What to write instead, by a line of a text, counted from 1, and what the parser says of it; empty where that is all.
+std::string hintFor(const std::string& text, toml::source_index number, const std::string& said)
 {
     std::istringstream lines(text);
     std::string line;
     for (toml::source_index index = 0; index < number; ++index)
         std::getline(lines, line);
     const size_t quote = line.find('"');
-    return quote != std::string::npos && line.find('\\', quote) != std::string::npos;
+    if (quote != std::string::npos && line.find('\\', quote) != std::string::npos)
+        return fmt::format("; {}", kBackslashHint);
+    if (std::ranges::count(line, '"') % 2 != 0)
+        return "; the closing quote of the text is missing";
+    return said.find("could not determine value type") != std::string::npos ? "; write a text in quotes" : "";
 }
 
 std::string readFile(const std::string& path)
@@ -226,8 +231,26 @@ Configuration loadConfiguration(const std::string& path)
     catch (const toml::parse_error& error) {
         const toml::source_position at = error.source().begin;
         const std::string what(error.description());
-        fail(path, {{at, hasBackslashInQuotes(text, at.line) ? what + "; " + kBackslashHint : what}});
+        fail(path, {{at, what + hintFor(text, at.line, what)}});
     }
+}
+
+const TableConfiguration& tableNamed(const Configuration& configuration, const std::string& name)
+{
+    for (const TableConfiguration& table : configuration.tables)
+        if (com::upperCase(toWide(table.name)) == com::upperCase(toWide(name)))
+            return table;
+    const std::vector<std::string> names = tableNames(configuration);
+    throw HostError(kUsage, "there is no table \"" + name + "\" in the configuration" + didYouMean(name, names),
+                    fmt::format("It lists {}.", fmt::join(names, ", ")));
+}
+
+std::vector<std::string> tableNames(const Configuration& configuration)
+{
+    std::vector<std::string> names;
+    for (const TableConfiguration& table : configuration.tables)
+        names.push_back(table.name);
+    return names;
 }
 
 std::string methodName(enumReplicationMethod method)

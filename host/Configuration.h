@@ -64,6 +64,12 @@ struct Configuration
 /// expected.
 Configuration loadConfiguration(const std::string& path);
 
+/// The table of this name, in any case of letters. Raises HostError(kUsage) with the name that was probably meant.
+const TableConfiguration& tableNamed(const Configuration& configuration, const std::string& name);
+
+/// The names of the configuration's tables.
+std::vector<std::string> tableNames(const Configuration& configuration);
+
 /// The word for a method or a delete handling in configuration files and reports.
 std::string methodName(enumReplicationMethod method);
 std::string deletesName(enumReplicateDeletes deletes);

@@ -33,6 +33,9 @@ Failure currentFailure()
         return failed({{"text", error.what()}, {"todo", error.todo()}}, error.exitCode());
     }
     catch (...) {
-        return failed(errorJson(com::currentError()), kFailed);
+        ordered_json error = errorJson(com::currentError());
+        if (resultText(error["todo"]).empty())
+            error["todo"] = kCheckAll;
+        return failed(std::move(error), kFailed);
     }
 }

@@ -52,6 +52,13 @@ inline constexpr char kSetLastTimestamp[] =
 inline constexpr char kServerIsLost[] =
     "The server does not answer; look whether it runs and the network is up, then try again.";
 
+/// Advice for an error of a run that nothing is known about.
+inline constexpr char kLookIntoLog[] = "The component's log tells the statement that failed (with -v every statement); "
+                                       "docs/recovery.md says what a failed run leaves.";
+
+/// The same for any other command.
+inline constexpr char kCheckAll[] = "`quinrep check` looks at all that a run needs, and says what to do.";
+
 /// The failure of a command that needs the site's control record and finds none.
 HostError missingControlRecord();
 

@@ -26,7 +26,7 @@ SiteLock::SiteLock(const Configuration& configuration)
         return;
     if (mutex_)
         CloseHandle(mutex_);
-    throw HostError(kNotReady, "another run of this site is going on; wait for its end");
+    throw HostError(kNotReady, "another run of this site is going on", "Wait for its end, then try again.");
 }
 
 SiteLock::~SiteLock()

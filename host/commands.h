@@ -51,6 +51,14 @@ struct ScheduleOptions
     std::string logFile;
 };
 
+struct VerifyOptions
+{
+    /// Some of the configuration's; all when empty.
+    std::vector<std::string> tables = {};
+    /// Lists every row that differs, and not only the first of each table.
+    bool allRows = false;
+};
+
 struct ResolveOptions
 {
     ConflictFilter filter;
@@ -72,7 +80,7 @@ struct DismissOptions
 Outcome initCommand(const InitOptions& options);
 Outcome checkCommand(const Configuration& configuration);
 Outcome previewCommand(const Configuration& configuration);
-Outcome verifyCommand(const Configuration& configuration);
+Outcome verifyCommand(const Configuration& configuration, const VerifyOptions& options);
 Outcome runCommand(const Configuration& configuration, const RunOptions& options);
 /// The first copy: a run that copies all tables, and the dependent ones, whole.
 Outcome copyCommand(const Configuration& configuration, RunOptions options);

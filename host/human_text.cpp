@@ -31,12 +31,24 @@ std::string cellText(const ordered_json& value)
     return value.is_null() ? "-" : resultText(value);
 }
 
+/// The name of a value as people say it.
+std::string heading(const std::string& name)
+{
+    static const std::map<std::string, std::string> kWords = {{"table_name", "table"},
+                                                              {"unid", "id"},
+                                                              {"key_info", "row"},
+                                                              {"count_name", "counter"},
+                                                              {"count_value", "value"}};
+    const auto word = kWords.find(name);
+    return word != kWords.end() ? word->second : std::regex_replace(name, std::regex("_"), " ");
+}
+
 /// Rows as a table with a heading: texts to the left, numbers to the right.
 std::string grid(const ordered_json& rows, const std::vector<const char*>& columns)
 {
     std::vector<size_t> widths;
     for (const char* column : columns) {
-        size_t widest = width(column);
+        size_t widest = width(heading(column));
         for (const ordered_json& row : rows)
             widest = std::max(widest, width(cellText(row[column])));
         widths.push_back(widest);
@@ -51,7 +63,7 @@ std::string grid(const ordered_json& rows, const std::vector<const char*>& colum
     const auto isNumber = [&](const char* column) {
         return std::ranges::any_of(rows, [&](const ordered_json& row) { return row[column].is_number(); });
     };
-    add([](const char* column) { return std::string(column); }, isNumber);
+    add(heading, isNumber);
     for (const ordered_json& row : rows)
         add([&](const char* column) { return cellText(row[column]); }, isNumber);
     return lines;
@@ -146,17 +158,32 @@ std::string preview(const ordered_json& result)
            (result["stops"].empty() ? "" : "A run would stop:\n" + stopped(result["stops"]));
 }
 
+std::string quoted(const ordered_json& value)
+{
+    return fmt::format("'{}'", resultText(value));
+}
+
+/// A column's value that a side has.
+std::string shownValue(const ordered_json& value)
+{
+    return value.is_null() ? "Null" : quoted(value);
+}
+
 std::string verification(const ordered_json& result)
 {
     std::string lines = grid(result["tables"], {"table", "source_rows", "destination_rows", "differing"});
-    for (const ordered_json& table : result["tables"])
+    for (const ordered_json& table : result["tables"]) {
         for (const ordered_json& row : table["rows"]) {
             lines +=
                 fmt::format("{} {}: {}\n", resultText(table["table"]), resultText(row["key"]), resultText(row["what"]));
             for (const ordered_json& column : row.value("columns", ordered_json::array()))
-                lines += fmt::format("    {}: source '{}', destination '{}'\n", resultText(column["column"]),
-                                     resultText(column["source"]), resultText(column["destination"]));
+                lines += fmt::format("    {}: source {}, destination {}\n", resultText(column["column"]),
+                                     shownValue(column["source"]), shownValue(column["destination"]));
         }
+        const size_t unlisted = table["differing"].get<size_t>() - table["rows"].size();
+        if (unlisted > 0)
+            lines += fmt::format("{}: {} more (--all lists them)\n", resultText(table["table"]), unlisted);
+    }
     return lines;
 }
 
@@ -258,11 +285,6 @@ std::string status(const ordered_json& result)
     return lines;
 }
 
-std::string quoted(const ordered_json& value)
-{
-    return fmt::format("'{}'", resultText(value));
-}
-
 /// One side's value of a conflict's column.
 std::string sideValue(const ordered_json& value)
 {
@@ -271,7 +293,7 @@ std::string sideValue(const ordered_json& value)
 
 std::string todaysValue(const ordered_json& value, const ordered_json& hasRow)
 {
-    return hasRow == false ? "no row" : value.is_null() ? "Null" : quoted(value);
+    return hasRow == false ? "no row" : shownValue(value);
 }
 
 std::string changedAt(const char* side, const ordered_json& date, bool lacksRow)
@@ -375,7 +397,7 @@ std::string decisions(const ordered_json& result)
                              resultText(decision["choice"]), reason.empty() ? reason : fmt::format(" ({})", reason),
                              resultText(decision["outcome"]));
         for (const auto& [column, value] : decision["lost_row"].items())
-            lines += fmt::format("    {}: {}\n", column, value.is_null() ? "Null" : quoted(value));
+            lines += fmt::format("    {}: {}\n", column, shownValue(value));
     }
     return lines.empty() ? "no decisions\n" : lines;
 }

@@ -37,6 +37,7 @@ struct Options
     std::string local;
     bool noBrowser = false;
     RunOptions run;
+    VerifyOptions verify;
     ScheduleOptions schedule;
     std::string reportFile;
     ConflictFilter filter;
@@ -128,9 +129,11 @@ ConflictFilter chosenConflicts(const Options& options)
 {
     const ConflictFilter& filter = options.filter;
     if (options.all != filter.ids.empty())
-        throw HostError(kUsage, "name conflicts, or --all");
+        throw HostError(kUsage, "name conflicts, or --all",
+                        "Give the ids that `quinrep conflicts list` shows, or --all with filters, not both.");
     if (!options.all && !(filter.table + filter.kind + filter.contains + filter.before).empty())
-        throw HostError(kUsage, "--table, --kind, --contains and --before go with --all");
+        throw HostError(kUsage, "--table, --kind, --contains and --before go with --all",
+                        "Leave the ids out, and give --all with the filters.");
     return filter;
 }
 
@@ -264,10 +267,10 @@ private:
                         "The destination's, where it is another")
             ->type_name("SOURCE");
         init.add_option("--site", options_.site, "The site that runs quinrep: laptop unless given")
-            ->check(CLI::IsMember({"offices", "laptop"}));
+            ->check(oneOf({"offices", "laptop"}));
         init.add_option("--local", options_.local,
                         "The side that is this machine's database: the destination at a laptop, unless given")
-            ->check(CLI::IsMember({"source", "destination"}));
+            ->check(oneOf({"source", "destination"}));
         init.callback(
             [this] { chosen_ = [this] { return tell(options_, "init", initCommand(initOptions(options_))); }; });
     }
@@ -279,7 +282,7 @@ private:
         help.callback([this] { chosen_ = [this] { return this->help(); }; });
         add(app_, "check", "Look whether everything is in place, and say what to do where not", checkCommand);
         add(app_, "preview", "Show what a run would do; changes nothing", previewCommand);
-        add(app_, "verify", "Compare both sides in full; changes nothing", verifyCommand);
+        addVerify();
         add(app_, "review", "Show the conflicts in a browser and resolve them there",
             [this](const Configuration& configuration) { return reviewCommand(configuration, !options_.noBrowser); })
             .add_flag("--no-browser", options_.noBrowser, "Print the address, and open no browser");
@@ -294,6 +297,19 @@ private:
             ->required();
         add(app_, "status", "Show the control record, the last counters, waiting conflicts and log errors",
             statusCommand);
+    }
+
+    void addVerify()
+    {
+        VerifyOptions& options = options_.verify;
+        CLI::App& verify =
+            add(app_, "verify", "Compare both sides in full; changes nothing",
+                [&options](const Configuration& configuration) { return verifyCommand(configuration, options); });
+        verify.add_option("--table", options.tables, "Only this table; may be given several times")
+            ->type_name("NAME")
+            ->allow_extra_args(false)
+            ->check(notEmpty());
+        verify.add_flag("--all", options.allRows, "List every row that differs, not only the first 100 of a table");
     }
 
     void addRun()

@@ -123,9 +123,14 @@ Outcome dismissConflictsCommand(const Configuration& configuration, const Dismis
 
 Outcome decisionLogCommand(const Configuration& configuration, const ConflictFilter& filter)
 {
+    const ordered_json logged = DecisionLog::read(configuration);
+    std::vector<std::string> tables;
+    for (const ordered_json& decision : logged)
+        tables.push_back(decision.value("table", ""));
+    filter.requireTable(configuration, tables);
     filter.requireDay();
     ordered_json decisions = ordered_json::array();
-    for (const ordered_json& decision : DecisionLog::read(configuration)) {
+    for (const ordered_json& decision : logged) {
         const std::string kind = decision.value("kind", "");
         if (filter.fits(decision.value("table", ""), kindOfWord(kind), decision.value("key_info", ""),
                         decision.value("time", "")))

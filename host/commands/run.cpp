@@ -247,6 +247,8 @@ private:
         // Not every driver's text says so.
         if (lost && resultText(outcome.result["error"]["todo"]).empty())
             outcome.result["error"]["todo"] = kServerIsLost;
+        if (resultText(outcome.result["error"]["todo"]).empty())
+            outcome.result["error"]["todo"] = kLookIntoLog;
         if (options_.firstCopy) {
             const std::string todo = resultText(outcome.result["error"]["todo"]);
             outcome.result["error"]["todo"] = todo + (todo.empty() ? "" : " ") + kFillByRun;
@@ -317,7 +319,7 @@ Outcome runCommand(const Configuration& configuration, const RunOptions& options
         return {{{"stops", std::move(stops)}, {"deleted_rows", preview.deletedRows()}, {"tables", preview.tables()}},
                 kGuarded};
     if (cancelled)
-        throw HostError(kFailed, "cancelled before the first table; nothing was written");
+        throw HostError(kFailed, "cancelled before the first table; nothing was written", "Run again when it suits.");
     Outcome outcome = run.go(databases);
     outcome.result["passed"] = preview.passed(options.force, options.attended);
     outcome.result["deleted_rows"] = preview.deletedRows();

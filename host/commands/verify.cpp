@@ -8,7 +8,7 @@ using nlohmann::ordered_json;
 
 namespace {
 
-/// Rows listed in full for each table; all of them are counted.
+/// Rows listed in full for each table unless all are wanted; all of them are counted.
 constexpr size_t kListedRows = 100;
 
 /// The columns in which two rows differ; null stands apart from the empty text.
@@ -36,9 +36,10 @@ ordered_json differingColumns(Databases& databases, const KeyedTable& table, con
 class Comparison
 {
 public:
-    Comparison(Databases& databases, const TableConfiguration& table)
+    Comparison(Databases& databases, const TableConfiguration& table, bool listsAll)
         : databases_(databases),
-          table_{toWide(table.name), toWide(table.keyColumn())}
+          table_{toWide(table.name), toWide(table.keyColumn())},
+          listsAll_(listsAll)
     {
     }
 
@@ -68,7 +69,7 @@ private:
     bool note(const std::wstring& key, const char* what)
     {
         ++differing_;
-        if (rows_.size() >= kListedRows)
+        if (!listsAll_ && rows_.size() >= kListedRows)
             return false;
         rows_.push_back({{"key", toUtf8(key)}, {"what", what}});
         return true;
@@ -83,18 +84,25 @@ private:
 
     Databases& databases_;
     KeyedTable table_;
+    bool listsAll_;
     size_t differing_ = 0;
     ordered_json rows_ = ordered_json::array();
 };
 
 } // namespace
 
-Outcome verifyCommand(const Configuration& configuration)
+Outcome verifyCommand(const Configuration& configuration, const VerifyOptions& options)
 {
+    std::vector<TableConfiguration> tables = configuration.tables;
+    if (!options.tables.empty()) {
+        tables.clear();
+        for (const std::string& name : options.tables)
+            tables.push_back(tableNamed(configuration, name));
+    }
     Databases databases(configuration);
     Outcome outcome{{{"tables", ordered_json::array()}}};
-    for (const TableConfiguration& table : configuration.tables) {
-        Comparison comparison(databases, table);
+    for (const TableConfiguration& table : tables) {
+        Comparison comparison(databases, table, options.allRows);
         whileDoing("comparing table " + table.name + " in full",
                    [&] { outcome.result["tables"].push_back(comparison.run()); });
         if (comparison.differing() > 0)

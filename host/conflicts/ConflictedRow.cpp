@@ -5,6 +5,7 @@
 #include "com/convert.h"
 #include "commands/rows.h"
 #include "conflicts/rows_today.h"
+#include "nearest.h"
 #include "text.h"
 
 #include <algorithm>
@@ -109,11 +110,9 @@ void requireKnown(const Configuration& configuration, const std::vector<Conflict
     for (const std::string& id : filter.ids)
         if (std::ranges::none_of(rows, [&](const ConflictedRow& row) { return hasId(row, id); }))
             throw HostError(kUsage, "there is no conflict \"" + id + "\"", "`quinrep conflicts list` shows the ids.");
-    const auto isTable = [&](const std::string& name) { return sameName(name, filter.table); };
-    if (!filter.table.empty() && std::ranges::none_of(rows, isTable, &ConflictedRow::table) &&
-        std::ranges::none_of(configuration.tables, isTable, &TableConfiguration::name))
-        throw HostError(kUsage, "there is no table \"" + filter.table + "\" in the configuration or the conflicts",
-                        "`quinrep conflicts list` shows the tables.");
+    std::vector<std::string> tables;
+    std::ranges::transform(rows, std::back_inserter(tables), &ConflictedRow::table);
+    filter.requireTable(configuration, tables);
     filter.requireDay();
 }
 
@@ -171,6 +170,18 @@ bool ConflictFilter::fits(const std::string& tableName, long conflictKind, const
     return (table.empty() || sameName(tableName, table)) && (kind.empty() || kind == kindWord(conflictKind)) &&
            (before.empty() || day < before) &&
            (has(tableName) || has(kindName(conflictKind)) || has(kindName(conflictKind, names)) || has(keyInfo));
+}
+
+void ConflictFilter::requireTable(const Configuration& configuration, const std::vector<std::string>& tables) const
+{
+    std::vector<std::string> known = tableNames(configuration);
+    std::ranges::copy(tables, std::back_inserter(known));
+    if (!table.empty() &&
+        std::ranges::none_of(known, [this](const std::string& name) { return sameName(name, table); }))
+        throw HostError(kUsage,
+                        "there is no table \"" + table + "\" in the configuration or the conflicts" +
+                            didYouMean(table, known),
+                        "`quinrep conflicts list` shows the tables.");
 }
 
 void ConflictFilter::requireDay() const

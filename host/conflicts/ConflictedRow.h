@@ -93,6 +93,8 @@ struct ConflictFilter
     /// Whether a conflict fits the filter by table, kind, description and day; `day` as in `before`.
     bool fits(const std::string& tableName, long conflictKind, const std::string& keyInfo,
               const std::string& day) const;
+    /// Raises HostError(kUsage) when `table` is neither the configuration's nor one of these.
+    void requireTable(const Configuration& configuration, const std::vector<std::string>& tables) const;
     /// Raises HostError(kUsage) when `before` is no day.
     void requireDay() const;
 };

@@ -77,7 +77,8 @@ ordered_json DecisionLog::read(const Configuration& configuration)
     const std::wstring name = toWide(path(configuration));
     std::ifstream file(name.c_str(), std::ios::binary);
     if (!file && std::filesystem::exists(name))
-        throw HostError(kFailed, "the decision log " + path(configuration) + " cannot be read");
+        throw HostError(kFailed, "the decision log " + path(configuration) + " cannot be read",
+                        "Look whether it is a file, and whether you may read it.");
     for (std::string line; std::getline(file, line);)
         if (ordered_json decision = decisionOf(line); decision.is_object())
             decisions.push_back(std::move(decision));

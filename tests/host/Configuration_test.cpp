@@ -271,4 +271,7 @@ TEST(ConfigurationFile, PathThatIsNoTextInDoubleQuotesIsToldWithWhatToWrite)
                                                                "quotes, as 'C:\\Users\\x.log'")));
     }
     EXPECT_THAT(mistakesIn("site = \"offices\"\nlocal = \n"), Not(HasSubstr("backslash")));
+    EXPECT_THAT(mistakesIn("site = offices\n"), HasSubstr("; write a text in quotes\n"));
+    EXPECT_THAT(mistakesIn("site = \"offices\nlocal = 'source'\n"),
+                HasSubstr("; the closing quote of the text is missing\n"));
 }

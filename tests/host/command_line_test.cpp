@@ -39,7 +39,7 @@ const MistakeCase kMistakes[] = {
      "unknown command \"resolve\"; did you mean \"conflicts resolve\"?"},
     {"Option", "check --jsn", "unknown option \"--jsn\"; did you mean \"--json\"?\n  `quinrep help check` tells"},
     {"OptionWithAValue", "conflicts list --tabel=users", "unknown option \"--tabel\"; did you mean \"--table\"?"},
-    {"OptionOfAnotherCommand", "preview --force", "unknown option \"--force\"; it is one of run\n"},
+    {"OptionOfAnotherCommand", "preview --watch", "unknown option \"--watch\"; it is one of run\n"},
     {"OptionLikeNoOther", "run --nonsense", "unknown option \"--nonsense\"\n"},
     {"OptionWithoutItsValue", "check -c", "--config needs a value\n  `quinrep help check` tells"},
     {"OptionMissing", "conflicts resolve --all", "--use is required"},

@@ -104,7 +104,7 @@ TEST_F(ConflictsCommand, UseOfTheSourceOverwritesTheRowAndLogsIt)
     EXPECT_EQ(decision["outcome"], "settled");
     EXPECT_NE(decision["user"], "");
     EXPECT_EQ(decision["columns"][0]["column"], "item_text");
-    EXPECT_EQ(decisions(L" --table users").size(), 0U);
+    EXPECT_EQ(decisions(L" --contains nothing").size(), 0U);
 }
 
 TEST_F(ConflictsCommand, ListTellsTodaysStateAndTakesFilters)
@@ -236,4 +236,8 @@ TEST_F(ConflictsCommand, UnknownConflictsAndTablesAreMistakesOfUsage)
         EXPECT_EQ(ended.exitCode, kUsage) << toUtf8(mistake);
         EXPECT_THAT(ended.messages, HasSubstr("there is no "));
     }
+    for (const wchar_t* command : {L"list", L"log"})
+        EXPECT_THAT(quinrep(std::wstring(L"conflicts ") + command + L" --table shorcut").messages,
+                    HasSubstr("there is no table \"shorcut\" in the configuration or the conflicts; did you mean "
+                              "\"shortcut\"?"));
 }

@@ -28,15 +28,15 @@ Next attempt: )"
      R"(
 Counters of the last run: none
 Conflicts waiting:
-  table_name  waiting
-  users             2
+  table  waiting
+  users        2
 Last errors in the log:
   line
 )"},
     {"ColumnsAreAlignedByCharactersNotBytes", "verify",
      R"({"tables": [{"table": "Zähne", "source_rows": 3, "destination_rows": 3, "differing": 0, "rows": []},
                     {"table": "users", "source_rows": 2, "destination_rows": 2, "differing": 0, "rows": []}]})",
-     R"(  table  source_rows  destination_rows  differing
+     R"(  table  source rows  destination rows  differing
   Zähne            3                 3          0
   users            2                 2          0
 )"},
@@ -62,13 +62,14 @@ users: too many. Go on with --force.
     8
 )"},
     {"VerifyListsTheColumnsOfARow", "verify",
-     R"({"tables": [{"table": "users", "source_rows": 3, "destination_rows": 2, "differing": 1,
+     R"({"tables": [{"table": "users", "source_rows": 3, "destination_rows": 2, "differing": 3,
                      "rows": [{"key": "2", "what": "different",
                                "columns": [{"column": "user_name", "source": "S", "destination": null}]}]}]})",
-     R"(  table  source_rows  destination_rows  differing
-  users            3                 2          1
+     R"(  table  source rows  destination rows  differing
+  users            3                 2          3
 users 2: different
-    user_name: source 'S', destination ''
+    user_name: source 'S', destination Null
+users: 2 more (--all lists them)
 )"},
     {"ConflictTellsEachSideAsItWasFoundAndAsItIsToday", "show",
      R"({"conflict": {

@@ -139,6 +139,27 @@ TEST_F(Quinrep, VerifyListsRowsAndColumnsThatDiffer)
     EXPECT_EQ(table["rows"][1], json({{"key", "3"}, {"what", "source only"}}));
 }
 
+TEST_F(Quinrep, VerifyTakesSomeTablesAndListsTheFirstHundredRowsOrAll)
+{
+    tables += tableSection("shortcut", "one_way");
+    addUsers(source(), 1, 102);
+    addShortcut(source(), 1, L"lone", kOld);
+    const json all = quinrepJson(L"verify", "verify").result()["tables"];
+    EXPECT_EQ(all.size(), 2U);
+    EXPECT_EQ(all[0]["differing"], 102);
+    EXPECT_EQ(all[0]["rows"].size(), 100U);
+    const json users = quinrepJson(L"verify --all --table USERS", "verify").result()["tables"];
+    EXPECT_EQ(users.size(), 1U);
+    EXPECT_EQ(users[0]["rows"].size(), 102U);
+    EXPECT_EQ(quinrepJson(L"verify --table users --table shortcut", "verify").result()["tables"], all);
+    EXPECT_THAT(quinrep(L"verify").output, HasSubstr("users: 2 more (--all lists them)\nshortcut "));
+    const Ended mistaken = quinrepJson(L"verify --table shorcut", "failure");
+    EXPECT_EQ(mistaken.exitCode, kUsage);
+    EXPECT_EQ(mistaken.result()["error"]["text"],
+              "there is no table \"shorcut\" in the configuration; did you mean \"shortcut\"?");
+    EXPECT_EQ(mistaken.result()["error"]["todo"], "It lists users, shortcut.");
+}
+
 // A full copy needs no key, so verify may not ask for one.
 TEST_F(Quinrep, VerifyComparesATableWithoutAKeyByWholeRows)
 {
