@@ -33,7 +33,8 @@ class Command:
         entries = re.findall(r"^  (-\S+)( [A-Z])?", text, re.M)
         # Whether an option takes a value, by each of its names.
         self.options = {name: bool(value) for names, value in entries for name in names.split(",")}
-        below = re.findall(r"^  ([a-z]\S*)", text.partition("\nSubcommands:")[2], re.M)
+        listed = re.search(r"\n(?:Subc|C)ommands:(.*)", text, re.S)
+        below = re.findall(r"^  ([a-z]\S*)", listed[1] if listed else "", re.M)
         self.commands = {name: Command(*path, name) for name in below}
 
     def all_options(self):

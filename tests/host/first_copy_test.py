@@ -1,5 +1,7 @@
 """The office goes on working while quinrep makes the first copy, and the next run brings what the copy has missed."""
 
+import datetime
+
 import practice
 from practice_case import PracticeCase
 
@@ -12,11 +14,13 @@ class OfficeDuringTheCopy(PracticeCase):
     def users_at_laptop(self):
         return [tuple(row) for row in self.laptop.sql("select unid, user_name from users order by unid")]
 
-    def change_users_at_the_office(self, name):
-        """The user of the copy gets another name, and a new one comes, by the office's clock."""
-        self.office.sql(f"update users set user_name = '{name}', mod_date = getdate();"
+    def change_users_at_the_office(self, name, seconds_from_now=0):
+        """All users get another name, and a new one comes, by the office's clock."""
+        (now,), = self.office.sql("select getdate()")
+        date = (now + datetime.timedelta(seconds=seconds_from_now)).isoformat(timespec="milliseconds")
+        self.office.sql(f"update users set user_name = '{name}', mod_date = '{date}';"
                         "insert into users (unid, user_name, mod_date)"
-                        " select max(unid) + 1, 'new', getdate() from users")
+                        f" select max(unid) + 1, 'new', '{date}' from users")
 
     def run_once(self):
         """Each run overwrites the one user that the laptop has, which is more than it may."""
@@ -31,7 +35,8 @@ class OfficeDuringTheCopy(PracticeCase):
         self.assertEqual(self.users_at_laptop(), [(1, "new")])
         self.run_once()
         self.assertEqual(self.users_at_laptop(), [(1, "during"), (2, "new")])
-        self.change_users_at_the_office("after")
+        # Dates of two seconds count as one.
+        self.change_users_at_the_office("after", seconds_from_now=10)
         self.run_once()
         self.assertEqual(self.users_at_laptop(), [(1, "after"), (2, "after"), (3, "new")])
         self.assertEqual(self.laptop.sql("select table_name from replication_conflict"), [])

@@ -23,13 +23,14 @@ protected:
         return ended.result();
     }
 
-    /// The finding and the remedy of one look.
+    /// The finding and the remedy of one look; none where it found nothing.
     static std::string findingOf(const json& result, const std::string& look)
     {
+        std::string found = "no look at " + look;
         for (const json& check : result["checks"])
             if (check["check"] == look)
-                return check["finding"].get<std::string>() + " -> " + check["todo"].get<std::string>();
-        return "no look at " + look;
+                found = check["finding"].get<std::string>() + " -> " + check["todo"].get<std::string>();
+        return found;
     }
 };
 
