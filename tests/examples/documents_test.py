@@ -88,7 +88,7 @@ def strange_words(words):
 
 def strange_commands(text):
     for line in code(text):
-        called = re.search(r'(?<![\w-])quinrep(?:\.exe|\.sh)?(?:\\?")? +([^|>"^]+)', line)
+        called = re.search(r'(?<![\w`-])quinrep(?:\.exe|\.sh)?(?:\\?")? +([^|>"^]+)', line)
         words = (called[1] if called else line).split()
         if called or (words and words[0] in commands().commands and any(word.startswith("-") for word in words)):
             yield from (f"{line}: {word}" for word in strange_words(words))
@@ -138,7 +138,8 @@ def configuration_names():
     wrong = "".join(f"{name} = []\n" for name in ("site", "local", STRANGER))
     wrong += "".join(f"[{section}]\n{STRANGER} = []\n" for section in ("source", "log"))
     wrong += f"[run]\non_conflicts = []\n{STRANGER} = []\n"
-    text = mistakes(wrong + f"[[table]]\nmethod = []\ndeletes = []\n{STRANGER} = []\n")
+    wrong += f"[[table]]\nmethod = []\n{STRANGER} = []\n[[table]]\nmethod = 'by_key'\ndeletes = []\n"
+    text = mistakes(wrong)
     return {word.strip('"') for listed in re.findall(r"expected one of (.*)", text) for word in listed.split(", ")}
 
 
