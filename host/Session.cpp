@@ -11,6 +11,7 @@
 #include <sstream>
 #include <string_view>
 
+using namespace quinmark;
 using Microsoft::WRL::ComPtr;
 
 namespace {

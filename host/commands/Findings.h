@@ -58,6 +58,6 @@ private:
             {{"check", what}, {"ok", ok}, {"warning", warning}, {"finding", finding.text}, {"todo", finding.todo}});
     }
 
-    nlohmann::ordered_json checks_ = ordered_json::array();
+    nlohmann::ordered_json checks_ = nlohmann::ordered_json::array();
     bool failed_ = false;
 };

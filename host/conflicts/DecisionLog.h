@@ -1,10 +1,10 @@
 #pragma once
 
 #include "Configuration.h"
+#include "JsonLines.h"
 
 #include <nlohmann/json.hpp>
 #include <string>
-#include <windows.h>
 
 /// A file beside the component's log with one JSON object in a line for each decision about conflicts. A line is
 /// written before the decision is carried out and completed with its outcome afterwards, so that a decision that was
@@ -14,9 +14,6 @@ class DecisionLog
 public:
     /// Raises HostError(kUsage) when the file cannot be written, or somebody else is deciding.
     explicit DecisionLog(const Configuration& configuration);
-    ~DecisionLog();
-    DecisionLog(const DecisionLog&) = delete;
-    DecisionLog& operator=(const DecisionLog&) = delete;
 
     /// Begins the line of a decision, with time and user in front. Raises HostError(kFailed) when it cannot be written.
     void begin(const nlohmann::ordered_json& decision);
@@ -28,8 +25,8 @@ public:
     static std::string path(const Configuration& configuration);
 
 private:
-    void write(const std::string& text);
+    void require(bool written) const;
 
     std::string path_;
-    HANDLE file_;
+    JsonLines lines_;
 };
