@@ -100,6 +100,20 @@ void readRun(TomlReader& top, Configuration& configuration, TomlMistakes& mistak
     run.finish();
 }
 
+void readHooks(TomlReader& top, HooksConfiguration& hooks, TomlMistakes& mistakes)
+{
+    const toml::node* node = top.find("hooks", true, "");
+    if (!node)
+        return;
+    if (!node->as_table())
+        return top.wrong(*node, "hooks", "a section");
+    TomlReader reader(*node->as_table(), "hooks.", mistakes, &top);
+    hooks.before = reader.text("before", "");
+    hooks.after = reader.text("after", "");
+    hooks.timeout = reader.wholeNumber("timeout", 1, std::numeric_limits<short>::max(), hooks.timeout);
+    reader.finish();
+}
+
 TableConfiguration readTable(TomlReader& top, const toml::table& table, const TableConfiguration& limits,
                              TomlMistakes& mistakes)
 {
@@ -170,6 +184,7 @@ Configuration readConfiguration(const toml::table& file, TomlMistakes& mistakes)
     refuseSameSides(top, file, configuration);
     readLog(top, configuration, mistakes);
     readRun(top, configuration, mistakes);
+    readHooks(top, configuration.hooks, mistakes);
     readTables(top, configuration, limits, mistakes);
     top.finish();
     return configuration;
@@ -261,4 +276,9 @@ std::string methodName(enumReplicationMethod method)
 std::string deletesName(enumReplicateDeletes deletes)
 {
     return wordFor(kDeletes, deletes);
+}
+
+std::string siteName(enumReplicationUniqueId site)
+{
+    return wordFor(kSites, site);
 }

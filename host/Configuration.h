@@ -43,6 +43,15 @@ enum class OnConflicts
     Continue,
 };
 
+/// Commands for the time before and after a run; empty for none.
+struct HooksConfiguration
+{
+    std::string before;
+    std::string after;
+    /// Seconds that each may take.
+    short timeout = 600;
+};
+
 struct Configuration
 {
     enumReplicationUniqueId site = OFFICES;
@@ -55,6 +64,7 @@ struct Configuration
     /// Seconds between attempts.
     short frequency = 900;
     OnConflicts onConflicts = OnConflicts::Stop;
+    HooksConfiguration hooks;
     std::vector<TableConfiguration> tables;
 
     const SideConfiguration& local() const { return localIsSource ? source : destination; }
@@ -73,3 +83,6 @@ std::vector<std::string> tableNames(const Configuration& configuration);
 /// The word for a method or a delete handling in configuration files and reports.
 std::string methodName(enumReplicationMethod method);
 std::string deletesName(enumReplicateDeletes deletes);
+
+/// The word for a site.
+std::string siteName(enumReplicationUniqueId site);

@@ -29,6 +29,9 @@ Failure currentFailure()
     try {
         throw;
     }
+    catch (const FailedRun& run) {
+        return run.failure;
+    }
     catch (const HostError& error) {
         return failed({{"text", error.what()}, {"todo", error.todo()}}, error.exitCode());
     }

@@ -14,6 +14,12 @@ struct Failure
     ExitCode exitCode = kFailed;
 };
 
+/// A failure with all that its result has to tell.
+struct FailedRun
+{
+    Failure failure;
+};
+
 /// An error of the component or of ADO as the "error" of a result.
 nlohmann::ordered_json errorJson(const com::Error& error);
 

@@ -19,6 +19,8 @@ enum class StopReason
     WillFail,
     /// Message boxes would wait for somebody to close them.
     MessageBoxes,
+    /// The command that the configuration names for the time before a run failed.
+    Hook,
 };
 
 /// One reason, with the rows that it is about.

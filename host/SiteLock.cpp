@@ -34,3 +34,12 @@ SiteLock::~SiteLock()
     ReleaseMutex(mutex_);
     CloseHandle(mutex_);
 }
+
+bool SiteLock::isHeld(const Configuration& configuration)
+{
+    const HANDLE mutex = OpenMutexW(SYNCHRONIZE, FALSE, mutexName(configuration).c_str());
+    if (!mutex)
+        return GetLastError() == ERROR_ACCESS_DENIED; // another user's
+    CloseHandle(mutex);
+    return true;
+}

@@ -15,6 +15,9 @@ public:
     SiteLock(const SiteLock&) = delete;
     SiteLock& operator=(const SiteLock&) = delete;
 
+    /// Whether a run of the site goes on. Does not get in the way of one that begins.
+    static bool isHeld(const Configuration& configuration);
+
 private:
     HANDLE mutex_;
 };

@@ -33,10 +33,12 @@ struct RunOptions
     /// Marks the control records ready, or clears the recorded error, before the run.
     bool markReady = false;
     bool resetError = false;
-    /// Says what goes on, on standard error.
+    /// Says nothing of what goes on, on standard error.
     bool quiet = false;
     /// Until it has gone through, the control record says that nothing was ever replicated.
     bool firstCopy = false;
+    /// An HTML page with the result; empty for none.
+    std::string reportFile = {};
 };
 
 struct ScheduleOptions
@@ -92,7 +94,11 @@ ExitCode watchCommand(const Configuration& configuration, const RunOptions& opti
 Outcome scheduleCommand(const Configuration& configuration, const ScheduleOptions& options);
 /// Tells of one row why it is as it is, and what the next run does with it.
 Outcome explainCommand(const Configuration& configuration, const std::string& table, const std::string& key);
-Outcome statusCommand(const Configuration& configuration);
+/// Ends with 0 unless `check`: then with the most serious finding's exit code. A run is overdue when the last one that
+/// went through ended longer ago than `maxAge` hours.
+Outcome statusCommand(const Configuration& configuration, bool check, int maxAge);
+/// The last runs, oldest first.
+Outcome historyCommand(const Configuration& configuration, size_t last);
 Outcome listConflictsCommand(const Configuration& configuration, const ConflictFilter& filter);
 Outcome showConflictCommand(const Configuration& configuration, const std::string& id);
 Outcome resolveConflictsCommand(const Configuration& configuration, const ResolveOptions& options);

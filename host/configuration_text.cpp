@@ -58,6 +58,13 @@ level = 2
 [run]
 on_conflicts = "stop"
 
+# Commands for the time before and after every run, such as a backup and a mail, and the seconds that each may take. A
+# run whose command before fails does not begin (docs/administration.md).
+# [hooks]
+# before = 'C:\Replication\backup.cmd'
+# after = 'C:\Replication\mail.cmd'
+# timeout = 600
+
 # The tables in their order: a table comes after those that it refers to. Methods (docs/replication.md):
 #   "one_way_deletes"     takes what has changed at the source, row by row; may have a dependent table
 #   "one_way"             the same, but a row that the source deleted is reported

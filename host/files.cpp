@@ -14,6 +14,11 @@ std::string besideLog(const Configuration& configuration, const std::string& end
     return toUtf8(path.replace_extension().wstring()) + ending;
 }
 
+std::string absolutePath(const std::string& path)
+{
+    return toUtf8(std::filesystem::absolute(toWide(path)).wstring());
+}
+
 void requireWritable(const std::string& what, const std::string& path, const std::string& todo)
 {
     if (!std::ofstream(toWide(path).c_str(), std::ios::app))

@@ -7,6 +7,9 @@
 /// A file beside the component's log, with the log's name and this ending.
 std::string besideLog(const Configuration& configuration, const std::string& ending);
 
+/// A path that does not depend on the current folder.
+std::string absolutePath(const std::string& path);
+
 /// Raises HostError(kUsage) when a file cannot be written. It is made where there is none.
 void requireWritable(const std::string& what, const std::string& path, const std::string& todo);
 

@@ -69,6 +69,12 @@ std::string grid(const ordered_json& rows, const std::vector<const char*>& colum
     return lines;
 }
 
+std::string firstLine(const ordered_json& text)
+{
+    const std::string lines = resultText(text);
+    return lines.substr(0, lines.find_first_of("\r\n"));
+}
+
 /// The further lines below the first.
 std::string indented(const std::string& lines)
 {
@@ -125,7 +131,7 @@ std::string stopped(const ordered_json& stops)
 {
     std::string lines;
     for (const ordered_json& stop : stops) {
-        lines += fmt::format("{}: {}\n", resultText(stop["table"]), indented(resultText(stop["text"])));
+        lines += fmt::format("{}: {}\n", stopHeading(stop), indented(resultText(stop["text"])));
         const ordered_json& rows = stop["rows"];
         for (size_t index = 0; index < std::min(rows.size(), kShownRows); ++index)
             lines += "    " + rowText(rows[index]["key"], rows[index]["key_info"]) + "\n";
@@ -268,19 +274,95 @@ std::string list(const char* heading, const ordered_json& rows, const std::vecto
     return rows.empty() ? fmt::format("{}: none\n", heading) : fmt::format("{}:\n", heading) + grid(rows, columns);
 }
 
+/// A counter of both sides together; null when that of one is not known.
+ordered_json onBothSides(const ordered_json& run, const std::string& counter)
+{
+    const ordered_json& destination = run[counter];
+    const ordered_json& source = run["source_" + counter];
+    if (destination.is_null() || source.is_null())
+        return nullptr;
+    return destination.get<long long>() + source.get<long long>();
+}
+
+/// A run of the history as a row for a person, by this machine's clock.
+ordered_json historyRow(const ordered_json& run)
+{
+    const ordered_json& took = run["took_ms"];
+    return {{"began", localTime(run["began"])},
+            {"took", took.is_null() ? ordered_json()
+                                    : ordered_json(durationText(std::chrono::milliseconds(took.get<long long>())))},
+            {"outcome", run["outcome"]},
+            {"added", onBothSides(run, "adds")},
+            {"changed", onBothSides(run, "updates")},
+            {"deleted", onBothSides(run, "deletes")},
+            {"new conflicts", run["conflicts_new"]},
+            {"waiting", run["conflicts_waiting"]},
+            {"error", firstLine(run["error"])}};
+}
+
+std::string runs(const ordered_json& result)
+{
+    ordered_json rows = ordered_json::array();
+    for (const ordered_json& run : result["runs"])
+        rows.push_back(historyRow(run));
+    return rows.empty() ? "no runs\n"
+                        : grid(rows, {"began", "took", "outcome", "added", "changed", "deleted", "new conflicts",
+                                      "waiting", "error"});
+}
+
+/// The tables of which a run counted something, and those counters.
+std::string countedTables(const ordered_json& tables)
+{
+    std::vector<const char*> columns = {"table"};
+    for (const char* counter : {"adds", "updates", "deletes", "conflicts", "errors"})
+        if (std::ranges::any_of(tables, [&](const ordered_json& table) { return table[counter] != 0; }))
+            columns.push_back(counter);
+    if (columns.size() == 1)
+        return "Counters of the last run: all are 0\n";
+    ordered_json rows = ordered_json::array();
+    for (ordered_json row : tables) {
+        bool counted = false;
+        for (const char* column : columns) {
+            counted = counted || (row[column].is_number() && row[column] != 0);
+            if (row[column] == 0)
+                row[column] = "";
+        }
+        if (counted)
+            rows.push_back(std::move(row));
+    }
+    return list("Counters of the last run", rows, columns);
+}
+
+std::string lastRun(const ordered_json& run)
+{
+    if (run.is_null())
+        return "Last run: none that the history knows\n";
+    const ordered_json row = historyRow(run);
+    std::string text = fmt::format("Last run: {}, {}", resultText(row["began"]), resultText(row["outcome"]));
+    if (!row["took"].is_null())
+        text += fmt::format(" after {}", resultText(row["took"]));
+    if (!row["added"].is_null() && !row["changed"].is_null() && !row["deleted"].is_null())
+        text += fmt::format("; added {}, changed {}, deleted {}", resultText(row["added"]), resultText(row["changed"]),
+                            resultText(row["deleted"]));
+    return text + "\n";
+}
+
 std::string status(const ordered_json& result)
 {
+    std::string lines = result["findings"].empty() ? "All is in order.\n" : "";
+    for (const ordered_json& finding : result["findings"])
+        lines += "! " + indented(resultText(finding["text"])) + "\n";
+    if (!result["conflicts"].empty())
+        lines += list("Conflicts waiting", result["conflicts"], {"table_name", "waiting"});
     const ordered_json& control = result["control"];
-    const std::string error = resultText(control["error_message"]);
-    std::string lines =
-        fmt::format("Ready for a run: {}\nIn error: {}\nLast run's interval ended: {}\n"
-                    "Next attempt: {}\n",
-                    answer(control["ready_f"]), answer(control["error_f"]) + (error.empty() ? "" : ", " + error),
-                    resultText(control["last_timestamp"]), resultText(control["next_timestamp"]));
-    lines += list("Counters of the last run", result["counts"], {"count_name", "count_value"});
-    lines += list("Conflicts waiting", result["conflicts"], {"table_name", "waiting"});
-    lines += result["log"].empty() ? "Last errors in the log: none\n" : "Last errors in the log:\n";
-    for (const ordered_json& line : result["log"])
+    const std::string error = firstLine(control["error_message"]);
+    lines += lastRun(result["last_run"]);
+    lines += fmt::format("In error: {}\nReady for a run: {}\nLast run's interval ended: {}\nNext attempt: {}\n",
+                         answer(control["error_f"]) + (error.empty() ? "" : ", " + error), answer(control["ready_f"]),
+                         resultText(control["last_timestamp"]), resultText(control["next_timestamp"]));
+    lines += countedTables(result["tables"]);
+    lines += result["discrepancies"].empty() ? "" : "Last discrepancies in the log:\n";
+    for (const ordered_json& line : result["discrepancies"])
         lines += "  " + resultText(line) + "\n";
     return lines;
 }
@@ -410,7 +492,7 @@ std::string humanText(const std::string& command, const ordered_json& result)
         {"check", checks},     {"preview", preview},    {"verify", verification}, {"run", run},
         {"status", status},    {"list", waiting},       {"show", conflict},       {"resolve", resolved},
         {"dismiss", resolved}, {"log", decisions},      {"review", reviewed},     {"copy", copied},
-        {"init", written},     {"schedule", scheduled}, {"explain", explainText},
+        {"init", written},     {"schedule", scheduled}, {"explain", explainText}, {"history", runs},
     };
     return kTexts.at(command)(result);
 }

@@ -39,7 +39,9 @@ struct Options
     RunOptions run;
     VerifyOptions verify;
     ScheduleOptions schedule;
-    std::string reportFile;
+    bool check = false;
+    int maxAge = 26;
+    size_t lastRuns = 20;
     ConflictFilter filter;
     std::string use;
     std::string reason;
@@ -78,32 +80,34 @@ Configuration readConfiguration(const Options& options)
                   << configuration.source.dsn << " to " << configuration.destination.dsn
                   << ", every statement logged to " << configuration.logFile << std::endl;
     }
-    resolvePasswords(configuration);
     return configuration;
 }
 
-/// Tells an outcome on standard output, and in the report's file where one is wanted. In JSON it is one object:
-/// indented, or on a line of its own where more than one may come.
+/// Tells an outcome on standard output. In JSON it is one object: indented, or on a line of its own where more than one
+/// may come.
 ExitCode tell(const Options& options, const std::string& name, const Outcome& outcome)
 {
     std::cout << (options.json ? outcome.result.dump(options.watch ? -1 : 2) + "\n" : humanText(name, outcome.result))
               << std::flush;
-    if (options.reportFile.empty() || writeReport(options.reportFile, outcome.result))
-        return outcome.exitCode;
-    std::cerr << "quinrep: " << options.reportFile << " cannot be written" << std::endl;
-    return kFailed;
+    return outcome.exitCode;
 }
 
-/// Tells what is in flight: for a person, with --json as an object, and in the report's file where one is wanted, which
-/// else would still show an earlier run.
+/// Writes the report of a failure that no run has written, and that else would still show an earlier run.
+void reportFailure(const Options& options, const ordered_json& result)
+{
+    const std::string& report = options.run.reportFile;
+    if (!report.empty() && !result.contains("about") && !writeReport(report, result, nullptr))
+        std::cerr << "quinrep: " << report << " cannot be written" << std::endl;
+}
+
+/// Tells what is in flight: for a person, with --json as an object, and in the report's file where one is wanted.
 ExitCode tellFailure(const Options& options)
 {
     const Failure failure = currentFailure();
     std::cerr << "quinrep: " << failure.text << std::endl;
     if (options.json)
         std::cout << failure.result.dump(options.watch ? -1 : 2) << std::endl;
-    if (!options.reportFile.empty() && !writeReport(options.reportFile, failure.result))
-        std::cerr << "quinrep: " << options.reportFile << " cannot be written" << std::endl;
+    reportFailure(options, failure.result);
     return failure.exitCode;
 }
 
@@ -237,14 +241,19 @@ private:
 
     int execute(const std::string& name, const Command& command)
     {
-        const Configuration configuration = readConfiguration(options_);
-        if (!options_.reportFile.empty())
-            requireWritable("the report", options_.reportFile,
+        Configuration configuration = readConfiguration(options_);
+        if (!options_.run.reportFile.empty())
+            requireWritable("the report", options_.run.reportFile,
                             "Name a file in a folder that exists and may be written to.");
-        if (!options_.watch)
-            return tell(options_, name, command(configuration));
-        return watchCommand(configuration, options_.run,
-                            [&](const Outcome& outcome) { tell(options_, name, outcome); });
+        if (options_.watch)
+            return watchCommand(configuration, options_.run, [&](const Outcome& outcome) {
+                tell(options_, name, outcome);
+                reportFailure(options_, outcome.result);
+            });
+        // A run asks for them itself; these read files alone.
+        if (name != "run" && name != "history" && name != "log")
+            resolvePasswords(configuration);
+        return tell(options_, name, command(configuration));
     }
 
     /// It has no configuration to read yet.
@@ -295,8 +304,23 @@ private:
         explain.add_option("KEY", options_.explainedKey, "The row's value of the table's key, mostly of unid")
             ->type_name("")
             ->required();
-        add(app_, "status", "Show the control record, the last counters, waiting conflicts and log errors",
-            statusCommand);
+        CLI::App& status = add(app_, "status",
+                               "Say whether all is in order: waiting conflicts, recorded error, last run, its counters",
+                               [this](const Configuration& configuration) {
+                                   return statusCommand(configuration, options_.check, options_.maxAge);
+                               });
+        status.add_flag("--check", options_.check,
+                        "For a monitor: end with 0 when all is in order, with 2 when conflicts wait, with 4 when the "
+                        "site is in error, the last run did not go through, or a run is overdue");
+        status.add_option("--max-age", options_.maxAge, "Hours after which a run is overdue")
+            ->check(CLI::Range(1, 100000))
+            ->type_name("HOURS")
+            ->capture_default_str();
+        add(app_, "history", "Show the last runs, the newest below",
+            [this](const Configuration& configuration) { return historyCommand(configuration, options_.lastRuns); })
+            .add_option("--last", options_.lastRuns, "How many")
+            ->check(CLI::Range(1, 1000000))
+            ->capture_default_str();
     }
 
     void addVerify()
@@ -356,7 +380,8 @@ private:
         command.add_flag("--force", options_.run.force,
                          "Go on in spite of what the look ahead found, but for message boxes");
         command.add_flag("--ready", options_.run.markReady, "Mark the control records ready first");
-        command.add_option("--report", options_.reportFile, "Write the result as an HTML page too")->type_name("FILE");
+        command.add_option("--report", options_.run.reportFile, "Write the result as an HTML page too")
+            ->type_name("FILE");
         command.add_flag("--reset-error", options_.run.resetError, "Clear the recorded error first");
     }
 

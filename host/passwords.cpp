@@ -154,8 +154,15 @@ bool isPasswordSource(const std::string& source)
     return source == "prompt";
 }
 
+std::string passwordVariable(const std::string& source)
+{
+    constexpr std::string_view kVariable = "env:";
+    return source.starts_with(kVariable) ? source.substr(kVariable.size()) : "";
+}
+
 void resolvePasswords(Configuration& configuration)
 {
     for (SideConfiguration* side : {&configuration.source, &configuration.destination})
-        side->secret = resolvePassword(side->password, side->dsn);
+        if (side->secret.empty())
+            side->secret = resolvePassword(side->password, side->dsn);
 }

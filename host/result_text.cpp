@@ -1,9 +1,45 @@
 #include "result_text.h"
 
+#include <cstdio>
 #include <fmt/format.h>
 #include <regex>
+#include <windows.h>
 
 using nlohmann::ordered_json;
+
+namespace {
+
+/// Of a FILETIME.
+constexpr long long kUnitsPerSecond = 10'000'000;
+
+long long unitsOf(const FILETIME& time)
+{
+    return (static_cast<long long>(time.dwHighDateTime) << 32) | time.dwLowDateTime;
+}
+
+std::optional<std::string> localText(const SYSTEMTIME& utc)
+{
+    SYSTEMTIME local{};
+    if (!SystemTimeToTzSpecificLocalTime(nullptr, &utc, &local))
+        return std::nullopt;
+    return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}:{:02}", local.wYear, local.wMonth, local.wDay, local.wHour,
+                       local.wMinute, local.wSecond);
+}
+
+/// The time of a text such as 2026-11-21T20:30:05Z.
+std::optional<SYSTEMTIME> utcTime(const ordered_json& utc)
+{
+    SYSTEMTIME time{};
+    char zone = 0;
+    if (!utc.is_string() ||
+        std::sscanf(utc.get<std::string>().c_str(), "%4hu-%2hu-%2huT%2hu:%2hu:%2hu%c", &time.wYear, &time.wMonth,
+                    &time.wDay, &time.wHour, &time.wMinute, &time.wSecond, &zone) != 7 ||
+        zone != 'Z')
+        return std::nullopt;
+    return time;
+}
+
+} // namespace
 
 std::string resultText(const ordered_json& value)
 {
@@ -24,6 +60,11 @@ std::string unshownRows(const ordered_json& rows)
                : fmt::format("and {} more; `quinrep preview --json` lists all", rows.size() - kShownRows);
 }
 
+std::string stopHeading(const ordered_json& stop)
+{
+    return stop["reason"] == "hook" ? "the command before the run" : resultText(stop["table"]);
+}
+
 std::string tablesNotDone(const ordered_json& tables)
 {
     std::string names;
@@ -41,4 +82,41 @@ std::string errorText(const ordered_json& error)
                            error["source"].get<std::string>(), text);
     const std::string todo = error["todo"];
     return todo.empty() ? text : text + "\n  " + todo;
+}
+
+std::string localTime(const ordered_json& utc)
+{
+    const std::optional<SYSTEMTIME> time = utcTime(utc);
+    return time ? localText(*time).value_or(resultText(utc)) : resultText(utc);
+}
+
+std::string localTimeIn(std::chrono::seconds wait)
+{
+    FILETIME now{};
+    GetSystemTimeAsFileTime(&now);
+    const long long then = unitsOf(now) + wait.count() * kUnitsPerSecond;
+    const FILETIME units{static_cast<DWORD>(then), static_cast<DWORD>(then >> 32)};
+    SYSTEMTIME utc{};
+    return FileTimeToSystemTime(&units, &utc) ? localText(utc).value_or("") : "";
+}
+
+std::optional<long long> secondsOf(const ordered_json& utc)
+{
+    const std::optional<SYSTEMTIME> time = utcTime(utc);
+    FILETIME units{};
+    if (!time || !SystemTimeToFileTime(&*time, &units))
+        return std::nullopt;
+    return unitsOf(units) / kUnitsPerSecond;
+}
+
+std::string durationText(std::chrono::milliseconds duration)
+{
+    const long long seconds = (duration.count() + 500) / 1000;
+    if (duration.count() < 9950)
+        return fmt::format("{:.1f} s", static_cast<double>(duration.count()) / 1000);
+    if (seconds < 60)
+        return fmt::format("{} s", seconds);
+    if (seconds < 3600)
+        return fmt::format("{} min {} s", seconds / 60, seconds % 60);
+    return fmt::format("{} h {} min", seconds / 3600, seconds / 60 % 60);
 }

@@ -40,6 +40,11 @@ std::wstring fromAnsi(std::string_view text)
     return decoded(text, CP_ACP);
 }
 
+std::wstring fromConsole(std::string_view text)
+{
+    return decoded(text, CP_OEMCP);
+}
+
 std::string trimmed(std::string text)
 {
     text.erase(text.find_last_not_of(" \t\r\n") + 1);

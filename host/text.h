@@ -14,3 +14,5 @@ bool isUtf8(std::string_view text);
 
 /// Text in the ANSI code page, as the component's log has it.
 std::wstring fromAnsi(std::string_view text);
+/// Text in that of the console, as its programs write it.
+std::wstring fromConsole(std::string_view text);

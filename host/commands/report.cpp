@@ -136,15 +136,15 @@ std::string runBody(const ordered_json& result)
 
 } // namespace
 
-std::string reportPage(const ordered_json& result)
+std::string reportPage(const ordered_json& result, const ordered_json&, const Configuration*)
 {
     const std::string heading = "<header><h1>Replication run</h1></header>\n";
     return htmlPage("Replication run", randomHex(16),
                     heading + (result.contains("stops") ? stoppedBody(result) : runBody(result)));
 }
 
-bool writeReport(const std::string& path, const ordered_json& result)
+bool writeReport(const std::string& path, const ordered_json& result, const Configuration* configuration)
 {
     std::ofstream file(std::filesystem::path(std::u8string(path.begin(), path.end())), std::ios::binary);
-    return static_cast<bool>((file << reportPage(result)).flush());
+    return static_cast<bool>((file << reportPage(result, ordered_json::array(), configuration)).flush());
 }

@@ -1,10 +1,15 @@
 #pragma once
 
+#include "Configuration.h"
+
 #include <nlohmann/json.hpp>
 #include <string>
 
-/// A run's result (the object that `run --json` prints) as one HTML page that needs no other file.
-std::string reportPage(const nlohmann::ordered_json& result);
+/// A run's result (the object that `run --json` prints, or that of a failure) as one HTML page that needs no other
+/// file. `runs` are those that the history knows, this one among them. Without a configuration nothing but the failure
+/// is known.
+std::string reportPage(const nlohmann::ordered_json& result, const nlohmann::ordered_json& runs,
+                       const Configuration* configuration);
 
 /// Writes the page of a run's result; whether that worked.
-bool writeReport(const std::string& path, const nlohmann::ordered_json& result);
+bool writeReport(const std::string& path, const nlohmann::ordered_json& result, const Configuration* configuration);

@@ -1,8 +1,7 @@
 #include "Failure.h"
-#include "LastRun.h"
 #include "Progress.h"
 #include "RunPreview.h"
-#include "SiteLock.h"
+#include "RunRecord.h"
 #include "TableChanges.h"
 #include "TableRun.h"
 #include "WaitingRows.h"
@@ -10,9 +9,8 @@
 #include "commands.h"
 #include "commands/rows.h"
 #include "conflicts/ConflictedRow.h"
-#include "conflicts/DecisionLog.h"
 #include "control/error_state.h"
-#include "files.h"
+#include "passwords.h"
 #include "result_text.h"
 #include "text.h"
 
@@ -71,24 +69,29 @@ bool flagProperty(_clsReplicate& run, HRESULT (STDMETHODCALLTYPE _clsReplicate::
 class Run
 {
 public:
-    Run(const Configuration& configuration, const RunOptions& options)
+    /// Raises when the databases do not belong together.
+    Run(const Configuration& configuration, const RunOptions& options, History& history)
         : configuration_(configuration),
           options_(options),
           component_(configuration),
           progress_(configuration.tables, options.quiet),
-          lastRun_(configuration)
+          history_(history)
     {
+        component_.ensureReplication();
     }
 
-    /// Raises when the databases do not belong together.
-    void ensurePair() { component_.ensureReplication(); }
+    /// Whether the control record lets the run begin. `databases` are read for values that the component does not tell.
+    bool mayBegin(Databases& databases)
+    {
+        const ControlRecord control = controlRecord(databases);
+        return control.ready && (!control.inError || control.clears);
+    }
 
-    /// `databases` are read for values that the component does not tell.
     Outcome go(Databases& databases)
     {
         const ordered_json cleared = clearError(databases);
         prepare();
-        lastRun_.begin();
+        history_.noteWriting();
         if (options_.firstCopy)
             forgetInterval(databases);
         const WaitingRows waiting(databases.local());
@@ -100,24 +103,41 @@ public:
     }
 
 private:
-    /// Clears the recorded error where a person says so, or the configuration does for one of conflicts alone. Returns
-    /// the cleared error, or null. A site that is not ready is not run, so that nothing is cleared unseen.
-    ordered_json clearError(Databases& databases)
+    struct ControlRecord
+    {
+        /// Marked ready, or to be marked so.
+        bool ready;
+        bool inError;
+        /// Whether the run clears its error: a person says so, or the configuration does for one of conflicts alone.
+        bool clears;
+        std::string error;
+        RecordedError known;
+    };
+
+    ControlRecord controlRecord(Databases& databases)
     {
         const ordered_json rows = jsonRows(
             databases.local(), L"select ready_f, error_f, error_message from replication_control where unique_key = " +
                                    siteKey(configuration_.site));
-        const bool inError = !rows.empty() && rows.front()["error_f"] == true;
-        const std::string text = inError ? resultText(rows.front()["error_message"]) : "";
-        const bool goesOn = configuration_.onConflicts == OnConflicts::Continue && lastRun_.recordedForConflicts(text);
         const bool ready = options_.markReady || (!rows.empty() && rows.front()["ready_f"] == true);
-        if (!ready || (!options_.resetError && !goesOn))
+        const bool inError = !rows.empty() && rows.front()["error_f"] == true;
+        const std::string error = inError ? resultText(rows.front()["error_message"]) : "";
+        const RecordedError known(History::read(configuration_), error);
+        const bool goesOn = configuration_.onConflicts == OnConflicts::Continue && known.forConflicts;
+        return {ready, inError, options_.resetError || goesOn, error, known};
+    }
+
+    /// Returns the cleared error, or null. A site that is not ready is not run, so that nothing is cleared unseen.
+    ordered_json clearError(Databases& databases)
+    {
+        const ControlRecord control = controlRecord(databases);
+        if (!control.ready || !control.clears)
             return nullptr;
         ordered_json cleared;
-        if (inError)
-            cleared = {{"text", text},
-                       {"recorded_at", lastRun_.timeOf(text)},
-                       {"conflicts", conflictsWithIds(configuration_, databases, lastRun_.conflictsOf(text))}};
+        if (control.inError)
+            cleared = {{"text", control.error},
+                       {"recorded_at", control.known.at},
+                       {"conflicts", conflictsWithIds(configuration_, databases, control.known.conflicts)}};
         component_.resetError();
         return cleared;
     }
@@ -288,40 +308,106 @@ private:
         catch (const com::Error&) {
             result["conflicts_waiting"] = nullptr;
         }
-        lastRun_.end(result, recorded);
+        history_.noteConflicts(recorded);
     }
 
     const Configuration& configuration_;
     const RunOptions& options_;
     Component component_;
     Progress progress_;
-    LastRun lastRun_;
+    History& history_;
     ComPtr<_clsReplicate> run_;
     DATE from_ = 0;
     /// By the index of their table.
     std::map<size_t, TableChanges> changes_;
 };
 
+/// A run that has looked ahead and has written nothing yet.
+struct ReadyRun
+{
+    Run run;
+    Databases databases;
+    RunPreview preview;
+    const RunOptions& options;
+
+    ReadyRun(const Configuration& configuration, const RunOptions& runOptions, History& history)
+        : run(configuration, runOptions, history),
+          databases(configuration),
+          preview(configuration, databases),
+          options(runOptions)
+    {
+    }
+
+    Outcome stoppedBy(ordered_json stops) const
+    {
+        return {{{"stops", std::move(stops)}, {"deleted_rows", preview.deletedRows()}, {"tables", preview.tables()}},
+                kGuarded};
+    }
+
+    std::optional<Outcome> stopped() const
+    {
+        ordered_json stops = preview.stops(options.force, options.attended);
+        return stops.empty() ? std::nullopt : std::optional(stoppedBy(std::move(stops)));
+    }
+};
+
+void stopIfCancelled()
+{
+    if (cancellation())
+        throw HostError(kFailed, "cancelled before the first table; nothing was written", "Run again when it suits.");
+}
+
+/// Runs the command before the run once nothing else keeps the run from beginning; why it does not begin, or nothing.
+std::optional<Outcome> prepared(const Configuration& configuration, const RunOptions& options, RunRecord& record)
+{
+    ReadyRun ready(configuration, options, record.history());
+    if (std::optional<Outcome> stopped = ready.stopped(); stopped || !ready.run.mayBegin(ready.databases))
+        return stopped;
+    stopIfCancelled();
+    const std::optional<std::string> failure = record.beforeFailed(ready.stoppedBy(ordered_json::array()).result);
+    stopIfCancelled();
+    if (!failure)
+        return std::nullopt;
+    const RunStop stop{StopReason::Hook, "", "It " + *failure + ". See `before` under [hooks] in the configuration."};
+    return ready.stoppedBy(ordered_json::array({stop.toJson()}));
+}
+
+Outcome attempt(const Configuration& configured, const RunOptions& options, RunRecord& record)
+{
+    cancellation();
+    record.begin();
+    Configuration configuration = configured;
+    resolvePasswords(configuration); // here: a night without its password is in the history too
+    // A backup takes its time: the run decides by the rows as they are afterwards, through connections of its own.
+    if (!configuration.hooks.before.empty())
+        if (std::optional<Outcome> stopped = prepared(configuration, options, record))
+            return *std::move(stopped);
+    ReadyRun ready(configuration, options, record.history());
+    if (std::optional<Outcome> stopped = ready.stopped())
+        return *std::move(stopped);
+    stopIfCancelled();
+    Outcome outcome = ready.run.go(ready.databases);
+    outcome.result["passed"] = ready.preview.passed(options.force, options.attended);
+    outcome.result["deleted_rows"] = ready.preview.deletedRows();
+    return outcome;
+}
+
 } // namespace
 
 Outcome runCommand(const Configuration& configuration, const RunOptions& options)
 {
-    const SiteLock lock(configuration);
-    const std::atomic<bool>& cancelled = cancellation();
-    requireWritableLog(configuration.logFile);
-    requireWritable("the decision log", DecisionLog::path(configuration), kNameAnotherLog);
-    requireWritable("the file of the last run", LastRun::path(configuration), kNameAnotherLog);
-    Run run(configuration, options);
-    run.ensurePair();
-    Databases databases(configuration);
-    const RunPreview preview(configuration, databases);
-    if (ordered_json stops = preview.stops(options.force, options.attended); !stops.empty())
-        return {{{"stops", std::move(stops)}, {"deleted_rows", preview.deletedRows()}, {"tables", preview.tables()}},
-                kGuarded};
-    if (cancelled)
-        throw HostError(kFailed, "cancelled before the first table; nothing was written", "Run again when it suits.");
-    Outcome outcome = run.go(databases);
-    outcome.result["passed"] = preview.passed(options.force, options.attended);
-    outcome.result["deleted_rows"] = preview.deletedRows();
+    RunRecord record(configuration, options);
+    std::optional<Failure> failure;
+    Outcome outcome;
+    try {
+        outcome = attempt(configuration, options, record);
+    }
+    catch (...) {
+        failure = currentFailure();
+        outcome = {failure->result, failure->exitCode};
+    }
+    record.end(outcome);
+    if (failure)
+        throw FailedRun{{outcome.result, failure->text, failure->exitCode}};
     return outcome;
 }

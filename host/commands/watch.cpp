@@ -4,9 +4,13 @@
 #include "commands.h"
 #include "commands/RetryBackoff.h"
 #include "commands/rows.h"
+#include "passwords.h"
+#include "result_text.h"
 
 #include <algorithm>
 #include <cmath>
+#include <fmt/format.h>
+#include <iostream>
 #include <set>
 #include <thread>
 
@@ -47,8 +51,10 @@ public:
             Seconds pause{0};
             try {
                 pause = untilDue();
-                if (pause.count() == 0)
+                if (pause.count() == 0) {
                     pause = attempt();
+                    toldDue_ = 0;
+                }
             }
             catch (...) {
                 pause = fail(currentFailure());
@@ -72,6 +78,10 @@ private:
         const DATE now = com::toDate(rs.field(1).value());
         rs.close();
         const double seconds = com::isDate(next) ? std::ceil((com::toDate(next) - now) * kSecondsPerDay) : 0;
+        if (seconds > 0 && toldDue_ != com::toDate(next)) {
+            toldDue_ = com::toDate(next);
+            tellPause("the next run is due", Seconds(static_cast<long long>(seconds)));
+        }
         return Seconds(static_cast<long long>(std::clamp<double>(seconds, 0, kLongestWait.count())));
     }
 
@@ -89,7 +99,7 @@ private:
         else if (outcome.result.contains("tables"))
             passing_.clear();
         if (outcome.exitCode != kDone && outcome.exitCode != kRecorded)
-            return backoff_.next();
+            return pauseAfterFailure();
         backoff_.reset();
         return Seconds(1);
     }
@@ -101,7 +111,24 @@ private:
         if (failure.exitCode == kFailed)
             passing_.insert(failure.result["error"]["text"].get<std::string>());
         tell_({failure.result, failure.exitCode});
-        return backoff_.next();
+        return pauseAfterFailure();
+    }
+
+    Seconds pauseAfterFailure()
+    {
+        const Seconds pause = backoff_.next();
+        tellPause("the next attempt is", pause);
+        return pause;
+    }
+
+    /// Until when nothing goes on, by this machine's clock.
+    void tellPause(const char* what, Seconds pause) const
+    {
+        if (options_.quiet)
+            return;
+        std::cerr << fmt::format("quinrep: {} at {}, in {}; Ctrl-C ends the watch\n", what, localTimeIn(pause),
+                                 durationText(pause))
+                  << std::flush;
     }
 
     /// Whether the control record holds only an error that this watch met and that the next attempt checks anew.
@@ -127,6 +154,8 @@ private:
     RetryBackoff backoff_;
     /// The texts of lost connections and of failures before the first table, since the last run that lost none.
     std::set<std::string> passing_;
+    /// The next attempt that was told last.
+    DATE toldDue_ = 0;
     ExitCode last_ = kDone;
 };
 
@@ -135,5 +164,7 @@ private:
 ExitCode watchCommand(const Configuration& configuration, const RunOptions& options,
                       const std::function<void(const Outcome&)>& tell)
 {
-    return Watch(configuration, options, tell).go();
+    Configuration ready = configuration;
+    resolvePasswords(ready); // here: a watch asks once
+    return Watch(ready, options, tell).go();
 }

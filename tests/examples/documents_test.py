@@ -136,7 +136,7 @@ def mistakes(configuration):
 def configuration_names():
     """The names that the configuration may have, and the words that may be their values."""
     wrong = "".join(f"{name} = []\n" for name in ("site", "local", STRANGER))
-    wrong += "".join(f"[{section}]\n{STRANGER} = []\n" for section in ("source", "log"))
+    wrong += "".join(f"[{section}]\n{STRANGER} = []\n" for section in ("source", "log", "hooks"))
     wrong += f"[run]\non_conflicts = []\n{STRANGER} = []\n"
     wrong += f"[[table]]\nmethod = []\n{STRANGER} = []\n[[table]]\nmethod = 'by_key'\ndeletes = []\n"
     text = mistakes(wrong)

@@ -34,8 +34,13 @@ void Quinrep::TearDown()
 {
     DeleteFileW(configuration().c_str());
     DeleteFileW(decisionLog().c_str());
-    DeleteFileW(std::filesystem::path(host().logFile).replace_extension(L".last-run.json").c_str());
+    DeleteFileW(historyFile().c_str());
     PracticePair::TearDown();
+}
+
+std::filesystem::path Quinrep::historyFile()
+{
+    return std::filesystem::path(host().logFile).replace_extension(L".history.jsonl");
 }
 
 std::filesystem::path Quinrep::decisionLog()
@@ -51,8 +56,9 @@ std::wstring Quinrep::commandLine(const std::wstring& arguments)
          << (settings.role == L"SOURCE" ? "source" : "destination") << "'\nprogram_version = '" << programVersion
          << "'\nfrequency = 600\n"
          << side("source", settings.sourceDsn, settings.sourcePrefix, password)
-         << side("destination", settings.destinationDsn, settings.destinationPrefix, password) << "[log]\nfile = '"
-         << toUtf8(settings.logFile) << "'\nlevel = 1\n"
+         << side("destination", settings.destinationDsn, settings.destinationPrefix,
+                 destinationPassword.empty() ? password : destinationPassword)
+         << "[log]\nfile = '" << toUtf8(settings.logFile) << "'\nlevel = 1\n"
          << sections << tables;
     return L"\"" + builtFile(L"quinrep.exe").wstring() + L"\" -c \"" + configuration().wstring() + L"\" " + arguments;
 }
@@ -100,4 +106,18 @@ void Quinrep::addShortcut(const PracticeSide& side, int number, const std::wstri
 std::vector<std::wstring> Quinrep::shortcuts(const PracticeSide& side)
 {
     return side.rows(L"select item_text from shortcut order by unid");
+}
+
+json Quinrep::runs(const std::wstring& options)
+{
+    return quinrepJson(L"history" + options, "history").result()["runs"];
+}
+
+std::vector<std::string> Quinrep::outcomes()
+{
+    std::vector<std::string> words;
+    const json all = runs();
+    for (const json& run : all)
+        words.push_back(run["outcome"]);
+    return words;
 }

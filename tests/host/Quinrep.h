@@ -33,8 +33,9 @@ protected:
     /// Further sections in front of the tables.
     std::string sections;
     std::string programVersion = "3.46";
-    /// The source of both passwords.
+    /// The source of both passwords, or of the source's where the destination has another.
     std::string password = "env:QUINMARK_PASSWORD";
+    std::string destinationPassword;
 
     /// The command line with these arguments after those that name the configuration, which is written.
     std::wstring commandLine(const std::wstring& arguments);
@@ -46,6 +47,10 @@ protected:
     static std::filesystem::path configuration();
 
     std::filesystem::path decisionLog();
+    std::filesystem::path historyFile();
+    /// The runs that `quinrep history` tells, and their outcomes.
+    json runs(const std::wstring& options = L"");
+    std::vector<std::string> outcomes();
 
     /// Old users 1 to `last`.
     static void addUsers(const PracticeSide& side, int first, int last);

@@ -18,19 +18,29 @@ struct Shown
 
 const Shown kShown[] = {
     {"StatusAnswersQuestions", "status",
-     R"({"control": {"ready_f": false, "error_f": true, "error_message": "trouble", "last_timestamp":
-                     "2026-11-21T20:30:00", "next_timestamp": null},
-         "counts": [], "conflicts": [{"table_name": "users", "waiting": 2}], "log": ["line"]})",
-     R"(Ready for a run: no
-In error: yes, trouble
-Last run's interval ended: 2026-11-21 20:30:00
-Next attempt: )"
-     R"(
-Counters of the last run: none
+     R"({"findings": [{"exit_code": 4, "text": "The site is in error"}],
+         "control": {"ready_f": false, "error_f": true, "error_message": "trouble", "last_timestamp": "a",
+                     "next_timestamp": null},
+         "last_run": null,
+         "tables": [{"table": "patient", "adds": 0, "updates": 0, "deletes": 0, "conflicts": 0, "errors": 0},
+                    {"table": "shortcut", "adds": 0, "updates": 7, "deletes": 0, "conflicts": 0, "errors": 0},
+                    {"table": "users", "adds": 12, "updates": 0, "deletes": 0, "conflicts": 1, "errors": 0}],
+         "conflicts": [{"table_name": "users", "waiting": 2}], "discrepancies": ["line"]})",
+     R"(! The site is in error
 Conflicts waiting:
   table  waiting
   users        2
-Last errors in the log:
+Last run: none that the history knows
+In error: yes, trouble
+Ready for a run: no
+Last run's interval ended: a
+Next attempt: )"
+     R"(
+Counters of the last run:
+  table     adds  updates  conflicts
+  shortcut              7
+  users       12                   1
+Last discrepancies in the log:
   line
 )"},
     {"ColumnsAreAlignedByCharactersNotBytes", "verify",

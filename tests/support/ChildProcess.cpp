@@ -50,6 +50,11 @@ ChildProcess::~ChildProcess()
     CloseHandle(process_.hProcess);
 }
 
+std::string ChildProcess::messages() const
+{
+    return linesOf(messagesPath_);
+}
+
 ProgramEnd ChildProcess::wait(std::chrono::milliseconds longest)
 {
     ProgramEnd end;
@@ -57,7 +62,7 @@ ProgramEnd ChildProcess::wait(std::chrono::milliseconds longest)
         << "the program does not end";
     GetExitCodeProcess(process_.hProcess, &end.exitCode);
     end.output = linesOf(outputPath_);
-    end.messages = linesOf(messagesPath_);
+    end.messages = messages();
     return end;
 }
 

@@ -22,6 +22,9 @@ public:
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
+    /// Its messages so far.
+    std::string messages() const;
+
     /// The end of the program, which must come in time.
     ProgramEnd wait(std::chrono::milliseconds longest = std::chrono::minutes(1));
 

@@ -1,0 +1,79 @@
+#include "History.h"
+
+#include "HostError.h"
+
+#include "support/TemporaryFolder.h"
+#include "text.h"
+
+#include <fstream>
+#include <gmock/gmock.h>
+
+using nlohmann::ordered_json;
+
+namespace {
+
+class HistoryFile : public testing::Test
+{
+protected:
+    HistoryFile() { configuration_.logFile = toUtf8(folder_.file(L"replication.log")); }
+
+    Configuration of(enumReplicationUniqueId site) const
+    {
+        Configuration configuration = configuration_;
+        configuration.site = site;
+        return configuration;
+    }
+
+    void addRun(enumReplicationUniqueId site, const std::string& recorded)
+    {
+        History history(of(site));
+        history.noteWriting();
+        history.noteConflicts({std::string(3000, 'x')});
+        EXPECT_TRUE(history.end({{"tables", ordered_json::array()}, {"recorded", recorded}}, 2, 1));
+    }
+
+    unsigned long long size() const { return std::filesystem::file_size(folder_.file(L"replication.history.jsonl")); }
+
+    RecordedError known(enumReplicationUniqueId site, const std::string& error) const
+    {
+        return {History::read(of(site)), error};
+    }
+
+private:
+    const TemporaryFolder folder_;
+    Configuration configuration_;
+};
+
+} // namespace
+
+TEST_F(HistoryFile, ThatHasGrownLargeKeepsItsLastRunsAndTheConflictsOfEachSitesLast)
+{
+    addRun(LAPTOP, "the laptop's");
+    for (int run = 1; size() <= 1 << 20; ++run)
+        addRun(OFFICES, "run " + std::to_string(run));
+    const size_t runs = History::read(of(OFFICES)).size();
+    ASSERT_GT(runs, 300U);
+    addRun(OFFICES, "the last");
+    EXPECT_LT(size(), 200'000U);
+    EXPECT_EQ(History::read(of(OFFICES)).size(), runs + 1);
+    EXPECT_EQ(known(OFFICES, "the last").conflicts.size(), 1U);
+    EXPECT_EQ(known(LAPTOP, "the laptop's").conflicts.size(), 1U);
+    EXPECT_TRUE(known(OFFICES, "run 1").at.is_null());
+}
+
+TEST_F(HistoryFile, HasNoOtherWriterWhileARunGoesOn)
+{
+    const History history(of(OFFICES));
+    EXPECT_THROW(History(of(LAPTOP)), HostError);
+}
+
+TEST_F(HistoryFile, TellsTheErrorInShort)
+{
+    std::string text;
+    for (int count = 0; count < 300; ++count)
+        text += "\xC3\xA4\xC3\xB6";
+    EXPECT_TRUE(History(of(OFFICES)).end({{"error", {{"text", "x" + text}}}}, 1, 1));
+    const std::string error = History::read(of(OFFICES))[0]["error"];
+    EXPECT_LT(error.size(), 510U);
+    EXPECT_TRUE(isUtf8(error));
+}
