@@ -108,4 +108,27 @@ td.alarm { color: var(--bad); font-weight: 700; }
   .same > * { display: block; }
   .sides td::before { content: attr(data-side); display: block; font-size: .8rem; color: var(--soft); }
 }
+/* The report. */
+.verdict h1 { flex: 1 0 100%; font-size: 1.7rem; color: var(--bad); overflow-wrap: anywhere; }
+.verdict.good h1 { color: var(--good); }
+.verdict dl { margin: 0; }
+.report .card > p { margin: 0; }
+.report .card > p + p { margin-top: .5rem; }
+.did table { width: auto; min-width: min(100%, 30rem); }
+.sums { flex-direction: column; gap: .25rem; }
+.sums div { display: flex; flex-wrap: wrap; gap: 0 .75rem; align-items: baseline; }
+.sum { font-size: 1.3rem; font-variant-numeric: tabular-nums; }
+.report th[scope=row] { font-weight: 600; overflow-wrap: anywhere; }
+.chart { display: block; width: 100%; max-width: 48rem; height: auto; margin-top: .75rem; }
+.symbol { width: 1rem; height: 1rem; vertical-align: -.15rem; }
+.bar { fill: var(--accent); }
+.fault { fill: none; stroke: var(--bad); stroke-width: 3; }
+.waits { fill: var(--ink); }
+.base { stroke: var(--soft); }
+.ends { display: flex; justify-content: space-between; gap: 1rem; max-width: 48rem; }
+.legend { display: flex; flex-wrap: wrap; gap: .25rem 1.25rem; margin: .25rem 0 .75rem; }
+@media print { :root { color-scheme: light; --paper: #fff; --card: #fff; --ink: #1d2730; --soft: #55636f;
+  --line: #d5dbe0; --accent: #0b5c8a; --bad: #a01f1f; --bad-paper: #fff; --good: #1d6b3a; --good-paper: #fff; }
+  .card { break-inside: avoid; max-height: none; overflow: visible; } .wide { overflow: visible; }
+  details.card { break-inside: auto; } details::details-content { content-visibility: visible; block-size: auto; } }
 )css";

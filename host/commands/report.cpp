@@ -1,81 +1,68 @@
 #include "commands/report.h"
 
+#include "History.h"
+#include "HostError.h"
+#include "SideNames.h"
+#include "commands/report_chart.h"
 #include "html_page.h"
 #include "random.h"
 #include "result_text.h"
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <fmt/format.h>
 #include <fstream>
+#include <vector>
 
 using nlohmann::ordered_json;
 
 namespace {
 
-struct ReportColumn
-{
-    const char* name;
-    const char* heading;
-    bool alarming; // when it is not 0
-};
-
-constexpr ReportColumn kRunColumns[] = {{"table", "Table", false},
-                                        {"method", "Method", false},
-                                        {"adds", "Added", false},
-                                        {"updates", "Updated", false},
-                                        {"deletes", "Deleted", false},
-                                        {"source_adds", "Added at the source", false},
-                                        {"source_updates", "Updated at the source", false},
-                                        {"conflicts", "Conflicts", true},
-                                        {"errors", "Errors", true}};
 std::string textOf(const ordered_json& object, const char* name)
 {
     return resultText(object.value(name, ordered_json()));
 }
 
-bool isNumber(const ordered_json& row, const char* name)
+std::string capitalized(std::string text)
 {
-    return row.contains(name) && row[name].is_number();
+    if (!text.empty() && text[0] >= 'a' && text[0] <= 'z')
+        text[0] = static_cast<char>(text[0] - 'a' + 'A');
+    return text;
 }
 
-std::string cell(const ordered_json& row, const ReportColumn& column)
+/// "1 row waits", "2 rows wait".
+std::string counted(long long count, const char* one, const char* many)
 {
-    const bool number = isNumber(row, column.name);
-    const char* kind = !number ? "" : column.alarming && row[column.name] != 0 ? "number alarm" : "number";
-    return fmt::format("<td class=\"{}\">{}</td>", kind,
-                       escapeHtml(row.value(column.name, ordered_json()).is_null() ? "-" : textOf(row, column.name)));
+    return fmt::format("{} {}", count, count == 1 ? one : many);
 }
 
-template <size_t Count>
-std::string grid(const ordered_json& rows, const ReportColumn (&columns)[Count])
+/// A card with paragraphs of HTML. Its lines count: no white space stands between them.
+std::string card(const char* kind, const std::vector<std::string>& paragraphs)
 {
-    std::string html = "<div class=\"card wide\"><table><thead><tr>";
-    for (const ReportColumn& column : columns)
-        html += fmt::format("<th scope=\"col\"{}>{}</th>",
-                            !rows.empty() && isNumber(rows.front(), column.name) ? " class=\"number\"" : "",
-                            column.heading);
-    html += "</tr></thead>\n<tbody>\n";
-    for (const ordered_json& row : rows) {
-        html += "<tr>";
-        for (const ReportColumn& column : columns)
-            html += cell(row, column);
-        html += "</tr>\n";
+    std::string html = fmt::format("<div class=\"card {}\">", kind);
+    for (const std::string& paragraph : paragraphs)
+        html += "<p>" + paragraph + "</p>";
+    return html + "</div>\n";
+}
+
+std::string folded(const std::string& summary, const std::string& content)
+{
+    return fmt::format("<details class=\"card\"><summary>{}</summary>\n{}</details>\n", escapeHtml(summary), content);
+}
+
+/// Rows by their descriptions and, in small, their keys and perhaps their tables.
+std::string rowList(const ordered_json& rows)
+{
+    std::string html = "<ul>\n";
+    for (size_t index = 0; index < std::min(rows.size(), kShownRows); ++index) {
+        std::string small = textOf(rows[index], "table");
+        small += (small.empty() ? "" : " ") + textOf(rows[index], "key");
+        html += fmt::format("<li>{} <span class=\"soft\">{}</span></li>\n", escapeHtml(textOf(rows[index], "key_info")),
+                            escapeHtml(small));
     }
-    return html + "</tbody></table></div>\n";
-}
-
-long long total(const ordered_json& tables, const char* counter)
-{
-    long long sum = 0;
-    for (const ordered_json& table : tables)
-        sum += table[counter].get<long long>();
-    return sum;
-}
-
-std::string message(const char* kind, const std::string& text)
-{
-    return fmt::format("<p class=\"card {}\">{}</p>\n", kind, escapeHtml(text));
+    const std::string unshown = unshownRows(rows);
+    return html + (unshown.empty() ? "" : "<li>" + escapeHtml(unshown) + "</li>\n") + "</ul>\n";
 }
 
 /// Reasons for which a run did not begin, or went on in spite of, with their rows.
@@ -83,68 +70,307 @@ std::string stops(const ordered_json& stops)
 {
     std::string html;
     for (const ordered_json& stop : stops) {
-        html += fmt::format("<section class=\"card\"><h2>{}</h2><p>{}</p><ul>\n", escapeHtml(textOf(stop, "table")),
-                            escapeHtml(textOf(stop, "text")));
-        const ordered_json& rows = stop["rows"];
-        for (size_t index = 0; index < std::min(rows.size(), kShownRows); ++index)
-            html += fmt::format("<li>{} <span class=\"soft\">{}</span></li>\n",
-                                escapeHtml(textOf(rows[index], "key_info")), escapeHtml(textOf(rows[index], "key")));
-        const std::string unshown = unshownRows(rows);
-        html += (unshown.empty() ? "" : "<li>" + escapeHtml(unshown) + "</li>\n") + "</ul></section>\n";
+        const std::string heading = stopHeading(stop);
+        html += fmt::format("<section class=\"card\"><h2>{}</h2><p>{}</p>{}</section>\n",
+                            escapeHtml(textOf(stop, "table").empty() ? capitalized(heading) : heading),
+                            escapeHtml(textOf(stop, "text")), stop["rows"].empty() ? "" : rowList(stop["rows"]));
     }
     return html;
 }
 
-/// How the run ended, most important first.
-std::string messages(const ordered_json& result, const ordered_json& tables)
+/// The error of a run: the advice first, and the words of component and server in small.
+std::vector<std::string> errorParagraphs(const ordered_json& error)
 {
-    std::string html;
-    if (result.contains("error"))
-        html += message("trouble", "The run failed: " + errorText(result["error"]));
-    if (const std::string names = tablesNotDone(tables); !names.empty())
-        html += message("trouble", "Not done: " + names);
-    if (const std::string recorded = textOf(result, "recorded"); !recorded.empty())
-        html += message("trouble", "Recorded: " + recorded);
-    const long long conflicts = total(tables, "conflicts");
-    const long long errors = total(tables, "errors");
-    if (conflicts > 0 || errors > 0)
-        html += message("trouble", fmt::format("Conflicts: {}, errors: {}.", conflicts, errors));
-    if (const ordered_json waiting = result.value("conflicts_waiting", ordered_json(0)); waiting != 0)
-        html += message("trouble", fmt::format("Conflicts that wait: {}, new: {}. Look at them with quinrep review.",
-                                               waiting.is_null() ? "not known" : textOf(result, "conflicts_waiting"),
-                                               waiting.is_null() ? "not known" : textOf(result, "conflicts_new")));
-    if (result.contains("passed") && !result["passed"].empty())
-        html += message("trouble", "The run was made to go on in spite of these findings:") + stops(result["passed"]);
-    return html.empty() ? message("notice", "Everything was done, without conflicts or errors.") : html;
+    ordered_json bare = error;
+    bare["todo"] = "";
+    const std::string todo = textOf(error, "todo");
+    return {todo.empty() ? "The reason, for the person who looks after the databases:" : escapeHtml(todo),
+            fmt::format("<small>{}</small>", escapeHtml(errorText(bare)))};
 }
 
-std::string stoppedBody(const ordered_json& result)
+/// The columns of a table's counters on one side.
+struct SideColumns
 {
-    return "<main>" + message("trouble", "Nothing was written: the run stopped before it began.") +
-           stops(result["stops"]) + "</main>\n";
+    std::string side;
+    std::array<const char*, 3> counters;
+};
+
+constexpr std::array<const char*, 3> kCounterWords = {"added", "changed", "deleted"};
+
+bool isZero(const ordered_json& value)
+{
+    return value == 0;
 }
 
-std::string runBody(const ordered_json& result)
+bool isTrouble(const char* counter)
 {
-    if (!result.contains("tables"))
-        return "<main>" + messages(result, ordered_json::array()) + "</main>\n";
-    const ordered_json& tables = result["tables"];
-    return fmt::format("<main><dl><div><dt>Changes from</dt><dd>{}</dd></div><div><dt>to</dt><dd>{}</dd></div></dl>\n",
-                       escapeHtml(textOf(result, "from")), escapeHtml(textOf(result, "to"))) +
-           messages(result, tables) + grid(tables, kRunColumns) + "</main>\n";
+    return counter == std::string("conflicts") || counter == std::string("errors");
 }
+
+/// The page of one run. It has something to tell first: how the run ended, and what waits.
+class Report
+{
+public:
+    Report(const ordered_json& result, const ordered_json& runs, const Configuration* configuration)
+        : result_(result),
+          tables_(result.contains("stops") ? ordered_json::array() : result.value("tables", ordered_json::array())),
+          runs_(runs)
+    {
+        if (!configuration)
+            return;
+        const SideNames names(*configuration);
+        sides_ = {{names.destination, {"adds", "updates", "deletes"}},
+                  {names.source, {"source_adds", "source_updates", "source_deletes"}}};
+    }
+
+    std::string page() const
+    {
+        return htmlPage(capitalized(title()), randomHex(16),
+                        fmt::format("<header class=\"verdict {}\"><h1>{}</h1>{}</header>\n<main class=\"report\">\n{}"
+                                    "{}{}{}{}{}</main>\n",
+                                    isGood() ? "good" : "bad", escapeHtml(capitalized(title())), facts(), ending(),
+                                    waiting(), done(), details(), runsChart(runs_), passed()));
+    }
+
+private:
+    long long waitingCount() const
+    {
+        const ordered_json waiting = result_.value("conflicts_waiting", ordered_json());
+        return waiting.is_number() ? waiting.get<long long>() : 0;
+    }
+
+    bool hasFailed() const { return result_.contains("error"); }
+    bool hasStopped() const { return result_.contains("stops"); }
+    bool hasBegun() const { return result_.contains("from"); }
+    bool isGood() const
+    {
+        return hasBegun() && !hasFailed() && textOf(result_, "recorded").empty() && waitingCount() == 0;
+    }
+
+    std::string title() const
+    {
+        if (!hasBegun())
+            return "the run did not begin";
+        if (hasFailed())
+            return "the run failed";
+        return waitingCount() == 0 ? "the run went through"
+                                   : "the run went through; " + counted(waitingCount(), "row waits for a decision",
+                                                                        "rows wait for a decision");
+    }
+
+    /// Which run it is.
+    std::string facts() const
+    {
+        if (!result_.contains("about"))
+            return {};
+        const ordered_json& about = result_["about"];
+        std::string html = "<dl>";
+        const auto add = [&](const std::string& name, const std::string& value) {
+            html += fmt::format("<div><dt>{}</dt><dd>{}</dd></div>", escapeHtml(capitalized(name)), escapeHtml(value));
+        };
+        add("began", localTime(about["began"]).substr(0, 16));
+        add("took", durationText(std::chrono::milliseconds(about["took_ms"].get<long long>())));
+        add("computer", textOf(about, "machine"));
+        for (const auto& [name, side] : {std::pair("destination", 0), std::pair("source", 1)})
+            add("database of " + sides_[static_cast<size_t>(side)].side, textOf(about, name));
+        if (hasBegun())
+            add("changes since", textOf(result_, "from"));
+        return html + "</dl>";
+    }
+
+    std::string ending() const
+    {
+        if (hasFailed()) {
+            std::vector<std::string> paragraphs = errorParagraphs(result_["error"]);
+            if (const std::string names = tablesNotDone(tables_); !names.empty())
+                paragraphs.push_back("Not done: " + escapeHtml(names));
+            if (hasBegun())
+                paragraphs.emplace_back("What was copied before stays copied; the next run does the rest.");
+            return card("trouble", paragraphs);
+        }
+        if (hasStopped())
+            return card("trouble", {"Nothing was written: the run stopped before it began."}) + stops(result_["stops"]);
+        return isGood() ? card("notice", {"Everything was done, and nothing waits for a decision."}) : "";
+    }
+
+    /// What a person has to decide.
+    std::string waiting() const
+    {
+        if (!hasBegun())
+            return {};
+        std::vector<std::string> paragraphs;
+        if (result_["conflicts_waiting"].is_null())
+            paragraphs.emplace_back("It is not known how many rows wait for a decision.");
+        else if (waitingCount() > 0)
+            paragraphs.push_back(
+                fmt::format("{}; new: {}. A row that waits is left as it is on both sides until somebody decides, with "
+                            "<code>quinrep review</code>.",
+                            counted(waitingCount(), "row waits for a decision", "rows wait for a decision"),
+                            textOf(result_, "conflicts_new")));
+        if (const std::string recorded = textOf(result_, "recorded"); !recorded.empty() && !hasFailed())
+            paragraphs.push_back(fmt::format("<small>Recorded: {}</small>", escapeHtml(recorded)));
+        return paragraphs.empty() ? "" : card("trouble", paragraphs);
+    }
+
+    /// The sum of a counter; nothing where it is not known for a table.
+    std::optional<long long> total(const char* counter) const
+    {
+        long long sum = 0;
+        for (const ordered_json& table : tables_) {
+            if (!table[counter].is_number())
+                return std::nullopt;
+            sum += table[counter].get<long long>();
+        }
+        return sum;
+    }
+
+    bool isUsed(const char* counter) const
+    {
+        return std::ranges::any_of(tables_, [&](const ordered_json& table) { return !isZero(table[counter]); });
+    }
+
+    bool isUsed(const SideColumns& side) const
+    {
+        return std::ranges::any_of(side.counters, [this](const char* counter) { return isUsed(counter); });
+    }
+
+    /// Whether a table has anything to tell.
+    bool isTold(const ordered_json& table) const
+    {
+        const auto told = [&](const char* counter) { return !isZero(table[counter]); };
+        return std::ranges::any_of(sides_,
+                                   [&](const SideColumns& side) { return std::ranges::any_of(side.counters, told); }) ||
+               told("conflicts") || told("errors");
+    }
+
+    /// What the run did, by side and by table.
+    std::string done() const
+    {
+        if (!hasBegun())
+            return {};
+        std::string sums;
+        for (const SideColumns& side : sides_) {
+            if (!isUsed(side) && &side != &sides_.front())
+                continue;
+            sums += fmt::format("<div><dt>At {}</dt><dd>", escapeHtml(side.side));
+            for (size_t index = 0; index < side.counters.size(); ++index) {
+                const std::optional<long long> sum = total(side.counters[index]);
+                sums += fmt::format("{}<b class=\"sum\">{}</b> {}", index == 0 ? "" : ", ",
+                                    sum ? std::to_string(*sum) : "-", kCounterWords[index]);
+            }
+            sums += "</dd></div>";
+        }
+        return fmt::format("<section class=\"card did\"><h2>What the run did</h2><dl class=\"sums\">{}</dl>\n{}"
+                           "</section>\n",
+                           sums, changedTables());
+    }
+
+    /// Only with the columns that have something to tell.
+    std::string changedTables() const
+    {
+        std::string groups, heading, rows;
+        std::vector<const char*> counters;
+        for (const SideColumns& side : sides_) {
+            size_t used = 0;
+            for (size_t index = 0; index < side.counters.size(); ++index)
+                if (isUsed(side.counters[index])) {
+                    counters.push_back(side.counters[index]);
+                    heading +=
+                        fmt::format("<th scope=\"col\" class=\"number\">{}</th>", capitalized(kCounterWords[index]));
+                    ++used;
+                }
+            if (used > 0)
+                groups += fmt::format("<th scope=\"colgroup\" class=\"number\" colspan=\"{}\">At {}</th>", used,
+                                      escapeHtml(side.side));
+        }
+        size_t troubles = 0;
+        for (const char* counter : {"conflicts", "errors"})
+            if (isUsed(counter)) {
+                counters.push_back(counter);
+                heading += fmt::format("<th scope=\"col\" class=\"number\">{}</th>", capitalized(counter));
+                ++troubles;
+            }
+        if (counters.empty())
+            return {};
+        for (const ordered_json& table : tables_)
+            if (isTold(table))
+                rows += row(table, counters);
+        return fmt::format("<div class=\"wide\"><table><thead><tr><td></td>{}{}</tr><tr><th scope=\"col\">Table</th>{}"
+                           "</tr></thead>\n<tbody>\n{}</tbody></table></div>\n",
+                           groups, troubles > 0 ? fmt::format("<td colspan=\"{}\"></td>", troubles) : "", heading,
+                           rows);
+    }
+
+    static std::string row(const ordered_json& table, const std::vector<const char*>& counters)
+    {
+        std::string cells = fmt::format("<th scope=\"row\">{}</th>", escapeHtml(textOf(table, "table")));
+        for (const char* counter : counters) {
+            const ordered_json& value = table[counter];
+            cells += fmt::format("<td class=\"number{}\">{}</td>", isTrouble(counter) && !isZero(value) ? " alarm" : "",
+                                 value.is_null() ? "-"
+                                 : isZero(value) ? ""
+                                                 : resultText(value));
+        }
+        return "<tr>" + cells + "</tr>\n";
+    }
+
+    /// What only some readers want to know.
+    std::string details() const
+    {
+        std::string unchanged;
+        size_t count = 0;
+        for (const ordered_json& table : tables_)
+            if (hasBegun() && table.value("done", true) && !isTold(table)) {
+                unchanged += (count == 0 ? "" : ", ") + textOf(table, "table");
+                ++count;
+            }
+        std::string html = count == 0
+                               ? ""
+                               : folded(counted(static_cast<long long>(count), "table", "tables") + " without changes",
+                                        "<p>" + escapeHtml(unchanged) + "</p>\n");
+        if (const ordered_json rows = result_.value("deleted_rows", ordered_json::array());
+            !rows.empty() && !hasStopped())
+            html += folded(counted(static_cast<long long>(rows.size()), "row", "rows") + " to be deleted at " +
+                               sides_.front().side + ", by the look before the run",
+                           rowList(rows));
+        if (result_.contains("cleared"))
+            html += folded("An error of an earlier run was cleared first",
+                           "<p>" + escapeHtml(textOf(result_["cleared"], "text")) + "</p>\n");
+        return html;
+    }
+
+    std::string passed() const
+    {
+        const ordered_json passed = result_.value("passed", ordered_json::array());
+        return passed.empty()
+                   ? ""
+                   : card("trouble", {"The run was made to go on in spite of these findings:"}) + stops(passed);
+    }
+
+    const ordered_json& result_;
+    const ordered_json tables_;
+    const ordered_json& runs_;
+    /// The destination's, then the source's; empty where no configuration was read.
+    std::vector<SideColumns> sides_;
+};
 
 } // namespace
 
-std::string reportPage(const ordered_json& result, const ordered_json&, const Configuration*)
+std::string reportPage(const ordered_json& result, const ordered_json& runs, const Configuration* configuration)
 {
-    const std::string heading = "<header><h1>Replication run</h1></header>\n";
-    return htmlPage("Replication run", randomHex(16),
-                    heading + (result.contains("stops") ? stoppedBody(result) : runBody(result)));
+    return Report(result, runs, configuration).page();
 }
 
 bool writeReport(const std::string& path, const ordered_json& result, const Configuration* configuration)
 {
+    ordered_json runs = ordered_json::array();
+    try {
+        if (configuration)
+            runs = History::read(*configuration);
+    }
+    catch (const HostError&) {
+        runs = ordered_json::array(); // the report says what it can without them
+    }
     std::ofstream file(std::filesystem::path(std::u8string(path.begin(), path.end())), std::ios::binary);
-    return static_cast<bool>((file << reportPage(result, ordered_json::array(), configuration)).flush());
+    return static_cast<bool>((file << reportPage(result, runs, configuration)).flush());
 }
