@@ -188,7 +188,7 @@ private:
             _variant_t collection;
             static_cast<VARIANT&>(collection) = tables.collection();
             com::checkCall(run_->go(&collection));
-            advanceLaptop();
+            advanceInterval();
         }
         catch (const com::Error& error) {
             return failed(error, tables);
@@ -210,14 +210,18 @@ private:
         progress_.show(index, "done");
     }
 
-    /// The component moves interval and next attempt of the offices' site only; a laptop's host moves its own.
-    void advanceLaptop()
+    /// The component moves interval and next attempt of the offices' site only; a laptop's host moves its own. After a
+    /// first copy the interval begins a second earlier: rounded to the second, it would begin after a change that was
+    /// made in the half second before, which a copy need not have.
+    void advanceInterval()
     {
-        if (configuration_.site == OFFICES)
+        if (configuration_.site == OFFICES && !options_.firstCopy)
             return;
+        constexpr double kSecond = 1.0 / 86400;
+        const DATE end =
+            dateProperty(*run_.Get(), &_clsReplicate::get_dNextReplicate) - (options_.firstCopy ? kSecond : 0);
         Databases databases(configuration_);
-        databases.local().execute(L"update replication_control set last_timestamp = " +
-                                      Common::SqlDate(dateProperty(*run_.Get(), &_clsReplicate::get_dNextReplicate)) +
+        databases.local().execute(L"update replication_control set last_timestamp = " + Common::SqlDate(end) +
                                       L", next_timestamp = dateadd(s," + std::to_wstring(configuration_.frequency) +
                                       L",getdate()) where unique_key = " + siteKey(configuration_.site),
                                   false);
