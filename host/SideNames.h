@@ -14,11 +14,15 @@ struct SideNames
     /// As administrators and programs call them.
     SideNames() = default;
     explicit SideNames(const Configuration& configuration)
+        : source(nameOf(configuration, configuration.localIsSource)),
+          destination(nameOf(configuration, !configuration.localIsSource))
     {
-        const bool atLaptop = configuration.site == LAPTOP;
-        const std::string local = atLaptop ? "this laptop" : "this office";
-        const std::string other = atLaptop ? "the office" : "the laptop";
-        source = configuration.localIsSource ? local : other;
-        destination = configuration.localIsSource ? other : local;
+    }
+
+private:
+    static std::string nameOf(const Configuration& configuration, bool isLocal)
+    {
+        const bool isLaptop = (configuration.site == LAPTOP) == isLocal;
+        return std::string(isLocal ? "this " : "the ") + (isLaptop ? "laptop" : "office");
     }
 };
