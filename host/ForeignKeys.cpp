@@ -127,9 +127,10 @@ std::vector<std::vector<std::string>> parentsFirst(const std::vector<std::string
     }
     std::vector<std::vector<std::string>> groups;
     for (const std::vector<size_t>& circle : Circles(parents).take()) {
-        std::vector<std::string>& group = groups.emplace_back();
+        std::vector<std::string> group;
         for (const size_t index : circle)
             group.push_back(tables[index]);
+        groups.push_back(std::move(group));
     }
     return groups;
 }

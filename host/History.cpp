@@ -27,7 +27,7 @@ constexpr const char* kTold[] = {
     "source_deletes", "conflicts_new", "conflicts_waiting", "error"};
 constexpr const char* kCounters[] = {"adds", "updates", "deletes", "source_adds", "source_updates", "source_deletes"};
 
-std::string siteOf(const Configuration& configuration)
+std::string siteAndDatabase(const Configuration& configuration)
 {
     return std::to_string(static_cast<int>(configuration.site)) + " " + configuration.local().dsn;
 }
@@ -118,7 +118,7 @@ const char* outcomeOf(const ordered_json& run, bool goesOn)
 
 History::History(const Configuration& configuration) : lines_(shortened(path(configuration)))
 {
-    whole_ = lines_.isOpen() && lines_.begin({{"site", siteOf(configuration)}, {"began", utcNow()}});
+    whole_ = lines_.isOpen() && lines_.begin({{"site", siteAndDatabase(configuration)}, {"began", utcNow()}});
     if (!whole_)
         throw HostError(kUsage, "the history " + path(configuration) + " cannot be written",
                         lines_.reason() == ERROR_SHARING_VIOLATION
@@ -162,7 +162,7 @@ std::string History::path(const Configuration& configuration)
 ordered_json History::read(const Configuration& configuration)
 {
     ordered_json runs = ordered_json::array();
-    const std::string site = siteOf(configuration);
+    const std::string site = siteAndDatabase(configuration);
     for (ordered_json& line : JsonLines::read(path(configuration), "the history")) {
         if (line.value("site", ordered_json()) != site || !line.contains("began"))
             continue;

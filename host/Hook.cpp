@@ -131,35 +131,7 @@ public:
     Job(std::wstring line, const std::filesystem::path& output, std::wstring environment)
         : job_(CreateJobObjectW(nullptr, nullptr))
     {
-        SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
-        const Handle out(CreateFileW(output.c_str(), FILE_APPEND_DATA,
-                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &inherited, CREATE_ALWAYS,
-                                     FILE_ATTRIBUTE_NORMAL, nullptr));
-        const Handle in(CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited, OPEN_EXISTING,
-                                    0, nullptr));
-        // What a command leaves running would keep a pipe open for whose end a caller waits.
-        for (const DWORD own : {STD_OUTPUT_HANDLE, STD_ERROR_HANDLE})
-            SetHandleInformation(GetStdHandle(own), HANDLE_FLAG_INHERIT, 0);
-        STARTUPINFOW startup{};
-        startup.cb = sizeof(startup);
-        startup.dwFlags = STARTF_USESTDHANDLES;
-        startup.hStdInput = in.get();
-        startup.hStdOutput = out.get();
-        startup.hStdError = out.get();
-        // Suspended, so that it starts nothing before it is in the job.
-        started_ =
-            out.get() && job_.get() &&
-            CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_SUSPENDED | CREATE_UNICODE_ENVIRONMENT,
-                           environment.data(), nullptr, &startup, &process_);
-        reason_ = GetLastError();
-        if (started_ && !AssignProcessToJobObject(job_.get(), process_.hProcess)) {
-            reason_ = GetLastError();
-            TerminateProcess(process_.hProcess, 1);
-            started_ = false;
-        }
-        endWithThis(true);
-        if (started_)
-            ResumeThread(process_.hThread);
+        start(std::move(line), output, std::move(environment));
     }
     ~Job()
     {
@@ -194,6 +166,39 @@ public:
     }
 
 private:
+    void start(std::wstring line, const std::filesystem::path& output, std::wstring environment)
+    {
+        SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+        const Handle out(CreateFileW(output.c_str(), FILE_APPEND_DATA,
+                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &inherited, CREATE_ALWAYS,
+                                     FILE_ATTRIBUTE_NORMAL, nullptr));
+        const Handle in(CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited, OPEN_EXISTING,
+                                    0, nullptr));
+        // What a command leaves running would keep a pipe open for whose end a caller waits.
+        for (const DWORD own : {STD_OUTPUT_HANDLE, STD_ERROR_HANDLE})
+            SetHandleInformation(GetStdHandle(own), HANDLE_FLAG_INHERIT, 0);
+        STARTUPINFOW startup{};
+        startup.cb = sizeof(startup);
+        startup.dwFlags = STARTF_USESTDHANDLES;
+        startup.hStdInput = in.get();
+        startup.hStdOutput = out.get();
+        startup.hStdError = out.get();
+        // Suspended, so that it starts nothing before it is in the job.
+        started_ =
+            out.get() && job_.get() &&
+            CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_SUSPENDED | CREATE_UNICODE_ENVIRONMENT,
+                           environment.data(), nullptr, &startup, &process_);
+        reason_ = GetLastError();
+        if (started_ && !AssignProcessToJobObject(job_.get(), process_.hProcess)) {
+            reason_ = GetLastError();
+            TerminateProcess(process_.hProcess, 1);
+            started_ = false;
+        }
+        endWithThis(true);
+        if (started_)
+            ResumeThread(process_.hThread);
+    }
+
     Handle job_;
     PROCESS_INFORMATION process_{};
     bool started_ = false;

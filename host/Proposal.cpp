@@ -94,7 +94,7 @@ std::string bracketed(const std::string& name)
 std::string linkedServer(clsConn& local, const std::string& server)
 {
     for (const ordered_json& row : jsonRows(local, L"select name from sys.servers where is_linked = 1 order by name")) {
-        const std::string name = row["name"];
+        std::string name = row["name"];
         try {
             const ordered_json found =
                 jsonRows(local, L"select server from openquery(" + toWide(bracketed(name)) +
@@ -115,7 +115,7 @@ std::string prefixOf(clsConn& local, clsConn& side, const Place& place, const ch
 {
     if (place.server.empty())
         return bracketed(place.schema) + ".";
-    const std::string prefix =
+    std::string prefix =
         bracketed(toUtf8(side.getConn().defaultDatabase())) + "." + bracketed(place.schema) + ".";
     const std::string localServer = placeOf(local).server;
     if (place.server == localServer)

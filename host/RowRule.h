@@ -66,13 +66,13 @@ enum class RowRule
 
 struct RuleEntry
 {
-    RowRule rule;
+    RowRule rule = RowRule::OnNeitherSide;
     /// The name of its row in docs/replication.md.
-    const char* id;
+    const char* id = "";
     /// Unknown where it depends on more than the rule.
-    NextRun action;
+    NextRun action = NextRun::Unknown;
     /// In words, with {source} and {destination} for the sides.
-    const char* words;
+    const char* words = "";
     /// The kind of a reported conflict.
     enumConflictType conflict = CHANGED_ON_BOTH;
     /// Whether a message box opens first.

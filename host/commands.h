@@ -10,7 +10,7 @@
 #include <vector>
 
 /// The result of a command: the one object that --json prints, and how the program ends.
-struct Outcome
+struct Outcome // NOLINT(bugprone-exception-escape): JSON moves without an exception
 {
     nlohmann::ordered_json result;
     ExitCode exitCode = kDone;

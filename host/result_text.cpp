@@ -1,8 +1,11 @@
 #include "result_text.h"
 
-#include <cstdio>
+#include <ctime>
 #include <fmt/format.h>
+#include <iomanip>
+#include <optional>
 #include <regex>
+#include <sstream>
 #include <windows.h>
 
 using nlohmann::ordered_json;
@@ -29,14 +32,19 @@ std::optional<std::string> localText(const SYSTEMTIME& utc)
 /// The time of a text such as 2026-11-21T20:30:05Z.
 std::optional<SYSTEMTIME> utcTime(const ordered_json& utc)
 {
-    SYSTEMTIME time{};
-    char zone = 0;
-    if (!utc.is_string() ||
-        std::sscanf(utc.get<std::string>().c_str(), "%4hu-%2hu-%2huT%2hu:%2hu:%2hu%c", &time.wYear, &time.wMonth,
-                    &time.wDay, &time.wHour, &time.wMinute, &time.wSecond, &zone) != 7 ||
-        zone != 'Z')
+    std::tm time{};
+    std::istringstream text(utc.is_string() ? utc.get<std::string>() : "");
+    if (!(text >> std::get_time(&time, "%Y-%m-%dT%H:%M:%SZ")))
         return std::nullopt;
-    return time;
+    const auto word = [](int number) { return static_cast<WORD>(number); };
+    return SYSTEMTIME{.wYear = word(time.tm_year + 1900),
+                      .wMonth = word(time.tm_mon + 1),
+                      .wDayOfWeek = 0,
+                      .wDay = word(time.tm_mday),
+                      .wHour = word(time.tm_hour),
+                      .wMinute = word(time.tm_min),
+                      .wSecond = word(time.tm_sec),
+                      .wMilliseconds = 0};
 }
 
 } // namespace
@@ -46,7 +54,7 @@ std::string resultText(const ordered_json& value)
     static const std::regex kDate("(\\d{4}-\\d\\d-\\d\\d)T(\\d\\d:\\d\\d:\\d\\d)(Z?)");
     if (!value.is_string())
         return value.is_null() ? "" : value.dump();
-    const std::string text = value;
+    std::string text = value;
     std::smatch date;
     if (!std::regex_match(text, date, kDate))
         return text;

@@ -78,7 +78,8 @@ std::string unknownCommand(const CLI::App& command, const std::string& word)
             known.emplace(below->get_name(), fullName(*below));
     }
     std::vector<std::string> words;
-    std::ranges::copy(std::views::keys(known), std::back_inserter(words));
+    for (const auto& [name, whole] : known)
+        words.push_back(name);
     const std::string before = fullName(command);
     return fmt::format("unknown command \"{}{}{}\"{}", before, before.empty() ? "" : " ", word,
                        askWhether(known[nearestWord(word, words)]));

@@ -158,7 +158,7 @@ private:
                 throw HostError(kUsage, fmt::format("\"{}\" is no key of {}", key, row_.table),
                                 fmt::format("Give a value of the column {}.", toUtf8(table_.sKey)));
             ado::Recordset rs = openForwardOnly(*side, sql);
-            const std::string stored = rs.eof() ? std::string() : toUtf8(com::concatText(rs.field(0).value()));
+            std::string stored = rs.eof() ? std::string() : toUtf8(com::concatText(rs.field(0).value()));
             rs.close();
             if (!stored.empty())
                 return stored;

@@ -78,14 +78,17 @@ std::string stops(const ordered_json& stops)
     return html;
 }
 
-/// The error of a run: the advice first, and the words of component and server in small.
+/// The error of a run: the advice first, and the words of component and server in small. Advice that stands for none is
+/// for who reads those words.
 std::vector<std::string> errorParagraphs(const ordered_json& error)
 {
-    ordered_json bare = error;
-    bare["todo"] = "";
+    ordered_json told = error;
     const std::string todo = textOf(error, "todo");
-    return {todo.empty() ? "The reason, for the person who looks after the databases:" : escapeHtml(todo),
-            fmt::format("<small>{}</small>", escapeHtml(errorText(bare)))};
+    const bool advised = !todo.empty() && todo != kLookIntoLog;
+    if (advised)
+        told["todo"] = "";
+    return {advised ? escapeHtml(todo) : "The reason, for the person who looks after the databases:",
+            fmt::format("<small>{}</small>", escapeHtml(errorText(told)))};
 }
 
 /// The columns of a table's counters on one side.

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Configuration.h"
-
 #include <nlohmann/json.hpp>
 #include <string>
+
+struct Configuration;
 
 /// A run's result (the object that `run --json` prints, or that of a failure) as one HTML page that needs no other
 /// file. `runs` are those that the history knows, this one among them. Without a configuration nothing but the failure

@@ -39,7 +39,7 @@ ordered_json lastDiscrepancies(const std::string& path)
 /// A number that a driver may give as its text.
 long long wholeNumber(const ordered_json& value)
 {
-    return value.is_string() ? std::atoll(value.get<std::string>().c_str())
+    return value.is_string() ? std::strtoll(value.get<std::string>().c_str(), nullptr, 10)
            : value.is_null() ? 0
                              : value.get<long long>();
 }
