@@ -4,6 +4,7 @@
 #include "com/convert.h"
 #include "commands/rows.h"
 #include "conflicts/DecisionLog.h"
+#include "result_text.h"
 #include "text.h"
 
 #include <algorithm>
@@ -11,7 +12,6 @@
 #include <fmt/format.h>
 #include <fstream>
 #include <functional>
-#include <sstream>
 
 using namespace quinmark;
 using nlohmann::ordered_json;
@@ -157,21 +157,6 @@ private:
     const SideNames& names_;
 };
 
-/// A time in UTC by this machine's clock.
-std::string localTime(const std::string& utc)
-{
-    SYSTEMTIME time{};
-    SYSTEMTIME local{};
-    char rest = 0;
-    std::istringstream stream(utc);
-    stream >> time.wYear >> rest >> time.wMonth >> rest >> time.wDay >> rest >> time.wHour >> rest >> time.wMinute >>
-        rest >> time.wSecond;
-    DATE date = 0;
-    return stream && SystemTimeToTzSpecificLocalTime(nullptr, &time, &local) && SystemTimeToVariantTime(&local, &date)
-               ? isoDate(date)
-               : utc;
-}
-
 std::string decisionText(const ordered_json& decision)
 {
     const std::string choice = decision.value("choice", "");
@@ -211,7 +196,8 @@ ordered_json rowHistory(const Configuration& configuration, const KeyedTable& ta
     }
     for (const ordered_json& decision : DecisionLog::read(configuration))
         if (sameName(decision.value("table", ""), row.table) && sameName(decision.value("key", ""), row.key)) {
-            const std::string time = localTime(decision.value("time", ""));
+            std::string time = localTime(decision.value("time", ""));
+            std::ranges::replace(time, ' ', 'T'); // as the other entries have theirs
             add(time, time, "decision", decisionText(decision));
         }
     std::ranges::stable_sort(events, {}, [](const auto& event) { return event.first; });

@@ -12,7 +12,9 @@ constexpr char kHead[] =
     R"(# Which site this machine is: "offices" or "laptop". It is the key of its row in replication_control.
 site = "{site}"
 
-# Which side the machine's own database is: "source" or "destination".
+# Which side is local: "source" or "destination". Its database keeps the control record and the conflicts. An office that
+# runs for several laptops needs a record for each of them, so "destination": with "source" the first laptop's run would
+# hide the office's changes from the others (docs/administration.md, Several laptops).
 local = "{local}"
 
 # The version that replication compares with the database's ReplicationVersion; "laptop" skips the check.

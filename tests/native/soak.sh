@@ -16,8 +16,8 @@ while [[ $# -gt 0 ]]; do
     shift 2
 done
 
-readonly sources=(tests/native/fuzz.cpp host/html_page.cpp host/result_text.cpp host/commands/report.cpp
-    host/review/HttpRequest.cpp host/review/difference.cpp src/db/sql_text.cpp)
+readonly sources=(tests/native/fuzz.cpp host/html_page.cpp host/review/HttpRequest.cpp
+    host/review/difference.cpp src/db/sql_text.cpp)
 
 mkdir -p "$build/corpus"
 cd "$root"
