@@ -6,7 +6,6 @@
 #include <fmt/format.h>
 #include <iterator>
 #include <map>
-#include <ranges>
 
 namespace {
 
@@ -127,6 +126,6 @@ HostError usageMistake(const CLI::App& program, const CLI::ParseError& error)
     else if (!unknown.empty())
         text = fmt::format("{} takes no \"{}\"", name, unknown.front());
     else if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) && text.ends_with(" missing"))
-        text = text.substr(0, text.find(':')) + " needs a value";
+        text.replace(std::min(text.find(':'), text.size()), std::string::npos, " needs a value");
     return {kUsage, text, fmt::format("`quinrep help{}{}` tells what there is.", name.empty() ? "" : " ", name)};
 }
