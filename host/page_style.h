@@ -118,7 +118,7 @@ td.alarm { color: var(--bad); font-weight: 700; }
 .sums { flex-direction: column; gap: .25rem; }
 .sums div { display: flex; flex-wrap: wrap; gap: 0 .75rem; align-items: baseline; }
 .sum { font-size: 1.3rem; font-variant-numeric: tabular-nums; }
-.report th[scope=row] { font-weight: 600; overflow-wrap: anywhere; }
+.report th[scope=row] { font-weight: 600; }
 .chart { display: block; width: 100%; max-width: 48rem; height: auto; margin-top: .75rem; }
 .symbol { width: 1rem; height: 1rem; vertical-align: -.15rem; }
 .bar { fill: var(--accent); }

@@ -76,6 +76,7 @@ export function brokenWords() {
             const text = texts.currentNode;
             let block = text.parentElement;
             while (getComputedStyle(block).display.startsWith('inline')) block = block.parentElement;
+            block = block.closest('.wide') ?? block; // a wide table scrolls
             for (const { 0: word, index } of text.data.matchAll(/[\p{L}\p{N}_]+/gu)) {
                 range.setStart(text, index);
                 range.setEnd(text, index + word.length);
