@@ -34,8 +34,8 @@ max_update = 50
 # A scheduled task has nobody to ask, so its password comes from one of these:
 #   "credential:NAME"  the Windows Credential Manager of the account that runs quinrep. As that account:
 #                      cmdkey /generic:NAME /user:quinmarkapp_user /pass
-#   "file:PATH"        the first line of a file that this account alone may read:
-#                      icacls PATH /inheritance:r /grant:r ACCOUNT:R
+#   "file:PATH"        the first line of a file that this account and administrators alone may read:
+#                      icacls PATH /inheritance:r /grant:r ACCOUNT:R *S-1-5-32-544:F
 # For a person there are "prompt" and "env:NAME", an environment variable.
 #
 # A text in single quotes is taken as it stands: 'file:C:\ProgramData\Quinmark Replication\password.txt'.

@@ -216,7 +216,8 @@ private:
         if (ok)
             findings_.warn(
                 what, {fmt::format("{} must be able to read the file, and nobody else but administrators", account_),
-                       fmt::format("let it: icacls \"{}\" /inheritance:r /grant:r \"{}:R\"", path, account_)});
+                       fmt::format("let them: icacls \"{}\" /inheritance:r /grant:r \"{}:R\" *S-1-5-32-544:F", path,
+                                   account_)});
     }
 
     void lookAtDataSource(const std::string& dsn)

@@ -97,8 +97,9 @@ TEST_F(Schedule, TellsEachSourceOfAPasswordWhetherATaskCanUseIt)
     const TemporaryFolder folder;
     std::ofstream(std::filesystem::path(folder.file(L"word.txt"))) << "word\n";
     const std::string file = toUtf8(folder.file(L"word.txt"));
-    EXPECT_THAT(findingWith("file:" + file, kDone),
-                HasSubstr("icacls \"" + file + "\" /inheritance:r /grant:r \"PRACTICE\\replication:R\""));
+    EXPECT_THAT(
+        findingWith("file:" + file, kDone),
+        HasSubstr("icacls \"" + file + "\" /inheritance:r /grant:r \"PRACTICE\\replication:R\" *S-1-5-32-544:F"));
     EXPECT_THAT(findingWith("file:" + file + "x", kNotReady), HasSubstr("the file cannot be read or is empty"));
 }
 
