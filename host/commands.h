@@ -51,6 +51,8 @@ struct ScheduleOptions
     std::string configurationFile;
     /// Where another log was named than the configuration's.
     std::string logFile;
+    /// The page that each run writes; empty for none.
+    std::string reportFile;
 };
 
 struct VerifyOptions

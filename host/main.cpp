@@ -365,6 +365,9 @@ private:
         schedule.add_option("--account", options.account, "The account that the task runs under: yours unless given")
             ->type_name("NAME");
         schedule.add_option("--name", options.name, "The task's name")->capture_default_str()->type_name("NAME");
+        schedule
+            .add_option("--report", options.reportFile, "Have every run write its result as an HTML page to this file")
+            ->type_name("FILE");
         schedule.callback([this, &options] {
             chosen_ = [this, &options] {
                 options.configurationFile = options_.configurationFile;

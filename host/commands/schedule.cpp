@@ -1,6 +1,7 @@
 #include "Session.h"
 #include "commands.h"
 #include "commands/Findings.h"
+#include "files.h"
 #include "passwords.h"
 
 #include <algorithm>
@@ -121,7 +122,11 @@ public:
                    (options.logFile.empty()
                         ? ""
                         : " --log-file " + quoted(requireTakenAsItIs("the log", fullPath(options.logFile)))) +
-                   " run --ready")
+                   " run --ready" +
+                   (options.reportFile.empty()
+                        ? ""
+                        : " --report " + quoted(requireTakenAsItIs("the report", fullPath(options.reportFile))))),
+          reportFile_(options.reportFile.empty() ? "" : fullPath(options.reportFile))
     {
         if (!options.logFile.empty())
             configuration_.logFile = fullPath(options.logFile);
@@ -152,6 +157,11 @@ private:
                               ""};
         });
         lookAtLog();
+        if (!reportFile_.empty())
+            findings_.look("report " + reportFile_, "", [this] {
+                requireWritable("the report", reportFile_,
+                                "Name a file in a folder that exists and may be written to.");
+            });
         std::vector<std::string> seen;
         for (const SideConfiguration* side : {&configuration_.source, &configuration_.destination})
             if (std::ranges::find(seen, side->password) == seen.end()) {
@@ -260,6 +270,7 @@ private:
     std::string account_;
     std::string name_;
     std::string command_;
+    std::string reportFile_;
     Findings findings_;
 };
 

@@ -63,6 +63,19 @@ TEST_F(Schedule, CommandOfTheTaskRunsTheConfiguration)
     EXPECT_EQ(destination().count(L"users"), 1);
 }
 
+TEST_F(Schedule, TaskWritesTheReportThatWasAskedFor)
+{
+    const TemporaryFolder folder;
+    const std::wstring report = folder.file(L"the report.html");
+    const json result = schedule(L"--report \"" + report + L"\"");
+    EXPECT_EQ(split(result["command"])[7], toUtf8(report));
+    EXPECT_EQ(findingOf(result, "report " + toUtf8(report)), " -> ");
+    EXPECT_EQ(ChildProcess(toWide(result["command"].get<std::string>()), L"C:\\windows").wait().exitCode, DWORD{kDone});
+    EXPECT_TRUE(std::filesystem::exists(report));
+    EXPECT_THAT(findingOf(schedule(L"--report C:\\none\\report.html", kNotReady), "report C:\\none\\report.html"),
+                HasSubstr("the report C:\\none\\report.html cannot be written"));
+}
+
 // The command prompt takes \" for the end of its quotes, and what stands between two of them for its own words.
 TEST_F(Schedule, PathWithBlanksAndSignsOfTheCommandPromptIsQuotedForIt)
 {
