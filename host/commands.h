@@ -37,6 +37,8 @@ struct RunOptions
     bool quiet = false;
     /// Until it has gone through, the control record says that nothing was ever replicated.
     bool firstCopy = false;
+    /// The next attempt clears the error of a lost connection by itself.
+    bool watched = false;
     /// An HTML page with the result; empty for none.
     std::string reportFile = {};
 };

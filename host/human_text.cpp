@@ -247,7 +247,10 @@ std::string runText(const ordered_json& result, const std::string& heading)
         lines += failure(result);
     else if (!resultText(result["recorded"]).empty())
         lines += "Recorded: " + resultText(result["recorded"]) + "\n";
-    return lines + waitingAfterRun(result);
+    lines += waitingAfterRun(result);
+    if (result.value("holds_next_run", false))
+        lines += "No run begins until somebody has looked, and runs with `quinrep run --ready --reset-error`.\n";
+    return lines;
 }
 
 std::string run(const ordered_json& result)

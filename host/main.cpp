@@ -245,6 +245,7 @@ private:
         if (!options_.run.reportFile.empty())
             requireWritable("the report", options_.run.reportFile,
                             "Name a file in a folder that exists and may be written to.");
+        options_.run.watched = options_.watch;
         if (options_.watch)
             return watchCommand(configuration, options_.run, [&](const Outcome& outcome) {
                 tell(options_, name, outcome);

@@ -210,6 +210,9 @@ private:
                             "<code>quinrep review</code>.",
                             counted(waitingCount(), "row waits for a decision", "rows wait for a decision"),
                             textOf(result_, "conflicts_new")));
+        if (result_.value("holds_next_run", false))
+            paragraphs.emplace_back("No run begins until somebody has looked, and runs with <code>quinrep run --ready "
+                                    "--reset-error</code>.");
         if (const std::string recorded = textOf(result_, "recorded"); !recorded.empty() && !hasFailed())
             paragraphs.push_back(fmt::format("<small>Recorded: {}</small>", escapeHtml(recorded)));
         return paragraphs.empty() ? "" : card("trouble", paragraphs);

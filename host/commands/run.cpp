@@ -277,7 +277,9 @@ private:
             const std::string todo = resultText(outcome.result["error"]["todo"]);
             outcome.result["error"]["todo"] = todo + (todo.empty() ? "" : " ") + kFillByRun;
         }
-        outcome.result["recorded"] = tellControlRecord(error) ? toUtf8(error.description) : "";
+        const bool told = tellControlRecord(error);
+        outcome.result["recorded"] = told ? toUtf8(error.description) : "";
+        outcome.result["holds_next_run"] = told && !(options_.watched && lost);
         return outcome;
     }
 
@@ -286,10 +288,15 @@ private:
         tables.finishLast();
         Outcome outcome{summary(tables)};
         long conflicts = 0;
-        for (const ordered_json& table : outcome.result["tables"])
+        long errors = 0;
+        for (const ordered_json& table : outcome.result["tables"]) {
             conflicts += table["conflicts"].get<long>();
+            errors += table["errors"].get<long>();
+        }
         const bool error = flagProperty(*run_.Get(), &_clsReplicate::get_bError);
         outcome.result["recorded"] = error ? recorded() : "";
+        outcome.result["holds_next_run"] =
+            error && !(configuration_.onConflicts == OnConflicts::Continue && errors > 0);
         if (error || conflicts > 0)
             outcome.exitCode = kRecorded;
         return outcome;

@@ -28,6 +28,7 @@ TEST_F(Quinrep, RunWithAConflictEndsWithTwoAndStatusTellsIt)
     EXPECT_EQ(ended.result()["conflicts_waiting"], 1);
     EXPECT_EQ(ended.result()["conflicts_new"], 1);
     EXPECT_THAT(ended.result()["recorded"].get<std::string>(), HasSubstr("Changed on both databases"));
+    EXPECT_EQ(ended.result()["holds_next_run"], true);
     const Ended status = quinrepJson(L"status", "status");
     EXPECT_EQ(status.exitCode, kDone);
     EXPECT_EQ(status.result()["control"]["error_f"], true);

@@ -67,7 +67,9 @@ TEST_F(Status, IsNotInOrderWithoutARunThatWentThrough)
 TEST_F(Status, TellsErrorAndConflictsFirst)
 {
     addConflict();
-    EXPECT_EQ(quinrep(L"run").exitCode, kRecorded);
+    EXPECT_THAT(quinrep(L"run").output,
+                HasSubstr("\nNo run begins until somebody has looked, and runs with `quinrep run "
+                          "--ready --reset-error`.\n"));
     const auto [exitCode, texts] = check();
     EXPECT_EQ(exitCode, DWORD(kNotReady));
     EXPECT_THAT(
@@ -85,7 +87,9 @@ TEST_F(Status, EndsWithTwoForConflictsThatKeepNoRunFromBeginning)
 {
     sections = "[run]\non_conflicts = 'continue'\n";
     addConflict();
-    EXPECT_EQ(quinrep(L"run").exitCode, kRecorded);
+    const Ended ended = quinrepJson(L"run", "run");
+    EXPECT_EQ(ended.exitCode, kRecorded);
+    EXPECT_EQ(ended.result()["holds_next_run"], false);
     const auto [exitCode, texts] = check();
     EXPECT_EQ(exitCode, DWORD(kRecorded));
     EXPECT_THAT(texts, StartsWith("Conflicts that wait for a decision: 1."));

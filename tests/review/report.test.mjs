@@ -102,10 +102,12 @@ test('a failed run shows its error and what was not done; text stays text', asyn
     assert.equal(status, 1);
     await page.goto(address);
     assert.equal(await heading(), 'The run failed');
-    const [failure] = await troubles();
+    const [failure, afterwards] = await troubles();
     assert.match(failure, /^The reason, for the person who looks after the databases:-\d+ \(0x[0-9A-F]{8}\) /);
     assert.match(failure, /replicating table <b>no<\/b>/);
     assert.match(failure, /Not done: <b>no<\/b>What was copied before stays copied; the next run does the rest\./);
+    assert.equal(afterwards,
+        'No run begins until somebody has looked, and runs with quinrep run --ready --reset-error.');
     assert.equal(await page.locator('.trouble b').count(), 0);
     await assertReadable('failed');
 });
