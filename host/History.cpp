@@ -201,3 +201,9 @@ RecordedError::RecordedError(const ordered_json& runs, const std::string& error)
     at = last->value("ended", ordered_json());
     conflicts = last->value("conflicts", ordered_json::array());
 }
+
+bool errorWaits(const Configuration& configuration, const ordered_json& control, const ordered_json& runs)
+{
+    return control["error_f"] == true && !(configuration.onConflicts == OnConflicts::Continue &&
+                                           RecordedError(runs, resultText(control["error_message"])).forConflicts);
+}

@@ -55,3 +55,7 @@ struct RecordedError
 
     RecordedError(const nlohmann::ordered_json& runs, const std::string& error);
 };
+
+/// Whether the error that stands in the control record (its error_f and error_message) waits for a person.
+bool errorWaits(const Configuration& configuration, const nlohmann::ordered_json& control,
+                const nlohmann::ordered_json& runs);

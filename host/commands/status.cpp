@@ -76,13 +76,6 @@ ordered_json finding(ExitCode exitCode, const std::string& text)
     return {{"exit_code", exitCode}, {"text", text}};
 }
 
-/// Whether the error that stands in the control record waits for a person.
-bool errorWaits(const Configuration& configuration, const ordered_json& control, const ordered_json& runs)
-{
-    return control["error_f"] == true && !(configuration.onConflicts == OnConflicts::Continue &&
-                                           RecordedError(runs, resultText(control["error_message"])).forConflicts);
-}
-
 /// What keeps a run that ended from having gone through; a run that goes on is judged by the one before.
 void judgeLastRun(ordered_json& findings, const ordered_json& runs, const std::string& recorded)
 {

@@ -1,6 +1,8 @@
 #include "review/ReviewSite.h"
 
 #include "Failure.h"
+#include "History.h"
+#include "commands/rows.h"
 #include "conflicts/decisions.h"
 #include "conflicts/rows_today.h"
 #include "random.h"
@@ -22,12 +24,23 @@ namespace {
 
 constexpr size_t kTokenBytes = 24;
 constexpr size_t kPlanBytes = 8;
+constexpr char kHeld[] = "No run begins yet, since the last one recorded an error. Run once with quinrep run --ready "
+                         "--reset-error.";
 constexpr char kNoReason[] = "A dismissal needs a reason, for the decision log. Nothing was done.";
 
 void requireReason(const std::string& reason)
 {
     if (reason.empty())
         throw HostError(kFailed, kNoReason, "Type in why the conflict needs no other decision.");
+}
+
+/// Whether runs do not begin although no conflict waits any more.
+bool isHeldByError(const Configuration& configuration, clsConn& local)
+{
+    const ordered_json control =
+        jsonRows(local, L"select error_f, error_message from replication_control where unique_key = " +
+                            siteKey(configuration.site));
+    return !control.empty() && errorWaits(configuration, control.front(), History::read(configuration));
 }
 
 /// Takes the same time wherever the texts differ.
@@ -259,8 +272,11 @@ HttpResponse ReviewSite::conflictPage(const ReviewView& view)
     const ConflictPage content(context_, list, view);
     const ordered_json recorded =
         list.rows().empty() ? ordered_json() : recordedColumns(databases.local(), list.selectedRow());
-    HttpResponse response = pageResponse(list.wrongFilter().empty() ? 200 : 400, "Conflicts",
-                                         content.html(messages(list.wrongFilter()), recorded));
+    std::string told = messages(list.wrongFilter());
+    if (list.waiting() == 0 && isHeldByError(context_.configuration, databases.local()))
+        told += messageBox("trouble", "status", {kHeld});
+    HttpResponse response =
+        pageResponse(list.wrongFilter().empty() ? 200 : 400, "Conflicts", content.html(told, recorded));
     notices_.clear();
     troubles_.clear();
     return response;

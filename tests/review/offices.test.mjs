@@ -62,3 +62,18 @@ test('several are dismissed after the rows that the next run deletes were shown'
     assert.equal(await page.locator('[role=status] p').count(), 3);
     assert.equal(lastDecision('offices').reason, 'tidied up');
 });
+
+test('an error that keeps runs from beginning is told when no conflict waits any more', async () => {
+    const setError = (flag) => office.sql(`update replication_control set error_f = '${flag}', error_message = ` +
+        "'Changed on both' where unique_key = 0");
+    await setError(1);
+    try {
+        await page.goto(review.address);
+        await page.getByText('No conflicts wait.').waitFor();
+        assert.match(await page.textContent('.trouble'), /^No run begins yet, .*quinrep run --ready --reset-error\.$/);
+    } finally {
+        await setError(0);
+    }
+    await page.goto(review.address);
+    assert.equal(await page.locator('.trouble').count(), 0);
+});
