@@ -109,7 +109,7 @@ void warnOfTable(Findings& findings, Databases& databases, const TableConfigurat
         findings.warn(what, {"it is matched by " + table.key +
                                  ", and conflicts are read by unid, so a run ends in an "
                                  "error at its first conflict",
-                             "use unid as the key, or keep both sides from changing the same rows"});
+                             "keep both sides from changing the same rows"});
     warnOfTriggers(findings, table.name, databases.destination(), "destination");
     if (plan.copiesRows)
         warnOfColumns(findings, table.name, databases.source(), databases.destination(), "destination");
