@@ -188,7 +188,7 @@ private:
             if (const std::string names = tablesNotDone(tables_); !names.empty())
                 paragraphs.push_back("Not done: " + escapeHtml(names));
             if (hasBegun())
-                paragraphs.emplace_back("What was copied before stays copied; the next run does the rest.");
+                paragraphs.emplace_back("What was copied before stays copied; a later run does the rest.");
             return card("trouble", paragraphs);
         }
         if (hasStopped())

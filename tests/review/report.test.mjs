@@ -105,7 +105,7 @@ test('a failed run shows its error and what was not done; text stays text', asyn
     const [failure, afterwards] = await troubles();
     assert.match(failure, /^The reason, for the person who looks after the databases:-\d+ \(0x[0-9A-F]{8}\) /);
     assert.match(failure, /replicating table <b>no<\/b>/);
-    assert.match(failure, /Not done: <b>no<\/b>What was copied before stays copied; the next run does the rest\./);
+    assert.match(failure, /Not done: <b>no<\/b>What was copied before stays copied; a later run does the rest\./);
     assert.equal(afterwards,
         'No run begins until somebody has looked, and runs with quinrep run --ready --reset-error.');
     assert.equal(await page.locator('.trouble b').count(), 0);
