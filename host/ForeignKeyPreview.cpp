@@ -13,8 +13,9 @@ namespace {
 constexpr char kCannotDelete[] =
     "At the destination {0} refers to {1} in {2} of its rows (foreign key {3}): the rows of {1} cannot be deleted, so "
     "the full copy of {1} fails. ";
-constexpr char kEmptyFirst[] = "Empty {0} there first, since it is copied again (delete from {0}), and before it the "
-                               "tables that refer to it.";
+constexpr char kEmptyFirst[] = "{0} is copied again: look with `quinrep verify --table {0}` that no row of it is the "
+                               "destination's own, then empty "
+                               "it there (delete from {0}), and before it the tables that refer to it.";
 constexpr char kNotCopiedAgain[] =
     "{} is not copied whole: empty it there if its rows are not needed, drop the foreign "
     "key, or give {} a method that goes row by row.";

@@ -127,6 +127,7 @@ TEST_F(Copy, RowOfTheDestinationAloneOrOtherwiseIsNotLostWithoutForce)
     EXPECT_THAT(stops[1]["text"].get<std::string>(), StartsWith("1 of 9 rows of the destination would be overwritten"));
     EXPECT_EQ(destination().count(L"users"), 9);
     EXPECT_EQ(intervalBegin(), L"2025-03-10 12:00:00.000");
+    EXPECT_THAT(quinrep(L"copy").output, HasSubstr("Where it was made before, go on with `quinrep run --ready`.\n"));
     EXPECT_EQ(quinrep(L"copy --force").exitCode, kDone);
     EXPECT_THAT(users(destination()), ElementsAre(L"1|Birkfelder"));
 }
@@ -141,7 +142,9 @@ TEST_F(Copy, RowsThatKeepAParentFromBeingDeletedStopItAndItsAdviceHelps)
     EXPECT_EQ(stops[0]["table"], "dentist_company");
     const std::string text = stops[0]["text"];
     EXPECT_THAT(text, StartsWith("At the destination chart_comment_info refers to dentist_company in 1 of its rows ("));
-    ASSERT_THAT(text, HasSubstr("(delete from chart_comment_info)"));
+    ASSERT_THAT(text, AllOf(HasSubstr("look with `quinrep verify --table chart_comment_info` that no row of it is the "
+                                      "destination's own"),
+                            HasSubstr("(delete from chart_comment_info)")));
     EXPECT_EQ(destination().count(L"chart_option"), 0);
     destination().execute(L"delete from chart_comment_info");
     EXPECT_EQ(quinrep(L"copy").exitCode, kDone);
