@@ -94,6 +94,7 @@ TEST_F(Check, WarnsOfWhatCanBeKnownWithoutRows)
     for (const char* warning :
          {"replication has no description", "it is matched by dc_id, and co", "two-way replication opens mess"})
         EXPECT_THAT(text, HasSubstr(warning));
+    EXPECT_THAT(text, Not(HasSubstr("use unid"))) << "by its number alone its comments are detached";
 }
 
 // The component would ask a person in a message box, for which a scheduled run waits for ever.
