@@ -116,9 +116,14 @@ class Ledger:
                 yield Loss(side, row, former, present)
 
     def _follows(self, row, present, former):
-        """Whether a version was typed by somebody who saw another, or is one to which that was lost elsewhere."""
+        """Whether a version was typed by somebody who saw another, or is one to which that was lost elsewhere, if need
+        be by way of others."""
         seen = self.versions[present].seen | {present}
-        return former in seen or bool(self._winners[row, former] & seen)
+        losers, lost = set(), {former}
+        while lost and not lost & seen:
+            losers |= lost
+            lost = set().union(*(self._winners[row, version] for version in lost)) - losers
+        return bool(lost)
 
     def _reason(self, run, loss):
         """By the rule that the model names, and what the ledger knows of the version."""
