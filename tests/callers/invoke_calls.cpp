@@ -11,7 +11,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <stdexcept>
 #include <thread>
 
@@ -182,7 +181,7 @@ private:
     }
 
     const Options options_;
-    const std::uint64_t seed_ = options_.number("--seed", static_cast<std::uint64_t>(std::time(nullptr)));
+    const std::uint64_t seed_ = options_.number<std::uint64_t>("--seed", 1);
     const double minutes_ = options_.real("--minutes");
     const size_t onlyRound_ = options_.number<size_t>("--round", 0);
     LogFolder folder_;

@@ -19,7 +19,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <random>
 
 using namespace quinmark;
 
@@ -171,7 +170,7 @@ private:
 
     FaultTrials& trials_;
     const Options options_;
-    const unsigned seed_ = options_.number("--seed", std::random_device()());
+    const unsigned seed_ = options_.number("--seed", 1U);
     const double minutes_ = options_.real("--minutes");
     const size_t first_ = std::max<size_t>(options_.number<size_t>("--first", 1), 1);
     const size_t total_ = options_.number<size_t>("of", 0); ///< 0 when it was not told
