@@ -10,7 +10,7 @@ import typing
 
 from machines import OFFICE
 from pair import FULL_COPY, LAPTOP, NEWER_WINS, SOURCE_NEWER
-from values import seconds
+from values import SECOND, seconds
 
 CONFLICT = "a conflict tells of it"
 COPIED_WHOLE = "a full copy takes the office's rows"
@@ -72,7 +72,7 @@ class Ledger:
         self._arrived = {}  # machine, row, text: when it came
         self._winners = collections.defaultdict(set)  # versions to which a row's version was lost
         self._hidden = {}  # laptop, row, text: why its date is before a run that it was typed after
-        # A laptop's runs: when, and the end of the interval.
+        # A laptop's runs: when, and the end of the interval as it is recorded.
         self._runs = collections.defaultdict(lambda: [(last_run, last_run)])
 
     def type(self, machine, row, text, when, date, seen=()):
@@ -98,7 +98,7 @@ class Ledger:
             for version in self.versions[loss.former.text].seen | {loss.former.text} if loss.present else ():
                 self._winners[loss.row, version].add(loss.present.text)
         self._note_meetings(run)
-        self._runs[run.laptop].append((run.begin, run.end))
+        self._runs[run.laptop].append((run.begin, seconds(run.end) * SECOND))
         return judged
 
     def _losses(self, run, side):
