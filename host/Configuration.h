@@ -68,6 +68,7 @@ struct Configuration
     std::vector<TableConfiguration> tables;
 
     const SideConfiguration& local() const { return localIsSource ? source : destination; }
+    const SideConfiguration& remote() const { return localIsSource ? destination : source; }
 };
 
 /// Reads a configuration file. Raises HostError(kUsage) that lists every mistake with line, column and what was

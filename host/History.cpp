@@ -2,6 +2,7 @@
 
 #include "HostError.h"
 #include "SiteLock.h"
+#include "commands/rows.h"
 #include "files.h"
 #include "result_text.h"
 #include "text.h"
@@ -118,7 +119,9 @@ const char* outcomeOf(const ordered_json& run, bool goesOn)
 
 History::History(const Configuration& configuration) : lines_(shortened(path(configuration)))
 {
-    whole_ = lines_.isOpen() && lines_.begin({{"site", siteAndDatabase(configuration)}, {"began", utcNow()}});
+    whole_ = lines_.isOpen() && lines_.begin({{"site", siteAndDatabase(configuration)},
+                                              {"remote", configuration.remote().dsn},
+                                              {"began", utcNow()}});
     if (!whole_)
         throw HostError(kUsage, "the history " + path(configuration) + " cannot be written",
                         lines_.reason() == ERROR_SHARING_VIOLATION
@@ -132,9 +135,9 @@ void History::noteWriting()
     whole_ = lines_.add({{"writing_since", utcNow()}}) && whole_;
 }
 
-void History::noteConflicts(const ordered_json& ids)
+void History::noteRecords(const ordered_json& conflicts, const ordered_json& lastTimestamp)
 {
-    whole_ = lines_.add({{"conflicts", ids}}) && whole_;
+    whole_ = lines_.add({{"conflicts", conflicts}, {"last_timestamp", lastTimestamp}}) && whole_;
 }
 
 bool History::end(const ordered_json& result, int exitCode, long long tookMs)
@@ -184,6 +187,15 @@ ordered_json toldRun(const ordered_json& run)
     for (const char* member : kTold)
         told[member] = run[member];
     return told;
+}
+
+std::optional<DATE> lastTimestampLeft(const Configuration& configuration, const ordered_json& runs)
+{
+    for (auto run = runs.rbegin(); run != runs.rend(); ++run)
+        if (run->value("remote", "") == configuration.remote().dsn)
+            if (const std::optional<DATE> left = dateOf(resultText(run->value("last_timestamp", ordered_json()))))
+                return left;
+    return std::nullopt;
 }
 
 bool wentThrough(const ordered_json& run)

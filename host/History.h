@@ -20,8 +20,9 @@ public:
 
     /// Notes that the run begins to write. What it leaves in the control record, should it be killed, nobody knows.
     void noteWriting();
-    /// Keeps the ids of the conflicts that the run recorded.
-    void noteConflicts(const nlohmann::ordered_json& ids);
+    /// Keeps the ids of the conflicts that the run recorded, and the control record's last_timestamp after it (null
+    /// where that is not known).
+    void noteRecords(const nlohmann::ordered_json& conflicts, const nlohmann::ordered_json& lastTimestamp);
     /// Completes the line with the result of the run. False when the file did not take the whole line.
     bool end(const nlohmann::ordered_json& result, int exitCode, long long tookMs);
 
@@ -39,6 +40,10 @@ private:
 
 /// The members of a run that results tell.
 nlohmann::ordered_json toldRun(const nlohmann::ordered_json& run);
+
+/// The control record's last_timestamp as the last run of these two databases left it, by the local database's clock;
+/// nothing where no run tells.
+std::optional<DATE> lastTimestampLeft(const Configuration& configuration, const nlohmann::ordered_json& runs);
 
 /// Whether a run went through, with conflicts or without.
 bool wentThrough(const nlohmann::ordered_json& run);

@@ -4,6 +4,7 @@
 #include "DependentTable.h"
 #include "Failure.h"
 #include "ForeignKeyPreview.h"
+#include "History.h"
 #include "RowDecision.h"
 #include "TableContent.h"
 #include "WaitingRows.h"
@@ -40,6 +41,13 @@ constexpr char kNoCopy[] =
     "to do.";
 constexpr char kNoDependents[] = "With each of these rows, its rows of {} would be deleted at the destination, and the "
                                  "source's not copied: {}. `quinrep check` says what to do.";
+constexpr char kPassedOver[] =
+    "These rows were changed after the last run with these two databases, whose interval ended at {0}, and before the "
+    "next one begins, at {1}: something else has moved last_timestamp of the control record. A run would take them for "
+    "old: it would not copy them, or would overwrite or delete them without a conflict. Set it back: "
+    "update replication_control set last_timestamp = '{0}' where unique_key = {2}. Several laptops need control "
+    "records "
+    "of their own: set local to \"destination\" for each, as docs/administration.md tells.";
 constexpr char kAttend[] = " Run with --attended while somebody sits at the screen.";
 
 long long countRows(clsConn& conn, const std::wstring& table)
@@ -83,7 +91,8 @@ class TablePreviewer
 {
 public:
     TablePreviewer(const Configuration& configuration, Databases& databases, const TableConfiguration& table,
-                   const WaitingRows& waiting, const ForeignKeyPreview* keys, DATE dLastReplicate)
+                   const WaitingRows& waiting, const ForeignKeyPreview* keys, DATE dLastReplicate,
+                   std::optional<DATE> lastTimestampLeft)
         : databases_(databases),
           configured_(table),
           waiting_(waiting),
@@ -92,6 +101,9 @@ public:
           table_{toWide(table.name), toWide(table.keyColumn())},
           prefixes_{toWide(configuration.source.prefix), toWide(configuration.destination.prefix)},
           dLastReplicate_(dLastReplicate),
+          ownLast_(std::min(dLastReplicate, lastTimestampLeft.value_or(dLastReplicate))),
+          passedOver_(fmt::format(kPassedOver, isoDate(ownLast_), isoDate(dLastReplicate),
+                                  static_cast<int>(configuration.site))),
           site_(siteOf(configuration)),
           stops_(databases, table.name)
     {
@@ -178,7 +190,7 @@ private:
         }
         const auto& [sourceDB, destinationDB] = prefixes_;
         if (plan_.copiesRows) {
-            forEachRow(selectChangedRows(table_, prefixes_, dLastReplicate_, kAliases), kAliases.sSourceDate,
+            forEachRow(selectChangedRows(table_, prefixes_, ownLast_, kAliases), kAliases.sSourceDate,
                        kAliases.sDestinationDate);
             forEachRow(selectMissingRows(table_, sourceDB, destinationDB), L"mod_date", nullptr);
         }
@@ -228,7 +240,7 @@ private:
 
     void previewRow(const RowCopy& source, const RowCopy& destination, const _variant_t& key)
     {
-        const RowDecision decision = decideListedRow(plan_, site_, source, destination, dLastReplicate_);
+        const RowDecision decision = decide(source, destination, key);
         if (decision.announced)
             stops_.addRow(StopReason::MessageBoxes, notice(decision.action), key);
         if (decision.action == NextRun::LeavesIt)
@@ -269,6 +281,18 @@ private:
         default:
             break;
         }
+    }
+
+    RowDecision decide(const RowCopy& source, const RowCopy& destination, const _variant_t& key)
+    {
+        const RowDecision sinceOwnLast = decideListedRow(plan_, site_, source, destination, ownLast_);
+        if (ownLast_ == dLastReplicate_)
+            return sinceOwnLast;
+        // The rows are listed since the earlier date: the run's own query need not list them.
+        const RowDecision decision = decideRow(plan_, site_, source, destination, dLastReplicate_);
+        if (decision.rule != sinceOwnLast.rule)
+            stops_.addRow(StopReason::Interval, passedOver_, key);
+        return decision;
     }
 
     void losesRow(const _variant_t& key)
@@ -352,6 +376,9 @@ private:
     KeyedTable table_;
     Prefixes prefixes_;
     DATE dLastReplicate_;
+    /// Where the last run with these two databases left it, unless it was set back since.
+    DATE ownLast_;
+    std::string passedOver_;
     Site site_;
     TablePreview preview_;
     TableStops stops_;
@@ -374,15 +401,16 @@ RunPreview::RunPreview(const Configuration& configuration, Databases& databases)
 {
     requireOwnPrefixes(configuration, databases);
     const DATE last = lastReplicateDate(configuration, databases);
+    const std::optional<DATE> left = lastTimestampLeft(configuration, History::read(configuration));
     const WaitingRows waiting(databases.local());
     std::optional<ForeignKeyPreview> keys;
     if (std::ranges::any_of(configuration.tables, &TableConfiguration::isCopiedWhole))
         keys.emplace(configuration, databases);
     for (const TableConfiguration& table : configuration.tables)
         whileDoing("comparing table " + table.name, [&] {
-            tables_.push_back(
-                TablePreviewer(configuration, databases, table, waiting, table.isCopiedWhole() ? &*keys : nullptr, last)
-                    .take());
+            tables_.push_back(TablePreviewer(configuration, databases, table, waiting,
+                                             table.isCopiedWhole() ? &*keys : nullptr, last, left)
+                                  .take());
         });
 }
 

@@ -41,6 +41,8 @@ const char* reasonName(StopReason reason)
         return "waiting_conflict";
     case StopReason::WillFail:
         return "will_fail";
+    case StopReason::Interval:
+        return "interval";
     case StopReason::Hook:
         return "hook";
     case StopReason::MessageBoxes:

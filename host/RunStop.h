@@ -17,6 +17,8 @@ enum class StopReason
     WaitingConflict,
     /// The table would end in an error.
     WillFail,
+    /// A row was changed between the last run of these databases and the beginning of the interval.
+    Interval,
     /// Message boxes would wait for somebody to close them.
     MessageBoxes,
     /// The command that the configuration names for the time before a run failed.

@@ -44,6 +44,14 @@ std::string isoDate(DATE date)
                        time.wMinute, time.wSecond);
 }
 
+std::optional<DATE> dateOf(const std::string& isoDate)
+{
+    std::wstring text = toWide(isoDate);
+    std::ranges::replace(text, L'T', L' ');
+    DATE date = 0;
+    return SUCCEEDED(VarDateFromStr(text.data(), LOCALE_INVARIANT, 0, &date)) ? std::optional(date) : std::nullopt;
+}
+
 std::optional<DATE> optionalDate(const _variant_t& value)
 {
     return value.vt == VT_NULL ? std::nullopt : std::optional(com::toDate(value));

@@ -22,6 +22,9 @@ nlohmann::ordered_json columnValue(const _variant_t& value);
 /// A date by the databases' own clock in ISO 8601, as 2026-11-21T20:30:00; empty for one that is no date.
 std::string isoDate(DATE date);
 
+/// The date of such a text; nothing for another text.
+std::optional<DATE> dateOf(const std::string& isoDate);
+
 /// The date in a value; nothing for Null.
 std::optional<DATE> optionalDate(const _variant_t& value);
 

@@ -96,7 +96,7 @@ public:
             forgetInterval(databases);
         const WaitingRows waiting(databases.local());
         Outcome outcome = runTables(databases);
-        tellConflicts(outcome.result, waiting);
+        tellRecords(outcome.result, waiting);
         if (!cleared.is_null())
             outcome.result["cleared"] = cleared;
         return outcome;
@@ -304,13 +304,15 @@ private:
 
     /// The number of rows that wait after the run, and of those that did not wait before: through new connections,
     /// since the run's may be lost. Null where the database does not answer.
-    void tellConflicts(ordered_json& result, const WaitingRows& before)
+    void tellRecords(ordered_json& result, const WaitingRows& before)
     {
         result["conflicts_waiting"] = nullptr;
         result["conflicts_new"] = nullptr;
         std::vector<std::string> recorded;
+        ordered_json lastTimestamp;
         try {
             Databases databases(configuration_);
+            lastTimestamp = isoDate(lastReplicateDate(configuration_, databases));
             const WaitingRows after(databases.local());
             recorded = after.idsNotIn(before);
             result["conflicts_waiting"] = after.size();
@@ -319,7 +321,7 @@ private:
         catch (const com::Error&) {
             result["conflicts_waiting"] = nullptr;
         }
-        history_.noteConflicts(recorded);
+        history_.noteRecords(recorded, lastTimestamp);
     }
 
     const Configuration& configuration_;

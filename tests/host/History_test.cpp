@@ -28,7 +28,7 @@ protected:
     {
         History history(of(site));
         history.noteWriting();
-        history.noteConflicts({std::string(3000, 'x')});
+        history.noteRecords({std::string(3000, 'x')}, nullptr);
         EXPECT_TRUE(history.end({{"tables", ordered_json::array()}, {"recorded", recorded}}, 2, 1));
     }
 

@@ -2,8 +2,10 @@
 #include "Quinrep.h"
 
 #include "support/Sabotage.h"
+#include "text.h"
 
 using testing::AllOf;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::Pair;
 
@@ -107,6 +109,36 @@ TEST_F(StoppedRun, IsThatOfAFullCopyThatEmptiesOrReplacesATable)
         reasons.emplace_back(stop["table"], stop["reason"]);
     EXPECT_THAT(reasons,
                 ElementsAre(Pair("users", "deletes"), Pair("shortcut", "updates"), Pair("computer_type", "deletes")));
+}
+
+// At the office a second laptop's runs move the only interval.
+TEST_F(StoppedRun, IsThatOfRowsOverWhichSomethingElseHasMovedTheInterval)
+{
+    const auto lastTimestamp = [this] {
+        return local().row(L"select last_timestamp from replication_control where unique_key = 0");
+    };
+    addUsers(source(), 1, 2);
+    addUsers(destination(), 1, 2);
+    ASSERT_EQ(quinrep(L"run --ready").exitCode, kDone);
+    const std::wstring left = lastTimestamp();
+    changeUser(source(), 1, L"changed at the office", L"2098-01-01T08:00:00");
+    addUser(destination(), 3, L"typed in at the laptop", L"2098-01-01T09:00:00");
+    addUser(source(), 4, L"of both", L"2098-01-01T10:00:00");
+    addUser(destination(), 4, L"of both", L"2098-01-01T10:00:00");
+    local().execute(L"update replication_control set last_timestamp = '2098-02-01T00:00:00' where unique_key = 0");
+    const json stops = stopsOf(L"run");
+    ASSERT_EQ(stops[0]["reason"], "interval");
+    EXPECT_EQ(stops[0]["rows"][0]["key"], "1");
+    EXPECT_EQ(stops[0]["rows"][1]["key"], "3");
+    EXPECT_EQ(stops[0]["rows"].size(), 2U);
+
+    const std::string text = stops[0]["text"];
+    const size_t begin = text.find("update replication_control");
+    local().execute(toWide(text.substr(begin, text.find(". ", begin) - begin)));
+    EXPECT_EQ(lastTimestamp(), left);
+    EXPECT_EQ(quinrep(L"run --ready").exitCode, kRecorded);
+    EXPECT_EQ(users(destination())[0], L"1|changed at the office");
+    EXPECT_THAT(users(destination()), Contains(L"3|typed in at the laptop"));
 }
 
 // A full copy would empty the destination's table and fill it from itself, which the source's prefix names.
