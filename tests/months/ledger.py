@@ -154,7 +154,8 @@ class Ledger:
         if hidden:
             return hidden
         machine, former = OFFICE if loss.side == "source" else run.laptop, self.versions[loss.former.text]
-        if former.machine != machine and self._came_late(run.laptop, machine, loss.row, loss.former):
+        was_brought = former.machine != machine or self._arrived[machine, loss.row, loss.former.text] > former.typed
+        if was_brought and self._came_late(run.laptop, machine, loss.row, loss.former):
             return LATE
         if apart is None:
             return None
