@@ -76,22 +76,22 @@ struct RefusedRow
     bool isRecorded = true;
 };
 
-const std::vector<std::wstring> kCopied{L"6|changed", L"7|typed in", L"8|new"};
+const std::vector<std::wstring> kCopiedUsers{L"6|changed", L"7|typed in", L"8|new"};
 const std::vector<std::wstring> kConflict{L"users|7|<Null>|3|typed in"};
 const std::vector<std::wstring> kColumns{L"access_level|<Null>|1", L"active_f|<Null>|True", L"initials|<Null>|<Null>",
                                          L"unid|<Null>|7", L"user_name|<Null>|typed in"};
 
 const RefusedRow kRefusedRows[] = {
     {"Copied", true, L"users", L"user_name = 'new'", {L"6|changed", L"7|typed in"}},
-    {"Conflict", false, L"replication_conflict", L"conflict_type = 3", kCopied},
+    {"Conflict", false, L"replication_conflict", L"conflict_type = 3", kCopiedUsers},
     {"ColumnOfAConflict",
      false,
      L"replication_conflict_data",
      L"field_name = 'user_name'",
-     kCopied,
+     kCopiedUsers,
      kConflict,
      {L"unid|<Null>|7"}},
-    {"Control", false, L"replication_control", L"error_message is not null", kCopied, kConflict, kColumns, false},
+    {"Control", false, L"replication_control", L"error_message is not null", kCopiedUsers, kConflict, kColumns, false},
 };
 
 class RefusedRows : public BadInput, public testing::WithParamInterface<RefusedRow>
@@ -120,7 +120,7 @@ TEST_P(RefusedRows, EndTheTableKeepTheRowsBeforeThemAndComeWithTheNextRun)
     EXPECT_FALSE(local().hasPatientKey());
     EXPECT_THAT(counts(), IsEmpty());
     EXPECT_EQ(replicate(kUsers), (TableCounters{.destAdd = refused.atDestination ? 1 : 0, .conflict = 1, .error = 1}));
-    EXPECT_EQ(users(destination()), kCopied);
+    EXPECT_EQ(users(destination()), kCopiedUsers);
     EXPECT_TRUE(local().hasPatientKey());
 }
 

@@ -111,7 +111,7 @@ struct Copied
     const wchar_t* arrives;
 };
 
-const Copied kCopied[] = {
+const Copied kCopiedTypes[] = {
     {"Datetime2", L"datetime2", L"'2025-03-11 09:15:30.1234567'", L"2025-03-11 09:15:30.000"},
     {"Smalldatetime", L"smalldatetime", L"'2025-03-11 09:15'", L"2025-03-11 09:15:00.000"},
     {"Datetime", L"datetime", L"'2025-03-11 09:15:30.997'", L"2025-03-11 09:15:31.000"},
@@ -121,7 +121,7 @@ class CopiedType : public ColumnTypes, public testing::WithParamInterface<Copied
 {
 };
 
-INSTANTIATE_TEST_SUITE_P(, CopiedType, testing::ValuesIn(kCopied),
+INSTANTIATE_TEST_SUITE_P(, CopiedType, testing::ValuesIn(kCopiedTypes),
                          [](const auto& info) { return std::string(info.param.name); });
 
 TEST_P(CopiedType, ArrivesToTheSecond)

@@ -4,8 +4,8 @@
 
 namespace {
 
-constexpr wchar_t kKey[] = L"{0F8FAD5B-D9CB-469F-A165-70867728950E}";
-constexpr wchar_t kOtherKey[] = L"{7C9E6679-7425-40DE-944B-E07FC1F90AE7}";
+constexpr wchar_t kOwnKey[] = L"{0F8FAD5B-D9CB-469F-A165-70867728950E}";
+constexpr wchar_t kKeyOfOther[] = L"{7C9E6679-7425-40DE-944B-E07FC1F90AE7}";
 
 /// A row of a table that is replicated: every column but mod_date, with K for its own key and O for the key of another
 /// row; the patient id of its conflict (0 with a GUID), and what that says about it. Without a description it cannot
@@ -63,7 +63,7 @@ const std::vector<SampleRow> kSampleRows = {
 /// The letters K and O, where they stand for a value.
 std::wstring withKeys(std::wstring values)
 {
-    for (const auto& [letter, key] : {std::pair(L'K', kKey), std::pair(L'O', kOtherKey)}) {
+    for (const auto& [letter, key] : {std::pair(L'K', kOwnKey), std::pair(L'O', kKeyOfOther)}) {
         const std::wstring value = L"'" + std::wstring(key) + L"'";
         for (size_t at = 0; at + 1 < values.size(); ++at)
             if (values[at] == letter && values[at + 1] == L',' &&
@@ -152,7 +152,7 @@ TEST_F(EveryTable, HasItsConflictsSayWhichRowTheyMean)
     for (const SampleRow& row : kSampleRows)
         if (!row.description.empty()) {
             plans.push_back({.method = ONE_WAY, .table = row.table});
-            const std::wstring guid = row.table == L"chart_comment_info" ? kOtherKey : kKey;
+            const std::wstring guid = row.table == L"chart_comment_info" ? kKeyOfOther : kOwnKey;
             expected.push_back(row.table + L"|" + std::to_wstring(row.patientId) + L"|" +
                                (row.patientId != 0 ? L"<Null>" : guid) + L"|3|" + row.description +
                                (row.description.ends_with(L"date: ") ? date : L""));

@@ -20,6 +20,9 @@ struct ConnectOptions
 class RecordingTest : public ::testing::Test
 {
 protected:
+    /// 15 November 2026 at noon.
+    static constexpr DATE kNoon = 46341.5;
+
     RecordingTest();
     ~RecordingTest() override;
 

@@ -12,7 +12,6 @@ namespace {
 using com::Error;
 using Microsoft::WRL::ComPtr;
 
-constexpr DATE kNoon = 46341.5; // 15 November 2026 at noon
 
 _variant_t date(DATE value)
 {

@@ -17,7 +17,6 @@ using Lines = std::vector<std::wstring>;
 using Microsoft::WRL::ComPtr;
 using Statements = std::vector<AdoStatement>;
 
-constexpr DATE kNoon = 46341.5; // 15 November 2026 at noon
 constexpr wchar_t kNoTable[] = L"Table name not supplied\r\n";
 constexpr wchar_t kNoKey[] = L"Patiend id or table guid not supplied\r\n"; // spelled so
 constexpr wchar_t kNoKind[] = L"Conflict type not supplied\r\n";

@@ -6,11 +6,11 @@
 namespace {
 
 constexpr char kBegin[] = "[ RUN      ] ";
-constexpr char kPassed[] = "[       OK ] ";
-constexpr char kSkipped[] = "[  SKIPPED ] ";
-constexpr char kFailed[] = "[  FAILED  ] ";
+constexpr char kPassedMark[] = "[       OK ] ";
+constexpr char kSkippedMark[] = "[  SKIPPED ] ";
+constexpr char kFailedMark[] = "[  FAILED  ] ";
 constexpr char kAnyProgram[] = "[==========]";
-constexpr char kFinished[] = "[  PASSED  ] ";
+constexpr char kFinishedMark[] = "[  PASSED  ] ";
 constexpr DWORD kSkippedCode = 77;
 
 /// The reason of a skip follows the line that tells where it was.
@@ -36,7 +36,7 @@ public:
             result_.failed.push_back(test_ + "\n" + printed_ + ended);
         else if (end.output.find(kAnyProgram) == std::string::npos)
             judgeByCode(end, ended);
-        else if (result_.failed.empty() && (end.exitCode != 0 || end.output.find(kFinished) == std::string::npos))
+        else if (result_.failed.empty() && (end.exitCode != 0 || end.output.find(kFinishedMark) == std::string::npos))
             result_.failed.push_back("the program " + ended);
         return std::move(result_);
     }
@@ -50,11 +50,11 @@ private:
         }
         else if (test_.empty())
             return;
-        else if (ends(line, kPassed))
+        else if (ends(line, kPassedMark))
             ++result_.passed;
-        else if (ends(line, kSkipped))
+        else if (ends(line, kSkippedMark))
             result_.skipped.push_back(test_ + ": " + reasonOf(printed_));
-        else if (ends(line, kFailed))
+        else if (ends(line, kFailedMark))
             result_.failed.push_back(test_ + "\n" + printed_);
         else {
             printed_ += line + "\n";
