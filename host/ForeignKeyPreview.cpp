@@ -2,6 +2,7 @@
 
 #include "com/convert.h"
 #include "commands/rows.h"
+#include "db/sql_literals.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -10,24 +11,23 @@ using namespace quinmark;
 
 namespace {
 
-constexpr char kCannotDelete[] =
-    "At the destination {0} refers to {1} in {2} of its rows (foreign key {3}): the rows of {1} cannot be deleted, so "
-    "the full copy of {1} fails. ";
+constexpr char kReferring[] = "At the destination {0} refers in {2} of its rows to rows of {1} that would be deleted "
+                              "(foreign key {3}). ";
+constexpr char kCannotDelete[] = "So these cannot be deleted, and the run fails. ";
 constexpr char kEmptyFirst[] = "{0} is copied again: look with `quinrep verify --table {0}` that no row of it is the "
                                "destination's own, then empty "
                                "it there (delete from {0}), and before it the tables that refer to it.";
 constexpr char kNotCopiedAgain[] =
-    "{} is not copied whole: empty it there if its rows are not needed, drop the foreign "
-    "key, or give {} a method that goes row by row.";
+    "{0} is not copied whole: empty it there if its rows are not needed, drop the foreign key, or give {4} a method "
+    "that goes row by row.";
+constexpr char kReferElsewhere[] =
+    "Look at these rows of {0} there: let them refer to another row of {1}, or delete those that nobody needs.";
 constexpr char kDeletesToo[] =
-    "At the destination {0} refers to {1} in {2} of its rows (foreign key {3}, on delete cascade): these would be "
-    "deleted with the rows of {1}, and not be copied again. If that is meant, run with --force; if not, let the key "
-    "refuse it (no action).";
+    "These rows of {0} would be deleted with them (on delete cascade). If that is meant, run with --force; if not, let "
+    "the key refuse it (no action).";
 constexpr char kClears[] =
-    "At the destination {0} refers to {1} in {2} of its rows (foreign key {3}, on delete set null or default): these "
-    "would lose the reference when the rows of {1} are deleted. If that is meant, run with --force; if not, let the "
-    "key "
-    "refuse it (no action).";
+    "These rows of {0} would lose the reference (on delete set null or default). If that is meant, run with --force; "
+    "if not, let the key refuse it (no action).";
 constexpr char kOrphans[] = "In {2} of its rows {0} refers to a row of {1} that the destination will not have (foreign "
                             "key {3}): {0} would be emptied there, and then not copied. ";
 constexpr char kLateParent[] = "{} comes later: list it before {}, or drop the key for the copy if each refers to the "
@@ -39,26 +39,50 @@ constexpr char kPatientKey[] = "In {2} of its rows {0} refers to a row of {1} th
                                "run fails at its end, when it adds the foreign key {3} again, and leaves it dropped. "
                                "Replicate both tables, and put the rows in order that have no {1} at the source.";
 
-/// The condition under which a foreign key binds a row: none of its columns is Null.
-std::wstring binds(const ForeignKey& key)
+/// A name of the catalogue in a statement.
+std::wstring bracketed(const std::string& name)
+{
+    return L"[" + toWide(name) + L"]";
+}
+
+/// A table of a foreign key; one of another schema has that in front of its name.
+std::wstring tableName(const std::string& name)
+{
+    const size_t dot = name.find('.');
+    return dot == std::string::npos ? bracketed(name)
+                                    : bracketed(name.substr(0, dot)) + L"." + bracketed(name.substr(dot + 1));
+}
+
+/// The condition under which a foreign key binds the row `child`: none of its columns is Null.
+std::wstring binds(const ForeignKey& key, const std::wstring& child)
 {
     std::wstring condition;
-    for (const auto& [child, parent] : key.columns)
-        condition += (condition.empty() ? L"c." : L" and c.") + toWide(child) + L" is not null";
+    for (const auto& columns : key.columns)
+        condition += (condition.empty() ? L"" : L" and ") + child + L"." + bracketed(columns.first) + L" is not null";
     return condition;
 }
 
-std::wstring notIn(const ForeignKey& key, const std::string& parentTable)
+/// The condition under which the row `child` refers to a row `parent` of a table.
+std::wstring refersTo(const ForeignKey& key, const std::wstring& child, const std::wstring& table,
+                      const std::wstring& parent)
 {
     std::wstring condition;
-    for (const auto& [child, parent] : key.columns)
-        condition += (condition.empty() ? L"p." : L" and p.") + toWide(parent) + L" = c." + toWide(child);
-    return L" and not exists (select 1 from " + toWide(parentTable) + L" p where " + condition + L")";
+    for (const auto& [childColumn, parentColumn] : key.columns)
+        condition += (condition.empty() ? L"" : L" and ") + parent + L"." + bracketed(parentColumn) + L" = " + child +
+                     L"." + bracketed(childColumn);
+    return L"exists (select 1 from " + table + L" " + parent + L" where " + condition;
 }
 
-std::string told(const char* text, const ForeignKey& key, long long rows)
+/// The name of a row by its place in a chain of rows of which each refers to the one before it.
+std::wstring aliasOf(size_t place)
 {
-    return fmt::format(fmt::runtime(text), key.child, key.parent, rows, key.name);
+    return L"t" + std::to_wstring(place);
+}
+
+/// `table` is the one that the run writes.
+std::string told(const std::string& text, const ForeignKey& key, long long rows, const std::string& table = {})
+{
+    return fmt::format(fmt::runtime(text), key.child, key.parent, rows, key.name, table);
 }
 
 long long count(clsConn& conn, const std::wstring& sql)
@@ -76,47 +100,88 @@ ForeignKeyPreview::ForeignKeyPreview(const Configuration& configuration, Databas
       databases_(databases),
       keys_(foreignKeysOf(databases.destination()))
 {
-    // A table may refer to itself: it is deleted, and copied, by one statement.
-    std::erase_if(keys_, [this](const ForeignKey& key) {
-        const size_t child = writerOf(key.child);
-        return isSameName(key.child, key.parent) ||
-               (child < configuration_.tables.size() && child == writerOf(key.parent));
-    });
 }
 
 void ForeignKeyPreview::preview(const TableConfiguration& table, TableStops& stops) const
 {
     const size_t index = writerOf(table.name);
+    Found found;
     for (const ForeignKey& key : keys_) {
         const bool isChild = writerOf(key.child) == index;
         const bool isParent = writerOf(key.parent) == index;
-        if (!isChild && !isParent)
+        // Rows that refer to rows of the same full copy are deleted, and copied, with them.
+        if (isChild == isParent)
             continue;
         if (isDropped(key))
             previewPatientKey(key, stops);
         else if (isParent)
-            previewDeletion(key, index, stops);
+            findReferring(key, index, {}, {}, {}, found);
         else
             previewInsertion(key, index, stops);
     }
+    tellFound(index, found, stops);
 }
 
-void ForeignKeyPreview::previewDeletion(const ForeignKey& key, size_t index, TableStops& stops) const
+void ForeignKeyPreview::previewDeletedRows(size_t index, const DeletedKeys& deleted, TableStops& stops) const
 {
-    const long long rows = countReferring(key, rowsBefore(index, key.child));
-    if (rows == 0)
+    /// Rows in one statement.
+    constexpr size_t kRows = 500;
+    const TableConfiguration& table = configuration_.tables[index];
+    Found found;
+    std::wstring list;
+    size_t rows = 0;
+    for (const std::wstring& row : deleted[index]) {
+        list += (list.empty() ? L"" : L", ") + Common::SqlQuoteOnly(com::textVariant(row));
+        if (++rows % kRows != 0 && rows != deleted[index].size())
+            continue;
+        const std::wstring lost = aliasOf(0) + L"." + toWide(table.keyColumn()) + L" in (" + list + L")";
+        for (const ForeignKey& key : keys_)
+            if (isSameName(key.parent, table.name) && !isDropped(key) && !isSettled(key, table))
+                findReferring(key, index, lost, deleted, {}, found);
+        list.clear();
+    }
+    tellFound(index, found, stops);
+}
+
+void ForeignKeyPreview::findReferring(const ForeignKey& key, size_t index, const std::wstring& parents,
+                                      const DeletedKeys& deleted, std::vector<const ForeignKey*> path,
+                                      Found& found) const
+{
+    if (key.onDelete != OnDelete::Refuse && isCopiedAfter(index, key.child))
         return;
-    const size_t writer = writerOf(key.child);
-    const bool copiedAgain = isCopiedWhole(writer) && writer > index;
-    if (key.onDelete == OnDelete::Refuse)
-        stops.add(StopReason::WillFail,
-                  told(kCannotDelete, key, rows) + (isCopiedWhole(writer)
-                                                        ? fmt::format(kEmptyFirst, key.child)
-                                                        : fmt::format(kNotCopiedAgain, key.child, key.parent)));
-    else if (!copiedAgain && key.onDelete == OnDelete::DeleteToo)
-        stops.add(StopReason::Deletes, told(kDeletesToo, key, rows));
-    else if (!copiedAgain)
-        stops.add(StopReason::Updates, told(kClears, key, rows));
+    path.push_back(&key);
+    const std::wstring child = aliasOf(path.size());
+    const std::wstring lost = parents.empty() ? binds(key, child)
+                                              : refersTo(key, child, tableName(key.parent), aliasOf(path.size() - 1)) +
+                                                    L" and " + parents + L")";
+    const long long rows = countReferring(key, index, child, lost, deleted);
+    found[&key] += rows;
+    if (rows == 0 || key.onDelete != OnDelete::DeleteToo)
+        return;
+    for (const ForeignKey& next : keys_)
+        if (isSameName(next.parent, key.child) && std::ranges::find(path, &next) == path.end())
+            findReferring(next, index, lost, deleted, path, found);
+}
+
+void ForeignKeyPreview::tellFound(size_t index, const Found& found, TableStops& stops) const
+{
+    for (const ForeignKey& key : keys_) {
+        const auto rows = found.find(&key);
+        if (rows == found.end() || rows->second == 0)
+            continue;
+        const auto add = [&](StopReason reason, const std::string& text) {
+            stops.add(reason, told(kReferring + text, key, rows->second, configuration_.tables[index].name));
+        };
+        const bool isCopiedAgain = isCopiedWhole(writerOf(key.child));
+        if (key.onDelete == OnDelete::DeleteToo)
+            add(StopReason::Deletes, kDeletesToo);
+        else if (key.onDelete == OnDelete::Clear)
+            add(StopReason::Updates, kClears);
+        else if (!isCopiedWhole(index))
+            add(StopReason::WillFail, std::string(kCannotDelete) + kReferElsewhere);
+        else
+            add(StopReason::WillFail, std::string(kCannotDelete) + (isCopiedAgain ? kEmptyFirst : kNotCopiedAgain));
+    }
 }
 
 void ForeignKeyPreview::previewInsertion(const ForeignKey& key, size_t index, TableStops& stops) const
@@ -154,6 +219,12 @@ bool ForeignKeyPreview::isCopiedWhole(size_t index) const
     return index < configuration_.tables.size() && configuration_.tables[index].isCopiedWhole();
 }
 
+bool ForeignKeyPreview::isCopiedAfter(size_t index, const std::string& table) const
+{
+    const size_t writer = writerOf(table);
+    return writer > index && isCopiedWhole(writer);
+}
+
 ForeignKeyPreview::Rows ForeignKeyPreview::rowsBefore(size_t index, const std::string& table) const
 {
     const size_t writer = writerOf(table);
@@ -162,16 +233,36 @@ ForeignKeyPreview::Rows ForeignKeyPreview::rowsBefore(size_t index, const std::s
     return isCopiedWhole(writer) ? Rows::Sources : Rows::Mixed;
 }
 
+bool ForeignKeyPreview::isSettled(const ForeignKey& key, const TableConfiguration& table)
+{
+    const bool detached = isSameName(table.name, "dentist_company") && isSameName(key.child, "chart_comment_info") &&
+                          key.columns.size() == 1 && isSameName(key.columns.front().first, "dc_id");
+    return detached || (key.onDelete == OnDelete::DeleteToo && isSameName(key.child, table.dependent));
+}
+
 bool ForeignKeyPreview::isDropped(const ForeignKey& key) const
 {
     return !configuration_.localIsSource && isSameName(key.name, "FK_patient_dentist") &&
            isSameName(key.child, "patient");
 }
 
-long long ForeignKeyPreview::countReferring(const ForeignKey& key, Rows child) const
+long long ForeignKeyPreview::countReferring(const ForeignKey& key, size_t index, const std::wstring& child,
+                                            const std::wstring& condition, const DeletedKeys& deleted) const
 {
-    return count(child == Rows::Sources ? databases_.source() : databases_.destination(),
-                 L"select count(*) from " + toWide(key.child) + L" c where " + binds(key));
+    const size_t writer = writerOf(key.child);
+    clsConn& conn = rowsBefore(index, key.child) == Rows::Sources ? databases_.source() : databases_.destination();
+    const std::wstring rest = L" from " + tableName(key.child) + L" " + child + L" where " + condition;
+    // A key that refuses does so as long as the row is there.
+    const bool deletesItself = writer < deleted.size() && (key.onDelete != OnDelete::Refuse || writer <= index);
+    if (!deletesItself || deleted[writer].empty())
+        return count(conn, L"select count(*)" + rest);
+    long long rows = 0;
+    ado::Recordset rs =
+        openForwardOnly(conn, L"select " + child + L"." + toWide(configuration_.tables[writer].keyColumn()) + rest);
+    for (; !rs.eof(); rs.moveNext())
+        rows += deleted[writer].contains(com::concatText(rs.field(0).value())) ? 0 : 1;
+    rs.close();
+    return rows;
 }
 
 long long ForeignKeyPreview::countOrphans(const ForeignKey& key, Rows child, Rows parent) const
@@ -179,14 +270,16 @@ long long ForeignKeyPreview::countOrphans(const ForeignKey& key, Rows child, Row
     // A name with a schema takes no prefix.
     if (key.child.find('.') != std::string::npos || key.parent.find('.') != std::string::npos)
         return 0;
-    const std::string& source = configuration_.source.prefix;
-    const std::string& destination = configuration_.destination.prefix;
+    const auto nameOf = [](const SideConfiguration& side, const std::string& table) {
+        return toWide(side.prefix) + bracketed(table);
+    };
+    const SideConfiguration& source = configuration_.source;
+    const SideConfiguration& destination = configuration_.destination;
     std::wstring sql = L"select count(*) from " +
-                       toWide((child == Rows::Destinations ? destination : source) + key.child) + L" c where " +
-                       binds(key);
-    if (parent != Rows::Destinations)
-        sql += notIn(key, source + key.parent);
-    if (parent != Rows::Sources)
-        sql += notIn(key, destination + key.parent);
+                       nameOf(child == Rows::Destinations ? destination : source, key.child) + L" c where " +
+                       binds(key, L"c");
+    for (const auto& [side, rows] : {std::pair{&source, Rows::Sources}, {&destination, Rows::Destinations}})
+        if (parent == rows || parent == Rows::Mixed)
+            sql += L" and not " + refersTo(key, L"c", nameOf(*side, key.parent), L"p") + L")";
     return count(databases_.local(), sql);
 }

@@ -3,7 +3,7 @@
 #include "commands/rows.h"
 
 #include <algorithm>
-#include <functional>
+#include <fmt/format.h>
 
 using nlohmann::ordered_json;
 
@@ -108,6 +108,23 @@ std::vector<ForeignKey> foreignKeysOf(clsConn& conn)
         keys.back().columns.emplace_back(row["child_column"], row["parent_column"]);
     }
     return keys;
+}
+
+std::string deletionEffect(const ForeignKey& key)
+{
+    switch (key.onDelete) {
+    case OnDelete::DeleteToo:
+        return fmt::format("with a row, the destination deletes the rows of {} that refer to it (foreign key {}, on "
+                           "delete cascade)",
+                           key.child, key.name);
+    case OnDelete::Clear:
+        return fmt::format("with a row, the destination takes the reference to it out of the rows of {} (foreign key "
+                           "{}, on delete set null or default)",
+                           key.child, key.name);
+    case OnDelete::Refuse:
+        break;
+    }
+    return {};
 }
 
 std::vector<std::vector<std::string>> parentsFirst(const std::vector<std::string>& tables,

@@ -32,6 +32,9 @@ struct ForeignKey
 /// that in front of its name.
 std::vector<ForeignKey> foreignKeysOf(clsConn& conn);
 
+/// What the key does when a row of its parent is deleted; empty where it refuses that.
+std::string deletionEffect(const ForeignKey& key);
+
 /// Groups the tables so that each comes after those that it refers to, else as they were. A group is one table, or
 /// tables that refer to each other in a circle. Names without regard to case and brackets.
 std::vector<std::vector<std::string>> parentsFirst(const std::vector<std::string>& tables,

@@ -115,8 +115,7 @@ std::string prefixOf(clsConn& local, clsConn& side, const Place& place, const ch
 {
     if (place.server.empty())
         return bracketed(place.schema) + ".";
-    std::string prefix =
-        bracketed(toUtf8(side.getConn().defaultDatabase())) + "." + bracketed(place.schema) + ".";
+    std::string prefix = bracketed(toUtf8(side.getConn().defaultDatabase())) + "." + bracketed(place.schema) + ".";
     const std::string localServer = placeOf(local).server;
     if (place.server == localServer)
         return prefix;
@@ -168,13 +167,14 @@ public:
     {
         proposePrefixes();
         findTables();
-        keys_ = foreignKeysOf(databases_.destination());
-        const std::vector<ForeignKey> atSource = foreignKeysOf(databases_.source());
-        keys_.insert(keys_.end(), atSource.begin(), atSource.end());
+        const std::vector<ForeignKey> atDestination = foreignKeysOf(databases_.destination());
+        keys_ = foreignKeysOf(databases_.source());
+        keys_.insert(keys_.end(), atDestination.begin(), atDestination.end());
         for (const std::string& table : common_)
             add(proposeTable(table));
         putInOrder();
         warnOfParents();
+        warnOfDeletions(atDestination);
     }
 
 private:
@@ -385,6 +385,15 @@ private:
                                         " by a foreign key, which is not replicated: a row whose own the destination "
                                         "lacks ends the run in an error");
         }
+    }
+
+    void warnOfDeletions(const std::vector<ForeignKey>& keys)
+    {
+        for (ProposedTable& table : proposal_.tables)
+            for (const ForeignKey& key : keys)
+                if (const std::string effect = deletionEffect(key);
+                    !effect.empty() && isSameName(key.parent, table.table.name))
+                    table.reasons.push_back(effect + "; a run that would do so stops first");
     }
 
     bool isOut(const std::string& table) const

@@ -3,7 +3,6 @@
 #include "ConflictPreview.h"
 #include "DependentTable.h"
 #include "Failure.h"
-#include "ForeignKeyPreview.h"
 #include "History.h"
 #include "RowDecision.h"
 #include "TableContent.h"
@@ -412,6 +411,27 @@ RunPreview::RunPreview(const Configuration& configuration, Databases& databases)
                                              table.isCopiedWhole() ? &*keys : nullptr, last, left)
                                   .take());
         });
+    previewDeletedRows(configuration, databases, keys);
+}
+
+/// Only when all tables are previewed is it known which rows that refer to a deleted one the run deletes by itself.
+void RunPreview::previewDeletedRows(const Configuration& configuration, Databases& databases,
+                                    std::optional<ForeignKeyPreview>& keys)
+{
+    ForeignKeyPreview::DeletedKeys deleted(tables_.size());
+    for (size_t index = 0; index < tables_.size(); ++index)
+        if (!configuration.tables[index].isCopiedWhole())
+            for (const ordered_json& row : tables_[index].deletedRows)
+                deleted[index].insert(toWide(row["key"].get<std::string>()));
+    for (size_t index = 0; index < tables_.size(); ++index)
+        if (!deleted[index].empty())
+            whileDoing("looking for rows that refer to those of table " + tables_[index].name, [&] {
+                if (!keys)
+                    keys.emplace(configuration, databases);
+                TableStops stops(databases, tables_[index].name);
+                keys->previewDeletedRows(index, deleted, stops);
+                std::ranges::move(stops.take(), std::back_inserter(tables_[index].stops));
+            });
 }
 
 ordered_json RunPreview::stops(bool force, bool attended) const

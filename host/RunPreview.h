@@ -1,11 +1,13 @@
 #pragma once
 
 #include "Configuration.h"
+#include "ForeignKeyPreview.h"
 #include "RunStop.h"
 #include "Session.h"
 #include "replication/row_policy.h"
 
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -47,6 +49,8 @@ public:
     nlohmann::ordered_json tables() const;
 
 private:
+    void previewDeletedRows(const Configuration& configuration, Databases& databases,
+                            std::optional<ForeignKeyPreview>& keys);
     nlohmann::ordered_json stopsThat(bool arePassed, bool force, bool attended) const;
 
     std::vector<TablePreview> tables_;

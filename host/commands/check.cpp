@@ -1,4 +1,5 @@
 #include "DependentTable.h"
+#include "ForeignKeys.h"
 #include "Session.h"
 #include "WrittenColumns.h"
 #include "commands.h"
@@ -93,8 +94,18 @@ void warnOfTriggers(Findings& findings, const std::string& table, clsConn& writt
                        "let it do nothing for the user quinmarkapp_user, unless it is meant for copied rows too"});
 }
 
+/// Warns of what goes with rows that a run, or a decision, deletes at the destination.
+void warnOfKeys(Findings& findings, const TableConfiguration& table, const std::vector<ForeignKey>& keys)
+{
+    for (const ForeignKey& key : keys)
+        if (const std::string effect = deletionEffect(key); !effect.empty() && isSameName(key.parent, table.name))
+            findings.warn("table " + table.name, {effect, "let the key refuse it (no action), unless that is meant. A "
+                                                          "run that would do so stops first"});
+}
+
 /// Warns of methods and columns that end a run, or make it wait for a person, once there are rows for it.
-void warnOfTable(Findings& findings, Databases& databases, const TableConfiguration& table)
+void warnOfTable(Findings& findings, Databases& databases, const TableConfiguration& table,
+                 const std::vector<ForeignKey>& keys)
 {
     const std::string what = "table " + table.name;
     const MethodPlan plan = planOf(table.method, table.deletes);
@@ -111,6 +122,8 @@ void warnOfTable(Findings& findings, Databases& databases, const TableConfigurat
                                  "error at its first conflict",
                              "keep both sides from changing the same rows"});
     warnOfTriggers(findings, table.name, databases.destination(), "destination");
+    if (plan.engine != Engine::TwoWay)
+        warnOfKeys(findings, table, keys);
     if (plan.copiesRows)
         warnOfColumns(findings, table.name, databases.source(), databases.destination(), "destination");
     if (plan.engine != Engine::TwoWay)
@@ -136,7 +149,7 @@ void checkDependent(const Configuration& configuration, Databases& databases, co
 
 /// Rows that are compared one by one need their key and a date of change; copied ones and dependent ones do not.
 void checkTable(Findings& findings, const Configuration& configuration, Databases& databases,
-                const TableConfiguration& table)
+                const TableConfiguration& table, const std::vector<ForeignKey>& keys)
 {
     std::vector<std::string> needed;
     const bool copiedWhole = table.method == ONE_WAY_DELETE_ALL || table.method == COMPUTER_TYPE;
@@ -144,7 +157,7 @@ void checkTable(Findings& findings, const Configuration& configuration, Database
         needed = {table.keyColumn(), "mod_date"};
     if (findings.look("table " + table.name, "",
                       [&] { checkSides(configuration, databases, table.name, needed, copiedWhole); }))
-        warnOfTable(findings, databases, table);
+        warnOfTable(findings, databases, table, keys);
     const auto with = [&table](const std::string& dependent) { return "table " + dependent + ", with " + table.name; };
     if (table.method == COMPUTER_TYPE)
         findings.look(with("computer_type_setting"), "",
@@ -198,8 +211,9 @@ void checkDatabases(Findings& findings, const Configuration& configuration, bool
     findings.look("program version", "", [&] { checkProgramVersion(databases, configuration); });
     findings.look("control record", "grant the login the right to read the control tables",
                   [&] { checkControlRecord(databases, configuration); });
+    const std::vector<ForeignKey> keys = foreignKeysOf(databases.destination());
     for (const TableConfiguration& table : configuration.tables)
-        checkTable(findings, configuration, databases, table);
+        checkTable(findings, configuration, databases, table, keys);
 }
 
 bool canConnect(Findings& findings, const std::string& name, const SideConfiguration& side)

@@ -141,7 +141,8 @@ TEST_F(Copy, RowsThatKeepAParentFromBeingDeletedStopItAndItsAdviceHelps)
     ASSERT_EQ(stops.size(), 1U) << stops;
     EXPECT_EQ(stops[0]["table"], "dentist_company");
     const std::string text = stops[0]["text"];
-    EXPECT_THAT(text, StartsWith("At the destination chart_comment_info refers to dentist_company in 1 of its rows ("));
+    EXPECT_THAT(
+        text, StartsWith("At the destination chart_comment_info refers in 1 of its rows to rows of dentist_company "));
     ASSERT_THAT(text, AllOf(HasSubstr("look with `quinrep verify --table chart_comment_info` that no row of it is the "
                                       "destination's own"),
                             HasSubstr("(delete from chart_comment_info)")));
