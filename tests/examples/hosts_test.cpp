@@ -39,8 +39,10 @@ protected:
             skipWithoutRegistration();
         if (!IsSkipped() && !HasFatalFailure())
             Examples::SetUp();
-        if (IsSkipped() || HasFatalFailure())
-            return;
+    }
+
+    void prepare() override
+    {
         source().execute(L"insert into ada_code (unid, ada_code, ada_code_desc, mod_date) values "
                          L"('{11111111-2222-3333-4444-555555555555}', 'D0120', 'Examination', '" +
                          std::wstring(kNew) + L"')");

@@ -83,11 +83,8 @@ TEST_F(Script, TellsItsUsageBeforeItConnects)
 class DocumentedHost : public Script
 {
 protected:
-    void SetUp() override
+    void prepare() override
     {
-        Script::SetUp();
-        if (IsSkipped() || HasFatalFailure())
-            return;
         if (host().sourceDsn != L"QuinmarkOffice" || host().destinationDsn != L"QuinmarkLaptop")
             GTEST_SKIP() << "the sample knows the data sources of the test bed";
         runAt(LAPTOP);

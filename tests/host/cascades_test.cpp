@@ -2,7 +2,6 @@
 #include "Quinrep.h"
 
 #include "support/CreatedTable.h"
-#include "support/TemporaryFolder.h"
 
 using testing::AllOf;
 using testing::Contains;
@@ -21,11 +20,8 @@ using Stop = std::pair<std::string, std::string>;
 class Cascades : public Quinrep
 {
 protected:
-    void SetUp() override
+    void prepare() override
     {
-        Quinrep::SetUp();
-        if (IsSkipped() || HasFatalFailure())
-            return;
         tables = users_;
         addUsers(source(), 2, 3);
         addUsers(destination(), 1, 3);
@@ -126,20 +122,14 @@ TEST_F(Cascades, RowsBehindThoseThatAFullCopyWouldTakeAlongStopIt)
                                      Pair("deletes", HasSubstr("order refers in 1 of its rows to rows of users"))));
 }
 
-TEST_F(Cascades, AreToldByCheckAndInTheConfigurationThatInitWrites)
+TEST_F(Cascades, AreToldByCheck)
 {
     const Sabotage order(destination(), referring(L"[order]", L"users", L"on delete cascade", L"(1, 1)"));
-    const std::string effect = "with a row, the destination deletes the rows of order that refer to it (foreign key ";
     json finding;
     for (const json& check : json(quinrepJson(L"check", "check").result()["checks"]))
         if (check["check"] == "table users" && check["warning"] == true)
             finding = check;
-    EXPECT_THAT(finding.dump(), AllOf(HasSubstr(effect), HasSubstr("let the key refuse it (no action)")));
-    const TemporaryFolder folder;
-    const std::wstring path = folder.file(L"proposed.toml");
-    ChildProcess(L"\"" + builtFile(L"quinrep.exe").wstring() + L"\" -c \"" + path + L"\" init --source-dsn " +
-                 host().sourceDsn + L" --destination-dsn " + host().destinationDsn +
-                 L" --password env:QUINMARK_PASSWORD")
-        .wait();
-    EXPECT_THAT(contentOf(path), HasSubstr("# " + effect));
+    EXPECT_THAT(finding.dump(),
+                AllOf(HasSubstr("with a row, the destination deletes the rows of order that refer to it (foreign key "),
+                      HasSubstr("let the key refuse it (no action)")));
 }

@@ -15,11 +15,8 @@ constexpr char kAtDestination[] = "2026-01-02T00:00:00";
 class ValuesOfAConflict : public Quinrep
 {
 protected:
-    void SetUp() override
+    void prepare() override
     {
-        Quinrep::SetUp();
-        if (IsSkipped() || HasFatalFailure())
-            return;
         runAt(LAPTOP);
         tables = tableSection("shortcut", "one_way_deletes");
         for (const PracticeSide* side : {&source(), &destination()})

@@ -17,11 +17,8 @@ namespace {
 class Copy : public Quinrep
 {
 protected:
-    void SetUp() override
+    void prepare() override
     {
-        Quinrep::SetUp();
-        if (IsSkipped() || HasFatalFailure())
-            return;
         runAt(LAPTOP);
         programVersion = "laptop";
         // The comment before the company to which it refers.

@@ -118,6 +118,15 @@ TEST_F(Init, TablesThatReferToEachOtherAreToldAsSuch)
     EXPECT_THAT(written(), HasSubstr("# circle_first, circle_second refer to each other by foreign keys"));
 }
 
+TEST_F(Init, KeysByWhichRowsGoWithDeletedOnesAreTold)
+{
+    const Sabotage note(destination(),
+                        L"create table user_note (user_id int references users (unid) on delete cascade)",
+                        L"drop table user_note");
+    EXPECT_EQ(init().exitCode, kDone);
+    EXPECT_THAT(written(), HasSubstr("# with a row, the destination deletes the rows of user_note that refer to it ("));
+}
+
 TEST_F(Init, MistakesAreToldWithWhatToDoAndLeaveNoFile)
 {
     const std::wstring pair = L"init --source-dsn " + host().sourceDsn + L" --destination-dsn ";

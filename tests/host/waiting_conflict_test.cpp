@@ -12,11 +12,8 @@ constexpr char kContinue[] = "[run]\non_conflicts = 'continue'\n";
 class TypedInAtTheLaptop : public Quinrep
 {
 protected:
-    void SetUp() override
+    void prepare() override
     {
-        Quinrep::SetUp();
-        if (IsSkipped() || HasFatalFailure())
-            return;
         for (const PracticeSide* side : {&source(), &destination()})
             addUsers(*side, 1, 10);
         addUser(destination(), 11, L"typed in", kNew);

@@ -31,6 +31,7 @@ void PracticePair::SetUp()
     com::check(com::Dispatch::create(L"QuinmarkRepDLL.Factory").get()->QueryInterface(IID_PPV_ARGS(&factory_)));
     ASSERT_TRUE(GetModuleHandleW(builtFile(L"QuinmarkRepDLL.dll").c_str()))
         << "the component is not the one beside this";
+    prepare();
 }
 
 void PracticePair::TearDown()

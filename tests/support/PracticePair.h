@@ -78,6 +78,8 @@ protected:
 
     void SetUp() override;
     void TearDown() override;
+    /// What a test needs besides, once it has its databases.
+    virtual void prepare() {}
 
     const PracticeSide& source() const { return *source_; }
     const PracticeSide& destination() const { return *destination_; }
