@@ -4,21 +4,13 @@
 #include "commands/report.h"
 #include "conflicts/DecisionLog.h"
 #include "files.h"
-#include "text.h"
+#include "identity.h"
 
 #include <iostream>
 
 using nlohmann::ordered_json;
 
 namespace {
-
-std::string machineName()
-{
-    wchar_t name[MAX_COMPUTERNAME_LENGTH + 1] = L"";
-    DWORD length = MAX_COMPUTERNAME_LENGTH + 1;
-    GetComputerNameW(name, &length);
-    return toUtf8(name);
-}
 
 void tell(const std::string& text)
 {

@@ -2,23 +2,9 @@
 
 #include "HostError.h"
 #include "files.h"
-#include "text.h"
-
-#include <lmcons.h>
+#include "identity.h"
 
 using nlohmann::ordered_json;
-
-namespace {
-
-std::string windowsUser()
-{
-    wchar_t name[UNLEN + 1] = L"";
-    DWORD length = UNLEN + 1;
-    GetUserNameW(name, &length);
-    return toUtf8(name);
-}
-
-} // namespace
 
 DecisionLog::DecisionLog(const Configuration& configuration) : path_(path(configuration)), lines_(path_)
 {
