@@ -124,9 +124,7 @@ History::History(const Configuration& configuration) : lines_(shortened(path(con
                                               {"began", utcNow()}});
     if (!whole_)
         throw HostError(kUsage, "the history " + path(configuration) + " cannot be written",
-                        lines_.reason() == ERROR_SHARING_VIOLATION
-                            ? "Another program has it open; try again when that has ended."
-                            : kNameAnotherLog);
+                        adviceOnFile(lines_.reason(), kNameAnotherLog));
 }
 
 void History::noteWriting()

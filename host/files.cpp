@@ -6,7 +6,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fmt/chrono.h>
-#include <fstream>
+#include <windows.h>
 
 std::string besideLog(const Configuration& configuration, const std::string& ending)
 {
@@ -21,8 +21,18 @@ std::string absolutePath(const std::string& path)
 
 void requireWritable(const std::string& what, const std::string& path, const std::string& todo)
 {
-    if (!std::ofstream(toWide(path).c_str(), std::ios::app))
-        throw HostError(kUsage, what + " " + path + " cannot be written", todo);
+    const HANDLE file = CreateFileW(toWide(path).c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+        const std::string advice = adviceOnFile(GetLastError(), todo);
+        throw HostError(kUsage, what + " " + path + " cannot be written", advice);
+    }
+    CloseHandle(file);
+}
+
+std::string adviceOnFile(unsigned long reason, const std::string& todo)
+{
+    return reason == ERROR_SHARING_VIOLATION ? "Another program has it open; try again when that has ended." : todo;
 }
 
 std::string utcNow()

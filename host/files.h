@@ -10,8 +10,12 @@ std::string besideLog(const Configuration& configuration, const std::string& end
 /// A path that does not depend on the current folder.
 std::string absolutePath(const std::string& path);
 
-/// Raises HostError(kUsage) when a file cannot be written. It is made where there is none.
+/// Raises HostError(kUsage) when a file cannot be written: with the advice `todo`, unless another program has it open.
+/// It is made where there is none.
 void requireWritable(const std::string& what, const std::string& path, const std::string& todo);
+
+/// What to do about a file that cannot be opened: `todo`, unless the reason, as GetLastError says, is another program.
+std::string adviceOnFile(unsigned long reason, const std::string& todo);
 
 /// Now, in UTC, as 2026-11-21T09:48:34Z.
 std::string utcNow();

@@ -1,7 +1,9 @@
 // The findings of `quinrep check`, and an administrator's first mistakes: each is told with its remedy, before a run.
+#include "JsonLines.h"
 #include "Quinrep.h"
 
 #include "support/Sabotage.h"
+#include "text.h"
 
 #include <fstream>
 
@@ -111,6 +113,10 @@ TEST_F(Quinrep, FilesThatCannotBeWrittenAreFoundBeforeTheRun)
     std::filesystem::create_directory(decisionLog());
     expectRefusal(L"run", "the decision log ");
     std::filesystem::remove(decisionLog());
+    {
+        const JsonLines decider(toUtf8(decisionLog().wstring()));
+        expectRefusal(L"run", " cannot be written\n  Another program has it open; try again when that has ended.");
+    }
     EXPECT_THAT(users(destination()), IsEmpty());
 }
 
