@@ -53,7 +53,8 @@ void shorten(const std::string& path)
         if (!file.flush())
             return;
     }
-    MoveFileExW(toWide(shorter).c_str(), toWide(path).c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
+    if (!MoveFileExW(toWide(shorter).c_str(), toWide(path).c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
+        DeleteFileW(toWide(shorter).c_str());
 }
 
 /// The path, of a file that is not too large.

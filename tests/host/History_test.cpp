@@ -32,7 +32,8 @@ protected:
         EXPECT_TRUE(history.end({{"tables", ordered_json::array()}, {"recorded", recorded}}, 2, 1));
     }
 
-    unsigned long long size() const { return std::filesystem::file_size(folder_.file(L"replication.history.jsonl")); }
+    std::filesystem::path file() const { return folder_.file(L"replication.history.jsonl"); }
+    unsigned long long size() const { return exists(file()) ? file_size(file()) : 0; }
 
     RecordedError known(enumReplicationUniqueId site, const std::string& error) const
     {
@@ -65,6 +66,25 @@ TEST_F(HistoryFile, HasNoOtherWriterWhileARunGoesOn)
 {
     const History history(of(OFFICES));
     EXPECT_THROW(History(of(LAPTOP)), HostError);
+}
+
+// A viewer without the right to take it away keeps a file in its place.
+TEST_F(HistoryFile, ThatSomebodyReadsIsNotShortenedAndNothingIsLeftBeside)
+{
+    for (int run = 1; size() <= 1 << 20; ++run)
+        addRun(OFFICES, "run " + std::to_string(run));
+    const size_t runs = History::read(of(OFFICES)).size();
+    const auto large = size();
+    {
+        std::ifstream reader(file());
+        ASSERT_TRUE(reader.is_open());
+        addRun(OFFICES, "meanwhile");
+    }
+    EXPECT_GT(size(), large);
+    EXPECT_EQ(History::read(of(OFFICES)).size(), runs + 1);
+    EXPECT_FALSE(std::filesystem::exists(file() += L".new"));
+    addRun(OFFICES, "the last");
+    EXPECT_LT(size(), 200'000U);
 }
 
 TEST_F(HistoryFile, TellsTheErrorInShort)
