@@ -92,8 +92,11 @@ std::string tomlText(const std::string& text)
 }
 
 /// A comment of as many lines as it takes; all but the first are indented.
-std::string comment(const std::string& text)
+std::string comment(std::string text)
 {
+    // A driver's message may have several lines, and only the first would be a comment.
+    std::erase(text, '\r');
+    std::ranges::replace(text, '\n', ' ');
     std::string lines;
     std::string line = "#";
     for (size_t begin = 0; begin < text.size();) {

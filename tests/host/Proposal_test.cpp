@@ -1,6 +1,10 @@
 // The methods that `quinrep init` proposes for a table, by what is known of it.
 #include "Proposal.h"
 
+#include "support/TemporaryFolder.h"
+#include "text.h"
+
+#include <fstream>
 #include <gmock/gmock.h>
 
 namespace {
@@ -75,3 +79,24 @@ INSTANTIATE_TEST_SUITE_P(
         ProposalCase{"WithoutDate", facts([](TableFacts& table) { table.hasDate = false; }), "none",
                      "it has no column mod_date; method \"full_copy\" needs none"}),
     [](const auto& info) { return info.param.name; });
+
+// The text of an error has as many lines as its driver likes.
+TEST(ProposedConfiguration, CanBeReadWhateverTheReasonsSay)
+{
+    Proposal proposal;
+    proposal.configuration.source = {.dsn = "Office", .prefix = "Office.dbo.", .password = "prompt"};
+    proposal.configuration.destination = {.dsn = "Laptop", .prefix = "Laptop.dbo.", .password = "prompt"};
+    proposal.configuration.logFile = "x.log";
+    proposal.configuration.programVersion = "laptop";
+    const std::string text = "ERROR: permission denied for table remark;\r\nError while executing the query";
+    ProposedTable table;
+    table.table.name = "users";
+    table.reasons = {text};
+    proposal.tables = {table};
+    table.isLeftOut = true;
+    proposal.leftOut = {table};
+    const TemporaryFolder folder;
+    const std::wstring path = folder.file(L"quinrep.toml");
+    std::ofstream(std::filesystem::path(path)) << configurationText(proposal);
+    EXPECT_EQ(tableNames(loadConfiguration(toUtf8(path))), std::vector<std::string>{"users"});
+}
