@@ -22,6 +22,8 @@ namespace {
 
 /// Characters of the output's end that a failure tells.
 constexpr size_t kToldOutput = 500;
+/// Bytes of the output's end that are read. A command may write more than a program's memory holds.
+constexpr std::streamoff kReadOutput = 1 << 20;
 
 class Handle
 {
@@ -104,23 +106,30 @@ std::string platformText(DWORD error)
     return trimmed(toUtf8(text));
 }
 
+/// The end of a text in UTF-8, of whole characters.
+std::string endOf(const std::string& text, size_t length)
+{
+    if (text.size() <= length)
+        return text;
+    size_t begin = text.size() - length;
+    while (begin < text.size() && (text[begin] & 0xC0) == 0x80) // within a character
+        ++begin;
+    return "... " + text.substr(begin);
+}
+
 /// The output of console programs is in the console's code page, unless they write UTF-8.
 std::string outputOf(const std::filesystem::path& path)
 {
-    std::ifstream file(path, std::ios::binary);
+    std::ifstream file(path, std::ios::binary | std::ios::ate);
+    // With room for the beginning of a character.
+    const std::streamoff begin =
+        std::max(static_cast<std::streamoff>(file.tellg()) - kReadOutput - 4, std::streamoff{0});
+    file.seekg(begin);
     std::string text{std::istreambuf_iterator<char>(file), {}};
+    if (begin > 0)
+        text = endOf(text, kReadOutput);
     std::erase(text, '\r');
     return trimmed(isUtf8(text) ? text : toUtf8(fromConsole(text)));
-}
-
-std::string endOf(const std::string& output)
-{
-    if (output.size() <= kToldOutput)
-        return output;
-    size_t begin = output.size() - kToldOutput;
-    while (begin < output.size() && (output[begin] & 0xC0) == 0x80) // within a character
-        ++begin;
-    return "... " + output.substr(begin);
 }
 
 /// A process with all that it starts.
@@ -244,6 +253,6 @@ std::optional<std::string> hookFailure(const Configuration& configuration, const
     if (!quiet && !output.empty())
         std::cerr << output << std::endl;
     if (failure && !output.empty())
-        *failure += ": " + endOf(output);
+        *failure += ": " + endOf(output, kToldOutput);
     return failure;
 }

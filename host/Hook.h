@@ -15,8 +15,8 @@ using EnvironmentVariables = std::vector<std::pair<std::string, std::string>>;
 /// it did not end in time or was cancelled, and was ended with all that it had started. Nothing when it ended with 0.
 ///
 /// It inherits the environment without the variables that hold passwords, gets `variables` and, as QUINREP_RESULT, the
-/// path of a file with `result`, which is there for as long as the command runs. Its output goes to standard error
-/// unless `quiet`.
+/// path of a file with `result`, which is there for as long as the command runs. Its output, of which the last
+/// megabyte, goes to standard error unless `quiet`.
 std::optional<std::string> hookFailure(const Configuration& configuration, const std::string& command,
                                        const EnvironmentVariables& variables, const nlohmann::ordered_json& result,
                                        bool quiet);

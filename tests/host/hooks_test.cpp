@@ -6,6 +6,7 @@
 
 #include <fstream>
 
+using testing::AllOf;
 using testing::AnyOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -201,6 +202,19 @@ TEST_F(Hooks, CommandAfterThatFailsIsToldAndChangesNothing)
     EXPECT_EQ(ended.result()["after_failed"], "the command after the run ended with exit code 5: no mail");
     EXPECT_THAT(outcomes(), ElementsAre("done"));
     EXPECT_THAT(users(destination()), ElementsAre(L"1|new"));
+}
+
+TEST_F(Hooks, OutputOfACommandIsToldToItsLastMegabyte)
+{
+    std::string lines;
+    for (int line = 0; line < 120'000; ++line)
+        lines += "a line of ten words and more\xC3\xA4\n";
+    write(L"output.txt", lines);
+    hook("after", "type \"" + path(L"output.txt") + "\"\necho the end");
+    const Ended ended = quinrep(L"run");
+    EXPECT_EQ(ended.exitCode, kDone);
+    EXPECT_THAT(ended.messages, AllOf(HasSubstr("\n... "), HasSubstr("and more\xC3\xA4"), HasSubstr("the end")));
+    EXPECT_LT(ended.messages.size(), 1'200'000U);
 }
 
 TEST_F(Hooks, KilledRunIsBrokenOffInTheHistoryAndItsCommandEnds)
