@@ -40,7 +40,7 @@ constexpr char kPatientKey[] = "In {2} of its rows {0} refers to a row of {1} th
                                "Replicate both tables, and put the rows in order that have no {1} at the source.";
 
 /// A name of the catalogue in a statement.
-std::wstring bracketed(const std::string& name)
+std::wstring catalogName(const std::string& name)
 {
     return L"[" + toWide(name) + L"]";
 }
@@ -49,8 +49,8 @@ std::wstring bracketed(const std::string& name)
 std::wstring tableName(const std::string& name)
 {
     const size_t dot = name.find('.');
-    return dot == std::string::npos ? bracketed(name)
-                                    : bracketed(name.substr(0, dot)) + L"." + bracketed(name.substr(dot + 1));
+    return dot == std::string::npos ? catalogName(name)
+                                    : catalogName(name.substr(0, dot)) + L"." + catalogName(name.substr(dot + 1));
 }
 
 /// The condition under which a foreign key binds the row `child`: none of its columns is Null.
@@ -58,7 +58,7 @@ std::wstring binds(const ForeignKey& key, const std::wstring& child)
 {
     std::wstring condition;
     for (const auto& columns : key.columns)
-        condition += (condition.empty() ? L"" : L" and ") + child + L"." + bracketed(columns.first) + L" is not null";
+        condition += (condition.empty() ? L"" : L" and ") + child + L"." + catalogName(columns.first) + L" is not null";
     return condition;
 }
 
@@ -68,8 +68,8 @@ std::wstring refersTo(const ForeignKey& key, const std::wstring& child, const st
 {
     std::wstring condition;
     for (const auto& [childColumn, parentColumn] : key.columns)
-        condition += (condition.empty() ? L"" : L" and ") + parent + L"." + bracketed(parentColumn) + L" = " + child +
-                     L"." + bracketed(childColumn);
+        condition += (condition.empty() ? L"" : L" and ") + parent + L"." + catalogName(parentColumn) + L" = " + child +
+                     L"." + catalogName(childColumn);
     return L"exists (select 1 from " + table + L" " + parent + L" where " + condition;
 }
 
@@ -271,7 +271,7 @@ long long ForeignKeyPreview::countOrphans(const ForeignKey& key, Rows child, Row
     if (key.child.find('.') != std::string::npos || key.parent.find('.') != std::string::npos)
         return 0;
     const auto nameOf = [](const SideConfiguration& side, const std::string& table) {
-        return toWide(side.prefix) + bracketed(table);
+        return toWide(side.prefix) + catalogName(table);
     };
     const SideConfiguration& source = configuration_.source;
     const SideConfiguration& destination = configuration_.destination;

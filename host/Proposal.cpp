@@ -1,6 +1,5 @@
 #include "Proposal.h"
 
-#include "HostError.h"
 #include "WrittenColumns.h"
 #include "commands/rows.h"
 
@@ -12,47 +11,15 @@ using nlohmann::ordered_json;
 
 namespace {
 
-/// A table of more rows takes too long to be copied whole every evening.
-constexpr long long kSmall = 10'000;
-
-std::string joined(const std::vector<std::string>& names)
+/// The tables of a connection's own schema.
+std::vector<std::string> tablesOf(clsConn& conn)
 {
-    return fmt::format("{}", fmt::join(names, ", "));
-}
-
-ProposedTable leftOut(const std::string& name, std::string reason)
-{
-    ProposedTable out;
-    out.table.name = name;
-    out.isLeftOut = true;
-    out.reasons = {std::move(reason)};
-    return out;
-}
-
-ProposedTable proposed(const std::string& name, enumReplicationMethod method, std::string reason)
-{
-    ProposedTable table;
-    table.table.name = name;
-    table.table.method = method;
-    table.reasons = {std::move(reason)};
-    return table;
-}
-
-/// Why a table cannot be copied whole; empty when it can.
-std::string whyNotWhole(const TableFacts& facts)
-{
-    if (!facts.noCopy.empty())
-        return facts.noCopy;
-    return facts.referrers.empty() ? "" : "foreign keys of " + joined(facts.referrers) + " refer to it";
-}
-
-std::vector<std::string> tablesOf(clsConn& conn, const std::string& schema)
-{
+    const std::wstring tables = L"select TABLE_NAME as name from INFORMATION_SCHEMA.TABLES where TABLE_TYPE = 'BASE "
+                                L"TABLE' and TABLE_SCHEMA = ";
+    const std::wstring order = L" order by TABLE_NAME";
     std::vector<std::string> names;
     for (const ordered_json& row :
-         jsonRows(conn, L"select TABLE_NAME as name from INFORMATION_SCHEMA.TABLES where TABLE_TYPE = 'BASE TABLE' and "
-                        L"TABLE_SCHEMA = " +
-                            Common::SqlQuote(toWide(schema), false, false) + L" order by TABLE_NAME"))
+         catalogRows(conn, tables + L"schema_name()" + order, tables + L"current_schema" + order))
         names.push_back(row["name"]);
     return names;
 }
@@ -62,72 +29,6 @@ bool isControlTable(const std::string& name)
 {
     const std::wstring upper = com::upperCase(toWide(name));
     return upper == L"CONTROL" || upper.starts_with(L"REPLICATION_");
-}
-
-/// A connection's server and schema; the server is empty where only SQL Server would tell it.
-struct Place
-{
-    std::string server;
-    std::string schema;
-};
-
-Place placeOf(clsConn& conn)
-{
-    const ordered_json rows = catalogRows(
-        conn, L"select cast(serverproperty('ServerName') as varchar(128)) as server, schema_name() as in_schema",
-        L"select '' as server, current_schema as in_schema");
-    return {rows.at(0)["server"], rows.at(0)["in_schema"]};
-}
-
-bool isOrdinaryName(const std::string& name)
-{
-    return !name.empty() && name.find_first_of("0123456789") != 0 &&
-           std::ranges::all_of(name, [](unsigned char c) { return std::isalnum(c) || c == '_'; });
-}
-
-std::string bracketed(const std::string& name)
-{
-    return isOrdinaryName(name) ? name : "[" + name + "]";
-}
-
-/// The name under which a server knows another one; empty when it does not.
-std::string linkedServer(clsConn& local, const std::string& server)
-{
-    for (const ordered_json& row : jsonRows(local, L"select name from sys.servers where is_linked = 1 order by name")) {
-        std::string name = row["name"];
-        try {
-            const ordered_json found =
-                jsonRows(local, L"select server from openquery(" + toWide(bracketed(name)) +
-                                    L", 'select cast(serverproperty(''ServerName'') as varchar(128)) as server')");
-            if (found.at(0)["server"] == server)
-                return name;
-        }
-        catch (const com::Error&) {
-            // A linked server that does not answer is not the one.
-            continue;
-        }
-    }
-    return {};
-}
-
-/// The prefix by which the local connection reaches a side's tables.
-std::string prefixOf(clsConn& local, clsConn& side, const Place& place, const char* name)
-{
-    if (place.server.empty())
-        return bracketed(place.schema) + ".";
-    std::string prefix = bracketed(toUtf8(side.getConn().defaultDatabase())) + "." + bracketed(place.schema) + ".";
-    const std::string localServer = placeOf(local).server;
-    if (place.server == localServer)
-        return prefix;
-    const std::string linked = linkedServer(local, place.server);
-    if (linked.empty())
-        throw HostError(
-            kNotReady,
-            fmt::format("the local database is on {}, which has no linked server for {}", localServer, place.server),
-            fmt::format("Make a linked server (docs/sql-server.md, Prefixes), or name the {0}'s prefix "
-                        "with --{0}-prefix, such as OFFICESRV.{1}",
-                        name, prefix));
-    return bracketed(linked) + "." + prefix;
 }
 
 /// How the columns of the two sides differ, in words.
@@ -143,11 +44,11 @@ std::string columnDifference(const std::vector<std::wstring>& source, const std:
             if (std::ranges::find(its, column) == its.end())
                 names.push_back(toUtf8(column));
         if (!names.empty())
-            parts.push_back(fmt::format("the {} lacks {}", side, joined(names)));
+            parts.push_back(fmt::format("the {} lacks {}", side, joinedNames(names)));
     };
     lacking("destination", source, destination);
     lacking("source", destination, source);
-    return parts.empty() ? "the columns stand in another order" : joined(parts);
+    return parts.empty() ? "the columns stand in another order" : joinedNames(parts);
 }
 
 /// Looks at both databases and proposes.
@@ -157,15 +58,13 @@ public:
     Proposer(Proposal& proposal, Databases& databases)
         : proposal_(proposal),
           configuration_(proposal.configuration),
-          databases_(databases),
-          sourcePlace_(placeOf(databases.source())),
-          destinationPlace_(placeOf(databases.destination()))
+          databases_(databases)
     {
     }
 
     void propose()
     {
-        proposePrefixes();
+        proposePrefixes(configuration_, databases_);
         findTables();
         const std::vector<ForeignKey> atDestination = foreignKeysOf(databases_.destination());
         keys_ = foreignKeysOf(databases_.source());
@@ -178,37 +77,10 @@ public:
     }
 
 private:
-    void proposePrefixes()
-    {
-        const auto propose = [&](SideConfiguration& side, clsConn& conn, const Place& place, const char* name) {
-            if (side.prefix.empty())
-                side.prefix = prefixOf(databases_.local(), conn, place, name);
-            try {
-                columnNames(databases_.local(), toWide(side.prefix) + L"control");
-            }
-            catch (const com::Error& error) {
-                throw HostError(kNotReady,
-                                fmt::format("the local database does not reach {}control: {}", side.prefix,
-                                            trimmed(toUtf8(error.description))),
-                                fmt::format("Both databases need the control tables (docs/sql-server.md). If the {0} "
-                                            "has them, name its prefix with --{0}-prefix; to another server it needs a "
-                                            "linked server there.",
-                                            name));
-            }
-        };
-        propose(configuration_.source, databases_.source(), sourcePlace_, "source");
-        propose(configuration_.destination, databases_.destination(), destinationPlace_, "destination");
-        if (isSameName(configuration_.source.prefix, configuration_.destination.prefix))
-            throw HostError(kUsage,
-                            fmt::format("both data sources lead to one database, {}", configuration_.source.prefix),
-                            "Give each its own default database, and name the office's with --source-dsn.");
-        requireOwnPrefixes(configuration_, databases_);
-    }
-
     void findTables()
     {
-        const std::vector<std::string> source = tablesOf(databases_.source(), sourcePlace_.schema);
-        const std::vector<std::string> destination = tablesOf(databases_.destination(), destinationPlace_.schema);
+        const std::vector<std::string> source = tablesOf(databases_.source());
+        const std::vector<std::string> destination = tablesOf(databases_.destination());
         const auto isIn = [](const std::vector<std::string>& names, const std::string& table) {
             return std::ranges::any_of(names, [&](const std::string& name) { return isSameName(name, table); });
         };
@@ -365,8 +237,9 @@ private:
                     proposal_.tables, [&](const ProposedTable& table) { return table.table.name == name; }));
                 if (group.size() > 1)
                     ordered.back().reasons.push_back(
-                        joined(group) + " refer to each other by foreign keys: no order suits them all, and a new row "
-                                        "that refers to a new row of a later table ends the run in an error");
+                        joinedNames(group) +
+                        " refer to each other by foreign keys: no order suits them all, and a new row "
+                        "that refers to a new row of a later table ends the run in an error");
             }
         proposal_.tables = std::move(ordered);
     }
@@ -381,7 +254,7 @@ private:
                     std::ranges::find(parents, key.parent) == parents.end())
                     parents.push_back(key.parent);
             if (!parents.empty())
-                table.reasons.push_back("it refers to " + joined(parents) +
+                table.reasons.push_back("it refers to " + joinedNames(parents) +
                                         " by a foreign key, which is not replicated: a row whose own the destination "
                                         "lacks ends the run in an error");
         }
@@ -407,38 +280,11 @@ private:
     Proposal& proposal_;
     Configuration& configuration_;
     Databases& databases_;
-    Place sourcePlace_;
-    Place destinationPlace_;
     std::vector<std::string> common_;
     std::vector<ForeignKey> keys_;
 };
 
 } // namespace
-
-ProposedTable proposeMethod(const TableFacts& facts)
-{
-    if (!facts.difference.empty())
-        return leftOut(facts.name, "both sides need the same columns in the same order: " + facts.difference);
-    if (!facts.hasKey || !facts.hasDate)
-        return leftOut(facts.name, fmt::format("it has no column {}; method \"full_copy\" needs none{}",
-                                               !facts.hasKey ? "unid" : "mod_date",
-                                               facts.hasDate ? ", and \"by_key\" takes another key" : ""));
-    const std::string notWhole = whyNotWhole(facts);
-    if (!facts.noRows.empty())
-        return notWhole.empty() ? proposed(facts.name, ONE_WAY_DELETE_ALL, "copied whole: " + facts.noRows)
-                                : leftOut(facts.name, facts.noRows + ", and it cannot be copied whole: " + notWhole);
-    if (facts.isDescribed)
-        return proposed(facts.name, ONE_WAY_ALLOW_DELETES, "row by row; it has a description for conflicts");
-    if (facts.sourceRows <= kSmall && notWhole.empty())
-        return proposed(facts.name, ONE_WAY_DELETE_ALL,
-                        fmt::format("copied whole: it has no description, without which a conflict ends the run in an "
-                                    "error; it is small ({} rows), and no table refers to it",
-                                    facts.sourceRows));
-    return proposed(facts.name, ONE_WAY_ALLOW_DELETES,
-                    fmt::format("row by row. It has no description, so a run ends in an error at its first conflict; "
-                                "it cannot be copied whole: {}",
-                                notWhole.empty() ? fmt::format("it has {} rows", facts.sourceRows) : notWhole));
-}
 
 Proposal proposeConfiguration(Configuration configuration, Databases& databases)
 {

@@ -34,6 +34,13 @@ struct ProposedTable
     std::vector<std::string> reasons;
 };
 
+/// A table that stays out, and one with its method.
+ProposedTable leftOut(const std::string& name, std::string reason);
+ProposedTable proposed(const std::string& name, enumReplicationMethod method, std::string reason);
+
+/// Names in a sentence.
+std::string joinedNames(const std::vector<std::string>& names);
+
 /// The method for a table that is like any other. No I/O.
 ProposedTable proposeMethod(const TableFacts& facts);
 
@@ -44,6 +51,9 @@ struct Proposal
     std::vector<ProposedTable> tables;
     std::vector<ProposedTable> leftOut;
 };
+
+/// Proposes the prefixes of a configuration that has none, and tries them. Raises as proposeConfiguration.
+void proposePrefixes(Configuration& configuration, Databases& databases);
 
 /// Proposes the prefixes, where the configuration has none, and the tables. `configuration` has data sources, site and
 /// roles. Raises com::Error when a database does not answer, and HostError when the pair cannot be used.
