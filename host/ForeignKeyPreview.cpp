@@ -14,12 +14,8 @@ namespace {
 constexpr char kReferring[] = "At the destination {0} refers in {2} of its rows to rows of {1} that would be deleted "
                               "(foreign key {3}). ";
 constexpr char kCannotDelete[] = "So these cannot be deleted, and the run fails. ";
-constexpr char kEmptyFirst[] = "{0} is copied again: look with `quinrep verify --table {0}` that no row of it is the "
-                               "destination's own, then empty "
-                               "it there (delete from {0}), and before it the tables that refer to it.";
-constexpr char kNotCopiedAgain[] =
-    "{0} is not copied whole: empty it there if its rows are not needed, drop the foreign key, or give {4} a method "
-    "that goes row by row.";
+constexpr char kRowByRow[] = "Have a run bring {4} row by row, by another method than full_copy; or drop the key at the "
+                             "destination for the copy, and add it again afterwards.";
 constexpr char kReferElsewhere[] =
     "Look at these rows of {0} there: let them refer to another row of {1}, or delete those that nobody needs.";
 constexpr char kDeletesToo[] =
@@ -172,15 +168,13 @@ void ForeignKeyPreview::tellFound(size_t index, const Found& found, TableStops& 
         const auto add = [&](StopReason reason, const std::string& text) {
             stops.add(reason, told(kReferring + text, key, rows->second, configuration_.tables[index].name));
         };
-        const bool isCopiedAgain = isCopiedWhole(writerOf(key.child));
         if (key.onDelete == OnDelete::DeleteToo)
             add(StopReason::Deletes, kDeletesToo);
         else if (key.onDelete == OnDelete::Clear)
             add(StopReason::Updates, kClears);
-        else if (!isCopiedWhole(index))
-            add(StopReason::WillFail, std::string(kCannotDelete) + kReferElsewhere);
         else
-            add(StopReason::WillFail, std::string(kCannotDelete) + (isCopiedAgain ? kEmptyFirst : kNotCopiedAgain));
+            add(StopReason::WillFail,
+                std::string(kCannotDelete) + (isCopiedWhole(index) ? kRowByRow : kReferElsewhere));
     }
 }
 

@@ -261,9 +261,8 @@ std::string run(const ordered_json& result)
 std::string copied(const ordered_json& result)
 {
     if (result.contains("stops"))
-        return runText(result, "") +
-               "The first copy is for empty tables. Where it was made before, go on with `quinrep "
-               "run --ready`.\n";
+        return (result.contains("todo") ? resultText(result["todo"]) + "\n" : "") +
+               "Nothing was written. The copy stopped before it began:\n" + stopped(result["stops"]);
     return runText(result, result.contains("error")
                                ? std::string()
                                : fmt::format("Copied as of {}. The next run takes what has changed since.\n",

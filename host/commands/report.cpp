@@ -192,7 +192,8 @@ private:
             return card("trouble", paragraphs);
         }
         if (hasStopped())
-            return card("trouble", {"Nothing was written: the run stopped before it began."}) + stops(result_["stops"]);
+            return (result_.contains("todo") ? card("trouble", {escapeHtml(textOf(result_, "todo"))}) : "") +
+                   card("trouble", {"Nothing was written: the run stopped before it began."}) + stops(result_["stops"]);
         return isGood() ? card("notice", {"Everything was done, and nothing waits for a decision."}) : "";
     }
 

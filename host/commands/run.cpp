@@ -14,6 +14,7 @@
 #include "result_text.h"
 #include "text.h"
 
+#include <fmt/format.h>
 #include <map>
 
 using namespace quinmark;
@@ -24,6 +25,28 @@ namespace {
 
 constexpr char kFillByRun[] = "Tables may be empty or incomplete at the destination. Once the cause is in order, "
                               "`quinrep run --ready --reset-error` fills them row by row.";
+
+constexpr char kCopyIsThere[] = "The first copy is there: by the control record, everything up to {} has been "
+                                "replicated. `quinrep run --ready` goes on from it; `quinrep preview` tells before "
+                                "what that does.";
+constexpr char kCopyIsUnfinished[] =
+    "By the control record nothing has gone through here yet, as after a copy that failed. Once the cause is in order, "
+    "`quinrep run --ready --reset-error` fills row by row what is missing; `quinrep preview` tells before what that "
+    "does.";
+constexpr char kNoCopyYet[] =
+    "The first copy is for tables that are empty at the destination, and no run has gone through here yet. `quinrep "
+    "preview` tells what a run would do row by row, and which rows the destination would lose; `quinrep run --ready` "
+    "does it.";
+
+/// What leads on where a first copy is stopped. `last` is the end of the last run's interval.
+std::string insteadOfCopy(DATE last)
+{
+    constexpr DATE kUnfinished = 2;     // 1 January 1900, from the begin of a copy until it has gone through
+    constexpr DATE kNothingYet = 36526; // 1 January 2000, of a new control record
+    if (last == kUnfinished)
+        return kCopyIsUnfinished;
+    return last <= kNothingYet ? kNoCopyYet : fmt::format(kCopyIsThere, resultText(isoDate(last)));
+}
 
 long counter(_clsReplicateTable& table, HRESULT (STDMETHODCALLTYPE _clsReplicateTable::*property)(long*))
 {
@@ -341,12 +364,14 @@ struct ReadyRun
     Run run;
     Databases databases;
     RunPreview preview;
+    const Configuration& configuration;
     const RunOptions& options;
 
-    ReadyRun(const Configuration& configuration, const RunOptions& runOptions, History& history)
-        : run(configuration, runOptions, history),
-          databases(configuration),
-          preview(configuration, databases),
+    ReadyRun(const Configuration& configured, const RunOptions& runOptions, History& history)
+        : run(configured, runOptions, history),
+          databases(configured),
+          preview(configured, databases),
+          configuration(configured),
           options(runOptions)
     {
     }
@@ -357,10 +382,15 @@ struct ReadyRun
                 kGuarded};
     }
 
-    std::optional<Outcome> stopped() const
+    std::optional<Outcome> stopped()
     {
         ordered_json stops = preview.stops(options.force, options.attended);
-        return stops.empty() ? std::nullopt : std::optional(stoppedBy(std::move(stops)));
+        if (stops.empty())
+            return std::nullopt;
+        Outcome outcome = stoppedBy(std::move(stops));
+        if (options.firstCopy)
+            outcome.result["todo"] = insteadOfCopy(lastReplicateDate(configuration, databases));
+        return outcome;
     }
 };
 
