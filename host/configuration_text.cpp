@@ -55,8 +55,8 @@ password = {destinationPassword}
 file = {log}
 level = 2
 
-# The way a run treats an error that the last run recorded for conflicts alone: "stop" waits for a person, who clears it
-# with `quinrep run --reset-error`; "continue" clears it, since rows that wait for a decision are left alone anyway.
+# The way a run treats an error that the last run recorded for conflicts alone: "stop" waits for a person, who goes on
+# with `quinrep run --ready --reset-error`; "continue" clears it, since rows that wait for a decision are left alone.
 [run]
 on_conflicts = "stop"
 

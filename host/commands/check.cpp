@@ -196,7 +196,7 @@ void checkControlRecord(Databases& databases, const Configuration& configuration
         throw Finding{"the last run is in error: " + (control["error_message"].is_string()
                                                           ? control["error_message"].get<std::string>()
                                                           : std::string("without a text")),
-                      "look at the conflicts with `quinrep review`, then `quinrep run --reset-error`"};
+                      "look at the conflicts with `quinrep review`, then `quinrep run --ready --reset-error`"};
 }
 
 /// The pair is compared by the component, which does not begin without its log.

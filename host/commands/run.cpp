@@ -113,7 +113,7 @@ public:
     Outcome go(Databases& databases)
     {
         const ordered_json cleared = clearError(databases);
-        prepare();
+        prepare(databases);
         history_.noteWriting();
         if (options_.firstCopy)
             forgetInterval(databases);
@@ -165,7 +165,7 @@ private:
         return cleared;
     }
 
-    void prepare()
+    void prepare(Databases& databases)
     {
         run_ = component_.createReplication();
         if (options_.markReady)
@@ -174,12 +174,30 @@ private:
         _bstr_t version(com::newBstr(toWide(configuration_.programVersion)), false);
         com::checkCall(run_->initNextRun(&frequency, &version.GetBSTR()));
         from_ = dateProperty(*run_.Get(), &_clsReplicate::get_dLastReplicate);
-        if (!flagProperty(*run_.Get(), &_clsReplicate::get_bReady))
-            throw HostError(kNotReady, "the site is not marked ready for a run", "Mark it with --ready.");
-        if (flagProperty(*run_.Get(), &_clsReplicate::get_bError))
-            throw HostError(kNotReady, "the last run is in error: " + recorded(),
-                            "Look at it with `quinrep status`, and at the conflicts with `quinrep review`. Clear it "
-                            "with --reset-error once it is understood.");
+        requireBegin(databases);
+    }
+
+    /// Raises HostError(kNotReady) with all that keeps the run from beginning, and with one command that passes it.
+    void requireBegin(Databases& databases)
+    {
+        const bool ready = flagProperty(*run_.Get(), &_clsReplicate::get_bReady);
+        const bool inError = flagProperty(*run_.Get(), &_clsReplicate::get_bError);
+        if (ready && !inError)
+            return;
+        // Where the site is not ready, an error that the run would clear still stands.
+        const bool errorWaits = inError && (ready || !controlRecord(databases).clears);
+        const bool resetsError = errorWaits || options_.resetError;
+        const std::string command =
+            fmt::format("`quinrep {}{}{}`", options_.firstCopy ? "copy" : "run",
+                        ready && !options_.markReady ? "" : " --ready", resetsError ? " --reset-error" : "");
+        const char* notReady = ready ? "" : "the site is not marked ready for a run";
+        if (!errorWaits)
+            throw HostError(kNotReady, notReady, command + " marks it and begins.");
+        throw HostError(kNotReady,
+                        fmt::format("{}{}the last run is in error: {}", notReady, ready ? "" : ", and ", recorded()),
+                        "Look at it with `quinrep status`, and at the conflicts with `quinrep review`. Once it is "
+                        "understood, " +
+                            command + " begins.");
     }
 
     /// A table that a copy has emptied and could not fill is filled by the next run of any kind only if its rows count

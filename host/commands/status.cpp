@@ -119,7 +119,7 @@ ordered_json findingsOf(const Configuration& configuration, const ordered_json& 
     const ordered_json& control = status["control"];
     if (errorWaits(configuration, control, runs))
         findings.push_back(finding(kNotReady, fmt::format("The site is in error and is not run until somebody runs "
-                                                          "with --reset-error: {}",
+                                                          "`quinrep run --ready --reset-error`: {}",
                                                           resultText(control["error_message"]))));
     judgeLastRun(findings, runs, findings.empty() ? "" : resultText(control["error_message"]));
     judgeAge(findings, runs, maxAge);

@@ -93,12 +93,24 @@ TEST_F(Quinrep, SiteIsRunOnceItIsMarkedReadyAndItsErrorIsReset)
         EXPECT_THAT(refused.messages, HasSubstr(message));
         EXPECT_EQ(recordedError(), L"error: trouble");
     };
-    expectRefusal(L"run --reset-error", "not marked ready");
-    expectRefusal(L"run --ready", "the last run is in error: trouble");
+    constexpr char kBothAndOneCommand[] = "the site is not marked ready for a run, and the last run is in error: "
+                                          "trouble\n  Look at it with `quinrep status`, and at the conflicts with "
+                                          "`quinrep review`. Once it is understood, `quinrep run --ready "
+                                          "--reset-error` begins.\n";
+    expectRefusal(L"run", kBothAndOneCommand);
+    expectRefusal(L"copy", "`quinrep copy --ready --reset-error` begins.\n");
+    expectRefusal(L"run --reset-error", "the site is not marked ready for a run\n  `quinrep run --ready --reset-error` "
+                                        "marks it and begins.\n");
+    expectRefusal(L"run --ready", "quinrep: the last run is in error: trouble\n");
+    expectRefusal(L"run", "Once it is understood, `quinrep run --reset-error` begins.\n");
+    source().execute(L"update replication_control set ready_f = 0");
     const Ended ended = quinrepJson(L"run --reset-error --ready", "run");
     EXPECT_EQ(ended.exitCode, kDone);
     EXPECT_EQ(ended.result()["cleared"]["text"], "trouble");
-    EXPECT_EQ(quinrep(L"run").exitCode, kNotReady) << "a run takes the mark away";
+    const Ended refused = quinrep(L"run");
+    EXPECT_EQ(refused.exitCode, kNotReady) << "a run takes the mark away";
+    EXPECT_THAT(refused.messages, HasSubstr("the site is not marked ready for a run\n  `quinrep run --ready` marks it "
+                                            "and begins.\n"));
 }
 
 TEST_F(Quinrep, MissingControlRecordIsTold)

@@ -72,9 +72,8 @@ TEST_F(Status, TellsErrorAndConflictsFirst)
                           "--ready --reset-error`.\n"));
     const auto [exitCode, texts] = check();
     EXPECT_EQ(exitCode, DWORD(kNotReady));
-    EXPECT_THAT(
-        texts,
-        StartsWith("The site is in error and is not run until somebody runs with --reset-error: Changed on both"));
+    EXPECT_THAT(texts, StartsWith("The site is in error and is not run until somebody runs `quinrep run --ready "
+                                  "--reset-error`: Changed on both"));
     EXPECT_THAT(texts, HasSubstr("Conflicts that wait for a decision: 1."));
     const std::string output = quinrep(L"status").output;
     EXPECT_THAT(output, StartsWith("! The site is in error"));
