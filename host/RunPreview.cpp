@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <fmt/format.h>
 #include <optional>
+#include <utility>
 
 using namespace quinmark;
 using nlohmann::ordered_json;
@@ -85,28 +86,28 @@ bool exceeds(long long part, long long whole, double percent)
     return whole > 0 && 100.0 * static_cast<double>(part) > percent * static_cast<double>(whole);
 }
 
-/// Fills the preview of one table.
+/// Fills the preview of one of the tables that a configured one copies.
 class TablePreviewer
 {
 public:
     TablePreviewer(const Configuration& configuration, Databases& databases, const TableConfiguration& table,
-                   const WaitingRows& waiting, const ForeignKeyPreview* keys, DATE dLastReplicate,
-                   std::optional<DATE> lastTimestampLeft)
+                   const KeyedTable& copied, const WaitingRows& waiting, const ForeignKeyPreview* keys,
+                   DATE dLastReplicate, std::optional<DATE> lastTimestampLeft)
         : databases_(databases),
           configured_(table),
           waiting_(waiting),
           keys_(keys),
           plan_(planOf(table.method, table.deletes)),
-          table_{toWide(table.name), toWide(table.keyColumn())},
+          table_(copied),
           prefixes_{toWide(configuration.source.prefix), toWide(configuration.destination.prefix)},
           dLastReplicate_(dLastReplicate),
           ownLast_(std::min(dLastReplicate, lastTimestampLeft.value_or(dLastReplicate))),
           passedOver_(fmt::format(kPassedOver, isoDate(ownLast_), isoDate(dLastReplicate),
                                   static_cast<int>(configuration.site))),
           site_(siteOf(configuration)),
-          stops_(databases, table.name)
+          stops_(databases, toUtf8(copied.sTable))
     {
-        preview_.name = table.name;
+        preview_.name = toUtf8(copied.sTable);
         preview_.method = table.method;
     }
 
@@ -121,7 +122,7 @@ public:
                 throw;
             stops_.add(StopReason::WillFail, "The table cannot be compared: " + errorText(errorJson(error)));
         }
-        preview_.deletedRows = listRows(databases_, configured_.name, deleted_);
+        preview_.deletedRows = listRows(databases_, preview_.name, deleted_);
         preview_.stops = stops_.take();
         return std::move(preview_);
     }
@@ -133,11 +134,8 @@ private:
             keys_->preview(configured_, stops_);
         switch (plan_.engine) {
         case Engine::FullCopy:
-            previewFullCopy(table_);
-            break;
         case Engine::ComputerType:
-            previewFullCopy({L"computer_type", L"unid"});
-            previewFullCopy({L"computer_type_setting", L"unid"});
+            previewFullCopy();
             break;
         case Engine::OneWay:
         case Engine::TwoWay:
@@ -150,16 +148,16 @@ private:
     }
 
     /// All rows are replaced: those that are the same afterwards are no change.
-    void previewFullCopy(const KeyedTable& table)
+    void previewFullCopy()
     {
         for (const UnwritableColumn& column :
-             serverFilledColumns(databases_.destination(), "destination", table.sTable))
-            stops_.add(StopReason::WillFail, fmt::format(kNoCopy, toUtf8(table.sTable), column.text));
-        const bool hasKey = hasColumn(databases_.source(), table.sTable, table.sKey) &&
-                            hasColumn(databases_.destination(), table.sTable, table.sKey);
-        const TableContent source = readContent(databases_.source(), table, hasKey);
-        const TableContent destination = readContent(databases_.destination(), table, hasKey);
-        preview_.destinationRows += static_cast<long long>(destination.size());
+             serverFilledColumns(databases_.destination(), "destination", table_.sTable))
+            stops_.add(StopReason::WillFail, fmt::format(kNoCopy, preview_.name, column.text));
+        const bool hasKey = hasColumn(databases_.source(), table_.sTable, table_.sKey) &&
+                            hasColumn(databases_.destination(), table_.sTable, table_.sKey);
+        const TableContent source = readContent(databases_.source(), table_, hasKey);
+        const TableContent destination = readContent(databases_.destination(), table_, hasKey);
+        preview_.destinationRows = static_cast<long long>(destination.size());
         forEachDifference(source, destination, [&](const std::wstring& key, Difference difference, bool) {
             const _variant_t value = com::textVariant(key);
             switch (difference) {
@@ -310,7 +308,7 @@ private:
 
     void protectRow(const _variant_t& key)
     {
-        if (waiting_.contains(configured_.name, key))
+        if (waiting_.contains(preview_.name, key))
             stops_.addRow(StopReason::WaitingConflict, kWaits, key);
     }
 
@@ -405,12 +403,18 @@ RunPreview::RunPreview(const Configuration& configuration, Databases& databases)
     std::optional<ForeignKeyPreview> keys;
     if (std::ranges::any_of(configuration.tables, &TableConfiguration::isCopiedWhole))
         keys.emplace(configuration, databases);
-    for (const TableConfiguration& table : configuration.tables)
-        whileDoing("comparing table " + table.name, [&] {
-            tables_.push_back(TablePreviewer(configuration, databases, table, waiting,
-                                             table.isCopiedWhole() ? &*keys : nullptr, last, left)
-                                  .take());
-        });
+    for (size_t index = 0; index < configuration.tables.size(); ++index) {
+        const TableConfiguration& table = configuration.tables[index];
+        // Looks at the keys of all tables that the configured one copies.
+        const ForeignKeyPreview* unseenKeys = table.isCopiedWhole() ? &*keys : nullptr;
+        for (const KeyedTable& copied : tablesCopiedBy(table))
+            whileDoing("comparing table " + toUtf8(copied.sTable), [&] {
+                tables_.push_back(TablePreviewer(configuration, databases, table, copied, waiting,
+                                                 std::exchange(unseenKeys, nullptr), last, left)
+                                      .take());
+                tables_.back().configured = index;
+            });
+    }
     previewDeletedRows(configuration, databases, keys);
 }
 
@@ -418,19 +422,19 @@ RunPreview::RunPreview(const Configuration& configuration, Databases& databases)
 void RunPreview::previewDeletedRows(const Configuration& configuration, Databases& databases,
                                     std::optional<ForeignKeyPreview>& keys)
 {
-    ForeignKeyPreview::DeletedKeys deleted(tables_.size());
-    for (size_t index = 0; index < tables_.size(); ++index)
-        if (!configuration.tables[index].isCopiedWhole())
-            for (const ordered_json& row : tables_[index].deletedRows)
-                deleted[index].insert(toWide(row["key"].get<std::string>()));
-    for (size_t index = 0; index < tables_.size(); ++index)
-        if (!deleted[index].empty())
-            whileDoing("looking for rows that refer to those of table " + tables_[index].name, [&] {
+    ForeignKeyPreview::DeletedKeys deleted(configuration.tables.size());
+    for (const TablePreview& table : tables_)
+        if (!configuration.tables[table.configured].isCopiedWhole())
+            for (const ordered_json& row : table.deletedRows)
+                deleted[table.configured].insert(toWide(row["key"].get<std::string>()));
+    for (TablePreview& table : tables_)
+        if (!deleted[table.configured].empty())
+            whileDoing("looking for rows that refer to those of table " + table.name, [&] {
                 if (!keys)
                     keys.emplace(configuration, databases);
-                TableStops stops(databases, tables_[index].name);
-                keys->previewDeletedRows(index, deleted, stops);
-                std::ranges::move(stops.take(), std::back_inserter(tables_[index].stops));
+                TableStops stops(databases, table.name);
+                keys->previewDeletedRows(table.configured, deleted, stops);
+                std::ranges::move(stops.take(), std::back_inserter(table.stops));
             });
 }
 

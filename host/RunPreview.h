@@ -15,6 +15,8 @@
 struct TablePreview
 {
     std::string name;
+    /// The place of its table in the configuration.
+    size_t configured = 0;
     enumReplicationMethod method = ONE_WAY;
     long long destinationRows = 0;
     long long destinationUpdates = 0;

@@ -2,7 +2,6 @@
 
 #include "commands/rows.h"
 #include "replication/method_plan.h"
-#include "text.h"
 
 using namespace quinmark;
 using nlohmann::ordered_json;
@@ -35,24 +34,18 @@ catch (const com::Error&) {
     known_ = false;
 }
 
-ordered_json TableChanges::counters() const
+ordered_json TableChanges::counters(size_t index) const
 {
     ordered_json counters;
-    const auto add = [&](const std::string& prefix, const Counters& side) {
-        counters[prefix + "updates"] = known_ ? ordered_json(side.updates) : ordered_json();
-        counters[prefix + "adds"] = known_ ? ordered_json(side.adds) : ordered_json();
-        counters[prefix + "deletes"] = known_ ? ordered_json(side.deletes) : ordered_json();
+    const auto add = [&](const std::string& prefix, const std::vector<Counters>& side) {
+        const Counters of = index < side.size() ? side[index] : Counters();
+        counters[prefix + "updates"] = known_ ? ordered_json(of.updates) : ordered_json();
+        counters[prefix + "adds"] = known_ ? ordered_json(of.adds) : ordered_json();
+        counters[prefix + "deletes"] = known_ ? ordered_json(of.deletes) : ordered_json();
     };
     add("", atDestination_);
     add("source_", atSource_);
     return counters;
-}
-
-std::vector<KeyedTable> TableChanges::tables() const
-{
-    if (table_.method == COMPUTER_TYPE)
-        return {{L"computer_type", L"unid"}, {L"computer_type_setting", L"unid"}};
-    return {{toWide(table_.name), toWide(table_.keyColumn())}};
 }
 
 bool TableChanges::writesSource() const
@@ -63,15 +56,16 @@ bool TableChanges::writesSource() const
 TableChanges::Contents TableChanges::read(clsConn& conn) const
 {
     Contents contents;
-    for (const KeyedTable& table : tables())
+    for (const KeyedTable& table : tablesCopiedBy(table_))
         contents.push_back(readContent(conn, table, hasColumn(conn, table.sTable, table.sKey)));
     return contents;
 }
 
-TableChanges::Counters TableChanges::compare(const Contents& before, const Contents& after)
+std::vector<TableChanges::Counters> TableChanges::compare(const Contents& before, const Contents& after)
 {
-    Counters counters;
-    for (size_t index = 0; index < before.size(); ++index)
+    std::vector<Counters> all;
+    for (size_t index = 0; index < before.size(); ++index) {
+        Counters& counters = all.emplace_back();
         forEachDifference(before[index], after[index], [&](const std::wstring&, Difference difference, bool) {
             switch (difference) {
             case Difference::LeftOnly:
@@ -85,5 +79,6 @@ TableChanges::Counters TableChanges::compare(const Contents& before, const Conte
                 break;
             }
         });
-    return counters;
+    }
+    return all;
 }

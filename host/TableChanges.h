@@ -20,9 +20,9 @@ public:
     void before();
     void after();
 
-    /// "updates", "adds" and "deletes" of the destination and, with "source_" in front, of the source; null where that
-    /// is not known.
-    nlohmann::ordered_json counters() const;
+    /// Of one of tablesCopiedBy: "updates", "adds" and "deletes" of the destination and, with "source_" in front, of
+    /// the source; null where that is not known.
+    nlohmann::ordered_json counters(size_t index) const;
 
 private:
     struct Counters
@@ -31,19 +31,18 @@ private:
         long long adds = 0;
         long long deletes = 0;
     };
-    /// The contents of all tables that the method writes on one side.
+    /// The contents of tablesCopiedBy on one side.
     using Contents = std::vector<TableContent>;
 
-    std::vector<quinmark::KeyedTable> tables() const;
     bool writesSource() const;
     Contents read(clsConn& conn) const;
-    static Counters compare(const Contents& before, const Contents& after);
+    static std::vector<Counters> compare(const Contents& before, const Contents& after);
 
     const TableConfiguration& table_;
     Databases& databases_;
     bool known_ = false;
     Contents source_;
     Contents destination_;
-    Counters atSource_;
-    Counters atDestination_;
+    std::vector<Counters> atSource_;
+    std::vector<Counters> atDestination_;
 };

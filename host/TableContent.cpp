@@ -2,6 +2,7 @@
 
 #include "com/convert.h"
 #include "db/forward_only.h"
+#include "text.h"
 
 using namespace quinmark;
 
@@ -32,6 +33,13 @@ std::wstring wholeRow(const ado::Recordset& rs, long count)
 }
 
 } // namespace
+
+std::vector<KeyedTable> tablesCopiedBy(const TableConfiguration& table)
+{
+    if (table.method == COMPUTER_TYPE)
+        return {{L"computer_type", L"unid"}, {L"computer_type_setting", L"unid"}};
+    return {{toWide(table.name), toWide(table.keyColumn())}};
+}
 
 TableContent readContent(clsConn& conn, const KeyedTable& table, bool hasKey)
 {

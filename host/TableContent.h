@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Configuration.h"
 #include "db/clsConn.h"
 #include "replication/row_queries.h"
 
@@ -7,6 +8,11 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <vector>
+
+/// The tables that the method of a configured one copies, each with the column by which its rows are matched: itself,
+/// and with computer_type its settings. Each is counted by itself.
+std::vector<quinmark::KeyedTable> tablesCopiedBy(const TableConfiguration& table);
 
 /// A row as it is kept for comparisons.
 struct ContentRow

@@ -55,10 +55,12 @@ long counter(_clsReplicateTable& table, HRESULT (STDMETHODCALLTYPE _clsReplicate
     return value;
 }
 
-ordered_json tableResult(const TableConfiguration& configured, const TableInRun& run, const TableChanges* changes)
+/// The result of one of the tables that a table object copies, by the component's counters unless others are known.
+ordered_json tableResult(const std::string& name, const TableConfiguration& configured, const TableInRun& run,
+                         const ordered_json& counted)
 {
     _clsReplicateTable& table = *run.table.Get();
-    ordered_json result = {{"table", configured.name},
+    ordered_json result = {{"table", name},
                            {"method", methodName(configured.method)},
                            {"done", run.finished},
                            {"updates", counter(table, &_clsReplicateTable::get_lCntDestUpdate)},
@@ -69,8 +71,7 @@ ordered_json tableResult(const TableConfiguration& configured, const TableInRun&
                            {"source_deletes", counter(table, &_clsReplicateTable::get_lCntSourceDelete)},
                            {"conflicts", counter(table, &_clsReplicateTable::get_lCntConflict)},
                            {"errors", counter(table, &_clsReplicateTable::get_lCntError)}};
-    if (changes)
-        result.update(changes->counters());
+    result.update(counted);
     return result;
 }
 
@@ -276,8 +277,11 @@ private:
         result["tables"] = ordered_json::array();
         for (size_t index = 0; index < tables.tables().size(); ++index) {
             const auto changes = changes_.find(index);
-            result["tables"].push_back(tableResult(configuration_.tables[index], tables.tables()[index],
-                                                   changes == changes_.end() ? nullptr : &changes->second));
+            const std::vector<KeyedTable> copied = tablesCopiedBy(configuration_.tables[index]);
+            for (size_t part = 0; part < copied.size(); ++part)
+                result["tables"].push_back(
+                    tableResult(toUtf8(copied[part].sTable), configuration_.tables[index], tables.tables()[index],
+                                changes == changes_.end() ? ordered_json::object() : changes->second.counters(part)));
         }
         return result;
     }

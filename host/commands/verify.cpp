@@ -36,9 +36,9 @@ ordered_json differingColumns(Databases& databases, const KeyedTable& table, con
 class Comparison
 {
 public:
-    Comparison(Databases& databases, const TableConfiguration& table, bool listsAll)
+    Comparison(Databases& databases, const KeyedTable& table, bool listsAll)
         : databases_(databases),
-          table_{toWide(table.name), toWide(table.keyColumn())},
+          table_(table),
           listsAll_(listsAll)
     {
     }
@@ -101,12 +101,13 @@ Outcome verifyCommand(const Configuration& configuration, const VerifyOptions& o
     }
     Databases databases(configuration);
     Outcome outcome{{{"tables", ordered_json::array()}}};
-    for (const TableConfiguration& table : tables) {
-        Comparison comparison(databases, table, options.allRows);
-        whileDoing("comparing table " + table.name + " in full",
-                   [&] { outcome.result["tables"].push_back(comparison.run()); });
-        if (comparison.differing() > 0)
-            outcome.exitCode = kRecorded;
-    }
+    for (const TableConfiguration& table : tables)
+        for (const KeyedTable& copied : tablesCopiedBy(table)) {
+            Comparison comparison(databases, copied, options.allRows);
+            whileDoing("comparing table " + toUtf8(copied.sTable) + " in full",
+                       [&] { outcome.result["tables"].push_back(comparison.run()); });
+            if (comparison.differing() > 0)
+                outcome.exitCode = kRecorded;
+        }
     return outcome;
 }

@@ -102,7 +102,8 @@ TEST_F(Copy, FillsAllTablesParentsFirstAndTheNextRunFindsThemAlike)
         order.push_back(table["table"].get<std::string>() + " " + table["method"].get<std::string>());
     EXPECT_THAT(order,
                 ElementsAre("dentist_company full_copy", "chart_comment_info full_copy", "chart_option full_copy",
-                            "chart_option_setting full_copy", "computer_type computer_type", "users full_copy"));
+                            "chart_option_setting full_copy", "computer_type computer_type",
+                            "computer_type_setting computer_type", "users full_copy"));
     expectRows(1);
     EXPECT_GT(intervalBegin(), kLastRun);
     const Ended run = quinrepJson(L"run --ready", "run");

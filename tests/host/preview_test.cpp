@@ -21,12 +21,12 @@ struct PreviewCase
 const PreviewCase kCases[] = {
     {"AtOffices",
      OFFICES,
-     {"config 0 1 0 0 0 0", "computer_type 0 1 0 0 0 0", "users 1 1 0 0 0 3", "shortcut 0 0 1 0 0 0",
-      "dentist_company 0 1 1 0 0 0", "procs 1 1 0 0 1 0", "combo_values 0 0 0 0 0 0"}},
+     {"config 0 1 0 0 0 0", "computer_type 0 1 0 0 0 0", "computer_type_setting 0 2 0 0 0 0", "users 1 1 0 0 0 3",
+      "shortcut 0 0 1 0 0 0", "dentist_company 0 1 1 0 0 0", "procs 1 1 0 0 1 0", "combo_values 0 0 0 0 0 0"}},
     {"AtLaptop",
      LAPTOP,
-     {"config 0 1 0 0 0 0", "computer_type 0 1 0 0 0 0", "users 1 1 0 0 0 1", "shortcut 0 0 0 0 0 1",
-      "dentist_company 0 1 0 0 0 0", "procs 1 1 0 0 1 0", "combo_values 0 0 0 0 0 0"}},
+     {"config 0 1 0 0 0 0", "computer_type 0 1 0 0 0 0", "computer_type_setting 0 2 0 0 0 0", "users 1 1 0 0 0 1",
+      "shortcut 0 0 0 0 0 1", "dentist_company 0 1 0 0 0 0", "procs 1 1 0 0 1 0", "combo_values 0 0 0 0 0 0"}},
 };
 
 class Preview : public Quinrep, public testing::WithParamInterface<PreviewCase>
@@ -46,6 +46,9 @@ protected:
         for (const wchar_t* sql :
              {L"insert into config (category, config_name) values ('run', 'colour')",
               L"insert into computer_type (unid, type_name) values ('{7C9E6679-7425-40DE-944B-E07FC1F90AE7}', 'desk')",
+              L"insert into computer_type_setting (computer_type_id, setting_name) values "
+              L"('{7C9E6679-7425-40DE-944B-E07FC1F90AE7}', 'screen'), ('{7C9E6679-7425-40DE-944B-E07FC1F90AE7}', "
+              L"'tray')",
               L"insert into dentist_company (dc_id, company_name, mod_date) values (3, 'new', '2025-03-11T09:15:00')",
               L"insert into procs (unid, proc_name, mod_date) values (1, 'S', '2025-03-11T09:15:00'), "
               L"(3, 'S', '2025-03-11T09:15:00')"})
@@ -85,6 +88,28 @@ TEST_P(Preview, SaysWhatTheRunThenDoes)
     for (const PracticeSide* side : {&source(), &destination()})
         EXPECT_THAT(side->rows(L"select unid, proc_name from procs order by unid"),
                     testing::ElementsAre(L"1|S", L"2|D", L"3|S"));
+}
+
+TEST_F(Quinrep, ComputerTypesAndTheirSettingsAreCountedAlikeByCopyAndVerify)
+{
+    runAt(LAPTOP);
+    programVersion = "laptop";
+    tables = tableSection("computer_type", "computer_type");
+    source().execute(L"insert into computer_type (unid, type_name) values ('{7C9E6679-7425-40DE-944B-E07FC1F90AE7}', "
+                     L"'desk'); insert into computer_type_setting (computer_type_id, setting_name) values "
+                     L"('{7C9E6679-7425-40DE-944B-E07FC1F90AE7}', 'screen'), "
+                     L"('{7C9E6679-7425-40DE-944B-E07FC1F90AE7}', 'tray')");
+    std::vector<std::string> copied, verified;
+    const json copy = quinrepJson(L"copy", "run").result();
+    for (const json& table : copy["tables"])
+        copied.push_back(table["table"].get<std::string>() + " " + table["adds"].dump());
+    destination().execute(L"delete from computer_type_setting where setting_name = 'tray'");
+    const json verify = quinrepJson(L"verify", "verify").result();
+    for (const json& table : verify["tables"])
+        verified.push_back(table["table"].get<std::string>() + " " + table["source_rows"].dump() + ", " +
+                           table["differing"].dump() + " differ");
+    EXPECT_THAT(copied, testing::ElementsAre("computer_type 1", "computer_type_setting 2"));
+    EXPECT_THAT(verified, testing::ElementsAre("computer_type 1, 0 differ", "computer_type_setting 2, 1 differ"));
 }
 
 INSTANTIATE_TEST_SUITE_P(, Preview, testing::ValuesIn(kCases),

@@ -107,8 +107,8 @@ TEST_F(StoppedRun, IsThatOfAFullCopyThatEmptiesOrReplacesATable)
     const json stops = stopsOf(L"run");
     for (const json& stop : stops)
         reasons.emplace_back(stop["table"], stop["reason"]);
-    EXPECT_THAT(reasons,
-                ElementsAre(Pair("users", "deletes"), Pair("shortcut", "updates"), Pair("computer_type", "deletes")));
+    EXPECT_THAT(reasons, ElementsAre(Pair("users", "deletes"), Pair("shortcut", "updates"),
+                                     Pair("computer_type_setting", "deletes")));
 }
 
 // At the office a second laptop's runs move the only interval.
