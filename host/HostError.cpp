@@ -18,7 +18,8 @@ constexpr char kLogin[] = "The login quinmarkapp_user or its password is refused
 constexpr char k64BitProgram[] = "A 64-bit program cannot load the component; use the 32-bit quinrep.";
 constexpr char kBitness[] = "The data source is for 64-bit programs; make one of that name with odbcad32 of SysWOW64.";
 constexpr char kTable[] = "Look with `quinrep check` which side lacks the table or is reached by a wrong prefix.";
-constexpr char kRights[] = "Grant the login quinmarkapp_user the rights that docs/sql-server.md lists.";
+constexpr char kRights[] =
+    "Grant the login quinmarkapp_user the rights that the document \"On SQL Server\", \"4. Rights\", lists.";
 
 constexpr char kReadOnly[] = "The database can only be read: make it writable again (on SQL Server: alter database ... "
                              "set read_write), then run again.";

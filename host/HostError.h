@@ -54,7 +54,7 @@ inline constexpr char kServerIsLost[] =
 
 /// Advice for an error of a run that nothing is known about.
 inline constexpr char kLookIntoLog[] = "The component's log tells the statement that failed (with -v every statement); "
-                                       "docs/recovery.md says what a failed run leaves.";
+                                       "the document \"After a failure\" says what a failed run leaves.";
 
 /// The same for any other command.
 inline constexpr char kCheckAll[] = "`quinrep check` looks at all that a run needs, and says what to do.";

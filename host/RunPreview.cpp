@@ -47,7 +47,8 @@ constexpr char kPassedOver[] =
     "old: it would not copy them, or would overwrite or delete them without a conflict. Set it back: "
     "update replication_control set last_timestamp = '{0}' where unique_key = {2}. Several laptops need control "
     "records "
-    "of their own: set local to \"destination\" for each, as docs/administration.md tells.";
+    "of their own: set local to \"destination\" for each (see the document \"For administrators\", \"Several "
+    "laptops\").";
 constexpr char kAttend[] = " Run with --attended while somebody sits at the screen.";
 
 long long countRows(clsConn& conn, const std::wstring& table)

@@ -14,7 +14,7 @@ site = "{site}"
 
 # Which side is local: "source" or "destination". Its database keeps the control record and the conflicts. An office that
 # runs for several laptops needs a record for each of them, so "destination": with "source" the first laptop's run would
-# hide the office's changes from the others (docs/administration.md, Several laptops).
+# hide the office's changes from the others (see the document "For administrators", "Several laptops").
 local = "{local}"
 
 # The version that replication compares with the database's ReplicationVersion; "laptop" skips the check.
@@ -61,13 +61,14 @@ level = 2
 on_conflicts = "stop"
 
 # Commands for the time before and after every run, such as a backup and a mail, and the seconds that each may take. A
-# run whose command before fails does not begin (docs/administration.md).
+# run whose command before fails does not begin. See the document "For administrators", "Before and after every run".
 # [hooks]
 # before = 'C:\Replication\backup.cmd'
 # after = 'C:\Replication\mail.cmd'
 # timeout = 600
 
-# The tables in their order: a table comes after those that it refers to. Methods (docs/replication.md):
+# The tables in their order: a table comes after those that it refers to. The methods are, with the rules of each in
+# the document "How tables are replicated":
 #   "one_way_deletes"     takes what has changed at the source, row by row; may have a dependent table
 #   "one_way"             the same, but a row that the source deleted is reported
 #   "full_copy"           empties the destination's table and copies the source's: its own changes are lost

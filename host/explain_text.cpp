@@ -153,8 +153,8 @@ std::string explainText(const ordered_json& result)
         text += fmt::format("The table's method is {}.\n", resultText(row["method"]));
     for (const ordered_json& rule : row["rules"])
         text += rule["id"].is_null() ? resultText(rule["words"]) + "\n"
-                                     : fmt::format("{} (rule {} of docs/replication.md)\n", resultText(rule["words"]),
-                                                   resultText(rule["id"]));
+                                     : fmt::format("{} (rule {} of the document \"How tables are replicated\")\n",
+                                                   resultText(rule["words"]), resultText(rule["id"]));
     text += "\n" + resultText(row["next_run"]["text"]) + "\n" + stopLines(row["next_run"]["stops"]);
     if (!row["conflict"].is_null())
         text +=

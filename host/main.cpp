@@ -184,7 +184,9 @@ public:
             command->group("Commands");
         app_.footer("The options stand before or after the command.\n"
                     "Exit codes: 0 done, 1 failed, 2 done but conflicts or differences were recorded, 3 usage or "
-                    "configuration, 4 not ready or in error, 7 stopped by the look ahead.");
+                    "configuration, 4 not ready or in error, 7 stopped by the look ahead.\n"
+                    "Messages name documents by their titles. The Start menu has them under Documents, and the folder "
+                    "of this program in documents.html.");
     }
 
     int go()

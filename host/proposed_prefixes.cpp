@@ -72,8 +72,8 @@ std::string prefixOf(clsConn& local, clsConn& side, const char* name)
         throw HostError(
             kNotReady,
             fmt::format("the local database is on {}, which has no linked server for {}", localServer, place.server),
-            fmt::format("Make a linked server (docs/sql-server.md, Prefixes), or name the {0}'s prefix "
-                        "with --{0}-prefix, such as OFFICESRV.{1}",
+            fmt::format("Make a linked server (see the document \"On SQL Server\", \"5. Prefixes\"), or name the {0}'s "
+                        "prefix with --{0}-prefix, such as OFFICESRV.{1}",
                         name, prefix));
     return bracketed(linked) + "." + prefix;
 }
@@ -92,9 +92,10 @@ void proposePrefixes(Configuration& configuration, Databases& databases)
             throw HostError(kNotReady,
                             fmt::format("the local database does not reach {}control: {}", side.prefix,
                                         trimmed(toUtf8(error.description))),
-                            fmt::format("Both databases need the control tables (docs/sql-server.md). If the {0} "
-                                        "has them, name its prefix with --{0}-prefix; to another server it needs a "
-                                        "linked server there.",
+                            fmt::format("Both databases need the control tables (see the document \"On SQL "
+                                        "Server\", \"3. Control tables and procedures\"). If the {0} has them, "
+                                        "name its prefix with --{0}-prefix; to another server it needs a linked "
+                                        "server there.",
                                         name));
         }
     };

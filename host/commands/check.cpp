@@ -39,7 +39,7 @@ void checkPrefix(clsConn& local, const std::string& side, const std::string& pre
     catch (const com::Error& error) {
         throw Finding{"the local database does not reach " + prefix + table + ": " + trimmed(toUtf8(error.description)),
                       "correct the " + side + "'s prefix; to another server it needs a linked server there " +
-                          "(docs/sql-server.md, Prefixes)"};
+                          "(see the document \"On SQL Server\", \"5. Prefixes\")"};
     }
 }
 
@@ -81,7 +81,8 @@ void warnOfColumns(Findings& findings, const std::string& table, clsConn& read, 
             findings.warn(what, {"column " + toUtf8(column) +
                                      " is of a type that cannot be copied: a value in it opens a "
                                      "message box and ends the run",
-                                 "change its type (docs/replication.md, Values), or use method \"full_copy\""});
+                                 "change its type (see the document \"How tables are replicated\", \"Values\"), or use "
+                                 "method \"full_copy\""});
 }
 
 void warnOfTriggers(Findings& findings, const std::string& table, clsConn& written, const std::string& side)
@@ -204,7 +205,8 @@ void checkDatabases(Findings& findings, const Configuration& configuration, bool
 {
     if (log)
         findings.look("pair of databases",
-                      "compare the control tables of both databases (docs/administration.md, Control tables)",
+                      "compare the control tables of both databases (see the document \"For administrators\", "
+                      "\"Control tables\")",
                       [&] { Component(configuration).ensureReplication(); });
     Databases databases(configuration);
     findings.look("prefixes", "", [&] { requireOwnPrefixes(configuration, databases); });

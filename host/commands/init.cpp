@@ -55,7 +55,7 @@ Proposal proposal(Configuration configuration)
     if (result.tables.empty())
         throw HostError(kNotReady, "there is no table that both sides have, alike and with unid and mod_date",
                         "Make the practice's tables in both databases, and grant quinmarkapp_user the rights on them "
-                        "(docs/sql-server.md).");
+                        "(see the document \"On SQL Server\", \"4. Rights\").");
     return result;
 }
 

@@ -192,7 +192,8 @@ private:
         if (source == "prompt")
             findings_.look(what, "", [] {
                 throw Finding{"nobody is there to answer when the task runs",
-                              "use \"credential:NAME\" or \"file:PATH\" (docs/first-night.md)"};
+                              "use \"credential:NAME\" or \"file:PATH\" (see the document \"From nothing to the first "
+                              "night\", \"3. The password\")"};
             });
         else if (source.starts_with("env:"))
             findings_.warn(what, {fmt::format("the task sees only the variables of {} and of the system", account_),

@@ -126,6 +126,35 @@ def strange_names(text):
                     if name not in WORDS.get(owner, {name}))
 
 
+@functools.cache
+def messages():
+    """The texts in quinrep's sources, with those that the compiler joins in one."""
+    literal = re.compile(r"""//[^\n]*|'(?:[^'\\\n]|\\.){1,4}'|R"(\w*)\((.*?)\)\1"|((?:"(?:[^"\\\n]|\\.)*"\s*)+)""", re.S)
+    texts = []
+    for file in sorted((ROOT / "host").rglob("*")):
+        if file.suffix in (".cpp", ".h"):
+            for _, raw, parts in literal.findall(re.sub(r"^ *#include.*", "", file.read_text(encoding="utf-8"), flags=re.M)):
+                texts.append(raw or "".join(re.findall(r'"((?:[^"\\]|\\.)*)"', parts)).replace('\\"', '"'))
+    return texts
+
+
+@functools.cache
+def headings():
+    """The headings of each document, by its title: its page has no other name for a reader."""
+    found = [re.findall(r"^#+ (.*)", re.sub(r"^```.*?^```", "", file.read_text(encoding="utf-8"), flags=re.M | re.S), re.M)
+             for file in DOCUMENTS]
+    return {title: set(below) for title, *below in found}
+
+
+def strange_documents(text):
+    """The documents, and sections of them, that a message names and that do not exist; and files, since the reader has
+    none of these names."""
+    for title, section in re.findall(r'the document "([^"]+)"(?:, "([^"]+)")?', text):
+        if title not in headings() or section not in headings()[title] | {""}:
+            yield f"{title}, {section}" if section else title
+    yield from re.findall(r"[\w/-]+\.md\b", text)
+
+
 def mistakes(configuration):
     """The message of quinrep about a configuration that it cannot use, which it reads before anything else."""
     with tempfile.TemporaryDirectory() as folder:
@@ -206,6 +235,12 @@ class DocumentsTest(unittest.TestCase):
             template = (pathlib.Path(folder) / "quinrep.toml").read_text(encoding="utf-8")
         self.assertEqual([STRANGER], re.findall(r"line \d+, column \d+: (\S+)", mistakes(f"{STRANGER} = 1\n" + template)))
 
+    def test_messages_name_documents_that_exist(self):
+        named = [text for text in messages() if "the document " in text]
+        self.assertGreater(len(named), 10)
+        self.assertTrue(any("Grant the login" in text for text in named))
+        self.assertEqual([], sorted(stranger for text in messages() for stranger in strange_documents(text)))
+
     def test_strangers_are_found(self):
         for look, text, found in [
                 (strange_commands, "`run --peview`", ["run --peview: --peview"]),
@@ -214,6 +249,10 @@ class DocumentsTest(unittest.TestCase):
                 (strange_options, "with `--redy` it", ["--redy"]),
                 (strange_options, "`scripts/demo.sh --count A`", ["demo.sh --count"]),
                 (strange_options, "`scripts/test.sh --sqlserver A`", []),
+                (strange_documents, 'see the document "On SQL Server", "5. Prefixes"', []),
+                (strange_documents, 'see the document "On SQL Server", "Prefixes"', ["On SQL Server, Prefixes"]),
+                (strange_documents, '(the document "On Windows")', ["On Windows"]),
+                (strange_documents, "(docs/sql-server.md)", ["docs/sql-server.md"]),
                 (strange_files, "`scripts/tset.sh` and `tests/unit`", ["scripts/tset.sh"]),
                 (strange_names, "`USE_SORCE`, `USE_SOURCE`", ["USE_SORCE"]),
                 (strange_names, "`Factory.inti`, `run.bReady`", ["Factory.inti"]),

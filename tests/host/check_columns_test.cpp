@@ -196,7 +196,8 @@ TEST_P(UncopiedColumns, AreToldByTheirNames)
         others += (others.empty() ? L"" : L", ") + name + L" int";
         expected.push_back("column " + toUtf8(name) +
                            " is of a type that cannot be copied: a value in it opens a message box and ends the run -> "
-                           "change its type (docs/replication.md, Values), or use method \"full_copy\"");
+                           "change its type (see the document \"How tables are replicated\", \"Values\"), or use "
+                           "method \"full_copy\"");
     }
     tables = tableSection("replication_test", "two_way");
     for (const bool atSource : {true, false}) {

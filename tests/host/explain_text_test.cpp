@@ -52,7 +52,7 @@ Changed at the laptop: 2025-03-11 09:15:00, since the last run
 The last run's interval ended: 2025-03-10 12:00:00
 
 The table's method is one_way.
-A box opens. (rule T1 of docs/replication.md)
+A box opens. (rule T1 of the document "How tables are replicated")
 Nothing.
 
 The next run leaves the row as it is.
@@ -82,7 +82,7 @@ The laptop has no such row.
 The last run's interval ended: 2025-03-10 12:00:00
 
 The table's method is one_way.
-A box opens. (rule T1 of docs/replication.md)
+A box opens. (rule T1 of the document "How tables are replicated")
 Nothing.
 
 The next run leaves the row as it is.
