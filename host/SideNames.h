@@ -19,7 +19,20 @@ struct SideNames
     {
     }
 
+    /// A text that calls the sides as administrators do, with these names.
+    std::string in(const std::string& text) const
+    {
+        return replaced(replaced(text, "the destination", destination), "the source", source);
+    }
+
 private:
+    static std::string replaced(std::string text, const std::string& what, const std::string& by)
+    {
+        for (size_t place = 0; (place = text.find(what, place)) != std::string::npos; place += by.size())
+            text.replace(place, what.size(), by);
+        return text;
+    }
+
     static std::string nameOf(const Configuration& configuration, bool isLocal)
     {
         const bool isLaptop = (configuration.site == LAPTOP) == isLocal;

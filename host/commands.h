@@ -112,5 +112,5 @@ Outcome decisionLogCommand(const Configuration& configuration, const ConflictFil
 /// resolved.
 Outcome reviewCommand(const Configuration& configuration, bool opensBrowser);
 
-/// The same result for a person to read.
-std::string humanText(const std::string& command, const nlohmann::ordered_json& result);
+/// The same result for a person to read, who calls the sides of conflicts by these names.
+std::string humanText(const std::string& command, const nlohmann::ordered_json& result, const SideNames& names = {});

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <functional>
 #include <map>
 #include <regex>
 
@@ -384,9 +385,9 @@ std::string todaysValue(const ordered_json& value, const ordered_json& hasRow)
     return hasRow == false ? "no row" : shownValue(value);
 }
 
-std::string changedAt(const char* side, const ordered_json& date, bool lacksRow)
+std::string changedAt(const std::string& side, const ordered_json& date, bool lacksRow)
 {
-    return fmt::format("    changed at the {} when it was found: {}\n", side,
+    return fmt::format("    changed at {} when it was found: {}\n", side,
                        lacksRow         ? "it has no such row"
                        : date.is_null() ? "not known"
                                         : resultText(date));
@@ -397,25 +398,32 @@ bool lacks(const ordered_json& conflict, const char* side)
     return !conflict["columns"].empty() && conflict["columns"].front()[side].is_null();
 }
 
-std::string conflict(const ordered_json& result)
+std::string sidesLine(const ordered_json& column, const SideNames& names, const std::string& source,
+                      const std::string& destination)
+{
+    return fmt::format("    {}: {} {}, {} {}\n", resultText(column["column"]), names.source, source, names.destination,
+                       destination);
+}
+
+std::string conflict(const ordered_json& result, const SideNames& names)
 {
     const ordered_json& conflict = result["conflict"];
-    std::string lines = fmt::format(
-        "{} {}, {}: {}\n    {}; found {} times, last by the run of {}\n", resultText(conflict["unid"]),
-        resultText(conflict["table_name"]), resultText(conflict["conflict"]), resultText(conflict["key_info"]),
-        resultText(conflict["state"]), resultText(conflict["found"]), cellText(conflict["last_found"]));
-    lines += changedAt("source", conflict["source_mod_date"], lacks(conflict, "source")) +
-             changedAt("destination", conflict["destination_mod_date"], lacks(conflict, "destination"));
+    std::string lines =
+        fmt::format("{} {}, {}: {}\n    {}; found {} by the run of {}\n", resultText(conflict["unid"]),
+                    resultText(conflict["table_name"]), resultText(conflict["conflict"]),
+                    resultText(conflict["key_info"]), resultText(conflict["state"]),
+                    conflict["found"] == 1 ? "once," : fmt::format("{} times, last", resultText(conflict["found"])),
+                    cellText(conflict["last_found"]));
+    lines += changedAt(names.source, conflict["source_mod_date"], lacks(conflict, "source")) +
+             changedAt(names.destination, conflict["destination_mod_date"], lacks(conflict, "destination"));
     for (const ordered_json& column : conflict["columns"])
-        lines += fmt::format("    {}: source {}, destination {}\n", resultText(column["column"]),
-                             sideValue(column["source"]), sideValue(column["destination"]));
+        lines += sidesLine(column, names, sideValue(column["source"]), sideValue(column["destination"]));
     if (conflict["changed_since"] == true)
         lines += "    The row is no longer as it was found. Today:\n";
     for (const ordered_json& column : conflict["today"])
         if (conflict["changed_since"] == true)
-            lines += fmt::format("    {}: source {}, destination {}\n", resultText(column["column"]),
-                                 todaysValue(column["source"], conflict["source_has_it"]),
-                                 todaysValue(column["destination"], conflict["destination_has_it"]));
+            lines += sidesLine(column, names, todaysValue(column["source"], conflict["source_has_it"]),
+                               todaysValue(column["destination"], conflict["destination_has_it"]));
     for (const ordered_json& choice : conflict["choices"])
         lines += fmt::format("  --use {}: {}\n", resultText(choice["use"]), resultText(choice["explanation"]));
     return lines + "  dismiss: takes the conflict off the list and changes no row. " +
@@ -475,30 +483,57 @@ std::string waiting(const ordered_json& result)
                : grid(conflicts, {"unid", "table_name", "conflict", "key_info", "found", "last_found", "state"});
 }
 
-std::string decisions(const ordered_json& result)
+/// A choice of the decision log: the copy that was taken is named by its side.
+std::string choiceText(const std::string& choice, const SideNames& names)
+{
+    return choice == "source"        ? names.source + "'s row"
+           : choice == "destination" ? names.destination + "'s row"
+                                     : choice;
+}
+
+std::string decisions(const ordered_json& result, const SideNames& names)
 {
     std::string lines;
     for (const ordered_json& decision : result["decisions"]) {
         const std::string reason = resultText(decision["reason"]);
         lines += fmt::format("{} {} {} {}: {}{}, {}\n", resultText(decision["time"]), resultText(decision["user"]),
                              resultText(decision["table"]), rowText(decision["key"], decision["key_info"]),
-                             resultText(decision["choice"]), reason.empty() ? reason : fmt::format(" ({})", reason),
-                             resultText(decision["outcome"]));
+                             choiceText(resultText(decision["choice"]), names),
+                             reason.empty() ? reason : fmt::format(" ({})", reason), resultText(decision["outcome"]));
         for (const auto& [column, value] : decision["lost_row"].items())
             lines += fmt::format("    {}: {}\n", column, shownValue(value));
     }
     return lines.empty() ? "no decisions\n" : lines;
 }
 
+/// The texts about conflicts, wherever they stand in a result, with the names of the sides.
+ordered_json named(ordered_json result, const SideNames& names)
+{
+    if (result.is_object() && result.contains("conflict_type"))
+        result["conflict"] = kindName(result["conflict_type"].get<long>(), names);
+    for (auto& [name, value] : result.items())
+        if (value.is_structured() && name != "lost_row") // whose names are those of columns
+            value = named(std::move(value), names);
+        else if (value.is_string() &&
+                 (name == "next_run" || name == "explanation" || name == "would" || name == "refused"))
+            value = names.in(value);
+    return result;
+}
+
 } // namespace
 
-std::string humanText(const std::string& command, const ordered_json& result)
+std::string humanText(const std::string& command, const ordered_json& result, const SideNames& names)
 {
-    static const std::map<std::string, std::string (*)(const ordered_json&)> kTexts = {
-        {"check", checks},     {"preview", preview},    {"verify", verification}, {"run", run},
-        {"status", status},    {"list", waiting},       {"show", conflict},       {"resolve", resolved},
-        {"dismiss", resolved}, {"log", decisions},      {"review", reviewed},     {"copy", copied},
-        {"init", written},     {"schedule", scheduled}, {"explain", explainText}, {"history", runs},
+    using Text = std::function<std::string(const ordered_json&)>;
+    const Text show = [&](const ordered_json& shown) { return conflict(shown, names); };
+    const Text log = [&](const ordered_json& logged) { return decisions(logged, names); };
+    const std::map<std::string, Text> texts = {
+        {"check", checks}, {"preview", preview},    {"verify", verification},
+        {"run", run},      {"status", status},      {"list", waiting},
+        {"show", show},    {"resolve", resolved},   {"dismiss", resolved},
+        {"log", log},      {"review", reviewed},    {"copy", copied},
+        {"init", written}, {"schedule", scheduled}, {"explain", explainText},
+        {"history", runs},
     };
-    return kTexts.at(command)(result);
+    return texts.at(command)(named(result, names));
 }

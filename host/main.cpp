@@ -85,9 +85,10 @@ Configuration readConfiguration(const Options& options)
 
 /// Tells an outcome on standard output. In JSON it is one object: indented, or on a line of its own where more than one
 /// may come.
-ExitCode tell(const Options& options, const std::string& name, const Outcome& outcome)
+ExitCode tell(const Options& options, const std::string& name, const Outcome& outcome, const SideNames& names = {})
 {
-    std::cout << (options.json ? outcome.result.dump(options.watch ? -1 : 2) + "\n" : humanText(name, outcome.result))
+    std::cout << (options.json ? outcome.result.dump(options.watch ? -1 : 2) + "\n"
+                               : humanText(name, outcome.result, names))
               << std::flush;
     return outcome.exitCode;
 }
@@ -247,16 +248,18 @@ private:
         if (!options_.run.reportFile.empty())
             requireWritable("the report", options_.run.reportFile,
                             "Name a file in a folder that exists and may be written to.");
+        const SideNames names(configuration);
+        options_.filter.names = names;
         options_.run.watched = options_.watch;
         if (options_.watch)
             return watchCommand(configuration, options_.run, [&](const Outcome& outcome) {
-                tell(options_, name, outcome);
+                tell(options_, name, outcome, names);
                 reportFailure(options_, outcome.result);
             });
         // A run asks for them itself; these read files alone.
         if (name != "run" && name != "history" && name != "log")
             resolvePasswords(configuration);
-        return tell(options_, name, command(configuration));
+        return tell(options_, name, command(configuration), names);
     }
 
     /// It has no configuration to read yet.

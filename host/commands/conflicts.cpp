@@ -117,7 +117,7 @@ Outcome dismissConflictsCommand(const Configuration& configuration, const Dismis
                  {"counts", std::move(counts)}}};
     for (const ConflictedRow& row : rows)
         std::cerr << row.table << " " << (row.latest().keyInfo.empty() ? row.key : row.latest().keyInfo) << ": "
-                  << nextRunText(row.next) << "\n";
+                  << nextRunText(row.next, SideNames(configuration)) << "\n";
     return told(dismissRows(configuration, databases, rows, options.reason), std::move(counts));
 }
 

@@ -21,13 +21,6 @@ using nlohmann::ordered_json;
 
 namespace {
 
-std::string replaced(std::string text, const std::string& what, const std::string& by)
-{
-    for (size_t place = 0; (place = text.find(what, place)) != std::string::npos; place += by.size())
-        text.replace(place, what.size(), by);
-    return text;
-}
-
 /// A GUID as databases and records have it, whatever its braces and letters; any other key as it is.
 std::string usualForm(const std::string& key)
 {
@@ -276,7 +269,7 @@ private:
                                 {"table", stop["table"]},
                                 {"rows", stop["rows"].size()},
                                 {"this_row", ofThisRow},
-                                {"text", forPeople(stop["text"])}});
+                                {"text", names_.in(stop["text"])}});
             }
             stops.insert(stops.end(), others.begin(), others.end());
         }
@@ -307,12 +300,6 @@ private:
     static ordered_json siteStop(const char* reason, const std::string& text)
     {
         return {{"reason", reason}, {"table", nullptr}, {"rows", 0}, {"this_row", false}, {"text", text}};
-    }
-
-    /// A text for administrators with the names of the sides.
-    std::string forPeople(const std::string& text) const
-    {
-        return replaced(replaced(text, "the destination", names_.destination), "the source", names_.source);
     }
 
     const Configuration& configuration_;

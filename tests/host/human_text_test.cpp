@@ -93,9 +93,9 @@ users: 2 more (--all lists them)
     waits; found 2 times, last by the run of a
     changed at the source when it was found: it has no such row
     changed at the destination when it was found: b
-    item_text: source no row, destination 'D'
+    item_text: the source no row, the destination 'D'
     The row is no longer as it was found. Today:
-    item_text: source Null, destination 'typed'
+    item_text: the source Null, the destination 'typed'
   --use later: Leaves it.
   dismiss: takes the conflict off the list and changes no row. The next run leaves it.
 )"},
@@ -145,4 +145,53 @@ TEST(HumanTexts, RunSaysWhatWasNotDoneAndHowManyConflictsWait)
     result["conflicts_new"] = 1;
     text = humanText("run", result);
     EXPECT_THAT(text, HasSubstr("Conflicts that wait: 2, new: 1. Look at them with `quinrep review`"));
+}
+
+// The words of the review page.
+TEST(HumanTexts, ConflictsAreToldWithTheNamesOfTheSides)
+{
+    SideNames names;
+    names.source = "the office";
+    names.destination = "this laptop";
+    const ordered_json row = ordered_json::parse(R"({
+        "unid": "{1}", "table_name": "shortcut", "key": "k", "key_info": "ask the source", "conflict_type": 5,
+        "conflict": "deleted on the source", "found": 1, "last_found": "a", "state": "waits", "choice": "source",
+        "settled": false, "refused": "Not possible: the source has the row again.",
+        "would": "Deletes the row at the destination too."})");
+    EXPECT_EQ(humanText("list", {{"conflicts", {row}}}, names),
+              "  id   table     conflict               row             found  last found  state\n"
+              "  {1}  shortcut  deleted at the office  ask the source      1  a           waits\n");
+    EXPECT_EQ(humanText("resolve", {{"planned", {row}}, {"counts", {{"deleted", 1}}}}, names),
+              "{1} shortcut k  ask the source: Deletes the row at this laptop too.\n"
+              "Nothing was done. It would be: 1 deleted\n");
+    EXPECT_EQ(humanText("resolve", {{"resolved", {row}}}, names),
+              "{1} shortcut k  ask the source: stays, Not possible: the office has the row again.\n");
+    ordered_json shown = row;
+    shown.update(ordered_json::parse(R"({
+        "source_mod_date": null, "destination_mod_date": "b", "changed_since": false, "today": [],
+        "columns": [{"column": "item_text", "source": null, "destination": "of the source"}],
+        "choices": [{"use": "source", "explanation": "Copies the source's row over the destination's."}],
+        "next_run": "The next run deletes the row at the destination."})"));
+    EXPECT_EQ(humanText("show", {{"conflict", shown}}, names),
+              "{1} shortcut, deleted at the office: ask the source\n"
+              "    waits; found once, by the run of a\n"
+              "    changed at the office when it was found: it has no such row\n"
+              "    changed at this laptop when it was found: b\n"
+              "    item_text: the office no row, this laptop 'of the source'\n"
+              "  --use source: Copies the office's row over this laptop's.\n"
+              "  dismiss: takes the conflict off the list and changes no row. The next run deletes the row at this "
+              "laptop.\n");
+    EXPECT_EQ(humanText("log",
+                        {{"decisions",
+                          {{{"time", "t"},
+                            {"user", "u"},
+                            {"table", "shortcut"},
+                            {"key", "k"},
+                            {"key_info", ""},
+                            {"choice", "source"},
+                            {"reason", ""},
+                            {"outcome", "settled"},
+                            {"lost_row", {{"item_text", "D"}}}}}}},
+                        names),
+              "t u shortcut k: the office's row, settled\n    item_text: 'D'\n");
 }
