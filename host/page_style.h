@@ -1,7 +1,8 @@
 #pragma once
 
 /// The style sheet of the review page and of the report. Text and controls have a contrast of at least 4.5:1, also in
-/// the dark scheme.
+/// the dark scheme. The review's list begins at the selected row, since that is the only place to snap to for a moment:
+/// all browsers know snapping, and few an initial place of scrolling.
 constexpr char kPageStyle[] = R"css(
 :root { color-scheme: light dark; --paper: #f6f7f8; --card: #fff; --ink: #1d2730; --soft: #55636f; --line: #d5dbe0;
   --accent: #0b5c8a; --on-accent: #fff; --mark: #ffe08a; --mark-ink: #3a2b00; --bad: #a01f1f; --bad-paper: #fdecec;
@@ -58,13 +59,14 @@ button[disabled] kbd { display: none; }
 .keys { margin-top: 1rem; }
 button[disabled] { cursor: not-allowed; border-color: var(--line); color: var(--soft); text-decoration: line-through; }
 :focus-visible { outline: .2rem solid var(--accent); outline-offset: .15rem; }
-nav { flex: 1 1 auto; min-height: 6rem; overflow: auto; }
+nav { flex: 1 1 auto; min-height: 6rem; overflow: auto; scroll-snap-type: y mandatory; }
+@keyframes begins-here { from, to { scroll-snap-align: center; } }
 nav ul { list-style: none; margin: 0; padding: 0; }
 nav li { display: flex; align-items: center; }
 nav a { flex: 1; min-width: 0; padding: .4rem .6rem; border-radius: .35rem; color: var(--ink); text-decoration: none;
   overflow-wrap: anywhere; border-left: .25rem solid transparent; }
 nav a:hover { background: var(--paper); }
-nav a[aria-current] { scroll-initial-target: nearest; background: var(--paper); border-left-color: var(--accent);
+nav a[aria-current] { animation: begins-here .3s; background: var(--paper); border-left-color: var(--accent);
   font-weight: 600; }
 small { color: var(--soft); font-weight: 400; }
 nav small, small strong { display: block; }
