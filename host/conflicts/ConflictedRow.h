@@ -30,7 +30,7 @@ struct CopyToday
     RowCopy row;
     /// Its columns in their order, as columnValue has them.
     nlohmann::ordered_json columns = nlohmann::ordered_json::object();
-    /// The same as the texts that conflict reporting compares; null for Null.
+    /// The same as the texts that conflict reporting records and compares, dates in the user's own form; null for Null.
     nlohmann::ordered_json texts = nlohmann::ordered_json::object();
 };
 
@@ -125,7 +125,7 @@ void filterRows(const Configuration& configuration, std::vector<ConflictedRow>& 
 /// lacked the row.
 nlohmann::ordered_json recordedColumns(clsConn& local, const ConflictedRow& row);
 
-/// Recorded differences for a reader: a date, which the component records in the user's own form, as columnValue has
+/// Recorded differences for a result: a date, which the component records in the user's own form, as columnValue has
 /// it where the column holds dates today.
 nlohmann::ordered_json shownColumns(const ConflictedRow& row, nlohmann::ordered_json columns);
 

@@ -162,24 +162,21 @@ private:
 
 } // namespace
 
-ordered_json columnsToday(const ConflictedRow& row)
+ordered_json columnsToday(const ConflictedRow& row, Values values)
 {
     ordered_json columns = ordered_json::array();
-    const auto value = [](const CopyToday& copy, const std::string& name) {
-        return copy.columns.value(name, ordered_json());
-    };
     const CopyToday& names = row.source.row.exists ? row.source : row.destination;
-    for (const auto& column : names.columns.items())
+    for (const auto& column : (names.*values).items())
         columns.push_back({{"column", column.key()},
-                           {"source", value(row.source, column.key())},
-                           {"destination", value(row.destination, column.key())}});
+                           {"source", (row.source.*values).value(column.key(), ordered_json())},
+                           {"destination", (row.destination.*values).value(column.key(), ordered_json())}});
     return columns;
 }
 
-ordered_json differences(const ConflictedRow& row)
+ordered_json differences(const ConflictedRow& row, Values values)
 {
     ordered_json columns = ordered_json::array();
-    for (const ordered_json& column : columnsToday(row))
+    for (const ordered_json& column : columnsToday(row, values))
         if (column["source"] != column["destination"])
             columns.push_back(column);
     return columns;

@@ -25,10 +25,13 @@ std::vector<Decided> resolveRows(const Configuration& configuration, Databases& 
 std::vector<Decided> dismissRows(const Configuration& configuration, Databases& databases,
                                  const std::vector<ConflictedRow>& rows, const std::string& reason);
 
+/// A form of a copy's values.
+using Values = nlohmann::ordered_json CopyToday::*;
+
 /// Both copies of a row as they are today, column by column; null for Null and for no row.
-nlohmann::ordered_json columnsToday(const ConflictedRow& row);
+nlohmann::ordered_json columnsToday(const ConflictedRow& row, Values values = &CopyToday::columns);
 /// Those columns where the copies differ.
-nlohmann::ordered_json differences(const ConflictedRow& row);
+nlohmann::ordered_json differences(const ConflictedRow& row, Values values = &CopyToday::columns);
 
 /// How many rows a decision overwrites, deletes, keeps as they are, leaves waiting and dismisses.
 nlohmann::ordered_json countEffects(const std::vector<Effect>& effects, size_t dismissed);

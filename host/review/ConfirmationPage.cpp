@@ -70,7 +70,7 @@ std::string ConfirmationPage::counts() const
 
 std::string ConfirmationPage::lostRow(const ConflictedRow& row) const
 {
-    const ordered_json columns = differences(row);
+    const ordered_json columns = differences(row, kShownValues);
     const std::string lines =
         columns.empty() ? "<tr role=\"row\"><td role=\"cell\" colspan=\"3\">Both sides are equal.</td></tr>\n"
                         : columnLines(columns, row.source.row.exists, row.destination.row.exists, context_.names);

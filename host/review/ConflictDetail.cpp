@@ -22,11 +22,6 @@ std::string fact(const std::string& label, const std::string& text)
     return fmt::format("<div><dt>{}</dt><dd>{}</dd></div>", escapeHtml(label), escapeHtml(text));
 }
 
-std::string shownDate(const std::optional<DATE>& date)
-{
-    return date ? toUtf8(com::dateText(*date)) : "none";
-}
-
 /// The attribute of a control's access key.
 std::string accessKey(const char* key)
 {
@@ -115,16 +110,15 @@ std::string ConflictDetail::columns(const ordered_json& recorded) const
                               "</tbody>");
     };
     const auto today = [&] {
-        return table(" today", columnsToday(row_), row_.source.row.exists, row_.destination.row.exists);
+        return table(" today", columnsToday(row_, kShownValues), row_.source.row.exists, row_.destination.row.exists);
     };
     const bool asFound = isStillAsRecorded(row_, recorded);
     const bool canBeRead = row_.state == RowState::Waits || row_.state == RowState::Equal;
     const bool showsEqual = canBeRead && !view_.equalToo.empty();
     std::string html;
     if (!(asFound && showsEqual))
-        html += recorded.empty()
-                    ? "<p>No differing columns were recorded.</p>\n"
-                    : table("", shownColumns(row_, recorded), !row_.sourceLackedIt(), !row_.destinationLackedIt());
+        html += recorded.empty() ? "<p>No differing columns were recorded.</p>\n"
+                                 : table("", recorded, !row_.sourceLackedIt(), !row_.destinationLackedIt());
     if (row_.state == RowState::Waits && !asFound)
         html += showsEqual ? "<h3>The row is not as it was found. All its columns as they are today</h3>\n"
                            : "<p class=\"soft\">The row is not as it was found. What is there today is shown before it "

@@ -1,7 +1,9 @@
 #include "review/html.h"
 
+#include "com/convert.h"
 #include "html_page.h"
 #include "review/marked_text.h"
+#include "text.h"
 
 #include <fmt/format.h>
 
@@ -44,6 +46,11 @@ std::string cells(const ordered_json& column, bool sourceExists, bool destinatio
 }
 
 } // namespace
+
+std::string shownDate(const std::optional<DATE>& date)
+{
+    return date ? toUtf8(com::dateText(*date)) : "none";
+}
 
 std::string rowName(const ConflictedRow& row)
 {

@@ -1,11 +1,15 @@
 #pragma once
 
 #include "SideNames.h"
-#include "conflicts/ConflictedRow.h"
+#include "conflicts/decisions.h"
 
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
+
+/// On a page dates have the user's own form, which the component's records have too.
+inline constexpr Values kShownValues = &CopyToday::texts;
+std::string shownDate(const std::optional<DATE>& date);
 
 /// A row's name for people.
 std::string rowName(const ConflictedRow& row);

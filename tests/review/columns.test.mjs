@@ -18,6 +18,25 @@ test('differences are marked word by word, numbers and days as a whole', async (
         '3/1/2026 9:45:00 AM, 12.55']);
 });
 
+test('dates have the user\'s form wherever they are shown', async () => {
+    const dates = { office: '3/2/2026 9:15:00 AM', laptop: '3/2/2026 11:40:05 AM' };
+    const { row } = await changed('Dates', { column: 'mod_date', ...dates });
+    for (const side of ['office', 'laptop'])
+        await practice[side].sql(`update shortcut set mod_date = '${dates[side]}', item_text = 'x' where unid = '${row}'`);
+    await open();
+    assert.match(await page.textContent('dl'), /the office3\/2\/2026 9:15:00 AM.* laptop3\/2\/2026 11:40:00 AM/);
+    const assertShown = async () => assert.deepEqual(await page.locator('tr:has(th:text-is("mod_date")) td')
+        .allTextContents(), Object.values(dates));
+    await assertShown();
+    await page.getByRole('link', { name: 'Show equal columns too' }).click();
+    await page.waitForURL(/equal=yes/);
+    await assertShown();
+    await page.getByLabel('Apply to all 1 shown').check();
+    await page.getByRole('button', { name: 'Use the office\'s…' }).click();
+    await page.getByText('Nothing has been done yet.').waitFor();
+    await assertShown();
+});
+
 test('what is long and equal is folded and can be opened', async () => {
     const text = 'The patient asks for a reminder. '.repeat(110).slice(0, 3499);
     await changed('Long', { office: text + 'X', laptop: text + 'Y' });
