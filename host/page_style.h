@@ -103,12 +103,17 @@ td.alarm { color: var(--bad); font-weight: 700; }
   kbd, .keys { display: none; }
   .long { max-height: none; }
   .detail dl > div { flex: 1 0 8.5rem; }
-  .sides, .sides tbody, .sides tr, .sides th, .sides td { display: block; }
-  .sides thead { position: absolute; clip-path: inset(50%); height: 1px; width: 1px; overflow: hidden; }
-  .sides tr { border-bottom: 1px solid var(--line); padding: .5rem 0; }
-  .sides th, .sides td, .sides th:first-child { width: auto; border: 0; padding: .15rem 0; }
+}
+@media screen and (max-width: 50rem) {
+  table, tbody, tr, th, td { display: block; overflow-wrap: break-word; }
+  thead { position: absolute; clip-path: inset(50%); height: 1px; width: 1px; overflow: hidden; white-space: nowrap; }
+  tr { border-bottom: 1px solid var(--line); padding: .5rem 0; }
+  th, td, .sides th:first-child { width: auto; border: 0; padding: .15rem 0; }
+  td:empty { display: none; }
   .same > * { display: block; }
-  .sides td::before { content: attr(data-side); display: block; font-size: .8rem; color: var(--soft); }
+  td[data-column]::before { content: attr(data-column); display: block; font-size: .8rem; font-weight: 400;
+    color: var(--soft); }
+  td.number { display: flex; justify-content: space-between; align-items: baseline; gap: 1rem; }
 }
 /* The report. */
 .verdict h1 { flex: 1 0 100%; font-size: 1.7rem; color: var(--bad); overflow-wrap: anywhere; }

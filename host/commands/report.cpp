@@ -5,6 +5,7 @@
 #include "SideNames.h"
 #include "commands/report_chart.h"
 #include "html_page.h"
+#include "html_table.h"
 #include "random.h"
 #include "result_text.h"
 
@@ -275,50 +276,33 @@ private:
     /// Only with the columns that have something to tell.
     std::string changedTables() const
     {
-        std::string groups, heading, rows;
-        std::vector<const char*> counters;
-        for (const SideColumns& side : sides_) {
-            size_t used = 0;
+        std::vector<std::pair<const char*, std::string>> columns;
+        for (const SideColumns& side : sides_)
             for (size_t index = 0; index < side.counters.size(); ++index)
-                if (isUsed(side.counters[index])) {
-                    counters.push_back(side.counters[index]);
-                    heading +=
-                        fmt::format("<th scope=\"col\" class=\"number\">{}</th>", capitalized(kCounterWords[index]));
-                    ++used;
-                }
-            if (used > 0)
-                groups += fmt::format("<th scope=\"colgroup\" class=\"number\" colspan=\"{}\">At {}</th>", used,
-                                      escapeHtml(side.side));
-        }
-        size_t troubles = 0;
-        for (const char* counter : {"conflicts", "errors"})
-            if (isUsed(counter)) {
-                counters.push_back(counter);
-                heading += fmt::format("<th scope=\"col\" class=\"number\">{}</th>", capitalized(counter));
-                ++troubles;
-            }
-        if (counters.empty())
+                columns.emplace_back(side.counters[index],
+                                     capitalized(kCounterWords[index]) + std::string(" at ") + side.side);
+        columns.emplace_back("conflicts", "Conflicts");
+        columns.emplace_back("errors", "Errors");
+        std::erase_if(columns, [this](const auto& column) { return !isUsed(column.first); });
+        if (columns.empty())
             return {};
-        for (const ordered_json& table : tables_)
-            if (isTold(table))
-                rows += row(table, counters);
-        return fmt::format("<div class=\"wide\"><table><thead><tr><td></td>{}{}</tr><tr><th scope=\"col\">Table</th>{}"
-                           "</tr></thead>\n<tbody>\n{}</tbody></table></div>\n",
-                           groups, troubles > 0 ? fmt::format("<td colspan=\"{}\"></td>", troubles) : "", heading,
-                           rows);
+        std::string headings = columnHeading("Table");
+        for (const auto& [counter, name] : columns)
+            headings += columnHeading(name, kNumber);
+        std::string rows;
+        for (const ordered_json& table : tables_) {
+            std::string cells = rowHeading(escapeHtml(textOf(table, "table")));
+            for (const auto& [counter, name] : columns)
+                cells += number(counter, name, table[counter]);
+            rows += isTold(table) ? tableRow(cells) : "";
+        }
+        return wideTable(headings, rows);
     }
 
-    static std::string row(const ordered_json& table, const std::vector<const char*>& counters)
+    static std::string number(const char* counter, const std::string& name, const ordered_json& value)
     {
-        std::string cells = fmt::format("<th scope=\"row\">{}</th>", escapeHtml(textOf(table, "table")));
-        for (const char* counter : counters) {
-            const ordered_json& value = table[counter];
-            cells += fmt::format("<td class=\"number{}\">{}</td>", isTrouble(counter) && !isZero(value) ? " alarm" : "",
-                                 value.is_null() ? "-"
-                                 : isZero(value) ? ""
-                                                 : resultText(value));
-        }
-        return "<tr>" + cells + "</tr>\n";
+        const std::string text = value.is_null() ? "-" : isZero(value) ? "" : resultText(value);
+        return tableCell(name, text, isTrouble(counter) && !isZero(value) ? " class=\"number alarm\"" : kNumber);
     }
 
     /// What only some readers want to know.

@@ -2,6 +2,7 @@
 
 #include "History.h"
 #include "html_page.h"
+#include "html_table.h"
 #include "result_text.h"
 
 #include <algorithm>
@@ -15,6 +16,9 @@ using nlohmann::ordered_json;
 namespace {
 
 constexpr size_t kRuns = 30;
+constexpr char kResult[] = "Result";
+constexpr char kRowsChanged[] = "Rows changed";
+constexpr char kNewConflicts[] = "New conflicts";
 /// Units of the drawing: the place of a run, its bar, the height of the highest one, and the line that all stand on.
 constexpr int kPlace = 20;
 constexpr int kBar = 14;
@@ -112,13 +116,13 @@ std::string drawing(const std::vector<ordered_json>& runs, long long most)
 
 std::string row(const ordered_json& run)
 {
-    std::string cells = fmt::format("<td>{}</td><td>{}", minuteOf(run["began"]), outcomeWords(run));
+    std::string result = outcomeWords(run);
     if (const std::string error = resultText(run["error"]); !wentThrough(run) && !error.empty())
-        cells += fmt::format("<br><small>{}</small>", escapeHtml(error));
-    cells += "</td>";
-    cells += fmt::format("<td class=\"number\">{}</td><td class=\"number\">{}</td>", changedRows(run),
-                         run["conflicts_new"].is_null() ? "-" : resultText(run["conflicts_new"]));
-    return "<tr>" + cells + "</tr>\n";
+        result += fmt::format("<br><small>{}</small>", escapeHtml(error));
+    return tableRow(
+        rowHeading(minuteOf(run["began"])) + tableCell(kResult, result) +
+        tableCell(kRowsChanged, std::to_string(changedRows(run)), kNumber) +
+        tableCell(kNewConflicts, run["conflicts_new"].is_null() ? "-" : resultText(run["conflicts_new"]), kNumber));
 }
 
 } // namespace
@@ -135,10 +139,9 @@ std::string runsChart(const ordered_json& runs)
         most = std::max(most, wentThrough(run) ? changedRows(run) : 0);
         rows = row(run) + rows;
     }
+    const std::string headings = columnHeading("Began") + columnHeading(kResult) +
+                                 columnHeading(kRowsChanged, kNumber) + columnHeading(kNewConflicts, kNumber);
     return fmt::format("<section class=\"card runs\"><h2>The last {} runs</h2>\n{}<details><summary>The same as a "
-                       "table</summary>\n<div class=\"wide\"><table><thead><tr><th scope=\"col\">Began</th><th "
-                       "scope=\"col\">Result</th><th scope=\"col\" class=\"number\">Rows changed</th><th scope=\"col\" "
-                       "class=\"number\">New conflicts</th></tr></thead>\n<tbody>\n{}</tbody></table></div></details>"
-                       "</section>\n",
-                       shown.size(), drawing(shown, std::max(most, 1LL)), rows);
+                       "table</summary>\n{}</details></section>\n",
+                       shown.size(), drawing(shown, std::max(most, 1LL)), wideTable(headings, rows));
 }

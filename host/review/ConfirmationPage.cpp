@@ -2,6 +2,7 @@
 
 #include "conflicts/decisions.h"
 #include "html_page.h"
+#include "html_table.h"
 #include "review/html.h"
 
 #include <algorithm>
@@ -72,11 +73,11 @@ std::string ConfirmationPage::lostRow(const ConflictedRow& row) const
 {
     const ordered_json columns = differences(row, kShownValues);
     const std::string lines =
-        columns.empty() ? "<tr role=\"row\"><td role=\"cell\" colspan=\"3\">Both sides are equal.</td></tr>\n"
+        columns.empty() ? tableRow(tableCell("", "Both sides are equal.", " colspan=\"3\""))
                         : columnLines(columns, row.source.row.exists, row.destination.row.exists, context_.names);
-    return fmt::format("<tbody role=\"rowgroup\"><tr role=\"row\" class=\"name\"><th colspan=\"3\" scope=\"rowgroup\" "
-                       "role=\"rowheader\"><strong>{}</strong> <small>{}</small></th></tr>\n{}</tbody>\n",
-                       escapeHtml(rowName(row)), escapeHtml(row.table), lines);
+    const std::string name =
+        fmt::format("<strong>{}</strong> <small>{}</small>", escapeHtml(rowName(row)), escapeHtml(row.table));
+    return tableBody(tableRow(rowHeading(name, " colspan=\"3\" scope=\"rowgroup\""), "name") + lines);
 }
 
 std::string ConfirmationPage::lostRows(Loss loss, const std::string& heading) const

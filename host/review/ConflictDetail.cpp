@@ -5,6 +5,7 @@
 #include "conflicts/rows_today.h"
 #include "conflicts/why.h"
 #include "html_page.h"
+#include "html_table.h"
 #include "review/Decision.h"
 #include "review/html.h"
 #include "text.h"
@@ -105,9 +106,7 @@ std::string ConflictDetail::columns(const ordered_json& recorded) const
 {
     const SideNames& names = context_.names;
     const auto table = [&](const char* when, const ordered_json& columns, bool sourceExists, bool destinationExists) {
-        return sidesTable(names, when,
-                          "<tbody role=\"rowgroup\">\n" + columnLines(columns, sourceExists, destinationExists, names) +
-                              "</tbody>");
+        return sidesTable(names, when, tableBody(columnLines(columns, sourceExists, destinationExists, names)));
     };
     const auto today = [&] {
         return table(" today", columnsToday(row_, kShownValues), row_.source.row.exists, row_.destination.row.exists);

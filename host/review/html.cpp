@@ -2,6 +2,7 @@
 
 #include "com/convert.h"
 #include "html_page.h"
+#include "html_table.h"
 #include "review/marked_text.h"
 #include "text.h"
 
@@ -26,11 +27,6 @@ std::string plainText(const ordered_json& value)
     return value.is_string() ? value.get<std::string>() : std::string();
 }
 
-std::string cell(const std::string& side, const std::string& content, const char* more = "")
-{
-    return fmt::format("<td role=\"cell\" data-side=\"{}\"{}>{}</td>", escapeHtml(capitalized(side)), more, content);
-}
-
 std::string cells(const ordered_json& column, bool sourceExists, bool destinationExists, const SideNames& names)
 {
     const ordered_json& source = column["source"];
@@ -40,9 +36,9 @@ std::string cells(const ordered_json& column, bool sourceExists, bool destinatio
     const auto [left, right] = both ? markDifferences(plainText(source), plainText(destination))
                                     : MarkedTexts{escapeHtml(plainText(source)), escapeHtml(plainText(destination))};
     if (both && source == destination)
-        return cell("both sides", valueCell(source, left), " colspan=\"2\" class=\"same\"");
-    return cell(names.source, sourceExists ? valueCell(source, left) : kNoRow) +
-           cell(names.destination, destinationExists ? valueCell(destination, right) : kNoRow);
+        return tableCell("Both sides", valueCell(source, left), " colspan=\"2\" class=\"same\"");
+    return tableCell(capitalized(names.source), sourceExists ? valueCell(source, left) : kNoRow) +
+           tableCell(capitalized(names.destination), destinationExists ? valueCell(destination, right) : kNoRow);
 }
 
 } // namespace
@@ -85,23 +81,19 @@ std::string effectText(const std::string& text, bool losesRow)
                     : escapeHtml(text);
 }
 
-// Roles are said because a narrow window shows the parts of a table as blocks, which takes their roles from them.
 std::string sidesTable(const SideNames& names, const std::string& when, const std::string& bodies)
 {
-    const auto head = [&](const std::string& text) {
-        return "<th scope=\"col\" role=\"columnheader\">" + escapeHtml(text) + "</th>";
-    };
-    return "<table class=\"sides\" role=\"table\"><thead role=\"rowgroup\"><tr role=\"row\">" + head("Column") +
-           head(capitalized(names.source) + when) + head(capitalized(names.destination) + when) + "</tr></thead>\n" +
-           bodies + "</table>\n";
+    return htmlTable("sides",
+                     columnHeading("Column") + columnHeading(capitalized(names.source) + when) +
+                         columnHeading(capitalized(names.destination) + when),
+                     bodies);
 }
 
 std::string columnLines(const ordered_json& columns, bool sourceExists, bool destinationExists, const SideNames& names)
 {
     std::string lines;
     for (const ordered_json& column : columns)
-        lines +=
-            fmt::format("<tr role=\"row\"><th scope=\"row\" role=\"rowheader\">{}</th>{}</tr>\n",
-                        escapeHtml(plainText(column["column"])), cells(column, sourceExists, destinationExists, names));
+        lines += tableRow(rowHeading(escapeHtml(plainText(column["column"]))) +
+                          cells(column, sourceExists, destinationExists, names));
     return lines;
 }

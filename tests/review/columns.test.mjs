@@ -22,7 +22,8 @@ test('dates have the user\'s form wherever they are shown', async () => {
     const dates = { office: '3/2/2026 9:15:00 AM', laptop: '3/2/2026 11:40:05 AM' };
     const { row } = await changed('Dates', { column: 'mod_date', ...dates });
     for (const side of ['office', 'laptop'])
-        await practice[side].sql(`update shortcut set mod_date = '${dates[side]}', item_text = 'x' where unid = '${row}'`);
+        await practice[side].sql(
+            `update shortcut set mod_date = '${dates[side]}', item_text = 'x' where unid = '${row}'`);
     await open();
     assert.match(await page.textContent('dl'), /the office3\/2\/2026 9:15:00 AM.* laptop3\/2\/2026 11:40:00 AM/);
     const assertShown = async () => assert.deepEqual(await page.locator('tr:has(th:text-is("mod_date")) td')

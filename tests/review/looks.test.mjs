@@ -1,31 +1,10 @@
 // How the pages look, on a desktop and a phone, by day and by night. The pictures are left in the tests' folder.
 import assert from 'node:assert/strict';
-import { mkdirSync } from 'node:fs';
 import { test } from 'node:test';
 import { ConflictType } from './support/Practice.mjs';
-import { brokenWords, faultsOfAccess, laptop, page, practice, press, reviewAt } from './support/browser.mjs';
+import { assertLooksRight, kDesktop, kPhone, laptop, page, practice, press, reviewAt } from './support/browser.mjs';
 
 const review = await reviewAt('laptop');
-const kDesktop = { width: 1280, height: 900 };
-const kPhone = { width: 390, height: 844 };
-
-/// The page has no fault of access in both colour schemes, and fits a desktop and a phone.
-async function assertLooksRight(name) {
-    mkdirSync('pictures', { recursive: true });
-    for (const size of [kPhone, kDesktop]) {
-        await page.setViewportSize(size);
-        const overflow = await page.evaluate(() => document.documentElement.scrollWidth - window.innerWidth);
-        assert.ok(overflow <= 0, `the page is ${overflow} pixels too wide for ${size.width}`);
-        assert.deepEqual(await brokenWords(), []);
-        for (const colorScheme of ['light', 'dark']) {
-            await page.emulateMedia({ colorScheme });
-            await page.screenshot({ path: `pictures/${name}-${size.width}-${colorScheme}.png`, fullPage: true });
-            if (size === kDesktop) assert.deepEqual(await faultsOfAccess(colorScheme), [], `${name}, ${colorScheme}`);
-        }
-    }
-    await page.emulateMedia({ colorScheme: null });
-}
-
 const tops = (...places) => Promise.all(places.map(async (place) => (await page.locator(place).boundingBox()).y));
 
 async function someConflicts() {

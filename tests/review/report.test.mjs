@@ -4,9 +4,7 @@ import { randomUUID } from 'node:crypto';
 import { appendFileSync, rmSync } from 'node:fs';
 import { beforeEach, test } from 'node:test';
 import { report } from './support/Review.mjs';
-import {
-    assertFits, brokenWords, faultsOfAccess, laptop, office, page, practice, requests,
-} from './support/browser.mjs';
+import { assertLooksRight, kPhone, laptop, office, page, practice, requests } from './support/browser.mjs';
 
 const kShortcuts = '[[table]]\nname = "shortcut"\nmethod = "one_way"\n';
 const kHistory = 'review-laptop.history.jsonl';
@@ -25,21 +23,6 @@ function addPastRuns(...runs) {
         const began = `2026-11-${String(index + 1).padStart(2, '0')}T20:30:00Z`;
         appendFileSync(kHistory, `${JSON.stringify({ ...kPastRun, began, ended: began, ...run })}\n`);
     }
-}
-
-/// Every reader can use the page: in both schemes, on a desktop and a phone. Its pictures are kept.
-async function assertReadable(name) {
-    for (const colorScheme of ['light', 'dark']) {
-        await page.emulateMedia({ colorScheme });
-        assert.deepEqual(await faultsOfAccess(colorScheme), [], colorScheme);
-        for (const [width, height] of [[390, 844], [1280, 900]]) {
-            await page.setViewportSize({ width, height });
-            assert.deepEqual(await brokenWords(), [], `${width}`);
-            await page.screenshot({ path: `report-${name}-${width}-${colorScheme}.png`, fullPage: true });
-        }
-    }
-    await page.emulateMedia({ colorScheme: null });
-    await assertFits();
 }
 
 beforeEach(async () => {
@@ -61,7 +44,7 @@ test('a run that copied rows says that all is well, what it did and where, in on
     assert.deepEqual(await changedTables(), [['shortcut', '1']]);
     assert.match(await page.textContent('header'), new RegExp('^The run went throughBegan20..-..-.. ..:..' +
         'Took[0-9.]+ sComputer\\S+Database of this laptop\\w+Database of the office\\w+Changes since'));
-    await assertReadable('done');
+    await assertLooksRight('report-done');
 });
 
 test('tables without changes are folded, and unfolded on paper', async () => {
@@ -76,7 +59,7 @@ test('tables without changes are folded, and unfolded on paper', async () => {
     await page.reload();
     await page.emulateMedia({ media: 'print' });
     assert.equal(await unchanged.isVisible(), true);
-    await page.screenshot({ path: 'report-print.png', fullPage: true });
+    await page.screenshot({ path: 'pictures/report-print.png', fullPage: true });
     await page.emulateMedia({ media: null });
 });
 
@@ -93,7 +76,23 @@ test('rows that both sides changed are the first thing to be read', async () => 
     assert.match(waiting, /^1 row waits for a decision; new: 1\. A row that waits is left as it is .*quinrep review/);
     assert.deepEqual(await changedTables(), [['shortcut', '1']]);
     assert.deepEqual(await page.locator('td.alarm').allTextContents(), ['1']);
-    await assertReadable('conflict');
+    await assertLooksRight('report-conflict');
+});
+
+test('on a phone each number of a table stands on a line with its name', async () => {
+    for (const side of [office, laptop]) await side.addShortcut(randomUUID(), 'new');
+    const { status, address } = await report('two-way', kShortcuts.replace('one_way', 'two_way'));
+    assert.equal(status, 0);
+    await page.goto(address);
+    await page.setViewportSize(kPhone);
+    const numbers = page.locator('.did td');
+    assert.deepEqual(await numbers.evaluateAll((found) => found.map((cell) =>
+        [getComputedStyle(cell, '::before').content, cell.textContent])),
+    [['"Added at this laptop"', '1'], ['"Added at the office"', '1']]);
+    const [first, second] = await Promise.all([numbers.nth(0).boundingBox(), numbers.nth(1).boundingBox()]);
+    assert.ok(first.y + first.height <= second.y + 1);
+    assert.ok(first.height < 40);
+    await assertLooksRight('report-two-way');
 });
 
 test('a failed run shows its error and what was not done; text stays text', async () => {
@@ -109,7 +108,7 @@ test('a failed run shows its error and what was not done; text stays text', asyn
     assert.equal(afterwards,
         'No run begins until somebody has looked, and runs with quinrep run --ready --reset-error.');
     assert.equal(await page.locator('.trouble b').count(), 0);
-    await assertReadable('failed');
+    await assertLooksRight('report-failed');
 });
 
 test('a run that was stopped before it began names the tables and the rows', async () => {
@@ -123,7 +122,7 @@ test('a run that was stopped before it began names the tables and the rows', asy
     assert.equal(await page.textContent('h2'), 'shortcut');
     assert.match(await page.textContent('section'), /1 of 1 rows of the destination would be deleted.*review/s);
     assert.equal(await page.locator('.did').count(), 0);
-    await assertReadable('stopped');
+    await assertLooksRight('report-stopped');
 });
 
 test('the last 30 runs are drawn, and told in a table, newest first', async () => {
@@ -144,5 +143,5 @@ test('the last 30 runs are drawn, and told in a table, newest first', async () =
     assert.deepEqual(rows.map(([, result]) => result).filter((result) => result !== 'went through'),
         ['was broken off', 'went through, with conflicts', 'failed<i>lost</i>']);
     assert.deepEqual(rows[28].slice(2), ['5', '2']);
-    await assertReadable('chart');
+    await assertLooksRight('report-chart');
 });

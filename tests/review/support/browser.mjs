@@ -1,6 +1,6 @@
 // The practice, the browser and the reviews that all test files of a process share. Each test begins without conflicts.
 import assert from 'node:assert/strict';
-import { mkdtempSync, readFileSync, rmSync } from 'node:fs';
+import { mkdirSync, mkdtempSync, readFileSync, rmSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
@@ -11,12 +11,14 @@ import { Review } from './Review.mjs';
 const modules = createRequire(join(process.env.REVIEW_MODULES, 'package.json'));
 const { chromium } = modules('playwright-core');
 const axe = readFileSync(modules.resolve('axe-core/axe.min.js'), 'utf8');
+export const kPhone = { width: 390, height: 844 };
+export const kDesktop = { width: 1280, height: 900 };
 const profile = mkdtempSync(join(tmpdir(), 'review-profile-'));
 const context = await chromium.launchPersistentContext(profile, {
     executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium', headless: true,
     args: ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run', '--disable-background-networking',
         '--disable-component-update', '--disable-sync'],
-    viewport: { width: 1280, height: 900 },
+    viewport: kDesktop,
 });
 context.setDefaultTimeout(60000);
 
@@ -49,17 +51,39 @@ export async function pressAccessKey(letter) {
 export const notice = () => page.textContent('[role=status]');
 export const trouble = () => page.textContent('[role=alert]');
 
-/// The page fits a desktop and a phone.
-export async function assertFits() {
-    for (const [width, height] of [[390, 844], [1280, 900]]) {
-        await page.setViewportSize({ width, height });
-        const overflow = await page.evaluate(() => document.documentElement.scrollWidth - window.innerWidth);
-        assert.ok(overflow <= 0, `the page is ${overflow} pixels too wide for ${width}`);
+/// What scrolls sideways, the page itself too.
+function scrollsSideways() {
+    return page.evaluate(() => [...document.querySelectorAll('*')].filter((element) =>
+        element.scrollWidth > element.clientWidth && (element === document.documentElement ||
+            ['auto', 'scroll'].includes(getComputedStyle(element).overflowX)))
+        .map((element) => element.outerHTML.slice(0, 100)));
+}
+
+/// The page fits a phone and a desktop, on each of which it is also looked at.
+export async function assertFits(look = () => {}) {
+    for (const size of [kPhone, kDesktop]) {
+        await page.setViewportSize(size);
+        assert.deepEqual(await scrollsSideways(), [], `${size.width}`);
+        assert.deepEqual(await brokenWords(), [], `${size.width}`);
+        await look(size);
     }
 }
 
+/// Every reader can use the page: it fits, and has no fault of access by day or by night. Its pictures are kept.
+export async function assertLooksRight(name) {
+    mkdirSync('pictures', { recursive: true });
+    await assertFits(async (size) => {
+        for (const colorScheme of ['light', 'dark']) {
+            await page.emulateMedia({ colorScheme });
+            await page.screenshot({ path: `pictures/${name}-${size.width}-${colorScheme}.png`, fullPage: true });
+            if (size === kDesktop) assert.deepEqual(await faultsOfAccess(colorScheme), [], `${name}, ${colorScheme}`);
+        }
+    });
+    await page.emulateMedia({ colorScheme: null });
+}
+
 /// What axe finds wrong on the page for people who see little, or use no mouse; by night only the contrast.
-export async function faultsOfAccess(colorScheme) {
+async function faultsOfAccess(colorScheme) {
     await page.evaluate(axe);
     const { violations } = await page.evaluate((options) => window.axe.run(options),
         colorScheme === 'dark' ? { runOnly: ['color-contrast'] } : {});
@@ -67,7 +91,7 @@ export async function faultsOfAccess(colorScheme) {
 }
 
 /// The words that are broken between two lines although a line would hold them.
-export function brokenWords() {
+function brokenWords() {
     return page.evaluate(() => {
         const broken = [];
         const texts = document.createTreeWalker(document.body, NodeFilter.SHOW_TEXT);
