@@ -8,7 +8,6 @@
 #include "text.h"
 
 #include <algorithm>
-#include <fstream>
 #include <initializer_list>
 
 using nlohmann::ordered_json;
@@ -34,27 +33,21 @@ std::string siteAndDatabase(const Configuration& configuration)
 }
 
 /// Keeps the last lines, without the ids of conflicts but for those of the last run that wrote: nobody asks for others.
-/// The shorter file takes the place of the other in one step; where it cannot, the other stays.
+/// Where the file cannot be replaced, it stays as it is.
 void shorten(const std::string& path)
 {
     ordered_json runs = JsonLines::read(path, "the history");
-    const std::string shorter = path + ".new";
-    {
-        std::ofstream file(toWide(shorter).c_str(), std::ios::binary);
-        for (size_t index = runs.size() - std::min(runs.size(), kKept); index < runs.size(); ++index) {
-            if (runs[index].contains("writing_since") &&
-                std::any_of(runs.begin() + static_cast<std::ptrdiff_t>(index) + 1, runs.end(),
-                            [&](const ordered_json& later) {
-                                return later.contains("writing_since") && later["site"] == runs[index]["site"];
-                            }))
-                runs[index].erase("conflicts");
-            file << runs[index].dump() << '\n';
-        }
-        if (!file.flush())
-            return;
+    std::string shorter;
+    for (size_t index = runs.size() - std::min(runs.size(), kKept); index < runs.size(); ++index) {
+        if (runs[index].contains("writing_since") && std::any_of(runs.begin() + static_cast<std::ptrdiff_t>(index) + 1,
+                                                                 runs.end(), [&](const ordered_json& later) {
+                                                                     return later.contains("writing_since") &&
+                                                                            later["site"] == runs[index]["site"];
+                                                                 }))
+            runs[index].erase("conflicts");
+        shorter += runs[index].dump() + '\n';
     }
-    if (!MoveFileExW(toWide(shorter).c_str(), toWide(path).c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
-        DeleteFileW(toWide(shorter).c_str());
+    replaceFile(path, shorter);
 }
 
 /// The path, of a file that is not too large.

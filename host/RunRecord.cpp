@@ -39,11 +39,11 @@ void RunRecord::end(Outcome& outcome)
     outcome.result["about"] = about();
     if (history_ && !history_->end(outcome.result, outcome.exitCode, tookMs()))
         tell("the history " + History::path(configuration_) + " could not take the whole line of this run");
-    if (!options_.reportFile.empty() && !writeReport(options_.reportFile, outcome.result, &configuration_)) {
-        tell(options_.reportFile + " cannot be written");
+    const bool reported =
+        !options_.reportFile.empty() && writeReport(options_.reportFile, outcome.result, &configuration_);
+    if (!options_.reportFile.empty() && !reported)
         outcome.exitCode = outcome.exitCode == kDone || outcome.exitCode == kRecorded ? kFailed : outcome.exitCode;
-    }
-    runAfter(outcome);
+    runAfter(outcome, reported);
 }
 
 std::optional<std::string> RunRecord::beforeFailed(ordered_json lookAhead) const
@@ -52,13 +52,13 @@ std::optional<std::string> RunRecord::beforeFailed(ordered_json lookAhead) const
     return hookFailure(configuration_, configuration_.hooks.before, variables("before"), lookAhead, options_.quiet);
 }
 
-void RunRecord::runAfter(Outcome& outcome) const
+void RunRecord::runAfter(Outcome& outcome, bool reported) const
 {
     if (configuration_.hooks.after.empty())
         return;
     EnvironmentVariables variables = this->variables("after");
     variables.emplace_back("QUINREP_EXIT_CODE", std::to_string(outcome.exitCode));
-    if (!options_.reportFile.empty())
+    if (reported)
         variables.emplace_back("QUINREP_REPORT", absolutePath(options_.reportFile));
     if (const std::optional<std::string> failure =
             hookFailure(configuration_, configuration_.hooks.after, variables, outcome.result, options_.quiet))

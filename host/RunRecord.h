@@ -29,7 +29,7 @@ public:
 private:
     nlohmann::ordered_json about() const;
     long long tookMs() const;
-    void runAfter(Outcome& outcome) const;
+    void runAfter(Outcome& outcome, bool reported) const;
     EnvironmentVariables variables(const char* hook) const;
 
     const Configuration& configuration_;

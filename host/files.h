@@ -3,6 +3,7 @@
 #include "Configuration.h"
 
 #include <string>
+#include <string_view>
 
 /// A file beside the component's log, with the log's name and this ending.
 std::string besideLog(const Configuration& configuration, const std::string& ending);
@@ -16,6 +17,13 @@ void requireWritable(const std::string& what, const std::string& path, const std
 
 /// What to do about a file that cannot be opened: `todo`, unless the reason, as GetLastError says, is another program.
 std::string adviceOnFile(unsigned long reason, const std::string& todo);
+
+/// Gives a file this content in one step, through another file beside it; whether that worked. Where it did not, the
+/// file is as it was.
+bool replaceFile(const std::string& path, std::string_view content);
+
+/// Raises HostError(kUsage) when a file cannot be replaced. It changes nothing.
+void requireReplaceable(const std::string& what, const std::string& path, const std::string& todo);
 
 /// Now, in UTC, as 2026-11-21T09:48:34Z.
 std::string utcNow();

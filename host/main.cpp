@@ -3,7 +3,6 @@
 #include "commands/report.h"
 #include "control/log.h"
 #include "control/settings.h"
-#include "files.h"
 #include "passwords.h"
 #include "text.h"
 #include "usage_mistake.h"
@@ -96,9 +95,8 @@ ExitCode tell(const Options& options, const std::string& name, const Outcome& ou
 /// Writes the report of a failure that no run has written, and that else would still show an earlier run.
 void reportFailure(const Options& options, const ordered_json& result)
 {
-    const std::string& report = options.run.reportFile;
-    if (!report.empty() && !result.contains("about") && !writeReport(report, result, nullptr))
-        std::cerr << "quinrep: " << report << " cannot be written" << std::endl;
+    if (!options.run.reportFile.empty() && !result.contains("about"))
+        writeReport(options.run.reportFile, result, nullptr);
 }
 
 /// Tells what is in flight: for a person, with --json as an object, and in the report's file where one is wanted.
@@ -246,8 +244,7 @@ private:
     {
         Configuration configuration = readConfiguration(options_);
         if (!options_.run.reportFile.empty())
-            requireWritable("the report", options_.run.reportFile,
-                            "Name a file in a folder that exists and may be written to.");
+            requireReport(options_.run.reportFile);
         const SideNames names(configuration);
         options_.filter.names = names;
         options_.run.watched = options_.watch;

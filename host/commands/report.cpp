@@ -4,6 +4,7 @@
 #include "HostError.h"
 #include "SideNames.h"
 #include "commands/report_chart.h"
+#include "files.h"
 #include "html_page.h"
 #include "html_table.h"
 #include "random.h"
@@ -11,9 +12,8 @@
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
 #include <fmt/format.h>
-#include <fstream>
+#include <iostream>
 #include <vector>
 
 using nlohmann::ordered_json;
@@ -352,6 +352,11 @@ std::string reportPage(const ordered_json& result, const ordered_json& runs, con
     return Report(result, runs, configuration).page();
 }
 
+void requireReport(const std::string& path)
+{
+    requireReplaceable("the report", path, "Name a file in a folder that exists and may be written to.");
+}
+
 bool writeReport(const std::string& path, const ordered_json& result, const Configuration* configuration)
 {
     ordered_json runs = ordered_json::array();
@@ -362,6 +367,9 @@ bool writeReport(const std::string& path, const ordered_json& result, const Conf
     catch (const HostError&) {
         runs = ordered_json::array(); // the report says what it can without them
     }
-    std::ofstream file(std::filesystem::path(std::u8string(path.begin(), path.end())), std::ios::binary);
-    return static_cast<bool>((file << reportPage(result, runs, configuration)).flush());
+    if (replaceFile(path, reportPage(result, runs, configuration)))
+        return true;
+    std::cerr << "quinrep: the report " << path << " cannot be written; a page that is there is of an earlier run"
+              << std::endl;
+    return false;
 }

@@ -11,5 +11,9 @@ struct Configuration;
 std::string reportPage(const nlohmann::ordered_json& result, const nlohmann::ordered_json& runs,
                        const Configuration* configuration);
 
-/// Writes the page of a run's result; whether that worked.
+/// Raises HostError(kUsage) when no page can be written to this file.
+void requireReport(const std::string& path);
+
+/// Writes the page of a run's result; whether that worked. A page that cannot be written is told on standard error, and
+/// leaves the page that is there.
 bool writeReport(const std::string& path, const nlohmann::ordered_json& result, const Configuration* configuration);

@@ -1,6 +1,7 @@
 #include "Session.h"
 #include "commands.h"
 #include "commands/Findings.h"
+#include "commands/report.h"
 #include "files.h"
 #include "passwords.h"
 
@@ -158,10 +159,7 @@ private:
         });
         lookAtLog();
         if (!reportFile_.empty())
-            findings_.look("report " + reportFile_, "", [this] {
-                requireWritable("the report", reportFile_,
-                                "Name a file in a folder that exists and may be written to.");
-            });
+            findings_.look("report " + reportFile_, "", [this] { requireReport(reportFile_); });
         std::vector<std::string> seen;
         for (const SideConfiguration* side : {&configuration_.source, &configuration_.destination})
             if (std::ranges::find(seen, side->password) == seen.end()) {

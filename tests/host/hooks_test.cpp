@@ -193,6 +193,19 @@ TEST_F(Hooks, CommandAfterRunsHoweverTheRunEnds)
     EXPECT_EQ(codes, "0473");
 }
 
+TEST_F(Hooks, ReportThatCannotBeWrittenLeavesTheLastOneWhichNoCommandGets)
+{
+    write(L"report.html", "yesterday's");
+    hook("before", "mkdir \"" + path(L"report.html.new") + "\"");
+    hook("after", keeping("after"));
+    const Ended ended = quinrep(L"run --report \"" + file(L"report.html") + L"\"");
+    EXPECT_EQ(ended.exitCode, kFailed);
+    EXPECT_THAT(ended.messages, HasSubstr("report.html cannot be written; a page that is there is of an earlier run"));
+    EXPECT_EQ(contentOf(file(L"report.html")), "yesterday's");
+    EXPECT_THAT(environmentOf(L"after"), testing::AllOf(HasSubstr("QUINREP_EXIT_CODE=1"), Not(HasSubstr("REPORT="))));
+    EXPECT_THAT(users(destination()), ElementsAre(L"1|new"));
+}
+
 TEST_F(Hooks, CommandAfterThatFailsIsToldAndChangesNothing)
 {
     hook("after", "echo no mail\nexit 5");

@@ -70,6 +70,7 @@ TEST_F(Schedule, TaskWritesTheReportThatWasAskedFor)
     const json result = schedule(L"--report \"" + report + L"\"");
     EXPECT_EQ(split(result["command"])[7], toUtf8(report));
     EXPECT_EQ(findingOf(result, "report " + toUtf8(report)), " -> ");
+    EXPECT_TRUE(std::filesystem::is_empty(std::filesystem::path(report).parent_path())) << "it changes nothing";
     EXPECT_EQ(ChildProcess(toWide(result["command"].get<std::string>()), L"C:\\windows").wait().exitCode, DWORD{kDone});
     EXPECT_TRUE(std::filesystem::exists(report));
     EXPECT_THAT(findingOf(schedule(L"--report C:\\none\\report.html", kNotReady), "report C:\\none\\report.html"),
