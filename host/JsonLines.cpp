@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <vector>
 
 using nlohmann::ordered_json;
 
@@ -22,13 +23,37 @@ std::string membersOf(const ordered_json& object)
     return text.substr(1, text.size() - 2);
 }
 
+/// The commas between the members of a line's object.
+std::vector<size_t> commasOf(const std::string& line)
+{
+    std::vector<size_t> commas;
+    int depth = 0;
+    bool quoted = false;
+    for (size_t at = 0; at < line.size(); ++at) {
+        const char c = line[at];
+        if (quoted && c == '\\')
+            ++at;
+        else if (c == '"')
+            quoted = !quoted;
+        else if (!quoted && (c == '{' || c == '['))
+            ++depth;
+        else if (!quoted && (c == '}' || c == ']'))
+            --depth;
+        else if (!quoted && c == ',' && depth == 1)
+            commas.push_back(at);
+    }
+    return commas;
+}
+
 /// The object of a line; of one that was broken off the members that are whole.
 ordered_json objectOf(const std::string& line)
 {
     ordered_json object = ordered_json::parse(line, nullptr, false);
-    for (size_t end = line.size(); object.is_discarded() && end != std::string::npos && end > 0;
-         end = line.rfind(",\"", end - 1))
-        object = ordered_json::parse(line.substr(0, end) + "}", nullptr, false);
+    if (!object.is_discarded())
+        return object;
+    std::vector<size_t> ends = commasOf(line);
+    for (ends.push_back(line.size()); object.is_discarded() && !ends.empty(); ends.pop_back())
+        object = ordered_json::parse(line.substr(0, ends.back()) + "}", nullptr, false);
     return object;
 }
 

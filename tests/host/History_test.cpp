@@ -87,6 +87,21 @@ TEST_F(HistoryFile, ThatSomebodyReadsIsNotShortenedAndNothingIsLeftBeside)
     EXPECT_LT(size(), 200'000U);
 }
 
+// Each conflict of a bad night is in it: trying them one by one took minutes.
+TEST_F(HistoryFile, LineThatWasBrokenOffWithinManyConflictsIsReadAtOnce)
+{
+    {
+        History history(of(OFFICES));
+        history.noteWriting();
+        history.noteConflicts(std::vector<std::string>(30'000, "{00000000-0000-0000-0000-000000000000}"));
+    }
+    std::filesystem::resize_file(file(), size() - 20);
+    const ordered_json runs = History::read(of(OFFICES));
+    ASSERT_EQ(runs.size(), 1U);
+    EXPECT_TRUE(runs[0].contains("writing_since"));
+    EXPECT_FALSE(runs[0].contains("conflicts"));
+}
+
 TEST_F(HistoryFile, TellsTheErrorInShort)
 {
     std::string text;
