@@ -38,6 +38,11 @@ std::string counted(long long count, const char* one, const char* many)
     return fmt::format("{} {}", count, count == 1 ? one : many);
 }
 
+std::string rowsWait(long long count)
+{
+    return counted(count, "row waits for a decision", "rows wait for a decision");
+}
+
 /// A card with paragraphs of HTML. Its lines count: no white space stands between them.
 std::string card(const char* kind, const std::vector<std::string>& paragraphs)
 {
@@ -129,18 +134,19 @@ public:
 
     std::string page() const
     {
-        return htmlPage(capitalized(title()), randomHex(16),
+        return htmlPage(title(), randomHex(16),
                         fmt::format("<header class=\"verdict {}\"><h1>{}</h1>{}</header>\n<main class=\"report\">\n{}"
                                     "{}{}{}{}{}</main>\n",
-                                    isGood() ? "good" : "bad", escapeHtml(capitalized(title())), facts(), ending(),
-                                    waiting(), done(), details(), runsChart(runs_), passed()));
+                                    isGood() ? "good" : "bad", escapeHtml(title()), facts(), ending(), waiting(),
+                                    done(), details(), runsChart(runs_), passed()));
     }
 
 private:
-    long long waitingCount() const
+    /// Nothing where it is not known.
+    std::optional<long long> waitingCount() const
     {
         const ordered_json waiting = result_.value("conflicts_waiting", ordered_json());
-        return waiting.is_number() ? waiting.get<long long>() : 0;
+        return waiting.is_number() ? std::optional(waiting.get<long long>()) : std::nullopt;
     }
 
     bool hasFailed() const { return result_.contains("error"); }
@@ -154,12 +160,12 @@ private:
     std::string title() const
     {
         if (!hasBegun())
-            return "the run did not begin";
+            return "The run did not begin";
         if (hasFailed())
-            return "the run failed";
-        return waitingCount() == 0 ? "the run went through"
-                                   : "the run went through; " + counted(waitingCount(), "row waits for a decision",
-                                                                        "rows wait for a decision");
+            return "The run failed";
+        if (!waitingCount())
+            return "The run went through; it is not known whether rows wait";
+        return waitingCount() == 0 ? "The run went through" : "The run went through; " + rowsWait(*waitingCount());
     }
 
     /// Which run it is.
@@ -204,14 +210,13 @@ private:
         if (!hasBegun())
             return {};
         std::vector<std::string> paragraphs;
-        if (result_["conflicts_waiting"].is_null())
+        if (!waitingCount())
             paragraphs.emplace_back("It is not known how many rows wait for a decision.");
-        else if (waitingCount() > 0)
+        else if (*waitingCount() > 0)
             paragraphs.push_back(
                 fmt::format("{}; new: {}. A row that waits is left as it is on both sides until somebody decides, with "
                             "<code>quinrep review</code>.",
-                            counted(waitingCount(), "row waits for a decision", "rows wait for a decision"),
-                            textOf(result_, "conflicts_new")));
+                            rowsWait(*waitingCount()), textOf(result_, "conflicts_new")));
         if (result_.value("holds_next_run", false))
             paragraphs.emplace_back("No run begins until somebody has looked, and runs with <code>quinrep run --ready "
                                     "--reset-error</code>.");
