@@ -21,6 +21,7 @@ constexpr char kReferElsewhere[] =
 constexpr char kDeletesToo[] =
     "These rows of {0} would be deleted with them (on delete cascade). If that is meant, run with --force; if not, let "
     "the key refuse it (no action).";
+constexpr char kWouldGo[] = "These would go with them, or lose the reference. ";
 constexpr char kClears[] =
     "These rows of {0} would lose the reference (on delete set null or default). If that is meant, run with --force; "
     "if not, let the key refuse it (no action).";
@@ -130,13 +131,37 @@ void ForeignKeyPreview::previewDeletedRows(size_t index, const DeletedKeys& dele
         list += (list.empty() ? L"" : L", ") + Common::SqlQuoteOnly(com::textVariant(row));
         if (++rows % kRows != 0 && rows != deleted[index].size())
             continue;
-        const std::wstring lost = aliasOf(0) + L"." + toWide(table.keyColumn()) + L" in (" + list + L")";
-        for (const ForeignKey& key : keys_)
-            if (isSameName(key.parent, table.name) && !isDropped(key) && !isSettled(key, table))
-                findReferring(key, index, lost, deleted, {}, found);
+        findReferringTo(table, index, list, deleted, found);
         list.clear();
     }
     tellFound(index, found, stops);
+}
+
+std::string ForeignKeyPreview::takenAlong(const std::string& table, const std::wstring& unid) const
+{
+    // A decision is carried out between two runs: every table has the destination's rows.
+    constexpr size_t kNoneDone = 0;
+    const size_t index = writerOf(table);
+    TableConfiguration deleted =
+        index < configuration_.tables.size() ? configuration_.tables[index] : TableConfiguration();
+    deleted.name = table;
+    deleted.key.clear();
+    Found found;
+    findReferringTo(deleted, kNoneDone, Common::SqlQuoteOnly(com::textVariant(unid)), {}, found);
+    std::string text;
+    for (const auto& [key, rows] : found)
+        if (rows > 0 && key->onDelete != OnDelete::Refuse)
+            text += (text.empty() ? "" : " ") + told(std::string(kReferring) + kWouldGo + kReferElsewhere, *key, rows);
+    return text;
+}
+
+void ForeignKeyPreview::findReferringTo(const TableConfiguration& table, size_t index, const std::wstring& keys,
+                                        const DeletedKeys& deleted, Found& found) const
+{
+    const std::wstring lost = aliasOf(0) + L"." + toWide(table.keyColumn()) + L" in (" + keys + L")";
+    for (const ForeignKey& key : keys_)
+        if (isSameName(key.parent, table.name) && !isDropped(key) && !isSettled(key, table))
+            findReferring(key, index, lost, deleted, {}, found);
 }
 
 void ForeignKeyPreview::findReferring(const ForeignKey& key, size_t index, const std::wstring& parents,
@@ -161,12 +186,12 @@ void ForeignKeyPreview::findReferring(const ForeignKey& key, size_t index, const
 
 void ForeignKeyPreview::tellFound(size_t index, const Found& found, TableStops& stops) const
 {
-    for (const ForeignKey& key : keys_) {
-        const auto rows = found.find(&key);
-        if (rows == found.end() || rows->second == 0)
+    for (const auto& [referring, rows] : found) {
+        if (rows == 0)
             continue;
+        const ForeignKey& key = *referring;
         const auto add = [&](StopReason reason, const std::string& text) {
-            stops.add(reason, told(kReferring + text, key, rows->second, configuration_.tables[index].name));
+            stops.add(reason, told(kReferring + text, key, rows, configuration_.tables[index].name));
         };
         if (key.onDelete == OnDelete::DeleteToo)
             add(StopReason::Deletes, kDeletesToo);
@@ -229,8 +254,9 @@ ForeignKeyPreview::Rows ForeignKeyPreview::rowsBefore(size_t index, const std::s
 
 bool ForeignKeyPreview::isSettled(const ForeignKey& key, const TableConfiguration& table)
 {
-    const bool detached = isSameName(table.name, "dentist_company") && isSameName(key.child, "chart_comment_info") &&
-                          key.columns.size() == 1 && isSameName(key.columns.front().first, "dc_id");
+    const bool detached = table.method == ONE_WAY_WITH_PK_FIELD && isSameName(table.name, "dentist_company") &&
+                          isSameName(key.child, "chart_comment_info") && key.columns.size() == 1 &&
+                          isSameName(key.columns.front().first, "dc_id");
     return detached || (key.onDelete == OnDelete::DeleteToo && isSameName(key.child, table.dependent));
 }
 

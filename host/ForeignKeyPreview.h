@@ -29,8 +29,12 @@ public:
     /// Adds what the deletion of these rows of the configured table `index` does to other rows. Raises com::Error.
     void previewDeletedRows(size_t index, const DeletedKeys& deleted, TableStops& stops) const;
 
+    /// The rows of other tables that would go with a single row, or lose their reference to it; empty when there are
+    /// none. Raises com::Error.
+    std::string takenAlong(const std::string& table, const std::wstring& unid) const;
+
 private:
-    /// How many rows each key finds.
+    /// How many rows each key finds, in the order of the keys.
     using Found = std::map<const ForeignKey*, long long>;
     /// Whose rows a table has at the destination at some time of the run.
     enum class Rows
@@ -46,6 +50,9 @@ private:
     /// them, and `path` the keys that lead there.
     void findReferring(const ForeignKey& key, size_t index, const std::wstring& parents, const DeletedKeys& deleted,
                        std::vector<const ForeignKey*> path, Found& found) const;
+    /// Looks for the rows that refer to rows of a table with these keys, at the time when `index` is done.
+    void findReferringTo(const TableConfiguration& table, size_t index, const std::wstring& keys,
+                         const DeletedKeys& deleted, Found& found) const;
     void tellFound(size_t index, const Found& found, TableStops& stops) const;
     /// Whether the run itself sees to the rows that refer to those that the table loses one by one.
     static bool isSettled(const ForeignKey& key, const TableConfiguration& table);

@@ -1,6 +1,7 @@
 #include "conflicts/decisions.h"
 
 #include "Failure.h"
+#include "ForeignKeyPreview.h"
 #include "com/convert.h"
 #include "commands/rows.h"
 #include "conflicts/DecisionLog.h"
@@ -122,6 +123,7 @@ public:
     Resolution(const Configuration& configuration, Databases& databases, enumResolution use)
         : component_(configuration),
           log_(configuration),
+          configuration_(configuration),
           databases_(databases),
           use_(use)
     {
@@ -130,15 +132,21 @@ public:
     Decided carryOut(const ConflictedRow& row, const Choice& choice)
     {
         log_.begin(logEntry(row, useName(use_), "", lostRow(row, choice.effect)));
-        Decided result = tryOut(row);
+        Decided result = tryOut(row, choice.effect);
         const std::string refused = result.result["refused"];
         log_.end(!refused.empty() ? "refused: " + refused : "settled");
         return result;
     }
 
 private:
-    Decided tryOut(const ConflictedRow& row)
+    Decided tryOut(const ConflictedRow& row, Effect effect)
     try {
+        if (effect == Effect::Deletes) {
+            if (!keys_)
+                keys_.emplace(configuration_, databases_);
+            if (const std::string others = keys_->takenAlong(row.table, toWide(row.key)); !others.empty())
+                return decided(row, useName(use_), false, others);
+        }
         const ComPtr<_clsConflict> latest = createConflict(component_, row.latest().id);
         // The record decides about the row's data. Accepting the destination's row needs only the id.
         if (use_ != USE_DESTINATION)
@@ -156,7 +164,9 @@ private:
 
     Component component_;
     DecisionLog log_;
+    const Configuration& configuration_;
     Databases& databases_;
+    std::optional<ForeignKeyPreview> keys_;
     enumResolution use_;
 };
 

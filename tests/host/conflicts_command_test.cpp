@@ -1,12 +1,15 @@
 // `quinrep conflicts` lists, decides and logs, and changes rows. choices_test has the choices for each row.
 #include "Quinrep.h"
 
+#include "support/Sabotage.h"
 #include "text.h"
 
 #include <fstream>
 
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 namespace {
 
@@ -154,6 +157,26 @@ TEST_F(ConflictsCommand, RowIsDeletedUnlessTheSourceHasItAgain)
     EXPECT_THAT(refusal(L"--all --use source"), HasSubstr("the source has the row again"));
     EXPECT_THAT(shortcuts(destination()), ElementsAre(L"D"));
     source().execute(L"delete from shortcut");
+    EXPECT_EQ(quinrep(L"conflicts resolve --all --use source").exitCode, kDone);
+    EXPECT_THAT(shortcuts(destination()), IsEmpty());
+}
+
+TEST_F(ConflictsCommand, RowIsNotDeletedAsLongAsRowsOfOtherTablesWouldGoWithIt)
+{
+    addConflict(1, DELETED_ON_SOURCE);
+    const std::wstring type = isPostgreSql() ? L"uuid" : L"uniqueidentifier";
+    const Sabotage sheet(destination(),
+                         L"create table sheet (shortcut " + type +
+                             L" references shortcut (unid) on delete cascade); insert into sheet values ('" +
+                             shortcutKey(1) + L"')",
+                         L"drop table sheet");
+    EXPECT_THAT(refusal(L"--all --use source"),
+                AllOf(StartsWith("At the destination sheet refers in 1 of its rows to rows of shortcut that would be "
+                                 "deleted (foreign key "),
+                      HasSubstr("Look at these rows of sheet there: let them refer to another row of shortcut, or "
+                                "delete those that nobody needs.")));
+    EXPECT_EQ(destination().count(L"sheet"), 1);
+    destination().execute(L"delete from sheet");
     EXPECT_EQ(quinrep(L"conflicts resolve --all --use source").exitCode, kDone);
     EXPECT_THAT(shortcuts(destination()), IsEmpty());
 }
