@@ -93,9 +93,9 @@ TEST_F(HistoryFile, LineThatWasBrokenOffWithinManyConflictsIsReadAtOnce)
     {
         History history(of(OFFICES));
         history.noteWriting();
-        history.noteConflicts(std::vector<std::string>(30'000, "{00000000-0000-0000-0000-000000000000}"));
+        history.noteRecords(std::vector<std::string>(30'000, "{00000000-0000-0000-0000-000000000000}"), nullptr);
     }
-    std::filesystem::resize_file(file(), size() - 20);
+    std::filesystem::resize_file(file(), size() - 60);
     const ordered_json runs = History::read(of(OFFICES));
     ASSERT_EQ(runs.size(), 1U);
     EXPECT_TRUE(runs[0].contains("writing_since"));
