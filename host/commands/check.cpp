@@ -113,15 +113,16 @@ void warnOfTable(Findings& findings, Databases& databases, const TableConfigurat
     if (plan.engine == Engine::TwoWay)
         findings.warn(what, {"two-way replication opens message boxes, for which an unattended run would wait for ever",
                              "run stops with exit code 7 where boxes would open; then run with --attended"});
-    if (plan.engine == Engine::OneWay && keyInfoSql(toWide(table.name), com::textVariant(L"0")).empty())
-        findings.warn(what, {"replication has no description for its rows, so a run ends in an error at its first "
-                             "conflict",
-                             "keep both sides from changing the same rows, or use method \"full_copy\""});
     if (plan.byKeyField && com::upperCase(toWide(table.key)) != L"UNID")
         findings.warn(what, {"it is matched by " + table.key +
                                  ", and conflicts are read by unid, so a run ends in an "
                                  "error at its first conflict",
                              "keep both sides from changing the same rows"});
+    else if (plan.engine == Engine::OneWay && keyInfoSql(toWide(table.name), com::textVariant(L"0")).empty())
+        findings.warn(what, {"replication has no description for its rows, so a run ends in an error at its first "
+                             "conflict",
+                             "keep both sides from changing the same rows; where the source alone changes the table, "
+                             "and no other table refers to it, method \"full_copy\" goes too"});
     warnOfTriggers(findings, table.name, databases.destination(), "destination");
     if (plan.engine != Engine::TwoWay)
         warnOfKeys(findings, table, keys);

@@ -91,12 +91,15 @@ TEST_F(Check, WarnsOfWhatCanBeKnownWithoutRows)
 {
     tables = tableSection("dentist_company", "by_key", "key = 'dc_id'\ndeletes = 'with_updates'") +
              tableSection("procs", "two_way");
-    EXPECT_THAT(findings(kDone, "warning", false),
-                ElementsAre("table dentist_company", "table dentist_company", "table procs"));
-    for (const char* warning :
-         {"replication has no description", "it is matched by dc_id, and co", "two-way replication opens mess"})
+    EXPECT_THAT(findings(kDone, "warning", false), ElementsAre("table dentist_company", "table procs"));
+    for (const char* warning : {"it is matched by dc_id, and co", "two-way replication opens mess"})
         EXPECT_THAT(text, HasSubstr(warning));
     EXPECT_THAT(text, Not(HasSubstr("use unid"))) << "by its number alone its comments are detached";
+    EXPECT_THAT(text, Not(HasSubstr("full_copy"))) << "its comments refer to it";
+    tables = tableSection("dentist_company", "one_way");
+    EXPECT_THAT(findings(kDone, "warning", false), ElementsAre("table dentist_company"));
+    EXPECT_THAT(text, HasSubstr("replication has no description"));
+    EXPECT_THAT(text, HasSubstr("and no other table refers to it, method \\\"full_copy\\\" goes too"));
 }
 
 // The component would ask a person in a message box, for which a scheduled run waits for ever.
