@@ -15,6 +15,7 @@
 #include <functional>
 #include <iostream>
 #include <shellapi.h>
+#include <utility>
 
 using namespace quinmark;
 
@@ -243,8 +244,11 @@ private:
     int execute(const std::string& name, const Command& command)
     {
         Configuration configuration = readConfiguration(options_);
-        if (!options_.run.reportFile.empty())
-            requireReport(options_.run.reportFile);
+        // Should it fail, that is told, and no report of it is tried.
+        const std::string report = std::exchange(options_.run.reportFile, "");
+        if (!report.empty())
+            requireReport(report);
+        options_.run.reportFile = report;
         const SideNames names(configuration);
         options_.filter.names = names;
         options_.run.watched = options_.watch;

@@ -8,6 +8,7 @@
 #include <fstream>
 
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
@@ -112,7 +113,8 @@ TEST_F(Quinrep, FilesThatCannotBeWrittenAreFoundBeforeTheRun)
         EXPECT_THAT(ended.messages, HasSubstr(message));
     };
     expectRefusal(L"run --log-file Z:/no/x.log", "the log Z:/no/x.log cannot be written\n  Name a file");
-    expectRefusal(L"run --report Z:/no/x.html", "the report Z:/no/x.html cannot be written");
+    expectRefusal(L"run --report Z:/no/x.html", "quinrep: the report Z:/no/x.html cannot be written\n  Name a file");
+    EXPECT_THAT(quinrep(L"run --report Z:/no/x.html").messages, EndsWith("may be written to.\n")) << "told once";
     std::filesystem::create_directory(decisionLog());
     expectRefusal(L"run", "the decision log ");
     std::filesystem::remove(decisionLog());
