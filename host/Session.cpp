@@ -60,8 +60,11 @@ void requireWritableLog(const std::string& path)
 
 Databases::Databases(const Configuration& configuration) : localIsSource_(configuration.localIsSource)
 {
-    openSide(source_, configuration.source);
-    openSide(destination_, configuration.destination);
+    const auto open = [](const char* name, clsConn& conn, const SideConfiguration& side) {
+        whileDoing(std::string("connecting to the ") + name + " " + side.dsn, [&] { openSide(conn, side); });
+    };
+    open("source", source_, configuration.source);
+    open("destination", destination_, configuration.destination);
 }
 
 bool Databases::answer()

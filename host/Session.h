@@ -22,7 +22,7 @@ void requireWritableLog(const std::string& path);
 class Databases
 {
 public:
-    /// Opens both connections with the component's login. Raises com::Error.
+    /// Opens both connections with the component's login. Raises com::Error, which names the side.
     explicit Databases(const Configuration& configuration);
 
     clsConn& source() { return source_; }

@@ -23,14 +23,6 @@ std::string logBeside(const std::string& path)
     return toUtf8((std::filesystem::absolute(toWide(path)).parent_path() / L"quinrep-component.log").wstring());
 }
 
-void connect(const char* side, SideConfiguration& configured)
-{
-    whileDoing(fmt::format("connecting to the {} {}", side, configured.dsn), [&] {
-        clsConn conn;
-        openSide(conn, configured);
-    });
-}
-
 /// The version of the local database, which an office's run must have.
 std::string versionOf(clsConn& local)
 {
@@ -45,8 +37,6 @@ Proposal proposal(Configuration configuration)
         throw HostError(kUsage, "both sides have the data source " + configuration.source.dsn,
                         "Name the office's and the laptop's with --source-dsn and --destination-dsn.");
     resolvePasswords(configuration);
-    connect("source", configuration.source);
-    connect("destination", configuration.destination);
     Databases databases(configuration);
     Proposal result = proposeConfiguration(configuration, databases);
     if (configuration.site == OFFICES)

@@ -383,15 +383,15 @@ private:
 /// A run that has looked ahead and has written nothing yet.
 struct ReadyRun
 {
+    Databases databases; // first, since a failure of the component's connections does not name the side
     Run run;
-    Databases databases;
     RunPreview preview;
     const Configuration& configuration;
     const RunOptions& options;
 
     ReadyRun(const Configuration& configured, const RunOptions& runOptions, History& history)
-        : run(configured, runOptions, history),
-          databases(configured),
+        : databases(configured),
+          run(configured, runOptions, history),
           preview(configured, databases),
           configuration(configured),
           options(runOptions)

@@ -130,7 +130,10 @@ TEST_F(Quinrep, ReportOfARunThatCouldNotBeginTellsTheFailure)
     host().sourceDsn = L"Nowhere";
     const std::wstring report = host().logFile + L".html";
     std::ofstream(std::filesystem::path(report)) << "yesterday's";
-    EXPECT_EQ(quinrep(L"run --report \"" + report + L"\"").exitCode, kFailed);
+    const Ended ended = quinrep(L"run --report \"" + report + L"\"");
+    EXPECT_EQ(ended.exitCode, kFailed);
+    EXPECT_THAT(ended.messages, HasSubstr(": connecting to the source Nowhere: "));
+    EXPECT_THAT(quinrep(L"status").messages, HasSubstr(": connecting to the source Nowhere: "));
     EXPECT_THAT(contentOf(report),
                 testing::AllOf(HasSubstr("<h1>The run did not begin</h1>"), Not(HasSubstr("yesterday"))));
     DeleteFileW(report.c_str());
