@@ -18,7 +18,7 @@ constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 [[noreturn]] void fail(const std::string& source, const std::string& reason, const std::string& todo)
 {
-    throw HostError(kUsage, "the password from \"" + source + "\" is not to be had: " + reason, todo);
+    throw HostError(kUsage, "there is no password from \"" + source + "\": " + reason, todo);
 }
 
 constexpr char kPutIntoFile[] =

@@ -38,7 +38,7 @@ TEST_F(RunHistory, HasALineForEachRunHoweverItEnded)
     EXPECT_EQ(all[1]["error"], "the site is not marked ready for a run");
     EXPECT_THAT(all[2]["error"].get<std::string>(), StartsWith("users: 2 of 3 rows"));
     EXPECT_THAT(all[3]["error"].get<std::string>(), HasSubstr("no_such_table"));
-    EXPECT_THAT(all[4]["error"].get<std::string>(), HasSubstr("the password from \"env:NOT_SET_ANYWHERE\""));
+    EXPECT_THAT(all[4]["error"].get<std::string>(), HasSubstr("there is no password from \"env:NOT_SET_ANYWHERE\": "));
     EXPECT_EQ(runs(L" --last 2"), json({all[3], all[4]}));
 }
 
