@@ -1,7 +1,10 @@
+#include "DependentTable.h"
 #include "Session.h"
 #include "TableContent.h"
 #include "commands.h"
 #include "commands/rows.h"
+
+#include <algorithm>
 
 using namespace quinmark;
 using nlohmann::ordered_json;
@@ -89,6 +92,18 @@ private:
     ordered_json rows_ = ordered_json::array();
 };
 
+/// Everything that replication copies with a configured table. A dependent table may be listed itself too.
+std::vector<KeyedTable> comparedTables(const Configuration& configuration, const TableConfiguration& table)
+{
+    std::vector<KeyedTable> tables = tablesCopiedBy(table);
+    const bool isListed = std::ranges::any_of(configuration.tables, [&](const TableConfiguration& listed) {
+        return isSameName(listed.name, table.dependent);
+    });
+    if (table.method != COMPUTER_TYPE && !isListed && isKnownDependent(table.dependent))
+        tables.push_back({toWide(table.dependent), L"unid"});
+    return tables;
+}
+
 } // namespace
 
 Outcome verifyCommand(const Configuration& configuration, const VerifyOptions& options)
@@ -102,9 +117,9 @@ Outcome verifyCommand(const Configuration& configuration, const VerifyOptions& o
     Databases databases(configuration);
     Outcome outcome{{{"tables", ordered_json::array()}}};
     for (const TableConfiguration& table : tables)
-        for (const KeyedTable& copied : tablesCopiedBy(table)) {
-            Comparison comparison(databases, copied, options.allRows);
-            whileDoing("comparing table " + toUtf8(copied.sTable) + " in full",
+        for (const KeyedTable& compared : comparedTables(configuration, table)) {
+            Comparison comparison(databases, compared, options.allRows);
+            whileDoing("comparing table " + toUtf8(compared.sTable) + " in full",
                        [&] { outcome.result["tables"].push_back(comparison.run()); });
             if (comparison.differing() > 0)
                 outcome.exitCode = kRecorded;

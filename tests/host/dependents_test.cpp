@@ -53,6 +53,28 @@ TEST_F(Dependents, ThatReplicationWouldNotCopyAreTold)
     EXPECT_THAT(findings(), IsEmpty());
 }
 
+TEST_F(Dependents, AreComparedByVerifyWithTheTableThatTheyDependOn)
+{
+    tables = tableSection("users", "one_way") + option("chart_option_setting");
+    const std::wstring option = L"'0F8FAD5B-D9CB-469F-A165-708677289501'";
+    for (const PracticeSide* side : {&source(), &destination()})
+        side->execute(L"insert into chart_option (unid, option_name, mod_date) values (" + option + L", 'bite', '" +
+                      kOld + L"')");
+    source().execute(L"insert into chart_option_setting (unid, chart_option_id, setting_name, mod_date) values (" +
+                     option + L", " + option + L", 'depth', '" + kOld + L"')");
+    const Ended ended = quinrepJson(L"verify --table chart_option", "verify");
+    EXPECT_EQ(ended.exitCode, kRecorded);
+    std::vector<std::string> compared;
+    const json result = ended.result();
+    for (const json& table : result["tables"])
+        compared.push_back(table["table"].get<std::string>() + " " + table["differing"].dump());
+    EXPECT_THAT(compared, ElementsAre("chart_option 0", "chart_option_setting 1"));
+    EXPECT_THAT(quinrep(L"verify").output, HasSubstr("chart_option_setting {0F8FAD5B-D9CB-469F-A165-708677289501}: "
+                                                     "source only\n"));
+    tables += tableSection("chart_option_setting", "one_way");
+    EXPECT_EQ(quinrepJson(L"verify", "verify").result()["tables"].size(), 3U) << "each table once";
+}
+
 TEST_F(Dependents, WithAColumnThatTheServerFillsAreToldAndStopTheRun)
 {
     tables = option("chart_option_setting");
