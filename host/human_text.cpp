@@ -76,6 +76,19 @@ std::string firstLine(const ordered_json& text)
     return lines.substr(0, lines.find_first_of("\r\n"));
 }
 
+constexpr char kCut[] = " ...";
+
+/// The begin of a text, as much of it as a table can show.
+std::string shortened(const std::string& text)
+{
+    constexpr size_t kWidest = 60;
+    size_t end = 0;
+    for (size_t shown = 0; end < text.size(); ++end)
+        if ((text[end] & 0xC0) != 0x80 && ++shown > kWidest)
+            break;
+    return end == text.size() ? text : text.substr(0, end) + kCut;
+}
+
 /// The further lines below the first.
 std::string indented(const std::string& lines)
 {
@@ -304,7 +317,7 @@ ordered_json historyRow(const ordered_json& run)
             {"deleted", onBothSides(run, "deletes")},
             {"new conflicts", run["conflicts_new"]},
             {"waiting", run["conflicts_waiting"]},
-            {"error", firstLine(run["error"])}};
+            {"error", shortened(firstLine(run["error"]))}};
 }
 
 std::string runs(const ordered_json& result)
@@ -312,9 +325,13 @@ std::string runs(const ordered_json& result)
     ordered_json rows = ordered_json::array();
     for (const ordered_json& run : result["runs"])
         rows.push_back(historyRow(run));
-    return rows.empty() ? "no runs\n"
-                        : grid(rows, {"began", "took", "outcome", "added", "changed", "deleted", "new conflicts",
-                                      "waiting", "error"});
+    if (rows.empty())
+        return "no runs\n";
+    const bool cut =
+        std::ranges::any_of(rows, [](const ordered_json& row) { return resultText(row["error"]).ends_with(kCut); });
+    return grid(rows,
+                {"began", "took", "outcome", "added", "changed", "deleted", "new conflicts", "waiting", "error"}) +
+           (cut ? "`quinrep history --json` has the errors in full.\n" : "");
 }
 
 /// The tables of which a run counted something, and those counters.

@@ -99,6 +99,16 @@ users: 2 more (--all lists them)
   --use later: Leaves it.
   dismiss: takes the conflict off the list and changes no row. The next run leaves it.
 )"},
+    {"HistoryShowsTheBeginOfAnError", "history",
+     R"({"runs": [{"began": "a", "took_ms": null, "outcome": "failed", "adds": null, "updates": null, "deletes": null,
+                   "source_adds": null, "source_updates": null, "source_deletes": null, "conflicts_new": null,
+                   "conflicts_waiting": null,
+                   "error": "Zähne: 0123456789 0123456789 0123456789 0123456789 0123456789 0123456789"}]})",
+     R"(  began  took  outcome  added  changed  deleted  new conflicts  waiting  error
+  a      -     failed   -      -        -        -              -        )"
+     R"(Zähne: 0123456789 0123456789 0123456789 0123456789 012345678 ...
+`quinrep history --json` has the errors in full.
+)"},
     {"NoDecisions", "log", R"({"decisions": []})", "no decisions\n"},
     {"NoConflicts", "list", R"({"conflicts": []})", "no conflicts, or none that fits the filters\n"},
 };
