@@ -89,8 +89,10 @@ void judgeLastRun(ordered_json& findings, const ordered_json& runs, const std::s
         {"stopped", "was stopped before it wrote anything"},
         {"broken off", "was broken off: it was killed, or the machine went down"}};
     std::string error = resultText((*ended)["error"]);
-    if (recorded.find(error) != std::string::npos)
-        error.clear(); // it is told already
+    // It is told already; a run that was refused for it tells it after its own words.
+    const std::string firstLine = recorded.substr(0, recorded.find_first_of("\r\n"));
+    if (recorded.find(error) != std::string::npos || (!firstLine.empty() && error.find(firstLine) != std::string::npos))
+        error.clear();
     findings.push_back(finding(kNotReady, fmt::format("The last run, of {}, {}{}", localTime((*ended)["began"]),
                                                       kWords.at(resultText((*ended)["outcome"])),
                                                       error.empty() ? error : ": " + error)));

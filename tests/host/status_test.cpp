@@ -75,11 +75,14 @@ TEST_F(Status, TellsErrorAndConflictsFirst)
     EXPECT_THAT(texts, StartsWith("The site is in error and is not run until somebody runs `quinrep run --ready "
                                   "--reset-error`: Changed on both"));
     EXPECT_THAT(texts, HasSubstr("Conflicts that wait for a decision: 1."));
-    const std::string output = quinrep(L"status").output;
+    std::string output = quinrep(L"status").output;
     EXPECT_THAT(output, StartsWith("! The site is in error"));
     EXPECT_THAT(output, HasSubstr("\nConflicts waiting:\n  table  waiting\n  users        1\nLast run: "));
     EXPECT_THAT(output, HasSubstr("  table  conflicts  errors\n  users          1       1\n"));
     EXPECT_THAT(output, AllOf(HasSubstr("Last discrepancies in the log:\n"), Not(HasSubstr("errors in the log"))));
+    EXPECT_EQ(quinrep(L"run --ready").exitCode, kNotReady);
+    output = quinrep(L"status").output;
+    EXPECT_THAT(output, HasSubstr(", was refused\n! Conflicts that wait")) << "the error is told once";
 }
 
 TEST_F(Status, EndsWithTwoForConflictsThatKeepNoRunFromBeginning)
