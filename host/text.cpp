@@ -29,6 +29,18 @@ std::wstring toWide(std::string_view text)
     return decoded(text, CP_UTF8);
 }
 
+std::string capitalized(std::string text)
+{
+    if (!text.empty() && text.front() >= 'a' && text.front() <= 'z')
+        text.front() = static_cast<char>(text.front() - 'a' + 'A');
+    return text;
+}
+
+std::string counted(long long count, const char* one, const char* many)
+{
+    return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
 bool isUtf8(std::string_view text)
 {
     return text.empty() || MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(),

@@ -10,6 +10,12 @@ std::wstring toWide(std::string_view text);
 /// Without the white space at its end that drivers leave.
 std::string trimmed(std::string text);
 
+/// With a capital letter at its beginning.
+std::string capitalized(std::string text);
+
+/// "1 row", "2 rows".
+std::string counted(long long count, const char* one, const char* many);
+
 bool isUtf8(std::string_view text);
 
 /// Text in the ANSI code page, as the component's log has it.

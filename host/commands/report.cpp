@@ -9,6 +9,7 @@
 #include "html_table.h"
 #include "random.h"
 #include "result_text.h"
+#include "text.h"
 
 #include <algorithm>
 #include <array>
@@ -23,19 +24,6 @@ namespace {
 std::string textOf(const ordered_json& object, const char* name)
 {
     return resultText(object.value(name, ordered_json()));
-}
-
-std::string capitalized(std::string text)
-{
-    if (!text.empty() && text[0] >= 'a' && text[0] <= 'z')
-        text[0] = static_cast<char>(text[0] - 'a' + 'A');
-    return text;
-}
-
-/// "1 row waits", "2 rows wait".
-std::string counted(long long count, const char* one, const char* many)
-{
-    return fmt::format("{} {}", count, count == 1 ? one : many);
 }
 
 std::string rowsWait(long long count)
@@ -314,16 +302,15 @@ private:
     std::string details() const
     {
         std::string unchanged;
-        size_t count = 0;
+        long long count = 0;
         for (const ordered_json& table : tables_)
             if (hasBegun() && table.value("done", true) && !isTold(table)) {
                 unchanged += (count == 0 ? "" : ", ") + textOf(table, "table");
                 ++count;
             }
-        std::string html = count == 0
-                               ? ""
-                               : folded(counted(static_cast<long long>(count), "table", "tables") + " without changes",
-                                        "<p>" + escapeHtml(unchanged) + "</p>\n");
+        std::string html = count == 0 ? ""
+                                      : folded(counted(count, "table", "tables") + " without changes",
+                                               "<p>" + escapeHtml(unchanged) + "</p>\n");
         if (const ordered_json rows = result_.value("deleted_rows", ordered_json::array());
             !rows.empty() && !hasStopped())
             html += folded(counted(static_cast<long long>(rows.size()), "row", "rows") + " to be deleted at " +

@@ -14,12 +14,7 @@ namespace {
 
 std::string question(const Decision& decision, size_t count, const SideNames& names)
 {
-    const std::string rows = fmt::format("{} {}", count, count == 1 ? "row" : "rows");
-    if (decision.dismisses)
-        return "Dismiss " + rows + "?";
-    if (decision.use == WORK_LATER)
-        return "Leave " + rows + " for later?";
-    return fmt::format("Use {}'s for {}?", decision.use == USE_SOURCE ? names.source : names.destination, rows);
+    return fmt::format("{}{} {}?", decision.caption(names), decision.dismisses ? "" : " for", rowCount(count));
 }
 
 std::string namedRow(const ConflictedRow& row, const std::string& text)
@@ -133,10 +128,10 @@ std::string ConfirmationPage::confirmForm(const std::string& reason) const
         "<label>Reason<input name=\"reason\" required maxlength=\"500\" value=\"{}\"></label>", escapeHtml(reason));
     const auto deleted = std::ranges::count(losses_, Loss::DeletedNow);
     const std::string button =
-        deleted == 0 ? "<button class=\"first\">Do it</button>"
-                     : fmt::format("<button class=\"deletes\"><span aria-hidden=\"true\">✕ </span>Do it and delete {} "
-                                   "{}</button>",
-                                   deleted, deleted == 1 ? "row" : "rows");
+        deleted == 0
+            ? "<button class=\"first\">Do it</button>"
+            : fmt::format("<button class=\"deletes\"><span aria-hidden=\"true\">✕ </span>Do it and delete {}</button>",
+                          rowCount(static_cast<size_t>(deleted)));
     return fmt::format("<form class=\"filter\" method=\"post\" action=\"{}confirm\">{}{}{}{}{}</form>\n", context_.root,
                        view_.hiddenFields(), hiddenField("plan", plan_.id), plan_.decision.dismisses ? reasonField : "",
                        button, back);

@@ -158,10 +158,7 @@ std::string ConflictDetail::choiceButton(enumResolution use) const
     const Choice choice = decision.choiceFor(context_.configuration.site, row_, context_.names);
     const bool deletes = choice.effect == Effect::Deletes;
     const std::string name = useName(use);
-    const std::string caption = deletes                  ? "Delete at " + context_.names.destination
-                                : use == USE_SOURCE      ? "Use " + context_.names.source + "'s"
-                                : use == USE_DESTINATION ? "Use " + context_.names.destination + "'s"
-                                                         : "Later";
+    const std::string caption = deletes ? "Delete at " + context_.names.destination : decision.caption(context_.names);
     const bool losesRow = deletes || (choice.effect == Effect::Keeps &&
                                       lossBy(decision, context_.configuration.site, row_) != Loss::None);
     return fmt::format("<div><button name=\"use\" value=\"{0}\" {1} aria-describedby=\"why-{0}\"{2}{3}>{4}{5}{6}"

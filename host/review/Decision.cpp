@@ -30,6 +30,13 @@ std::string Decision::word() const
     return dismisses ? kDismiss : useName(use);
 }
 
+std::string Decision::caption(const SideNames& names) const
+{
+    if (dismisses)
+        return "Dismiss";
+    return use == WORK_LATER ? "Later" : fmt::format("Use {}'s", use == USE_SOURCE ? names.source : names.destination);
+}
+
 Choice Decision::choiceFor(enumReplicationUniqueId site, const ConflictedRow& row, const SideNames& names) const
 {
     return dismisses ? Choice{use, true, Effect::Keeps, describeDismissal(row, names)}

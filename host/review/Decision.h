@@ -16,6 +16,8 @@ struct Decision
     /// The decision that a form's word stands for. Raises HttpError(400).
     static Decision of(const std::string& word);
     std::string word() const;
+    /// What it is called on a button.
+    std::string caption(const SideNames& names) const;
 
     Choice choiceFor(enumReplicationUniqueId site, const ConflictedRow& row, const SideNames& names = {}) const;
 };

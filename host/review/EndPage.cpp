@@ -1,6 +1,7 @@
 #include "review/EndPage.h"
 
 #include "html_page.h"
+#include "text.h"
 
 #include <fmt/format.h>
 
@@ -11,8 +12,6 @@ std::string endPage(const ReviewContext& context, const ReviewView& view, size_t
         "conflicts go on waiting. This address stops working; <code>quinrep review</code> gives out "
         "another.</p>\n<form class=\"filter\" method=\"post\" action=\"{}quit\"><button class=\"first\">"
         "End the review</button><a href=\"{}\">Back to the list</a></form></section></main>\n",
-        decided == 0   ? "No row was"
-        : decided == 1 ? "1 row was"
-                       : fmt::format("{} rows were", decided),
-        context.root, escapeHtml(context.address(view)));
+        decided == 0 ? "No row was" : counted(static_cast<long long>(decided), "row was", "rows were"), context.root,
+        escapeHtml(context.address(view)));
 }

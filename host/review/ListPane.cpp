@@ -1,6 +1,7 @@
 #include "review/ListPane.h"
 
 #include "html_page.h"
+#include "review/Decision.h"
 #include "review/html.h"
 
 #include <fmt/format.h>
@@ -27,7 +28,7 @@ std::string ListPane::html() const
     const size_t end = begin + list_.group().size();
     const std::string title = list_.rows().size() > ConflictList::kRowsOfAGroup
                                   ? fmt::format("Rows {} to {} of {}", begin + 1, end, list_.rows().size())
-                                  : fmt::format("{} {}", end, end == 1 ? "row" : "rows");
+                                  : rowCount(end);
     return fmt::format("<form class=\"card list\" method=\"post\" action=\"{}resolve\">{}{}"
                        "<h2 id=\"list\" tabindex=\"-1\">{}</h2>\n{}<nav aria-label=\"Conflicts by table\">\n{}</nav>\n"
                        "{}</form>\n",
@@ -88,16 +89,15 @@ std::string ListPane::forSeveral() const
 {
     const size_t count = list_.rows().size();
     const size_t shown = list_.group().size();
-    const auto button = [](const char* use, const std::string& text) {
-        return fmt::format("<button name=\"use\" value=\"{}\">{}…</button>\n", use, escapeHtml(text));
+    const auto button = [this](const Decision& decision) {
+        return fmt::format("<button name=\"use\" value=\"{}\">{}…</button>\n", decision.word(),
+                           escapeHtml(decision.caption(context_.names)));
     };
     return "<fieldset><legend>Several rows</legend>\n" + target("", "Apply to the checked rows", true) +
            target("listed", fmt::format("Apply to all {} shown", shown), false) +
            (count > shown ? target("yes", fmt::format("Apply to all {} that were found, shown or not", count), false)
                           : "") +
-           (context_.configuration.site == LAPTOP
-                ? button("source", "Use " + context_.names.source + "'s") +
-                      button("destination", "Use " + context_.names.destination + "'s")
-                : "") +
-           button("dismiss", "Dismiss") + "</fieldset>\n";
+           (context_.configuration.site == LAPTOP ? button({.use = USE_SOURCE}) + button({.use = USE_DESTINATION})
+                                                  : "") +
+           button({.dismisses = true}) + "</fieldset>\n";
 }

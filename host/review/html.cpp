@@ -53,11 +53,9 @@ std::string rowName(const ConflictedRow& row)
     return row.latest().keyInfo.empty() ? row.table + " " + row.key : row.latest().keyInfo;
 }
 
-std::string capitalized(std::string text)
+std::string rowCount(size_t count)
 {
-    if (!text.empty() && text.front() >= 'a' && text.front() <= 'z')
-        text.front() = static_cast<char>(text.front() - 'a' + 'A');
-    return text;
+    return counted(static_cast<long long>(count), "row", "rows");
 }
 
 std::string hiddenField(const std::string& name, const std::string& value)

@@ -14,8 +14,8 @@ std::string shownDate(const std::optional<DATE>& date);
 /// A row's name for people.
 std::string rowName(const ConflictedRow& row);
 
-/// With a capital letter at its beginning.
-std::string capitalized(std::string text);
+/// "1 row", "2 rows".
+std::string rowCount(size_t count);
 
 std::string hiddenField(const std::string& name, const std::string& value);
 
