@@ -56,7 +56,8 @@ std::string adviceOnFile(unsigned long reason, const std::string& todo)
 
 bool replaceFile(const std::string& path, std::string_view content)
 {
-    const std::wstring wide = toWide(path);
+    // Wine's ReplaceFile makes files in the folder that the path names.
+    const std::wstring wide = std::filesystem::absolute(toWide(path)).wstring();
     const std::wstring next = wide + kNext;
     const bool whole = static_cast<bool>((std::ofstream(next.c_str(), std::ios::binary) << content).flush());
     // A file that is there keeps its rights.
