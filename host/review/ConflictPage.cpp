@@ -37,9 +37,10 @@ std::string ConflictPage::html(const std::string& messages, const ordered_json& 
 
 std::string ConflictPage::heading() const
 {
-    return fmt::format("<header><h1>Conflicts {}</h1><p class=\"soft\">{} waiting in {}</p>"
+    const SideNames& names = context_.names;
+    return fmt::format("<header><h1>Conflicts at {}</h1><p class=\"soft\">{} waiting in {}</p>"
                        "<form method=\"get\" action=\"{}end\">{}<button>End the review…</button></form></header>\n",
-                       context_.configuration.site == LAPTOP ? "at the laptop" : "at the offices", list_.waiting(),
+                       context_.configuration.localIsSource ? names.source : names.destination, list_.waiting(),
                        escapeHtml(context_.configuration.local().dsn), context_.root, view_.hiddenFields());
 }
 

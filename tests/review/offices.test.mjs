@@ -21,7 +21,7 @@ async function typedInAtTheLaptop(key) {
 test('no resolution can be pressed, or sent all the same, and each says why and what the next run does', async () => {
     const conflict = await practice.conflict(office, 'Recall');
     await page.goto(review.address);
-    assert.equal(await page.textContent('h1'), 'Conflicts at the offices');
+    assert.equal(await page.textContent('h1'), 'Conflicts at this office');
     assert.deepEqual(await Promise.all(['Use this office\'s', 'Use the laptop\'s', 'Later'].map((name) =>
         button(name).isDisabled())), [true, true, false]);
     assert.match(await why('source'), /^Not possible: .*copies nothing at the offices.*The next run/);
