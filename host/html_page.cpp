@@ -35,6 +35,14 @@ std::string escapeHtml(std::string_view text)
     return html;
 }
 
+std::string card(const std::string& kind, const std::vector<std::string>& paragraphs, const std::string& more)
+{
+    std::string html = fmt::format("<div class=\"card {}\"{}>", kind, more);
+    for (const std::string& paragraph : paragraphs)
+        html += "<p>" + paragraph + "</p>";
+    return html + "</div>\n";
+}
+
 std::string contentPolicy(const std::string& nonce)
 {
     return "default-src 'none'; style-src 'nonce-" + nonce + "'; form-action 'self'; base-uri 'none'";

@@ -24,7 +24,8 @@ h3 { font-size: .9rem; margin: 1rem 0 .25rem; color: var(--soft); overflow-wrap:
 .notice { border-left: .3rem solid var(--good); background: var(--good-paper); }
 .trouble { border-left: .3rem solid var(--bad); background: var(--bad-paper); white-space: pre-wrap; }
 .notice, .trouble, .long { max-height: 24rem; overflow: auto; overflow-wrap: anywhere; }
-[role] > p { margin: 0; }
+.notice > p, .trouble > p, .report .card > p { margin: 0; }
+.notice > p + p, .trouble > p + p { margin-top: .5rem; }
 .review { display: grid; grid-template: "filter filter" "list detail" / minmax(18rem, 1fr) minmax(0, 3fr); gap: 1rem;
   align-items: start; }
 .review > * { margin: 0; }
@@ -119,8 +120,6 @@ td.alarm { color: var(--bad); font-weight: 700; }
 .verdict h1 { flex: 1 0 100%; font-size: 1.7rem; color: var(--bad); overflow-wrap: anywhere; }
 .verdict.good h1 { color: var(--good); }
 .verdict dl { margin: 0; }
-.report .card > p { margin: 0; }
-.report .card > p + p { margin-top: .5rem; }
 .did table { width: auto; min-width: min(100%, 30rem); }
 .sums { flex-direction: column; gap: .25rem; }
 .sums div { display: flex; flex-wrap: wrap; gap: 0 .75rem; align-items: baseline; }

@@ -31,15 +31,6 @@ std::string rowsWait(long long count)
     return counted(count, "row waits for a decision", "rows wait for a decision");
 }
 
-/// A card with paragraphs of HTML. Its lines count: no white space stands between them.
-std::string card(const char* kind, const std::vector<std::string>& paragraphs)
-{
-    std::string html = fmt::format("<div class=\"card {}\">", kind);
-    for (const std::string& paragraph : paragraphs)
-        html += "<p>" + paragraph + "</p>";
-    return html + "</div>\n";
-}
-
 std::string folded(const std::string& summary, const std::string& content)
 {
     return fmt::format("<details class=\"card\"><summary>{}</summary>\n{}</details>\n", escapeHtml(summary), content);

@@ -110,7 +110,8 @@ HttpServer::HttpServer()
 
 HttpServer::~HttpServer()
 {
-    closeAll();
+    for (const Connection& connection : connections_)
+        closesocket(connection.socket);
     closesocket(listener_);
     WSACleanup();
 }
@@ -168,11 +169,4 @@ bool HttpServer::isFinished(Connection& connection, const Handler& handler)
         answer(connection.socket, errorResponse(error));
     }
     return true;
-}
-
-void HttpServer::closeAll()
-{
-    for (const Connection& connection : connections_)
-        closesocket(connection.socket);
-    connections_.clear();
 }

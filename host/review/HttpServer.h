@@ -46,7 +46,6 @@ private:
 
     void accept();
     bool isFinished(Connection& connection, const Handler& handler);
-    void closeAll();
 
     SOCKET listener_ = INVALID_SOCKET;
     unsigned short port_ = 0;

@@ -7,28 +7,26 @@
 
 namespace {
 
-std::array<std::pair<const char*, const std::string*>, 7> namedParts(const ReviewView& view)
+/// The parts of a view, which may be constant, with their names in an address.
+auto namedParts(auto& view)
 {
-    return {{{"table", &view.filter.table},
-             {"kind", &view.filter.kind},
-             {"text", &view.filter.contains},
-             {"before", &view.filter.before},
-             {"show", &view.id},
-             {"at", &view.place},
-             {"equal", &view.equalToo}}};
+    return std::array{std::pair("table", &view.filter.table),
+                      std::pair("kind", &view.filter.kind),
+                      std::pair("text", &view.filter.contains),
+                      std::pair("before", &view.filter.before),
+                      std::pair("show", &view.id),
+                      std::pair("at", &view.place),
+                      std::pair("equal", &view.equalToo)};
 }
 
 } // namespace
 
 ReviewView ReviewView::of(const FormFields& fields)
 {
-    return {{.table = fields.first("table"),
-             .kind = fields.first("kind"),
-             .contains = fields.first("text"),
-             .before = fields.first("before")},
-            fields.first("show"),
-            fields.first("at"),
-            fields.first("equal")};
+    ReviewView view;
+    for (const auto& [name, value] : namedParts(view))
+        *value = fields.first(name);
+    return view;
 }
 
 std::string ReviewView::query() const

@@ -6,6 +6,7 @@
 #include "review/marked_text.h"
 #include "text.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 
 using nlohmann::ordered_json;
@@ -67,10 +68,9 @@ std::string messageBox(const char* kind, const char* role, const std::vector<std
 {
     if (texts.empty())
         return {};
-    std::string body;
-    for (const std::string& text : texts)
-        body += "<p>" + escapeHtml(text) + "</p>";
-    return fmt::format("<div class=\"card {}\" role=\"{}\">{}</div>\n", kind, role, body);
+    std::vector<std::string> paragraphs;
+    std::ranges::transform(texts, std::back_inserter(paragraphs), escapeHtml);
+    return card(kind, paragraphs, fmt::format(" role=\"{}\"", role));
 }
 
 std::string effectText(const std::string& text, bool losesRow)
