@@ -3,6 +3,7 @@
 #include "com/convert.h"
 #include "commands/rows.h"
 #include "db/sql_literals.h"
+#include "foreign_key_sql.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -14,8 +15,9 @@ namespace {
 constexpr char kReferring[] = "At the destination {0} refers in {2} of its rows to rows of {1} that would be deleted "
                               "(foreign key {3}). ";
 constexpr char kCannotDelete[] = "So these cannot be deleted, and the run fails. ";
-constexpr char kRowByRow[] = "Have a run bring {4} row by row, by another method than full_copy; or drop the key at the "
-                             "destination for the copy, and add it again afterwards.";
+constexpr char kRowByRow[] =
+    "Have a run bring {4} row by row, by another method than full_copy; or drop the key at the "
+    "destination for the copy, and add it again afterwards.";
 constexpr char kReferElsewhere[] =
     "Look at these rows of {0} there: let them refer to another row of {1}, or delete those that nobody needs.";
 constexpr char kDeletesToo[] =
@@ -35,40 +37,6 @@ constexpr char kNoRows[] = "The source lacks these rows of {0} too: put {1} in o
 constexpr char kPatientKey[] = "In {2} of its rows {0} refers to a row of {1} that the destination will not have: the "
                                "run fails at its end, when it adds the foreign key {3} again, and leaves it dropped. "
                                "Replicate both tables, and put the rows in order that have no {1} at the source.";
-
-/// A name of the catalogue in a statement.
-std::wstring catalogName(const std::string& name)
-{
-    return L"[" + toWide(name) + L"]";
-}
-
-/// A table of a foreign key; one of another schema has that in front of its name.
-std::wstring tableName(const std::string& name)
-{
-    const size_t dot = name.find('.');
-    return dot == std::string::npos ? catalogName(name)
-                                    : catalogName(name.substr(0, dot)) + L"." + catalogName(name.substr(dot + 1));
-}
-
-/// The condition under which a foreign key binds the row `child`: none of its columns is Null.
-std::wstring binds(const ForeignKey& key, const std::wstring& child)
-{
-    std::wstring condition;
-    for (const auto& columns : key.columns)
-        condition += (condition.empty() ? L"" : L" and ") + child + L"." + catalogName(columns.first) + L" is not null";
-    return condition;
-}
-
-/// The condition under which the row `child` refers to a row `parent` of a table.
-std::wstring refersTo(const ForeignKey& key, const std::wstring& child, const std::wstring& table,
-                      const std::wstring& parent)
-{
-    std::wstring condition;
-    for (const auto& [childColumn, parentColumn] : key.columns)
-        condition += (condition.empty() ? L"" : L" and ") + parent + L"." + catalogName(parentColumn) + L" = " + child +
-                     L"." + catalogName(childColumn);
-    return L"exists (select 1 from " + table + L" " + parent + L" where " + condition;
-}
 
 /// The name of a row by its place in a chain of rows of which each refers to the one before it.
 std::wstring aliasOf(size_t place)
@@ -172,9 +140,9 @@ void ForeignKeyPreview::findReferring(const ForeignKey& key, size_t index, const
         return;
     path.push_back(&key);
     const std::wstring child = aliasOf(path.size());
-    const std::wstring lost = parents.empty() ? binds(key, child)
-                                              : refersTo(key, child, tableName(key.parent), aliasOf(path.size() - 1)) +
-                                                    L" and " + parents + L")";
+    const std::wstring lost =
+        parents.empty() ? binds(key, child)
+                        : refersTo(key, child, tableInStatement(key.parent), aliasOf(path.size() - 1), parents);
     const long long rows = countReferring(key, index, child, lost, deleted);
     found[&key] += rows;
     if (rows == 0 || key.onDelete != OnDelete::DeleteToo)
@@ -271,7 +239,7 @@ long long ForeignKeyPreview::countReferring(const ForeignKey& key, size_t index,
 {
     const size_t writer = writerOf(key.child);
     clsConn& conn = rowsBefore(index, key.child) == Rows::Sources ? databases_.source() : databases_.destination();
-    const std::wstring rest = L" from " + tableName(key.child) + L" " + child + L" where " + condition;
+    const std::wstring rest = L" from " + tableInStatement(key.child) + L" " + child + L" where " + condition;
     // A key that refuses does so as long as the row is there.
     const bool deletesItself = writer < deleted.size() && (key.onDelete != OnDelete::Refuse || writer <= index);
     if (!deletesItself || deleted[writer].empty())
@@ -291,7 +259,7 @@ long long ForeignKeyPreview::countOrphans(const ForeignKey& key, Rows child, Row
     if (key.child.find('.') != std::string::npos || key.parent.find('.') != std::string::npos)
         return 0;
     const auto nameOf = [](const SideConfiguration& side, const std::string& table) {
-        return toWide(side.prefix) + catalogName(table);
+        return toWide(side.prefix) + tableInStatement(table);
     };
     const SideConfiguration& source = configuration_.source;
     const SideConfiguration& destination = configuration_.destination;
@@ -300,6 +268,6 @@ long long ForeignKeyPreview::countOrphans(const ForeignKey& key, Rows child, Row
                        binds(key, L"c");
     for (const auto& [side, rows] : {std::pair{&source, Rows::Sources}, {&destination, Rows::Destinations}})
         if (parent == rows || parent == Rows::Mixed)
-            sql += L" and not " + refersTo(key, L"c", nameOf(*side, key.parent), L"p") + L")";
+            sql += L" and not " + refersTo(key, L"c", nameOf(*side, key.parent), L"p");
     return count(databases_.local(), sql);
 }

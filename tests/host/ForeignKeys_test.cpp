@@ -1,4 +1,5 @@
 #include "ForeignKeys.h"
+#include "foreign_key_sql.h"
 
 #include <gmock/gmock.h>
 
@@ -37,4 +38,15 @@ TEST(ParentsFirst, CircleIsOneGroupAfterItsParentsAndBeforeItsChildren)
     EXPECT_THAT(parentsFirst({"below", "a", "b", "c", "above"}, {refers("a", "b"), refers("b", "c"), refers("c", "a"),
                                                                  refers("below", "b"), refers("c", "above")}),
                 ElementsAre(Group{"above"}, Group{"a", "b", "c"}, Group{"below"}));
+}
+
+TEST(ForeignKeySql, HoldsAllColumnsOfTheKeyByNamesInBrackets)
+{
+    const ForeignKey key{"FK", "letter.order", "dentist", {{"dc_id", "dc_id"}, {"to", "dentist_id"}}, OnDelete::Refuse};
+    EXPECT_EQ(tableInStatement(key.child), L"[letter].[order]");
+    EXPECT_EQ(binds(key, L"c"), L"c.[dc_id] is not null and c.[to] is not null");
+    EXPECT_EQ(
+        refersTo(key, L"c", L"[dentist]", L"p", L"p.unid in ('1')"),
+        L"exists (select 1 from [dentist] p where p.[dc_id] = c.[dc_id] and p.[dentist_id] = c.[to] and p.unid in "
+        L"('1'))");
 }
