@@ -51,7 +51,7 @@ TEST_F(TypedInAtTheLaptop, RowIsDeletedOnlyAfterItsConflictWasDismissed)
     EXPECT_NE(recordedError(), L"none");
     const Ended dismissed = quinrepJson(L"conflicts dismiss --all --reason \"typed in twice\"", "resolve");
     EXPECT_EQ(dismissed.exitCode, kDone);
-    EXPECT_THAT(dismissed.messages, HasSubstr("users typed in: The next run deletes the row at the destination."));
+    EXPECT_THAT(dismissed.messages, HasSubstr("users typed in: The next run deletes the row at the laptop."));
     EXPECT_TRUE(isThere());
     EXPECT_EQ(quinrep(L"run --ready --reset-error").exitCode, kDone);
     EXPECT_FALSE(isThere());
