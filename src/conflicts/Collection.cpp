@@ -26,7 +26,7 @@ HRESULT Collection::get_Count(long* value) noexcept
 
 HRESULT Collection::get__NewEnum(IUnknown** value) noexcept
 {
-    return comBoundary([&] { com::requireOut(value) = com::enumeratorOf(items_).Detach(); });
+    return comBoundary(value, [&]() -> IUnknown* { return com::enumeratorOf(items_).Detach(); });
 }
 
 } // namespace quinmark

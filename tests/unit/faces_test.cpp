@@ -1,4 +1,5 @@
 #include "com/boundary.h"
+#include "com/module.h"
 #include "conflicts/Collection.h"
 #include "conflicts/ConflictDataFace.h"
 #include "conflicts/ConflictFace.h"
@@ -62,6 +63,7 @@ TEST(Faces, RefuseANullPointerForEachArgument)
     expectNullRefused(*makeObject<ConflictFace>(clsConflict()).Get());
     expectNullRefused(*makeObject<ConflictDataFace>(clsConflictData()).Get());
     expectNullRefused(*makeObject<quinmark::Collection>().Get());
+    EXPECT_FALSE(com::moduleInUse());
 }
 
 class FaceTest : public testing::Test
