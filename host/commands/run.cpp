@@ -357,7 +357,10 @@ private:
         ordered_json lastTimestamp;
         try {
             Databases databases(configuration_);
-            lastTimestamp = isoDate(lastReplicateDate(configuration_, databases));
+            const ordered_json control =
+                jsonRows(databases.local(), L"select last_timestamp from replication_control where unique_key = " +
+                                                siteKey(configuration_.site));
+            lastTimestamp = control.empty() ? ordered_json() : control.front()["last_timestamp"];
             const WaitingRows after(databases.local());
             recorded = after.idsNotIn(before);
             result["conflicts_waiting"] = after.size();
