@@ -154,10 +154,11 @@ void ForeignKeyPreview::findReferring(const ForeignKey& key, size_t index, const
 
 void ForeignKeyPreview::tellFound(size_t index, const Found& found, TableStops& stops) const
 {
-    for (const auto& [referring, rows] : found) {
+    for (const Found::value_type& referring : found) {
+        const ForeignKey& key = *referring.first;
+        const long long rows = referring.second;
         if (rows == 0)
             continue;
-        const ForeignKey& key = *referring;
         const auto add = [&](StopReason reason, const std::string& text) {
             stops.add(reason, told(kReferring + text, key, rows, configuration_.tables[index].name));
         };

@@ -51,14 +51,15 @@ std::string rowList(const ordered_json& rows)
 }
 
 /// Reasons for which a run did not begin, or went on in spite of, with their rows.
-std::string stops(const ordered_json& stops)
+std::string stops(const ordered_json& stops, const SideNames& names)
 {
     std::string html;
     for (const ordered_json& stop : stops) {
         const std::string heading = stopHeading(stop);
-        html += fmt::format("<section class=\"card\"><h2>{}</h2><p>{}</p>{}</section>\n",
-                            escapeHtml(textOf(stop, "table").empty() ? capitalized(heading) : heading),
-                            escapeHtml(textOf(stop, "text")), stop["rows"].empty() ? "" : rowList(stop["rows"]));
+        html +=
+            fmt::format("<section class=\"card\"><h2>{}</h2><p>{}</p>{}</section>\n",
+                        escapeHtml(textOf(stop, "table").empty() ? capitalized(heading) : heading),
+                        escapeHtml(names.in(textOf(stop, "text"))), stop["rows"].empty() ? "" : rowList(stop["rows"]));
     }
     return html;
 }
@@ -106,9 +107,9 @@ public:
     {
         if (!configuration)
             return;
-        const SideNames names(*configuration);
-        sides_ = {{names.destination, {"adds", "updates", "deletes"}},
-                  {names.source, {"source_adds", "source_updates", "source_deletes"}}};
+        names_ = SideNames(*configuration);
+        sides_ = {{names_.destination, {"adds", "updates", "deletes"}},
+                  {names_.source, {"source_adds", "source_updates", "source_deletes"}}};
     }
 
     std::string page() const
@@ -178,8 +179,9 @@ private:
             return card("trouble", paragraphs);
         }
         if (hasStopped())
-            return (result_.contains("todo") ? card("trouble", {escapeHtml(textOf(result_, "todo"))}) : "") +
-                   card("trouble", {"Nothing was written: the run stopped before it began."}) + stops(result_["stops"]);
+            return (result_.contains("todo") ? card("trouble", {escapeHtml(names_.in(textOf(result_, "todo")))}) : "") +
+                   card("trouble", {"Nothing was written: the run stopped before it began."}) +
+                   stops(result_["stops"], names_);
         return isGood() ? card("notice", {"Everything was done, and nothing waits for a decision."}) : "";
     }
 
@@ -318,13 +320,14 @@ private:
         const ordered_json passed = result_.value("passed", ordered_json::array());
         return passed.empty()
                    ? ""
-                   : card("trouble", {"The run was made to go on in spite of these findings:"}) + stops(passed);
+                   : card("trouble", {"The run was made to go on in spite of these findings:"}) + stops(passed, names_);
     }
 
     const ordered_json& result_;
     const ordered_json tables_;
     const ordered_json& runs_;
     /// The destination's, then the source's; empty where no configuration was read.
+    SideNames names_;
     std::vector<SideColumns> sides_;
 };
 

@@ -120,7 +120,7 @@ test('a run that was stopped before it began names the tables and the rows', asy
     assert.equal(await heading(), 'The run did not begin');
     assert.equal((await troubles())[0], 'Nothing was written: the run stopped before it began.');
     assert.equal(await page.textContent('h2'), 'shortcut');
-    assert.match(await page.textContent('section'), /1 of 1 rows of the destination would be deleted.*review/s);
+    assert.match(await page.textContent('section'), /1 of 1 rows of this laptop would be deleted.*review/s);
     assert.equal(await page.locator('.did').count(), 0);
     await assertLooksRight('report-stopped');
 });
