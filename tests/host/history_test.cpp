@@ -53,11 +53,12 @@ TEST_F(RunHistory, IsATableWithTheNewestRunBelow)
     std::vector<std::string> shown;
     for (std::string line; std::getline(lines, line);)
         shown.push_back(line);
-    ASSERT_EQ(shown.size(), 3U);
+    ASSERT_EQ(shown.size(), 4U);
     EXPECT_THAT(shown[0],
                 MatchesRegex("  began +took +outcome +added +changed +deleted +new conflicts +waiting +error"));
     EXPECT_THAT(shown[1], MatchesRegex("  20..-..-.. ..:..:.. +.* s +conflicts +1 +0 +0 +1 +1 +Changed on both.*"));
     EXPECT_THAT(shown[2], MatchesRegex("  20..-..-.. ..:..:.. +.* s +refused +- +- +- +- +- +the site is not .*"));
+    EXPECT_EQ(shown[3], "`quinrep history --json` has the errors in full.");
 }
 
 // quinrep ends the line of a run that was broken off, so that the next one is whole.
