@@ -10,6 +10,7 @@
 #include "WrittenColumns.h"
 #include "com/convert.h"
 #include "commands/rows.h"
+#include "replication/row_dates.h"
 #include "replication/row_queries.h"
 #include "result_text.h"
 #include "text.h"
@@ -87,13 +88,21 @@ bool exceeds(long long part, long long whole, double percent)
     return whole > 0 && 100.0 * static_cast<double>(part) > percent * static_cast<double>(whole);
 }
 
+/// Where the last run with these two databases left last_timestamp, if something else has moved it on since; otherwise
+/// where it is. Dates that come in two ways are compared by their seconds.
+DATE ownLastTimestamp(const Configuration& configuration, DATE last)
+{
+    const std::optional<DATE> left = lastTimestampLeft(configuration, History::read(configuration));
+    return left && *left < last && secondsApart(*left, last) > 0 ? *left : last;
+}
+
 /// Fills the preview of one of the tables that a configured one copies.
 class TablePreviewer
 {
 public:
     TablePreviewer(const Configuration& configuration, Databases& databases, const TableConfiguration& table,
                    const KeyedTable& copied, const WaitingRows& waiting, const ForeignKeyPreview* keys,
-                   DATE dLastReplicate, std::optional<DATE> lastTimestampLeft)
+                   DATE dLastReplicate, DATE ownLast)
         : databases_(databases),
           configured_(table),
           waiting_(waiting),
@@ -102,8 +111,8 @@ public:
           table_(copied),
           prefixes_{toWide(configuration.source.prefix), toWide(configuration.destination.prefix)},
           dLastReplicate_(dLastReplicate),
-          ownLast_(std::min(dLastReplicate, lastTimestampLeft.value_or(dLastReplicate))),
-          passedOver_(fmt::format(kPassedOver, isoDate(ownLast_), isoDate(dLastReplicate),
+          ownLast_(ownLast),
+          passedOver_(fmt::format(kPassedOver, isoDate(ownLast), isoDate(dLastReplicate),
                                   static_cast<int>(configuration.site))),
           site_(siteOf(configuration)),
           stops_(databases, toUtf8(copied.sTable))
@@ -374,7 +383,6 @@ private:
     KeyedTable table_;
     Prefixes prefixes_;
     DATE dLastReplicate_;
-    /// Where the last run with these two databases left it, unless it was set back since.
     DATE ownLast_;
     std::string passedOver_;
     Site site_;
@@ -399,7 +407,7 @@ RunPreview::RunPreview(const Configuration& configuration, Databases& databases)
 {
     requireOwnPrefixes(configuration, databases);
     const DATE last = lastReplicateDate(configuration, databases);
-    const std::optional<DATE> left = lastTimestampLeft(configuration, History::read(configuration));
+    const DATE ownLast = ownLastTimestamp(configuration, last);
     const WaitingRows waiting(databases.local());
     std::optional<ForeignKeyPreview> keys;
     if (std::ranges::any_of(configuration.tables, &TableConfiguration::isCopiedWhole))
@@ -411,7 +419,7 @@ RunPreview::RunPreview(const Configuration& configuration, Databases& databases)
         for (const KeyedTable& copied : tablesCopiedBy(table))
             whileDoing("comparing table " + toUtf8(copied.sTable), [&] {
                 tables_.push_back(TablePreviewer(configuration, databases, table, copied, waiting,
-                                                 std::exchange(unseenKeys, nullptr), last, left)
+                                                 std::exchange(unseenKeys, nullptr), last, ownLast)
                                       .take());
                 tables_.back().configured = index;
             });

@@ -47,6 +47,32 @@ private:
 
 } // namespace
 
+TEST_F(HistoryFile, KnowsHowTheLastRunOfTheSameTwoDatabasesLeftTheInterval)
+{
+    const auto ofLaptop = [this](const char* dsn) {
+        Configuration configuration = of(OFFICES);
+        configuration.localIsSource = true;
+        configuration.destination.dsn = dsn;
+        return configuration;
+    };
+    const auto addRunOf = [&](const char* laptop, const ordered_json& lastTimestamp) {
+        History history(ofLaptop(laptop));
+        history.noteWriting();
+        history.noteRecords(ordered_json::array(), lastTimestamp);
+        EXPECT_TRUE(history.end({{"tables", ordered_json::array()}}, 0, 1));
+    };
+    const auto left = [&](const char* laptop) {
+        const Configuration configuration = ofLaptop(laptop);
+        return lastTimestampLeft(configuration, History::read(configuration));
+    };
+    addRunOf("One", "2026-11-15T12:00:00");
+    addRunOf("Two", "2026-11-16T12:00:00");
+    addRunOf("One", nullptr);
+    EXPECT_EQ(left("One"), 46341.5);
+    EXPECT_EQ(left("Two"), 46342.5);
+    EXPECT_EQ(left("Three"), std::nullopt);
+}
+
 TEST_F(HistoryFile, ThatHasGrownLargeKeepsItsLastRunsAndTheConflictsOfEachSitesLast)
 {
     addRun(LAPTOP, "the laptop's");
